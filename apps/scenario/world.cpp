@@ -1,0 +1,50 @@
+#include "apps/scenario/world.h"
+
+#include <cstdlib>
+#include <filesystem>
+#include <stdexcept>
+
+namespace zr::scenario {
+
+namespace {
+
+constexpr std::uint64_t kSimulatedDiskBytes = 20ULL * 1024 * 1024 * 1024;
+
+std::string MakeTemporaryRoot() {
+  std::string pattern = (std::filesystem::temp_directory_path() / "zandrell-world-XXXXXX").string();
+  if (!mkdtemp(pattern.data())) throw std::runtime_error("cannot make a temporary folder");
+  return pattern;
+}
+
+}  // namespace
+
+World::World(bool keep) : root_(MakeTemporaryRoot()), keep_(keep) {
+  app_folder_ = root_ + "/app/";
+  temp_folder_ = root_ + "/temp/";
+  for (const char* folder : {"/app", "/temp", "/home", "/home/.config", "/home/.local/share"})
+    std::filesystem::create_directories(root_ + folder);
+  files = std::make_unique<platform::sim::SimFileSystem>(root_, kSimulatedDiskBytes);
+  devices = std::make_unique<platform::sim::SimDeviceWorld>(loop, movies, clipboard, app_folder_);
+  drivers = platform::sim::MakeSimDriverSystem(*devices);
+}
+
+World::~World() {
+  program_.reset();
+  if (!keep_) {
+    std::error_code error;
+    std::filesystem::remove_all(root_, error);
+  }
+}
+
+Program& World::MakeProgram() {
+  program_.reset();
+  program_ = std::make_unique<Program>(
+      Services{loop, dialogs, clipboard, settings, *files, clock, movies, *drivers,
+               [this] { return platform::sim::MakeSimCaptureControl(*devices); }},
+      app_folder_);
+  return *program_;
+}
+
+void World::Start() { MakeProgram().Main(); }
+
+}  // namespace zr::scenario

@@ -1,0 +1,56 @@
+#pragma once
+// A world for the program to run in without hardware: a fresh temporary folder holding the
+// program folder, the home folder and the temporary folder; simulated services and devices on
+// a virtual clock; the real movie writer. The scenario runner and the tests run the program
+// in one of these.
+
+#include <memory>
+#include <string>
+
+#include "core/program.h"
+#include "platform/linux/ffmpeg_movie_files.h"
+#include "platform/sim/sim_devices.h"
+#include "platform/sim/sim_event_loop.h"
+#include "platform/sim/sim_services.h"
+
+namespace zr::scenario {
+
+class World {
+ public:
+  // Makes the folders under a fresh temporary folder; `keep` leaves them afterwards.
+  explicit World(bool keep = false);
+  ~World();
+  World(const World&) = delete;
+  World& operator=(const World&) = delete;
+
+  const std::string& Root() const { return root_; }
+  const std::string& AppFolder() const { return app_folder_; }    // with trailing separator
+  const std::string& TempFolder() const { return temp_folder_; }  // with trailing separator
+
+  platform::sim::SimEventLoop loop;
+  platform::sim::SimDialogs dialogs;
+  platform::sim::SimClipboard clipboard;
+  platform::sim::SimSettingsStore settings;
+  std::unique_ptr<platform::sim::SimFileSystem> files;
+  platform::sim::SimWallClock clock{loop};
+  platform::linux_impl::FfmpegMovieFiles movies;
+  std::unique_ptr<platform::sim::SimDeviceWorld> devices;
+  std::unique_ptr<platform::VfwDriverSystem> drivers;
+
+  // The program; made by Start, ended by a later Start or by the world's end.
+  Program& program() { return *program_; }
+  bool Started() const { return program_ != nullptr; }
+  // Makes a fresh program over this world's services and runs its entry.
+  void Start();
+  // A fresh program without running its entry (tests that drive procedures directly).
+  Program& MakeProgram();
+
+ private:
+  std::string root_;
+  std::string app_folder_;
+  std::string temp_folder_;
+  bool keep_;
+  std::unique_ptr<Program> program_;
+};
+
+}  // namespace zr::scenario

@@ -1,0 +1,106 @@
+#include "capture/capture_status.h"
+
+#include <cmath>
+
+#include "capture/capture_device.h"
+#include "capture/video_screen.h"
+#include "core/formatting.h"
+#include "core/master.h"
+
+namespace zr {
+
+namespace {
+
+constexpr ui::Colour kDropsWithinLimit = ui::Rgb(0, 250, 0);
+constexpr ui::Colour kDropsPastLimit = ui::Rgb(250, 0, 0);
+
+// The time of a run derived from its frame count, not from a clock: the last field counts
+// the frames of the unfinished second.
+std::string FrameCountTime(double frames, double display_rate) {
+  double seconds = Divide(frames, display_rate);
+  const double hours = Fix(seconds / 3600);
+  seconds -= hours * 3600;
+  const double minutes = Fix(seconds / 60);
+  seconds -= minutes * 60;
+  const double whole_seconds = Fix(seconds);
+  const double remainder_frames = Fix((seconds - whole_seconds) * display_rate);
+  return FormatNumber(hours, "#00") + ":" + FormatNumber(minutes, "#00") + ":" + FormatNumber(whole_seconds, "#00") +
+         "." + FormatNumber(remainder_frames, "#00");
+}
+
+void ShowDrops(Master& master, const CAPSTATUS& status, const CAPTUREPARMS& parms) {
+  const double frames = status.dwCurrentVideoFrame;
+  const double dropped = status.dwCurrentVideoFramesDropped;
+  if (frames == 0 || dropped == 0) {
+    master.DroppedString.Caption = "none";
+  } else {
+    const double percentage = Fix(dropped * 100 / frames);
+    master.DroppedString.Caption = FormatNumber(dropped, "#") + " = " + FormatNumber(percentage, "#") + "%";
+  }
+  const bool within = static_cast<double>(parms.wPercentDropForError) / 100 * frames >= dropped;
+  master.DroppedString.ForeColor = within ? kDropsWithinLimit : kDropsPastLimit;
+}
+
+void ShowRunning(Program& program, Master& master) {
+  auto& state = program.state;
+  auto& record = master.RecordButton();
+  if (record.Image != "stop") {
+    record.Image = "stop";
+    program.Yield();
+  }
+  if (state.CapStatus.dwCurrentVideoFrame == 0) {
+    master.StatusTime.Caption = "00:00:00:00";
+    return;
+  }
+  if (master.MasterBar.Bands("multiple").Visible) {
+    master.StatusString.Caption = master.Shooter.Visible
+                                      ? NumberText(state.CapStatus.dwCurrentVideoFrame) + " frames captured"
+                                      : "Recording";
+  }
+  ResumeNext([&] { master.StatusTime.Caption = FrameCountTime(state.CapStatus.dwCurrentVideoFrame, state.FramesPerSecond); });
+  if (master.MasterBar.Bands("movie").Visible && state.CaptureParms.wPercentDropForError >= 1)
+    ShowDrops(master, state.CapStatus, state.CaptureParms);
+  else
+    master.DroppedString.Caption = "";
+}
+
+void CloseOutRun(Program& program, Master& master) {
+  auto& state = program.state;
+  state.captureStatus.CaptureEnded.store(False, std::memory_order_relaxed);
+  if (master.MovieToolbar.Button("writeinfo").Value == 1 || master.MultipleImageToolbar.Button("writeinfo").Value == 1) {
+    master.StatusString.Caption = "Writing Info";
+    WriteInformationChunk(program, state.CaptureFilename);
+  }
+  master.StatusString.Caption = "Stopped";
+  master.RecordButton().Image = "record";
+  master.OperationBar.Button("autostart").Enabled = true;
+  master.MasterTimer2.Enabled = true;
+  if (state.PopupMovieViewer == "1" && state.ViewerShown == False) {
+    state.ViewerShown = True;
+    PopUpMovieViewer(program, state.CaptureFilename);
+  }
+}
+
+}  // namespace
+
+void CaptureStatusUpdate(Program& program) {
+  auto& state = program.state;
+  if (state.captureStatus.CaptureStatusId.load(std::memory_order_relaxed) == 0) return;
+  auto* window = program.VideoScreen().CaptureWindow();
+  if (!window) return;
+  auto& master = program.Master();
+  state.LastResult = vfw::capGetStatus(*window, state.CapStatus);
+  auto& record = master.RecordButton();
+  if (state.CapStatus.fCapturingNow != 1 && master.MasterBar.Bands("movie").Visible && record.Image != "record")
+    record.Image = "record";
+  if (state.CapStatus.fCapturingNow == 1) ShowRunning(program, master);
+  const bool band_shown = master.MasterBar.Bands("movie").Visible || master.MasterBar.Bands("multiple").Visible;
+  if (band_shown && state.captureStatus.CaptureEnded.load(std::memory_order_relaxed) != False)
+    CloseOutRun(program, master);
+}
+
+void WriteInformationChunk(Program&, const std::string&) { throw NotBuiltYet("the information chunk of a movie"); }
+
+void PopUpMovieViewer(Program&, const std::string&) { throw NotBuiltYet("the movie viewer"); }
+
+}  // namespace zr

@@ -1,0 +1,266 @@
+// What happens between the command "record" and a finished movie file, and how one picture
+// reaches a file: the capture window's runs, stills and frame-by-frame movies.
+
+#include <cmath>
+#include <filesystem>
+#include <system_error>
+
+#include "capture/capture_device.h"
+#include "capture/video_screen.h"
+#include "core/formatting.h"
+#include "core/master.h"
+#include "image/picture_writer.h"
+
+namespace zr {
+
+namespace {
+
+// The movie limit in seconds; a negative hours or minutes part counts as zero.
+int MovieLimitSeconds(const Master& master) {
+  const int hours = std::max(0, master.MovieHoursControl.Value.get());
+  const int minutes = std::max(0, master.MovieMinutesControl.Value.get());
+  return hours * 3600 + minutes * 60 + master.MovieSecondsControl.Value.get();
+}
+
+void RebuildAudioFormat(const Master& master, WAVEFORMATEX& format) {
+  format.wBitsPerSample = master.AudioBits.ListIndex == 0 ? 8 : 16;
+  format.nChannels = master.AudioChannels.ListIndex == 0 ? 1 : 2;
+  static constexpr std::uint32_t kRates[] = {8000, 11025, 22050, 44100};
+  if (master.AudioRate.ListIndex >= 0 && master.AudioRate.ListIndex <= 3)
+    format.nSamplesPerSec = kRates[master.AudioRate.ListIndex];
+  format.nAvgBytesPerSec = static_cast<std::uint32_t>(
+      RoundHalfEven(format.nSamplesPerSec * static_cast<double>(format.nChannels) * format.wBitsPerSample / 8));
+  format.nBlockAlign = static_cast<std::uint16_t>(RoundHalfEven(format.nChannels * format.wBitsPerSample / 8.0));
+}
+
+bool DeleteFile(const std::string& path) {
+  std::error_code error;
+  return std::filesystem::remove(path, error) && !error;
+}
+
+}  // namespace
+
+void VideoScreen::Record() {
+  auto& master = program_.Master();
+  auto& state = program_.state;
+  if (Tag == "wms" || Tag == "http") {
+    ShowModeNotSupported();
+    return;
+  }
+  if (Tag == "vfw") {
+    if (!capture_window_) return;
+    auto& parms = state.CaptureParms;
+    state.LastResult = vfw::capSetCaptureFile(*capture_window_, state.CaptureFilename);
+    parms.AVStreamMaster = 0;
+    parms.fAbortLeftMouse = 1;
+    parms.fAbortRightMouse = 1;
+    parms.fCaptureAudio = master.MovieToolbar.Button("audio").Value == 1 ? 1 : 0;
+    if (master.MovieDisableLimit.Value != 1) {
+      parms.fLimitEnabled = 1;
+      parms.wTimeLimit = static_cast<UINT>(MovieLimitSeconds(master));
+    } else {
+      parms.fLimitEnabled = 0;
+    }
+    parms.dwRequestMicroSecPerFrame = MicroSecondsPerFrame(state.MovieFrameRate);
+    RebuildAudioFormat(master, state.WaveFormat);
+    const int size = vfw::capGetAudioFormatSize(*capture_window_);
+    state.LastResult = vfw::capSetAudioFormat(*capture_window_, state.WaveFormat, size);
+    parms.fMCIControl = 0;
+    parms.fStepCaptureAt2x = 0;
+    state.LastResult = vfw::capSetSetup(*capture_window_, parms);
+    if (DeleteFile(state.CaptureFilename)) master.StatusString.Caption = "";
+    master.StatusString.Caption = "Recording";
+    master.RecordButton().Image = "stop";
+    if (parms.fYield == 0) {
+      master.StatusTime.Caption = "";
+      master.DroppedString.Caption = "Exclusive Task";
+    }
+    program_.Yield();
+    state.LastResult = vfw::capStartSequence(*capture_window_);
+    return;
+  }
+  if (Tag == "wdm") {
+    ResumeNext([&] {
+      control_->SetCaptureFileName(state.CaptureFilename);
+      if (master.MovieDisableLimit.Value == 1) {
+        control_->SetTimeLimitSeconds(0);
+        control_->SetTimeLimitEnabled(false);
+      } else {
+        control_->SetTimeLimitSeconds(MovieLimitSeconds(master));
+        control_->SetTimeLimitEnabled(true);
+      }
+      master.StatusString.Caption = program_.Translate("Recording");
+      master.RecordButton().Image = "stop";
+      control_->SetCaptureAudio(master.MovieToolbar.Button("audio").Value == 1);
+      control_->StartCapture();
+    });
+  }
+}
+
+void VideoScreen::StopCapture() {
+  auto& master = program_.Master();
+  if (Tag == "vfw") {
+    if (capture_window_) program_.state.LastResult = vfw::capStop(*capture_window_);
+  } else if (Tag == "wdm" || Tag == "http") {
+    ResumeNext([&] { control_->StopCapture(); });
+    master.RecordButton().Image = "record";
+  } else if (Tag == "wms") {
+    ShowModeNotSupported();
+  }
+  master.StatusString.Caption = program_.Translate("Stopped");
+}
+
+void VideoScreen::WDMStatus_Timer() {
+  auto& master = program_.Master();
+  ResumeNext([&] {
+    const platform::CaptureStats stats = control_->GetCaptureStats();
+    if (program_.state.CaptureType == "multiple") {
+      master.StatusString.Caption = NumberText(stats.frames_captured) + " frames captured";
+      master.StatusTime.Caption = "N/A";
+      master.DroppedString.Caption = "N/A";
+      return;
+    }
+    // A run that ended without its event is still closed.
+    if (!control_->IsCapturing()) CaptureStopped();
+    const std::int32_t total_seconds = stats.elapsed_ms / 1000;
+    const double hundredths = Fix((stats.elapsed_ms - total_seconds * 1000.0) / 10);
+    master.StatusTime.Caption = FormatNumber(total_seconds / 3600, "#00") + ":" +
+                                FormatNumber(total_seconds % 3600 / 60, "#00") + ":" +
+                                FormatNumber(total_seconds % 60, "#00") + ":" + FormatNumber(hundredths, "#00");
+    master.DroppedString.Caption = NumberText(stats.frames_dropped);
+  });
+}
+
+void VideoScreen::SaveStill(const std::string& path, int quality, bool to_clipboard) {
+  ResumeNext([&] {
+    if (to_clipboard) {
+      if (mira.Picture) program_.services.clipboard.SetPicture(*mira.Picture);
+      if (Tag == "vfw") {
+        if (capture_window_) program_.state.LastResult = vfw::capCopyFrame(*capture_window_);
+      } else {
+        frame_job_open_ = true;
+        if (auto snapshot = control_->GetSnapshot()) program_.services.clipboard.SetPicture(*snapshot);
+      }
+    }
+  });
+  if (path.empty()) return;
+  ResumeNext([&] {
+    if (Tag == "vfw") {
+      if (mira.Picture) WritePictureFile(*mira.Picture, path, 100);
+      if (capture_window_) program_.state.LastResult = vfw::capSaveDib(*capture_window_, path);
+      StreamPic.Picture = LoadPictureFile(path);
+      DeleteFile(path);
+    } else {
+      frame_job_open_ = true;
+      StreamPic.Picture = control_->GetSnapshot();
+      DeleteFile(path);
+    }
+  });
+  ResumeNext([&] {
+    if (StreamPic.Picture) WritePictureFile(*StreamPic.Picture, path, quality);
+  });
+}
+
+void VideoScreen::SetFilename(const std::string& path) {
+  ResumeNext([&] {
+    if (Tag == "vfw") {
+      if (capture_window_) program_.state.LastResult = vfw::capSetCaptureFile(*capture_window_, path);
+    } else if (Tag == "wdm" || Tag == "http") {
+      control_->SetCaptureFileName(path);
+    }
+  });
+  program_.state.CaptureFilename = path;
+  program_.Master().MasterStatus.Panels("filename").Text = program_.Translate("Filename: ") + path;
+}
+
+std::string VideoScreen::GetFilename() {
+  if (Tag == "wms" || Tag == "http") return "Error";
+  if (Tag == "vfw") return capture_window_ ? vfw::capGetCaptureFile(*capture_window_) : "Error";
+  std::string name = "Error";
+  ResumeNext([&] { name = control_->CaptureFileName(); });
+  return name;
+}
+
+void VideoScreen::SetCaptureParameters() {
+  if (Tag == "vfw" && capture_window_)
+    program_.state.LastResult = vfw::capSetSetup(*capture_window_, program_.state.CaptureParms);
+}
+
+void VideoScreen::OpenMultipleImage() {
+  auto& state = program_.state;
+  const int rate = program_.Master().MultipleImageFrameRate.ListIndex + 1;
+  if (Tag == "vfw") {
+    if (!capture_window_) return;
+    state.CaptureParms.dwRequestMicroSecPerFrame = MicroSecondsPerFrame(rate);
+    SetCaptureParameters();
+    state.LastResult = vfw::capSetCaptureFile(*capture_window_, state.CaptureFilename);
+    state.LastResult = vfw::capOpenSingleFrame(*capture_window_);
+  } else if (Tag == "wdm" || Tag == "http") {
+    ResumeNext([&] {
+      frame_job_open_ = false;
+      control_->SetCaptureFileName(state.CaptureFilename);
+      control_->OpenFrameCapture(rate);
+      WDMStatus.Enabled = true;
+    });
+  } else {
+    ShowModeNotSupported();
+  }
+}
+
+void VideoScreen::CaptureSingle() {
+  if (Tag == "vfw") {
+    if (capture_window_) program_.state.LastResult = vfw::capSingleFrame(*capture_window_);
+  } else if (Tag == "wdm" || Tag == "http") {
+    ResumeNext([&] {
+      frame_job_open_ = true;
+      control_->CaptureFrame();
+    });
+  } else {
+    ShowModeNotSupported();
+    return;
+  }
+  program_.Master().StatusString.Caption = "Capturing Frame";
+}
+
+void VideoScreen::CloseMultipleCapture() {
+  if (Tag == "vfw") {
+    if (capture_window_) program_.state.LastResult = vfw::capCloseSingleFrame(*capture_window_);
+  } else if (Tag == "wdm" || Tag == "http") {
+    ResumeNext([&] {
+      frame_job_open_ = false;
+      WDMStatus.Enabled = false;
+      control_->CloseFrameCapture();
+    });
+  } else {
+    ShowModeNotSupported();
+  }
+}
+
+// The burnt-in time code: "SMPTE" makes the control draw a running time code, centred near the
+// bottom of the picture; anything else clears it. Sizes are in twips, 15 to the pixel, with
+// the digits and colons of the code at their widths in the font.
+void VideoScreen::ShowTCR() {
+  if (!wdmX.Visible) return;
+  auto& master = program_.Master();
+  ResumeNext([&] {
+    if (master.MovieToolbar.Button("tcr").Value == 1 && program_.state.CaptureType == "movie") {
+      constexpr double kTwipsPerPixel = 15;
+      constexpr double kCodeWidthEm = 8 * 0.556 + 3 * 0.278;  // "00:00:00:00"
+      constexpr double kLineHeightEm = 1.15;
+      int size = RoundHalfEven(control_->VideoHeight() * control_->VideoWidth() * 0.00005);
+      if (size < 7) size = 8;
+      if (size > 20) size = 20;
+      const double text_width = kCodeWidthEm * size * 20;
+      const double text_height = kLineHeightEm * size * 20;
+      const double control_width = Width * kTwipsPerPixel;
+      const double control_height = Height * kTwipsPerPixel;
+      const int x = RoundHalfEven(RoundHalfEven((control_width - text_width) / 2) / kTwipsPerPixel);
+      const int y = RoundHalfEven(control_height / kTwipsPerPixel - 2 * text_height / kTwipsPerPixel);
+      control_->DrawVideoText(0, "SMPTE", x, y, "Arial", size, ui::Rgb(255, 255, 255), 0);
+    } else {
+      control_->DrawVideoText(0, "", 0, 0, "0", 0, 0, 0);
+    }
+  });
+}
+
+}  // namespace zr

@@ -1,0 +1,335 @@
+// The capture window's connection, display and dialogs for each device kind.
+
+#include "capture/video_screen.h"
+
+#include "capture/capture_device.h"
+#include "core/formatting.h"
+#include "core/master.h"
+
+namespace zr {
+
+namespace {
+using platform::MessageButtons;
+using platform::MessageIcon;
+constexpr int kHttpSourceIndex = -2;
+}  // namespace
+
+VideoScreen::VideoScreen(Program& program)
+    : ui::Window(program.services.loop, "VideoScreen"),
+      program_(program),
+      control_(program.services.make_capture_control()) {
+  for (const char* key : {"size_0_33", "size_0_50", "size_1_00", "size_2_00", "size_3_00"})
+    StatusBar.AddPanel(key).Bevel = ui::BevelStyle::Raised;
+  StatusBar.Panels("size_1_00").Bevel = ui::BevelStyle::Inset;
+  StatusBar.AddPanel("audio", " " + program.Translate("Audio"));
+  StatusBar.AddPanel("resolution");
+  StatusBar.Visible = false;
+  wdmX.Visible = false;
+  WDMStatus.OnTimer = [this] { WDMStatus_Timer(); };
+  control_->SetEventSink(this);
+}
+
+VideoScreen::~VideoScreen() {
+  control_->SetEventSink(nullptr);
+  vfw::capDestroy(capture_window_);
+}
+
+bool VideoScreen::IsControlKind() const { return Tag == "wdm" || Tag == "wms" || Tag == "http"; }
+
+void VideoScreen::ShowModeNotSupported() {
+  program_.MessageBox(program_.Translate("Capture Mode not supported"), MessageButtons::Ok, MessageIcon::Stop);
+}
+
+// A close by the operator is refused, yet it still disconnects the device.
+bool VideoScreen::QueryUnload(ui::UnloadMode mode) {
+  Disconnect();
+  return mode != ui::UnloadMode::CloseBox;
+}
+
+void VideoScreen::Disconnect() {
+  // The set-up is saved to the device state file here once the parameter file is built.
+  program_.services.settings.Save("ZR", "ZR", "PUMV", program_.state.PopupMovieViewer);
+  program_.services.settings.Save("ZR", "ZR", "AP", program_.state.AutoPlay);
+  program_.services.settings.Save("ZR", "ZR", "ES", program_.state.ShutterSound);
+  ResumeNext([&] {
+    if (Tag == "vfw") {
+      program_.services.settings.Save("ZZANDRELL", "ADV", "YIELD",
+                                      std::to_string(program_.state.CaptureParms.fYield));
+      program_.Yield();
+      if (capture_window_) vfw::capSetStatusCallback(*capture_window_, false, nullptr);
+      program_.state.LastResult = vfw::capDestroy(capture_window_);
+      program_.state.hCapWnd = 0;
+    } else if (Tag == "wdm" || Tag == "http") {
+      control_->SetDeviceConnected(false);
+      wdmX.Visible = false;
+    } else if (Tag == "wms") {
+      control_->StopStream();
+      control_->CloseStream();
+      control_->SetDeviceConnected(false);
+      wdmX.Visible = false;
+    }
+  });
+  StatusBar.Visible = false;
+  Width = 320;
+  Height = 260;
+  Caption = "";
+}
+
+void VideoScreen::ConnectVideoCaptureDevice(int index, const std::string& kind, const std::string& name) {
+  auto& master = program_.Master();
+  if (kind == "unplug") {
+    master.StatusString.Caption = program_.Translate("Disconnected");
+    Disconnect();
+    program_.MessageBox(program_.Translate("Device Driver Disconnected.") + "\n" +
+                            program_.Translate("Can be now removed if is a USB/Firewire device..."),
+                        MessageButtons::Ok, MessageIcon::Information);
+    return;
+  }
+  if (kind == "info") throw NotBuiltYet("the video device information window");
+  if (kind != "vfw" && kind != "wdm" && kind != "http" && kind != "wms") return;
+  Disconnect();
+  device_index_ = index;
+  device_name_ = name;
+  Tag = kind;
+  Initialize();
+  if (kind != "wms") program_.services.settings.Save(kAppTitle, "System", "LastDevice", name);
+}
+
+void VideoScreen::Initialize() {
+  Caption = program_.Translate("Initializing...");
+  program_.Yield();
+  if (Tag == "http" || Tag == "wms") InitializeNetworkSource(Tag);
+  else if (Tag == "wdm") InitializeControl();
+  else if (Tag == "vfw") InitializeDriver();
+}
+
+bool VideoScreen::AskAddress(const std::string& prompt, std::string& address) {
+  const auto answer = program_.services.dialogs.InputBox(platform::InputBoxRequest{program_.Translate(prompt), kAppTitle, ""});
+  address = answer.value_or("");
+  return !address.empty();
+}
+
+void VideoScreen::InitializeNetworkSource(const std::string& kind) {
+  std::string address;
+  if (!AskAddress(kind == "http" ? "Enter the ip camera url:" : "Enter the video stream url:", address)) return;
+  AudioVFW(false);
+  wdmX.Visible = true;
+  vfw::capDestroy(capture_window_);
+  Caption = kind == "http" ? "IP CAMERA" : "Windows Media Stream";
+  ResumeNext([&] {
+    control_->SetDeviceConnected(false);
+    if (kind == "wms") {
+      control_->SetUseVMR9(program_.services.settings.Get(kAppTitle, "System", "VMR", "Yes") == "Yes");
+    } else {
+      control_->SetVideoDeviceIndex(kHttpSourceIndex);
+      control_->SetNetworkSourceUrl(address);
+      control_->SetCaptureAudio(false);
+    }
+    control_->SetDeviceConnected(true);
+    control_->SetPreviewEnabled(true);
+    if (kind == "wms") {
+      control_->OpenStream(address);
+      control_->PlayStream();
+    }
+  });
+  ResumeNext([&] { ResizeWDM(); });
+  StatusBar.Visible = true;
+}
+
+void VideoScreen::InitializeControl() {
+  program_.state.PreviewRate = static_cast<std::int16_t>(program_.Master().previewrate.ListIndex + 1);
+  AudioVFW(false);
+  wdmX.Visible = true;
+  vfw::capDestroy(capture_window_);
+  ResumeNext([&] { control_->SetUseVMR9(program_.services.settings.Get(kAppTitle, "System", "VMR", "Yes") == "Yes"); });
+  ResumeNext([&] {
+    control_->SetVideoDeviceIndex(device_index_);
+    control_->SetDeviceConnected(true);
+    Caption = control_->VideoDeviceName(device_index_);
+  });
+  ResumeNext([&] {
+    control_->SetAudioPreview(StatusBar.Panels("audio").Bevel == ui::BevelStyle::Inset);
+    control_->SetPreviewEnabled(true);
+    ResizeWDM();
+  });
+  StatusBar.Visible = true;
+}
+
+void VideoScreen::InitializeDriver() {
+  auto& master = program_.Master();
+  auto& state = program_.state;
+  wdmX.Visible = false;
+  AudioVFW(true);
+  vfw::capDestroy(capture_window_);
+  capture_window_ = vfw::capCreateWindow(program_.services.drivers);
+  state.hCapWnd = capture_window_ ? 1 : 0;
+  vfw::capSetStatusCallback(*capture_window_, true, &state.captureStatus);
+  state.LastResult = vfw::capConnect(*capture_window_, device_index_);
+  if (state.LastResult == 0) {
+    vfw::capDestroy(capture_window_);
+    state.hCapWnd = 0;
+    master.StatusString.Caption = program_.Translate("Not Connected");
+    master.MasterStatus.Panels("resolution").Text = "N/A";
+    Caption = program_.Translate("No Signal");
+    return;
+  }
+  master.StatusString.Caption = program_.Translate("Connected");
+  master.StatusTime.Caption = "00:00:00.00";
+  vfw::capGetCaps(*capture_window_, state.CapDriverCaps);
+  SizeToPicture();
+  vfw::capGetStatus(*capture_window_, state.CapStatus);
+  vfw::capGetSetup(*capture_window_, state.CaptureParms);
+  if (state.CapStatus.fOverlayWindow == 1 && state.CapDriverCaps.fHasOverlay == 1) Overlay();
+  else Preview(master.previewrate.ListIndex + 1);
+  vfw::capGetAudioFormat(*capture_window_, state.WaveFormat, kWaveFormatBytes);
+  master.AudioChannels.ListIndex = state.WaveFormat.nChannels == 1 ? 0 : 1;
+  master.AudioBits.ListIndex = state.WaveFormat.wBitsPerSample == 8 ? 0 : 1;
+  switch (state.WaveFormat.nSamplesPerSec) {
+    case 8000: master.AudioRate.ListIndex = 0; break;
+    case 11025: master.AudioRate.ListIndex = 1; break;
+    case 22050: master.AudioRate.ListIndex = 2; break;
+    case 44100: master.AudioRate.ListIndex = 3; break;
+    default: break;
+  }
+  master.MovieToolbar.Button("audio").Value = state.CaptureParms.fCaptureAudio ? 1 : 0;
+  const int rate = FramesPerSecondFromMicroSeconds(state.CaptureParms.dwRequestMicroSecPerFrame);
+  master.MovieFrameRateControl.Value = rate < 2 ? master.MovieFrameRateControl.Min.get() : rate;
+  if (state.CaptureParms.fLimitEnabled == 1) master.MovieDisableLimit.Value = 0;
+  master.MovieHoursControl.Value = static_cast<int>(state.CaptureParms.wTimeLimit / 3600);
+  master.MovieMinutesControl.Value = static_cast<int>(state.CaptureParms.wTimeLimit % 3600 / 60);
+  master.MovieSecondsControl.Value = static_cast<int>(state.CaptureParms.wTimeLimit % 60);
+  master.MasterStatus.Panels("filename").Text = "Filename: " + vfw::capGetCaptureFile(*capture_window_);
+  state.CaptureParms.fYield =
+      static_cast<BOOL>(NumericPrefix(program_.services.settings.Get("ZZANDRELL", "ADV", "YIELD", "1")));
+  // The device state file is read here once the parameter file is built.
+  state.CaptureParms.dwIndexSize = 324000;
+  StatusBar.Visible = false;
+}
+
+void VideoScreen::SizeToPicture() {
+  if (!capture_window_) return;
+  auto& state = program_.state;
+  vfw::capGetStatus(*capture_window_, state.CapStatus);
+  const int width = RoundHalfEven(state.CapStatus.uiImageWidth * view_scale_);
+  const int height = RoundHalfEven(state.CapStatus.uiImageHeight * view_scale_);
+  vfw::capResize(*capture_window_, 1, 1, width, height);
+  const std::string resolution = program_.Translate("Resolution:") + " " + std::to_string(state.CapStatus.uiImageWidth) +
+                                 "x" + std::to_string(state.CapStatus.uiImageHeight);
+  StatusBar.Panels("resolution").Text = resolution;
+  program_.Master().MasterStatus.Panels("resolution").Text = resolution;
+  program_.Master().StatusString.Caption = program_.Translate("Connected");
+  Width = width;
+  Height = height + (StatusBar.Visible ? 22 : 0);
+  mira.Width = width;
+  mira.Height = height;
+}
+
+void VideoScreen::RefreshWindow() {
+  if (Tag == "vfw") SizeToPicture();
+}
+
+void VideoScreen::VideoCompressionDialog() {
+  if (Tag == "vfw" && capture_window_) vfw::capShowCompressionDialog(program_, *capture_window_);
+  else if (Tag == "wdm" || Tag == "wms") throw NotBuiltYet("the video compressor window");
+}
+
+void VideoScreen::VideoSource() {
+  if (Tag == "vfw" && capture_window_) vfw::capShowSourceDialog(program_, *capture_window_);
+  else if (Tag == "wdm") ResumeNext([&] { control_->ShowSourceDialog(); });
+}
+
+void VideoScreen::VideoDisplay() {
+  if (Tag == "vfw" && capture_window_) vfw::capShowDisplayDialog(program_, *capture_window_);
+  else if (Tag == "wdm") ResumeNext([&] { control_->ShowDisplayDialog(); });
+}
+
+void VideoScreen::VideoFormat() {
+  if (Tag == "vfw" && capture_window_) vfw::capShowFormatDialog(program_, *capture_window_);
+  else if (Tag == "wdm") ResumeNext([&] { control_->ShowFormatDialog(); });
+}
+
+// The buttons follow what the driver did, not what was asked.
+void VideoScreen::MirrorViewButtons() {
+  auto& status = program_.state.CapStatus;
+  vfw::capGetStatus(*capture_window_, status);
+  auto& toolbar = program_.Master().DeviceToolbar;
+  if (status.fLiveWindow == 1) {
+    toolbar.Button("overlay").Value = 0;
+    toolbar.Button("preview").Value = 1;
+  }
+  if (status.fOverlayWindow == 1) {
+    toolbar.Button("overlay").Value = 1;
+    toolbar.Button("preview").Value = 0;
+  }
+}
+
+void VideoScreen::Overlay() {
+  if (Tag == "vfw" && capture_window_) {
+    program_.state.LastResult = vfw::capOverlay(*capture_window_);
+    MirrorViewButtons();
+  } else if (Tag == "wdm") {
+    ResumeNext([&] {
+      control_->SetPreviewEnabled(false);
+      control_->SetOverlayEnabled(true);
+    });
+  }
+}
+
+void VideoScreen::Preview(int frames_per_second) {
+  if (Tag == "vfw" && capture_window_) {
+    program_.state.LastResult = vfw::capPreview(program_, *capture_window_, frames_per_second);
+    MirrorViewButtons();
+  } else if (Tag == "wdm") {
+    ResumeNext([&] {
+      control_->SetDeviceConnected(false);
+      control_->SetPreviewRate(frames_per_second);
+      control_->SetStretchPreview(true);
+      control_->SetDeviceConnected(true);
+      control_->SetPreviewEnabled(true);
+    });
+  }
+}
+
+void VideoScreen::WDMCaptureDialog() {
+  if (Tag == "wdm") ResumeNext([&] { control_->ShowCaptureDialog(); });
+}
+
+void VideoScreen::ResizeWDM() {
+  if (!IsControlKind()) return;
+  int width = 0;
+  int height = 0;
+  control_->SetStretchPreview(true);
+  if (Tag == "wms") {
+    control_->StreamVideoSize(width, height);
+    if (width == 0 || height == 0) return;
+  } else {
+    width = control_->VideoWidth();
+    height = control_->VideoHeight();
+    const std::string resolution =
+        program_.Translate("Resolution:") + " " + FormatNumber(width, "#0") + "x" + FormatNumber(height, "#0");
+    StatusBar.Panels("resolution").Text = resolution;
+    program_.Master().MasterStatus.Panels("resolution").Text = resolution;
+    program_.Master().StatusString.Caption = "Connected";
+  }
+  Width = RoundHalfEven(width * view_scale_);
+  Height = RoundHalfEven(height * view_scale_) + (StatusBar.Visible ? 22 : 0);
+}
+
+void VideoScreen::AudioVFW(bool enabled) {
+  auto& menu = program_.Master().AudioMenu;
+  for (int index = 2; index <= 9; ++index) menu(index).Enabled = enabled;
+}
+
+void VideoScreen::CaptureStarted() { WDMStatus.Enabled = true; }
+
+void VideoScreen::CaptureStopped() {
+  WDMStatus.Enabled = false;
+  if (!frame_job_open_) program_.Master().StopMovieRecord();
+}
+
+void VideoScreen::DVExportFinished() { throw NotBuiltYet("the DV export window"); }
+
+// A press of the left button drags the window by its picture; the faces do the moving.
+void VideoScreen::MouseDown(int) {}
+
+}  // namespace zr

@@ -1,0 +1,91 @@
+#pragma once
+// The capture window: the one window through which the program reaches a capture device.
+// Its tag holds the device kind ("vfw", "wdm", "wms", "http") and every public method
+// branches on it. Connection lives in capture/video_screen.cpp, runs and stills in
+// capture/recording_engine.cpp.
+
+#include <memory>
+#include <string>
+
+#include "core/program.h"
+#include "platform/capture_backends.h"
+#include "ui/controls.h"
+#include "ui/window.h"
+
+namespace zr {
+
+class VideoScreen : public ui::Window, private platform::CaptureControlEvents {
+ public:
+  explicit VideoScreen(Program& program);
+  ~VideoScreen() override;
+
+  ui::Frame wdmX{*this, "wdmX"};
+  ui::Timer WDMStatus{*this, "WDMStatus", 100, false};
+  ui::Timer DVStatus{*this, "DVStatus", 40, false};
+  ui::PictureBox StreamPic{*this, "StreamPic"};
+  ui::PictureBox MotionPicture{*this, "MotionPicture"};
+  ui::PictureBox mira{*this, "mira"};
+  ui::Label DVtaken{*this, "DVtaken"};
+  ui::Label DVpos{*this, "DVpos"};
+  ui::StatusBar StatusBar{*this, "StatusBar"};
+  ui::Toolbar Mastertoolbar{*this, "Mastertoolbar"};
+
+  // ---- public methods, in the order of the class
+  void Disconnect();
+  void RefreshWindow();
+  void VideoCompressionDialog();
+  void Initialize();
+  void VideoSource();
+  void VideoDisplay();
+  void VideoFormat();
+  void Overlay();
+  void Preview(int frames_per_second);
+  void Record();
+  void StopCapture();
+  void SaveStill(const std::string& path, int quality, bool to_clipboard);
+  void SetFilename(const std::string& path);
+  std::string GetFilename();
+  void OpenMultipleImage();
+  void SetCaptureParameters();
+  void CaptureSingle();
+  void CloseMultipleCapture();
+  void WDMCaptureDialog();
+  void ResizeWDM();
+  void AudioVFW(bool enabled);
+  void ConnectVideoCaptureDevice(int index, const std::string& kind, const std::string& name);
+  void ShowTCR();
+
+  bool QueryUnload(ui::UnloadMode mode) override;
+
+  // The capture window of the driver kind; null while none exists.
+  platform::VfwCaptureWindow* CaptureWindow() const { return capture_window_.get(); }
+  platform::VideoCaptureControl& Control() { return *control_; }
+  bool FrameJobOpen() const { return frame_job_open_; }
+
+  // The handler of the control's event "capture stopped" (also run by WDMStatus).
+  void CaptureStopped() override;
+
+ private:
+  void CaptureStarted() override;
+  void DVExportFinished() override;
+  void MouseDown(int button) override;
+  void WDMStatus_Timer();
+  void ShowModeNotSupported();
+  void InitializeDriver();
+  void InitializeControl();
+  void InitializeNetworkSource(const std::string& kind);
+  void MirrorViewButtons();
+  void SizeToPicture();
+  bool IsControlKind() const;
+  bool AskAddress(const std::string& prompt, std::string& address);
+
+  Program& program_;
+  std::unique_ptr<platform::VfwCaptureWindow> capture_window_;
+  std::unique_ptr<platform::VideoCaptureControl> control_;
+  bool frame_job_open_ = false;
+  double view_scale_ = 1;
+  int device_index_ = 0;
+  std::string device_name_;
+};
+
+}  // namespace zr

@@ -1,0 +1,66 @@
+// The main window's heartbeat: MasterTimer keeps the status bar current and drives the capture
+// status on the driver kind; MasterTimer2 clears a coloured status after a run.
+
+#include <cmath>
+
+#include "capture/capture_status.h"
+#include "capture/video_screen.h"
+#include "core/formatting.h"
+#include "core/master.h"
+
+namespace zr {
+
+namespace {
+constexpr double kMegabyte = 1048576.0;
+}
+
+// Every step passes over its own errors and the next step runs.
+void Master::MasterTimer_Timer() {
+  auto& state = program_.state;
+  // The keyboard shortcuts and the picture server's address are read here once the mode
+  // switching and the picture server exist; until then the tick starts with the file name.
+  ResumeNext([&] {
+    if (state.CaptureFilename.empty()) state.CaptureFilename = state.AppPath + "capture.avi";
+  });
+  ResumeNext([&] {
+    if (state.CapStatus.fCapturingNow == 1) {
+      state.FreeBytesLatest = FreeBytesOfCaptureDrive();
+      if (!state.FreeBytesAtStart || *state.FreeBytesLatest >= *state.FreeBytesAtStart)
+        state.FreeBytesAtStart = state.FreeBytesLatest;
+      state.BytesPerRun = static_cast<float>(*state.FreeBytesAtStart - *state.FreeBytesLatest);
+      MasterStatus.Panels(3).Text =
+          "Estimated Filesize: " + NumberText(std::floor(state.BytesPerRun / kMegabyte)) + " Mb";
+    } else {
+      MasterStatus.Panels(3).Text = state.ProductSite;
+    }
+  });
+  ResumeNext([&] { MasterStatus.Panels("filename").Text = "Filename: " + LowerCase(state.CaptureFilename); });
+  ResumeNext([&] {
+    // Heals the bar after a run ended by a path that did not re-enable the motion button.
+    auto& motion = OperationBar.Button("motion");
+    if (!motion.Enabled && RecordButton().Image == "record") motion.Enabled = true;
+  });
+  ResumeNext([&] {
+    const double free_bytes = FreeBytesOfCaptureDrive();
+    MasterStatus.Panels("diskcap").Text =
+        free_bytes > kMegabyte ? "Free Space : " + FormatNumber(std::floor(free_bytes / kMegabyte), "#") + " Mb"
+                               : "Disk Full (< 1Mb)";
+  });
+  ResumeNext([&] {
+    if (program_.VideoScreen().Tag == "vfw") CaptureStatusUpdate(program_);
+  });
+}
+
+void Master::MasterTimer2_Timer() {
+  if (StatusString.ForeColor != ui::kWhite) {
+    StatusCaption.Caption = "Status:";
+    StatusString.Caption = "";
+    MasterTimer2.Enabled = false;
+  }
+  if (DroppedString.ForeColor != ui::kWhite) {
+    DroppedString.Caption = "";
+    MasterTimer2.Enabled = false;
+  }
+}
+
+}  // namespace zr

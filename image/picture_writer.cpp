@@ -1,0 +1,30 @@
+#include "image/picture_writer.h"
+
+#include "core/formatting.h"
+#include "core/program_error.h"
+#include "image/bmp.h"
+
+namespace zr {
+
+namespace {
+
+std::string Extension(const std::string& path) {
+  const auto dot = path.find_last_of('.');
+  return dot == std::string::npos ? "" : LowerCase(path.substr(dot + 1));
+}
+
+}  // namespace
+
+void WritePictureFile(const platform::Picture& picture, const std::string& path, int) {
+  const std::string extension = Extension(path);
+  if (extension == "jpg" || extension == "jpeg") throw NotBuiltYet("JPEG picture files");
+  if (!WriteBmpFile(picture, path)) throw FileError("cannot write " + path);
+}
+
+std::shared_ptr<const platform::Picture> LoadPictureFile(const std::string& path) {
+  auto picture = ReadBmpFile(path);
+  if (!picture) return nullptr;
+  return std::make_shared<const platform::Picture>(std::move(*picture));
+}
+
+}  // namespace zr

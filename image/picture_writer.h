@@ -1,0 +1,19 @@
+#pragma once
+// The picture writer: a picture to a file of the type its extension names, and a picture file
+// back into memory.
+
+#include <memory>
+#include <string>
+
+#include "platform/picture.h"
+
+namespace zr {
+
+// Writes by extension (".bmp"; ".jpg" once the JPEG writer exists) at `quality` 0 to 100.
+// Raises FileError when the file cannot be written.
+void WritePictureFile(const platform::Picture& picture, const std::string& path, int quality);
+
+// Nothing when the file is not a picture the program reads.
+std::shared_ptr<const platform::Picture> LoadPictureFile(const std::string& path);
+
+}  // namespace zr

@@ -1,0 +1,551 @@
+#include "platform/linux/ffmpeg_movie_files.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstddef>
+#include <cstring>
+#include <utility>
+#include <vector>
+
+extern "C" {
+#include <libavcodec/avcodec.h>
+#include <libavformat/avformat.h>
+#include <libavutil/channel_layout.h>
+#include <libavutil/error.h>
+#include <libavutil/opt.h>
+#include <libavutil/pixdesc.h>
+#include <libswscale/swscale.h>
+}
+
+namespace zr::platform::linux_impl {
+namespace {
+
+// ---- Ownership of FFmpeg objects ----------------------------------------------------------
+
+struct OutputContextDeleter {
+  void operator()(AVFormatContext* context) const {
+    avio_closep(&context->pb);
+    avformat_free_context(context);
+  }
+};
+struct InputContextDeleter {
+  void operator()(AVFormatContext* context) const { avformat_close_input(&context); }
+};
+struct CodecContextDeleter {
+  void operator()(AVCodecContext* context) const { avcodec_free_context(&context); }
+};
+struct FrameDeleter {
+  void operator()(AVFrame* frame) const { av_frame_free(&frame); }
+};
+struct PacketDeleter {
+  void operator()(AVPacket* packet) const { av_packet_free(&packet); }
+};
+struct ScalerDeleter {
+  void operator()(SwsContext* scaler) const { sws_freeContext(scaler); }
+};
+
+using OutputContextPtr = std::unique_ptr<AVFormatContext, OutputContextDeleter>;
+using InputContextPtr = std::unique_ptr<AVFormatContext, InputContextDeleter>;
+using CodecContextPtr = std::unique_ptr<AVCodecContext, CodecContextDeleter>;
+using FramePtr = std::unique_ptr<AVFrame, FrameDeleter>;
+using PacketPtr = std::unique_ptr<AVPacket, PacketDeleter>;
+using ScalerPtr = std::unique_ptr<SwsContext, ScalerDeleter>;
+
+// ---- Errors ---------------------------------------------------------------------------------
+
+std::string AvErrorText(int code) {
+  char text[AV_ERROR_MAX_STRING_SIZE] = {};
+  av_strerror(code, text, sizeof text);
+  return text;
+}
+
+Error FfmpegError(const std::string& what, const char* where, int code) {
+  return Error{what + ": " + AvErrorText(code), where};
+}
+
+Error OutOfMemory(const char* where) { return Error{"out of memory", where}; }
+
+std::string SizeText(int width, int height) {
+  return std::to_string(width) + "x" + std::to_string(height);
+}
+
+// ---- The movie's format ---------------------------------------------------------------------
+
+constexpr int kBytesPerPixel = 3;
+constexpr int kLargestRateTerm = 100000;  // numerator and denominator bound of a stored rate
+constexpr int kBestQscale = 2;
+constexpr int kWorstQscale = 31;
+constexpr int kAudioPacketsPerSecond = 10;
+
+Result<void> CheckVideoFormat(const MovieFormat& format) {
+  if (format.width <= 0 || format.height <= 0) {
+    return Error{"a movie of " + SizeText(format.width, format.height) + " has no pixels",
+                 "OpenWriter"};
+  }
+  const double fps = format.frames_per_second;
+  if (!(fps >= 1.0 / kLargestRateTerm && fps <= kLargestRateTerm)) {
+    return Error{"the frame rate must be between 0.00001 and 100000 frames per second, not " +
+                     std::to_string(fps),
+                 "OpenWriter"};
+  }
+  if (format.codec == VideoCodec::Mjpeg && (format.quality < 1 || format.quality > 100)) {
+    return Error{"the quality must be 1 to 100, not " + std::to_string(format.quality),
+                 "OpenWriter"};
+  }
+  return {};
+}
+
+Result<void> CheckAudioFormat(const AudioFormat& audio) {
+  if (audio.bits_per_sample != 8 && audio.bits_per_sample != 16) {
+    return Error{
+        "audio samples must have 8 or 16 bits, not " + std::to_string(audio.bits_per_sample),
+        "OpenWriter"};
+  }
+  // The wave header holds the channel count in 16 bits.
+  if (audio.channels < 1 || audio.channels > 0xFFFF || audio.samples_per_second < 1) {
+    return Error{"audio needs at least one channel and one sample per second", "OpenWriter"};
+  }
+  return {};
+}
+
+Result<void> CheckFormat(const MovieFormat& format) {
+  if (auto video = CheckVideoFormat(format); !video) return video;
+  if (format.audio) return CheckAudioFormat(*format.audio);
+  return {};
+}
+
+// Rates written as 23.976, 23.98, 29.97 or 59.94 stand for the broadcast rates N*1000/1001 and
+// are stored as such; any other rate is stored as the closest fraction with small terms.
+AVRational StoredFrameRate(double fps) {
+  const bool whole = fps == std::round(fps);
+  const AVRational broadcast{static_cast<int>(std::lround(fps * 1.001)) * 1000, 1001};
+  const bool near_broadcast = std::abs(av_q2d(broadcast) / fps - 1.0) < 2e-4;
+  return !whole && near_broadcast ? broadcast : av_d2q(fps, kLargestRateTerm);
+}
+
+// Quality 100 is the finest quantiser, 1 the coarsest, linear in between.
+int MjpegQscale(int quality) {
+  const double step = static_cast<double>(kWorstQscale - kBestQscale) / 99.0;
+  return static_cast<int>(std::lround(kWorstQscale - (quality - 1) * step));
+}
+
+struct EncoderChoice {
+  AVCodecID codec;
+  AVPixelFormat pixels;
+  bool bottom_up;  // the movie stores rows bottom row first, as the program holds them
+};
+
+// Motion JPEG takes full-range 4:2:0 YUV, the layout of the older "yuvj420p" name without its
+// deprecation warnings; the range is set on the encoder and the converter.
+EncoderChoice ChooseEncoder(VideoCodec codec) {
+  if (codec == VideoCodec::Uncompressed) return {AV_CODEC_ID_RAWVIDEO, AV_PIX_FMT_BGR24, true};
+  return {AV_CODEC_ID_MJPEG, AV_PIX_FMT_YUV420P, false};
+}
+
+// ---- Writer parts ---------------------------------------------------------------------------
+
+void UseFixedQuality(AVCodecContext& encoder, int quality) {
+  encoder.flags |= AV_CODEC_FLAG_QSCALE;
+  encoder.global_quality = FF_QP2LAMBDA * MjpegQscale(quality);
+}
+
+Result<CodecContextPtr> OpenVideoEncoder(const MovieFormat& format, const EncoderChoice& choice) {
+  const AVCodec* codec = avcodec_find_encoder(choice.codec);
+  if (codec == nullptr) {
+    return Error{std::string("FFmpeg has no ") + avcodec_get_name(choice.codec) + " encoder",
+                 "avcodec_find_encoder"};
+  }
+  CodecContextPtr encoder(avcodec_alloc_context3(codec));
+  if (!encoder) return OutOfMemory("avcodec_alloc_context3");
+  const AVRational rate = StoredFrameRate(format.frames_per_second);
+  encoder->width = format.width;
+  encoder->height = format.height;
+  encoder->framerate = rate;
+  encoder->time_base = av_inv_q(rate);  // frame i has timestamp i
+  encoder->pix_fmt = choice.pixels;
+  encoder->color_range = AVCOL_RANGE_JPEG;  // RGB and JPEG's YUV both span all levels
+  if (format.codec == VideoCodec::Mjpeg) UseFixedQuality(*encoder, format.quality);
+  const int status = avcodec_open2(encoder.get(), codec, nullptr);
+  if (status < 0) return FfmpegError("cannot open the video encoder", "avcodec_open2", status);
+  return encoder;
+}
+
+// Accurate rounding also keeps swscale off its fast BGR-to-4:2:0 path for even widths, which
+// ignores the full range and would write limited-range levels into the JPEG pictures.
+constexpr int kScalerFlags = SWS_BILINEAR | SWS_ACCURATE_RND;
+
+Result<ScalerPtr> CreateScaler(const AVCodecContext& encoder) {
+  ScalerPtr scaler(sws_getContext(encoder.width, encoder.height, AV_PIX_FMT_BGR24, encoder.width,
+                                  encoder.height, encoder.pix_fmt, kScalerFlags, nullptr, nullptr,
+                                  nullptr));
+  if (!scaler) {
+    return Error{
+        std::string("cannot convert BGR frames to ") + av_get_pix_fmt_name(encoder.pix_fmt),
+        "sws_getContext"};
+  }
+  const int* coefficients = sws_getCoefficients(SWS_CS_ITU601);
+  constexpr int kFullRange = 1;
+  constexpr int kUnitFixedPoint = 1 << 16;
+  const int status = sws_setColorspaceDetails(scaler.get(), coefficients, kFullRange, coefficients,
+                                              kFullRange, 0, kUnitFixedPoint, kUnitFixedPoint);
+  if (status < 0) return Error{"cannot convert to full-range pixels", "sws_setColorspaceDetails"};
+  return scaler;
+}
+
+Result<FramePtr> AllocatePicture(const AVCodecContext& encoder) {
+  FramePtr picture(av_frame_alloc());
+  if (!picture) return OutOfMemory("av_frame_alloc");
+  picture->format = encoder.pix_fmt;
+  picture->width = encoder.width;
+  picture->height = encoder.height;
+  picture->color_range = encoder.color_range;
+  picture->quality = encoder.global_quality;  // the fixed quantiser is read from each frame
+  const int status = av_frame_get_buffer(picture.get(), 0);
+  if (status < 0) return FfmpegError("cannot allocate a picture", "av_frame_get_buffer", status);
+  return picture;
+}
+
+void DescribePcm(AVCodecParameters& stored, const AudioFormat& audio) {
+  const bool eight_bits = audio.bits_per_sample == 8;
+  stored.codec_type = AVMEDIA_TYPE_AUDIO;
+  stored.codec_id = eight_bits ? AV_CODEC_ID_PCM_U8 : AV_CODEC_ID_PCM_S16LE;
+  stored.format = eight_bits ? AV_SAMPLE_FMT_U8 : AV_SAMPLE_FMT_S16;
+  stored.sample_rate = audio.samples_per_second;
+  av_channel_layout_default(&stored.ch_layout, audio.channels);
+  stored.bits_per_coded_sample = audio.bits_per_sample;
+  stored.block_align = audio.channels * audio.bits_per_sample / 8;
+  stored.bit_rate = std::int64_t{stored.block_align} * 8 * audio.samples_per_second;
+}
+
+// The first row to hand over and the step to the next one, in the order the movie stores rows.
+struct RowOrder {
+  const std::uint8_t* first;
+  int stride;
+};
+
+RowOrder StoredRowOrder(const FrameView& frame, bool bottom_up) {
+  if (bottom_up) return {frame.bottom_up_bgr, frame.stride_bytes};
+  const std::ptrdiff_t top_row = std::ptrdiff_t{frame.height - 1} * frame.stride_bytes;
+  return {frame.bottom_up_bgr + top_row, -frame.stride_bytes};
+}
+
+Result<void> CheckFrame(const FrameView& frame, const AVCodecContext& encoder) {
+  if (frame.width != encoder.width || frame.height != encoder.height) {
+    return Error{"a frame of " + SizeText(frame.width, frame.height) + " does not fit a movie of " +
+                     SizeText(encoder.width, encoder.height),
+                 "WriteVideoFrame"};
+  }
+  if (frame.bottom_up_bgr == nullptr || frame.stride_bytes < frame.width * kBytesPerPixel) {
+    return Error{"the frame has no pixels or rows shorter than its width", "WriteVideoFrame"};
+  }
+  return {};
+}
+
+// ---- The writer -----------------------------------------------------------------------------
+
+class AviMovieWriter final : public MovieWriter {
+ public:
+  static Result<std::unique_ptr<MovieWriter>> Open(const std::string& path,
+                                                   const MovieFormat& format);
+  ~AviMovieWriter() override { Close(); }  // a destructor has no one to report a failure to
+
+  Result<void> WriteVideoFrame(const FrameView& frame) override;
+  Result<void> WriteAudio(std::span<const std::uint8_t> pcm) override;
+  Result<void> Close() override;
+
+ private:
+  struct VideoTrack {
+    CodecContextPtr encoder;
+    ScalerPtr scaler;
+    FramePtr picture;
+    AVStream* stream = nullptr;
+    bool bottom_up = false;
+    std::int64_t frames_written = 0;
+  };
+  struct AudioTrack {
+    AVStream* stream = nullptr;
+    AVRational sample_time_base{};
+    std::size_t bytes_per_sample_frame = 0;
+    std::size_t bytes_per_packet = 0;
+    std::vector<std::uint8_t> pending;
+    std::int64_t samples_written = 0;
+  };
+
+  AviMovieWriter(OutputContextPtr output, PacketPtr packet)
+      : output_(std::move(output)), packet_(std::move(packet)) {}
+
+  Result<void> AddVideoTrack(const MovieFormat& format);
+  Result<void> AddAudioTrack(const AudioFormat& audio);
+  Result<void> StartFile(const std::string& path);
+  Result<void> ConvertIntoPicture(const FrameView& frame);
+  Result<void> Encode(const AVFrame* picture);
+  Result<void> WriteAudioPackets(std::size_t smallest_packet_bytes);
+  Result<void> WriteAudioPacket(std::span<const std::uint8_t> bytes);
+  Result<void> WritePacket(const AVStream& stream, AVRational packet_time_base);
+  Result<void> Finish();
+  Error Closed(const char* where) const { return Error{"the movie is closed", where}; }
+
+  OutputContextPtr output_;
+  PacketPtr packet_;
+  VideoTrack video_;
+  std::optional<AudioTrack> audio_;
+  bool open_ = false;
+};
+
+Result<std::unique_ptr<MovieWriter>> AviMovieWriter::Open(const std::string& path,
+                                                          const MovieFormat& format) {
+  if (auto checked = CheckFormat(format); !checked) return checked.error();
+  AVFormatContext* context = nullptr;
+  const int status = avformat_alloc_output_context2(&context, nullptr, "avi", path.c_str());
+  if (status < 0) {
+    return FfmpegError("cannot prepare an AVI file", "avformat_alloc_output_context2", status);
+  }
+  OutputContextPtr output(context);
+  PacketPtr packet(av_packet_alloc());
+  if (!packet) return OutOfMemory("av_packet_alloc");
+  std::unique_ptr<AviMovieWriter> writer(new AviMovieWriter(std::move(output), std::move(packet)));
+  if (auto added = writer->AddVideoTrack(format); !added) return added.error();
+  if (format.audio) {
+    if (auto added = writer->AddAudioTrack(*format.audio); !added) return added.error();
+  }
+  if (auto started = writer->StartFile(path); !started) return started.error();
+  return std::unique_ptr<MovieWriter>(std::move(writer));
+}
+
+Result<void> AviMovieWriter::AddVideoTrack(const MovieFormat& format) {
+  const EncoderChoice choice = ChooseEncoder(format.codec);
+  auto encoder = OpenVideoEncoder(format, choice);
+  if (!encoder) return encoder.error();
+  auto scaler = CreateScaler(**encoder);
+  if (!scaler) return scaler.error();
+  auto picture = AllocatePicture(**encoder);
+  if (!picture) return picture.error();
+  AVStream* stream = avformat_new_stream(output_.get(), nullptr);
+  if (stream == nullptr) return OutOfMemory("avformat_new_stream");
+  int status = avcodec_parameters_from_context(stream->codecpar, encoder->get());
+  if (status < 0) {
+    return FfmpegError("cannot describe the video", "avcodec_parameters_from_context", status);
+  }
+  stream->time_base = (*encoder)->time_base;
+  // Without this the muxer marks raw RGB as top-down; the program's frames are bottom-up DIBs.
+  status = av_opt_set_int(output_->priv_data, "flipped_raw_rgb", choice.bottom_up ? 1 : 0, 0);
+  if (status < 0) return FfmpegError("cannot store bottom-up frames", "av_opt_set_int", status);
+  video_ = VideoTrack{std::move(*encoder), std::move(*scaler), std::move(*picture), stream,
+                      choice.bottom_up};
+  return {};
+}
+
+Result<void> AviMovieWriter::AddAudioTrack(const AudioFormat& audio) {
+  AVStream* stream = avformat_new_stream(output_.get(), nullptr);
+  if (stream == nullptr) return OutOfMemory("avformat_new_stream");
+  DescribePcm(*stream->codecpar, audio);
+  stream->time_base = AVRational{1, audio.samples_per_second};
+  const auto bytes_per_sample_frame = static_cast<std::size_t>(stream->codecpar->block_align);
+  const auto sample_frames_per_packet =
+      static_cast<std::size_t>(std::max(1, audio.samples_per_second / kAudioPacketsPerSecond));
+  audio_ = AudioTrack{stream,
+                      stream->time_base,
+                      bytes_per_sample_frame,
+                      bytes_per_sample_frame * sample_frames_per_packet,
+                      {},
+                      0};
+  return {};
+}
+
+Result<void> AviMovieWriter::StartFile(const std::string& path) {
+  int status = avio_open(&output_->pb, path.c_str(), AVIO_FLAG_WRITE);
+  if (status < 0) return FfmpegError("cannot create '" + path + "'", "avio_open", status);
+  status = avformat_write_header(output_.get(), nullptr);
+  if (status < 0) {
+    return FfmpegError("cannot write the header of '" + path + "'", "avformat_write_header",
+                       status);
+  }
+  open_ = true;
+  return {};
+}
+
+Result<void> AviMovieWriter::WriteVideoFrame(const FrameView& frame) {
+  if (!open_) return Closed("WriteVideoFrame");
+  if (auto checked = CheckFrame(frame, *video_.encoder); !checked) return checked;
+  if (auto converted = ConvertIntoPicture(frame); !converted) return converted;
+  video_.picture->pts = video_.frames_written++;
+  return Encode(video_.picture.get());
+}
+
+Result<void> AviMovieWriter::ConvertIntoPicture(const FrameView& frame) {
+  const int status = av_frame_make_writable(video_.picture.get());
+  if (status < 0) return FfmpegError("cannot reuse the picture", "av_frame_make_writable", status);
+  const RowOrder rows = StoredRowOrder(frame, video_.bottom_up);
+  const std::uint8_t* const planes[] = {rows.first};
+  const int strides[] = {rows.stride};
+  const int converted_rows = sws_scale(video_.scaler.get(), planes, strides, 0, frame.height,
+                                       video_.picture->data, video_.picture->linesize);
+  if (converted_rows <= 0) return Error{"cannot convert the frame", "sws_scale"};
+  return {};
+}
+
+// Sends a picture to the encoder (nullptr drains it) and writes every packet that comes out.
+Result<void> AviMovieWriter::Encode(const AVFrame* picture) {
+  AVCodecContext* encoder = video_.encoder.get();
+  int status = avcodec_send_frame(encoder, picture);
+  if (status < 0) return FfmpegError("cannot encode a frame", "avcodec_send_frame", status);
+  while ((status = avcodec_receive_packet(encoder, packet_.get())) >= 0) {
+    if (auto written = WritePacket(*video_.stream, encoder->time_base); !written) return written;
+  }
+  if (status == AVERROR(EAGAIN) || status == AVERROR_EOF) return {};
+  return FfmpegError("cannot encode a frame", "avcodec_receive_packet", status);
+}
+
+Result<void> AviMovieWriter::WriteAudio(std::span<const std::uint8_t> pcm) {
+  if (!open_) return Closed("WriteAudio");
+  if (!audio_) return Error{"the movie has no audio track", "WriteAudio"};
+  audio_->pending.insert(audio_->pending.end(), pcm.begin(), pcm.end());
+  return WriteAudioPackets(audio_->bytes_per_packet);
+}
+
+// Writes the buffered whole sample frames in packets of up to a tenth of a second, for as long
+// as at least smallest_packet_bytes of them remain; the rest waits for more.
+Result<void> AviMovieWriter::WriteAudioPackets(std::size_t smallest_packet_bytes) {
+  AudioTrack& audio = *audio_;
+  const std::size_t whole_bytes =
+      audio.pending.size() - audio.pending.size() % audio.bytes_per_sample_frame;
+  std::size_t written = 0;
+  while (whole_bytes - written >= smallest_packet_bytes) {
+    const std::size_t size = std::min(audio.bytes_per_packet, whole_bytes - written);
+    const std::span<const std::uint8_t> bytes(audio.pending.data() + written, size);
+    if (auto packet = WriteAudioPacket(bytes); !packet) return packet;
+    written += size;
+  }
+  const auto written_end = audio.pending.begin() + static_cast<std::ptrdiff_t>(written);
+  audio.pending.erase(audio.pending.begin(), written_end);
+  return {};
+}
+
+Result<void> AviMovieWriter::WriteAudioPacket(std::span<const std::uint8_t> bytes) {
+  AudioTrack& audio = *audio_;
+  const int status = av_new_packet(packet_.get(), static_cast<int>(bytes.size()));
+  if (status < 0) return FfmpegError("cannot hold audio", "av_new_packet", status);
+  std::memcpy(packet_->data, bytes.data(), bytes.size());
+  const auto samples = static_cast<std::int64_t>(bytes.size() / audio.bytes_per_sample_frame);
+  packet_->pts = audio.samples_written;
+  packet_->dts = audio.samples_written;
+  packet_->duration = samples;
+  packet_->flags |= AV_PKT_FLAG_KEY;
+  audio.samples_written += samples;
+  return WritePacket(*audio.stream, audio.sample_time_base);
+}
+
+Result<void> AviMovieWriter::WritePacket(const AVStream& stream, AVRational packet_time_base) {
+  packet_->stream_index = stream.index;
+  av_packet_rescale_ts(packet_.get(), packet_time_base, stream.time_base);
+  const int status = av_interleaved_write_frame(output_.get(), packet_.get());
+  if (status < 0) {
+    return FfmpegError("cannot write to the movie", "av_interleaved_write_frame", status);
+  }
+  return {};
+}
+
+Result<void> AviMovieWriter::Close() {
+  if (!open_) return {};
+  open_ = false;
+  return Finish();
+}
+
+Result<void> AviMovieWriter::Finish() {
+  if (auto drained = Encode(nullptr); !drained) return drained;
+  if (audio_) {
+    if (auto flushed = WriteAudioPackets(audio_->bytes_per_sample_frame); !flushed) return flushed;
+  }
+  int status = av_write_trailer(output_.get());
+  if (status < 0) return FfmpegError("cannot finish the movie", "av_write_trailer", status);
+  status = avio_closep(&output_->pb);
+  if (status < 0) return FfmpegError("cannot finish the movie", "avio_closep", status);
+  return {};
+}
+
+// ---- Reading --------------------------------------------------------------------------------
+
+// The AVI headers say all that is asked; nothing is decoded.
+Result<InputContextPtr> OpenAviInput(const std::string& path) {
+  const AVInputFormat* avi = av_find_input_format("avi");
+  if (avi == nullptr) return Error{"FFmpeg cannot read AVI files", "av_find_input_format"};
+  AVFormatContext* context = nullptr;
+  const int status = avformat_open_input(&context, path.c_str(), avi, nullptr);
+  if (status < 0) {
+    return FfmpegError("cannot read '" + path + "' as an AVI movie", "avformat_open_input", status);
+  }
+  return InputContextPtr(context);
+}
+
+// Counts the stream's packets, for files whose headers lack the frame count; a damaged tail
+// ends the count like the end of the file does.
+std::int64_t CountPackets(AVFormatContext& movie, int stream_index) {
+  PacketPtr packet(av_packet_alloc());
+  std::int64_t count = 0;
+  while (packet && av_read_frame(&movie, packet.get()) >= 0) {
+    count += packet->stream_index == stream_index ? 1 : 0;
+    av_packet_unref(packet.get());
+  }
+  return count;
+}
+
+// The demuxer derives the rate from the stream header's scale and rate.
+double FramesPerSecond(const AVStream& video) {
+  const AVRational rate = video.avg_frame_rate;
+  return rate.num > 0 && rate.den > 0 ? av_q2d(rate) : 0.0;
+}
+
+// A header without a length gives no duration (or zero); the counted frames then tell it.
+double DurationSeconds(const AVStream& video, const MovieInfo& info) {
+  if (video.duration > 0) {
+    return static_cast<double>(video.duration) * av_q2d(video.time_base);
+  }
+  if (info.frames_per_second <= 0) return 0.0;
+  return static_cast<double>(info.frame_count) / info.frames_per_second;
+}
+
+// The four characters of a stored tag, first byte first. BI_RGB, the uncompressed DIB, is
+// stored as a zero tag and has no characters of its own; it is called "DIB ".
+std::string FourccText(std::uint32_t tag) {
+  if (tag == 0) return "DIB ";
+  std::string text(4, ' ');
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    text[i] = static_cast<char>((tag >> (8 * i)) & 0xFFu);
+  }
+  return text;
+}
+
+std::optional<AudioFormat> DescribeAudio(AVFormatContext& movie) {
+  const int index = av_find_best_stream(&movie, AVMEDIA_TYPE_AUDIO, -1, -1, nullptr, 0);
+  if (index < 0) return std::nullopt;
+  const AVCodecParameters& audio = *movie.streams[index]->codecpar;
+  return AudioFormat{audio.sample_rate, audio.ch_layout.nb_channels,
+                     av_get_bits_per_sample(audio.codec_id)};
+}
+
+}  // namespace
+
+Result<std::unique_ptr<MovieWriter>> FfmpegMovieFiles::OpenWriter(const std::string& path,
+                                                                  const MovieFormat& format) {
+  return AviMovieWriter::Open(path, format);
+}
+
+Result<MovieInfo> FfmpegMovieFiles::ReadInfo(const std::string& path) {
+  auto input = OpenAviInput(path);
+  if (!input) return input.error();
+  AVFormatContext& movie = **input;
+  const int video_index = av_find_best_stream(&movie, AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0);
+  if (video_index < 0) return Error{"'" + path + "' has no video stream", "av_find_best_stream"};
+  const AVStream& video = *movie.streams[video_index];
+  MovieInfo info;
+  info.frame_count = video.nb_frames > 0 ? video.nb_frames : CountPackets(movie, video_index);
+  info.width = video.codecpar->width;
+  info.height = video.codecpar->height;
+  info.frames_per_second = FramesPerSecond(video);
+  info.fourcc = FourccText(video.codecpar->codec_tag);
+  info.duration_seconds = DurationSeconds(video, info);
+  info.audio = DescribeAudio(movie);
+  return info;
+}
+
+}  // namespace zr::platform::linux_impl

@@ -1,0 +1,80 @@
+#pragma once
+// Movie files: the writer that every capture path records through and the reader that tells
+// what a movie holds. Both are real in every build (simulated devices write real files too);
+// the implementation lives in platform/linux on FFmpeg's AVI muxer and demuxer.
+//
+// Threads: a writer is used by one thread at a time (the logic thread for simulated devices,
+// a writer thread for real ones). The factory may be called from any thread.
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <span>
+#include <string>
+
+#include "platform/result.h"
+
+namespace zr::platform {
+
+enum class VideoCodec {
+  // 24-bit bottom-up DIB frames stored as BI_RGB: the stored tag is four zero bytes (FFmpeg's
+  // tools show "[0][0][0][0]"); MovieInfo reports it as "DIB ".
+  Uncompressed,
+  Mjpeg,  // Motion JPEG, FourCC "MJPG"; any size, odd ones included
+};
+
+struct AudioFormat {
+  int samples_per_second = 0;
+  int channels = 0;
+  int bits_per_sample = 0;  // 8 (unsigned PCM) or 16 (signed little-endian PCM); a movie
+                            // read back with compressed audio reports 0
+};
+
+struct MovieFormat {
+  int width = 0;
+  int height = 0;
+  double frames_per_second = 0;  // may be fractional (29.97); stored as an exact rational
+  VideoCodec codec = VideoCodec::Mjpeg;
+  int quality = 90;  // 1 to 100, for codecs that have a quality
+  std::optional<AudioFormat> audio;
+};
+
+// One picture as the program holds it: 24-bit BGR, bottom row first, each row padded to a
+// multiple of four bytes (stride_bytes).
+struct FrameView {
+  int width = 0;
+  int height = 0;
+  int stride_bytes = 0;
+  const std::uint8_t* bottom_up_bgr = nullptr;
+};
+
+class MovieWriter {
+ public:
+  virtual ~MovieWriter() = default;
+  // Appends one frame; its size must be the movie's.
+  virtual Result<void> WriteVideoFrame(const FrameView& frame) = 0;
+  // Appends interleaved PCM samples in the movie's audio format.
+  virtual Result<void> WriteAudio(std::span<const std::uint8_t> pcm) = 0;
+  // Finishes the file (index, header sizes). Destroying an open writer closes it too.
+  virtual Result<void> Close() = 0;
+};
+
+struct MovieInfo {
+  std::int64_t frame_count = 0;
+  int width = 0;
+  int height = 0;
+  double frames_per_second = 0;
+  std::string fourcc;  // four characters, as stored in the stream header; "DIB " for BI_RGB
+  double duration_seconds = 0;
+  std::optional<AudioFormat> audio;
+};
+
+class MovieFiles {
+ public:
+  virtual ~MovieFiles() = default;
+  virtual Result<std::unique_ptr<MovieWriter>> OpenWriter(const std::string& path,
+                                                          const MovieFormat& format) = 0;
+  virtual Result<MovieInfo> ReadInfo(const std::string& path) = 0;
+};
+
+}  // namespace zr::platform

@@ -1,0 +1,51 @@
+#pragma once
+// Errors as values for the platform seams: a failure carries a message and where it came from;
+// the logic turns it into the program's own texts.
+
+#include <string>
+#include <utility>
+#include <variant>
+
+namespace zr::platform {
+
+struct Error {
+  std::string message;  // what went wrong, for the operator's eyes or a log
+  std::string where;    // the operation that failed, e.g. "avformat_write_header"
+};
+
+template <class T>
+class Result {
+ public:
+  Result(T value) : content_(std::move(value)) {}          // NOLINT: implicit by design
+  Result(Error error) : content_(std::move(error)) {}      // NOLINT: implicit by design
+
+  bool ok() const { return std::holds_alternative<T>(content_); }
+  explicit operator bool() const { return ok(); }
+  T& value() { return std::get<T>(content_); }
+  const T& value() const { return std::get<T>(content_); }
+  T& operator*() { return value(); }
+  T* operator->() { return &value(); }
+  const Error& error() const { return std::get<Error>(content_); }
+
+ private:
+  std::variant<T, Error> content_;
+};
+
+struct Done {};
+
+template <>
+class Result<void> {
+ public:
+  Result() = default;
+  Result(Error error) : error_(std::move(error)), failed_(true) {}  // NOLINT: implicit by design
+
+  bool ok() const { return !failed_; }
+  explicit operator bool() const { return ok(); }
+  const Error& error() const { return error_; }
+
+ private:
+  Error error_;
+  bool failed_ = false;
+};
+
+}  // namespace zr::platform

@@ -1,0 +1,101 @@
+#pragma once
+// The platform services the logic asks for besides the devices: dialogs, clipboard, settings
+// store, file system facts and the wall clock. Each has a simulation (platform/sim) and a real
+// implementation. All calls arrive on the logic thread.
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "platform/picture.h"
+
+namespace zr::platform {
+
+// ---- Dialogs
+
+enum class MessageButtons { Ok = 0, OkCancel = 1, AbortRetryIgnore = 2, YesNoCancel = 3, YesNo = 4, RetryCancel = 5 };
+enum class MessageIcon { None = 0, Stop = 16, Question = 32, Exclamation = 48, Information = 64 };
+enum class MessageAnswer { Ok = 1, Cancel = 2, Abort = 3, Retry = 4, Ignore = 5, Yes = 6, No = 7 };
+
+struct MessageBoxRequest {
+  std::string text;
+  std::string title;
+  MessageButtons buttons = MessageButtons::Ok;
+  MessageIcon icon = MessageIcon::None;
+};
+
+struct InputBoxRequest {
+  std::string prompt;
+  std::string title;
+  std::string default_text;
+};
+
+enum class FileDialogKind { Open, Save, Folder };
+
+struct FileDialogRequest {
+  FileDialogKind kind = FileDialogKind::Open;
+  std::string title;
+  std::string filter;     // "Description (*.ext)|*.ext|..." pairs
+  std::string file_name;  // the name proposed
+  bool multiple = false;  // an open dialog that takes several files
+};
+
+class Dialogs {
+ public:
+  virtual ~Dialogs() = default;
+  virtual MessageAnswer MessageBox(const MessageBoxRequest& request) = 0;
+  // Nothing when the operator cancelled.
+  virtual std::optional<std::string> InputBox(const InputBoxRequest& request) = 0;
+  // The chosen paths; nothing when the operator cancelled.
+  virtual std::optional<std::vector<std::string>> FileDialog(const FileDialogRequest& request) = 0;
+};
+
+// ---- Clipboard
+
+class Clipboard {
+ public:
+  virtual ~Clipboard() = default;
+  virtual void SetPicture(const Picture& picture) = 0;
+  virtual std::optional<Picture> GetPicture() const = 0;
+  virtual void Clear() = 0;
+};
+
+// ---- Settings store: application, section, key; values are text.
+
+class SettingsStore {
+ public:
+  virtual ~SettingsStore() = default;
+  virtual std::string Get(const std::string& application, const std::string& section,
+                          const std::string& key, const std::string& default_value) = 0;
+  virtual void Save(const std::string& application, const std::string& section,
+                    const std::string& key, const std::string& value) = 0;
+};
+
+// ---- File system facts
+
+class FileSystem {
+ public:
+  virtual ~FileSystem() = default;
+  // Free bytes of the file system that holds `path`; nothing when it cannot be told.
+  virtual std::optional<std::uint64_t> FreeBytes(const std::string& path) = 0;
+};
+
+// ---- Wall clock
+
+struct DateTime {
+  int year = 2026;
+  int month = 1;
+  int day = 15;
+  int hour = 10;
+  int minute = 0;
+  int second = 0;
+};
+
+class WallClock {
+ public:
+  virtual ~WallClock() = default;
+  virtual DateTime Now() const = 0;
+};
+
+}  // namespace zr::platform

@@ -1,0 +1,312 @@
+// The simulated capture control: devices of the control kind, IP cameras and streams.
+
+#include <cmath>
+
+#include "core/program_error.h"
+#include "platform/sim/sim_devices.h"
+#include "platform/sim/sim_recording.h"
+
+namespace zr::platform::sim {
+
+namespace {
+
+std::string BoolText(bool value) { return value ? "true" : "false"; }
+constexpr int kHttpSourceIndex = -2;
+
+class SimCaptureControl : public VideoCaptureControl, public SimDeviceWorld::Source {
+ public:
+  explicit SimCaptureControl(SimDeviceWorld& world) : world_(world), capture_file_(world.DefaultCaptureFile()) {}
+  ~SimCaptureControl() override {
+    if (recording_) recording_->End();
+    world_.ForgetSource(this);
+  }
+
+  void SetEventSink(CaptureControlEvents* events) override { events_ = events; }
+
+  int VideoDeviceCount() override { return static_cast<int>(Devices().size()); }
+  std::string VideoDeviceName(int index) override { return DeviceAt(index).name; }
+  int VideoDeviceIndex() override { return device_index_; }
+  void SetVideoDeviceIndex(int index) override {
+    Write("VideoDeviceIndex", std::to_string(index));
+    device_index_ = index;
+  }
+  void SetNetworkSourceUrl(const std::string& url) override {
+    Write("NetworkSourceUrl", url);
+    url_ = url;
+  }
+
+  int AudioDeviceCount() override { return static_cast<int>(AudioInputs().size()); }
+  std::string AudioDeviceName(int index) override { return Item(AudioInputs(), index); }
+  int AudioDeviceIndex() override { return audio_device_; }
+  void SetAudioDeviceIndex(int index) override {
+    Write("AudioDeviceIndex", std::to_string(index));
+    audio_device_ = index;
+  }
+  int AudioInputCount() override { return static_cast<int>(AudioInputs().size()); }
+  std::string AudioInputName(int index) override { return Item(AudioInputs(), index); }
+  int AudioInputIndex() override { return audio_input_; }
+  void SetAudioInputIndex(int index) override {
+    Write("AudioInputIndex", std::to_string(index));
+    audio_input_ = index;
+  }
+  int AudioInputLevel(int) override { return 50; }
+  void SelectAudioInputLevel(int pin) override { Invoke("AudioInputLevel", std::to_string(pin)); }
+
+  int VideoInputCount() override { return spec_ ? static_cast<int>(spec_->inputs.size()) : 0; }
+  std::string VideoInputName(int index) override { return spec_ ? Item(spec_->inputs, index) : ""; }
+  int VideoInputIndex() override { return video_input_; }
+  void SetVideoInputIndex(int index) override {
+    Write("VideoInputIndex", std::to_string(index));
+    video_input_ = index;
+  }
+  std::vector<VideoFormatRow> VideoFormatList() override { return spec_ ? spec_->formats : std::vector<VideoFormatRow>{}; }
+  void SelectVideoFormat(int row) override {
+    Invoke("SelectVideoFormat", std::to_string(row));
+    if (!spec_ || row < 0 || row >= static_cast<int>(spec_->formats.size())) throw DeviceError("no such format");
+    spec_->width = spec_->formats[static_cast<std::size_t>(row)].width;
+    spec_->height = spec_->formats[static_cast<std::size_t>(row)].height;
+  }
+
+  int VideoCompressorCount() override { return 2; }
+  std::string VideoCompressorName(int index) override { return index == 0 ? "MJPEG Compressor" : "Uncompressed"; }
+  int VideoCompressorIndex() override { return video_compressor_; }
+  void SetVideoCompressorIndex(int index) override {
+    Write("VideoCompressorIndex", std::to_string(index));
+    video_compressor_ = index;
+  }
+  int AudioCompressorCount() override { return 1; }
+  std::string AudioCompressorName(int) override { return "PCM"; }
+  int AudioCompressorIndex() override { return 0; }
+  void SetAudioCompressorIndex(int index) override { Write("AudioCompressorIndex", std::to_string(index)); }
+
+  void ShowVideoCompressorDialog() override { Invoke("ShowVideoCompressorDialog"); }
+  void ShowAudioCompressorDialog() override { Invoke("ShowAudioCompressorDialog"); }
+  void ShowSourceDialog() override { Dialog("ShowSourceDialog", spec_ && spec_->source_dialog); }
+  void ShowFormatDialog() override { Dialog("ShowFormatDialog", spec_ && spec_->format_dialog); }
+  void ShowDisplayDialog() override { Dialog("ShowDisplayDialog", spec_ && spec_->display_dialog); }
+  void ShowCaptureDialog() override { Invoke("ShowCaptureDialog"); }
+
+  void SetDeviceConnected(bool connected) override {
+    Write("DeviceConnected", BoolText(connected));
+    if (!connected) {
+      if (recording_) recording_->End();
+      spec_.reset();
+      world_.ForgetSource(this);
+      return;
+    }
+    spec_ = SelectedDevice();
+    picture_ = spec_->picture;
+    unplugged_ = false;
+    world_.SetConnectedSource(this);
+  }
+  void SetPreviewEnabled(bool enabled) override { Write("PreviewEnabled", BoolText(enabled)); }
+  void SetPreviewRate(int frames_per_second) override { Write("PreviewRate", std::to_string(frames_per_second)); }
+  void SetStretchPreview(bool stretch) override { Write("StretchPreview", BoolText(stretch)); }
+  bool OverlayEnabled() override { return overlay_; }
+  void SetOverlayEnabled(bool enabled) override {
+    Write("OverlayEnabled", BoolText(enabled));
+    overlay_ = enabled;
+  }
+  void SetFullScreenMode(bool full_screen) override { Write("FullScreenMode", BoolText(full_screen)); }
+  bool AudioPreview() override { return audio_preview_; }
+  void SetAudioPreview(bool on) override {
+    Write("AudioPreview", BoolText(on));
+    audio_preview_ = on;
+  }
+  void SetUseVMR9(bool use) override { Write("UseVMR9", BoolText(use)); }
+  int VideoWidth() override { return Connected().width; }
+  int VideoHeight() override { return Connected().height; }
+  int DeviceClass() override { return spec_ ? spec_->device_class : 0; }
+
+  std::string CaptureFileName() override { return capture_file_; }
+  void SetCaptureFileName(const std::string& path) override {
+    Write("CaptureFileName", path);
+    capture_file_ = path;
+  }
+  void SetCaptureAudio(bool on) override {
+    Write("CaptureAudio", BoolText(on));
+    capture_audio_ = on;
+  }
+  void SetTimeLimitEnabled(bool enabled) override {
+    Write("TimeLimitEnabled", BoolText(enabled));
+    limit_enabled_ = enabled;
+  }
+  void SetTimeLimitSeconds(int seconds) override {
+    Write("TimeLimitSeconds", std::to_string(seconds));
+    limit_seconds_ = seconds;
+  }
+
+  void StartCapture() override {
+    Invoke("StartCapture");
+    const DeviceSpec& spec = Connected();
+    if (recording_ && recording_->Running()) throw DeviceError("a capture is already running");
+    SimRecording::Settings settings;
+    settings.path = capture_file_;
+    settings.microseconds_per_frame = std::lround(1e6 / (spec.fps > 0 ? spec.fps : 15));
+    settings.width = spec.width;
+    settings.height = spec.height;
+    if (capture_audio_) settings.audio = AudioFormat{22050, 1, 16};
+    if (limit_enabled_) settings.limit_seconds = limit_seconds_;
+    recording_ = std::make_shared<SimRecording>(world_.Loop(), world_.Movies(), settings,
+                                                [this] { return CurrentPicture(); },
+                                                [this] { PostEvent(&CaptureControlEvents::CaptureStopped); });
+    if (!recording_->Start()) throw DeviceError("the capture file cannot be written");
+    PostEvent(&CaptureControlEvents::CaptureStarted);
+  }
+  void StopCapture() override {
+    Invoke("StopCapture");
+    if (recording_) recording_->End();
+  }
+  bool IsCapturing() override { return recording_ && recording_->Running(); }
+  CaptureStats GetCaptureStats() override {
+    CaptureStats stats;
+    const auto& counting = single_frames_ ? single_frames_ : recording_;
+    if (counting) {
+      stats.frames_captured = static_cast<std::int32_t>(counting->Frames());
+      stats.frames_dropped = static_cast<std::int32_t>(counting->Dropped());
+      stats.elapsed_ms = static_cast<std::int32_t>(recording_ ? recording_->ElapsedMs() : 0);
+    }
+    return stats;
+  }
+  std::shared_ptr<const Picture> GetSnapshot() override {
+    Connected();
+    return std::make_shared<const Picture>(CurrentPicture());
+  }
+  void OpenFrameCapture(int frames_per_second) override {
+    Invoke("OpenFrameCapture", std::to_string(frames_per_second));
+    const DeviceSpec& spec = Connected();
+    SimRecording::Settings settings;
+    settings.path = capture_file_;
+    settings.width = spec.width;
+    settings.height = spec.height;
+    single_frames_ = std::make_shared<SimRecording>(world_.Loop(), world_.Movies(), settings,
+                                                    [this] { return CurrentPicture(); }, nullptr);
+    if (!single_frames_->OpenForSingleFrames(frames_per_second)) {
+      single_frames_.reset();
+      throw DeviceError("the capture file cannot be written");
+    }
+  }
+  void CaptureFrame() override {
+    Invoke("CaptureFrame");
+    Connected();
+    if (!single_frames_ || !single_frames_->AppendFrame()) throw DeviceError("no frame capture is open");
+  }
+  void CloseFrameCapture() override {
+    Invoke("CloseFrameCapture");
+    if (!single_frames_) throw DeviceError("no frame capture is open");
+    single_frames_->End();
+    single_frames_.reset();
+  }
+
+  void OpenStream(const std::string& url) override { Invoke("OpenStream", url); }
+  void PlayStream() override { Invoke("PlayStream"); }
+  void StopStream() override { Invoke("StopStream"); }
+  void CloseStream() override { Invoke("CloseStream"); }
+  void StreamFullScreen(int on) override { Invoke("StreamFullScreen", std::to_string(on)); }
+  void StreamVideoSize(int& width, int& height) override {
+    width = spec_ ? spec_->width : 0;
+    height = spec_ ? spec_->height : 0;
+  }
+
+  void DrawVideoText(int line, const std::string& text, int x, int y, const std::string& font, int size,
+                     std::int32_t colour, int background) override {
+    Invoke("DrawVideoText", std::to_string(line) + ", " + text + ", " + std::to_string(x) + ", " +
+                                std::to_string(y) + ", " + font + ", " + std::to_string(size) + ", " +
+                                std::to_string(colour) + ", " + std::to_string(background));
+  }
+  int DVCommand(int command) override {
+    Invoke("DVCommand", std::to_string(command));
+    return spec_ && spec_->device_class >= 2 ? 1 : 0;
+  }
+  std::string DVTimeCode() override { return "00:00:00:00"; }
+  std::string DVRecordDate() override { return ""; }
+
+  // ---- the scenario's hands on the source
+
+  void ChangePicture(const PictureSpec& picture) override { picture_ = picture; }
+  void AddDrops(int frames) override {
+    if (recording_) recording_->AddDrops(frames);
+  }
+  void Unplug() override {
+    unplugged_ = true;
+    if (recording_ && recording_->Running()) recording_->End();
+  }
+  void MousePressed(int button) override {
+    if (events_) events_->MouseDown(button);
+  }
+
+ private:
+  void Write(const std::string& property, const std::string& value) { world_.Log(property + "=" + value); }
+  void Invoke(const std::string& method, const std::string& arguments = "") {
+    world_.Log(method + "(" + arguments + ")");
+  }
+  void Dialog(const std::string& method, bool available) {
+    Invoke(method);
+    if (!available) throw DeviceError("the device has no such dialog");
+  }
+
+  std::vector<const DeviceSpec*> Devices() const { return world_.DevicesOfKind(DeviceSpec::Kind::Wdm); }
+  const DeviceSpec& DeviceAt(int index) const {
+    const auto devices = Devices();
+    if (index < 0 || index >= static_cast<int>(devices.size())) throw DeviceError("no such device");
+    return *devices[static_cast<std::size_t>(index)];
+  }
+  std::vector<std::string> AudioInputs() const {
+    return spec_ ? spec_->audio_inputs : std::vector<std::string>{};
+  }
+  static std::string Item(const std::vector<std::string>& items, int index) {
+    if (index < 0 || index >= static_cast<int>(items.size())) throw DeviceError("no such entry");
+    return items[static_cast<std::size_t>(index)];
+  }
+
+  DeviceSpec SelectedDevice() const {
+    if (device_index_ == kHttpSourceIndex) {
+      DeviceSpec camera;
+      camera.kind = DeviceSpec::Kind::Wdm;
+      camera.name = url_;
+      return camera;
+    }
+    const DeviceSpec& spec = DeviceAt(device_index_);
+    if (spec.connect_fails) throw DeviceError("the device cannot be connected");
+    return spec;
+  }
+
+  const DeviceSpec& Connected() const {
+    if (!spec_ || unplugged_) throw DeviceError("no device is connected");
+    return *spec_;
+  }
+
+  Picture CurrentPicture() const {
+    return RenderPicture(picture_, spec_ ? spec_->width : 320, spec_ ? spec_->height : 240);
+  }
+
+  void PostEvent(void (CaptureControlEvents::*event)()) {
+    std::weak_ptr<bool> alive = alive_;
+    world_.Loop().Post([this, event, alive] {
+      if (alive.lock() && events_) (events_->*event)();
+    });
+  }
+
+  SimDeviceWorld& world_;
+  CaptureControlEvents* events_ = nullptr;
+  std::optional<DeviceSpec> spec_;
+  PictureSpec picture_;
+  bool unplugged_ = false;
+  int device_index_ = 0;
+  std::string url_;
+  int audio_device_ = 0, audio_input_ = 0, video_input_ = 0, video_compressor_ = 0;
+  bool overlay_ = false, audio_preview_ = false, capture_audio_ = false, limit_enabled_ = false;
+  int limit_seconds_ = 0;
+  std::string capture_file_;
+  std::shared_ptr<SimRecording> recording_;
+  std::shared_ptr<SimRecording> single_frames_;
+  std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);
+};
+
+}  // namespace
+
+std::unique_ptr<VideoCaptureControl> MakeSimCaptureControl(SimDeviceWorld& world) {
+  return std::make_unique<SimCaptureControl>(world);
+}
+
+}  // namespace zr::platform::sim

@@ -1,0 +1,92 @@
+#pragma once
+// Simulated capture devices of both kinds. They deliver their picture in virtual time, write
+// real movie files through the program's own movie writer, count frames and drops, end a
+// limited run when its time is up, and append every operation the program performs on them
+// to the device log (reads are not logged).
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "platform/capture_backends.h"
+#include "platform/movie_file.h"
+#include "platform/services.h"
+#include "platform/sim/sim_event_loop.h"
+
+namespace zr::platform::sim {
+
+// What a simulated source shows.
+struct PictureSpec {
+  enum class Kind { Solid, File, Pattern } kind = Kind::Solid;
+  int red = 128, green = 128, blue = 128;
+  std::string path;     // Kind::File
+  std::string pattern;  // Kind::Pattern: "bars", "gradient"
+};
+
+struct DeviceSpec {
+  enum class Kind { Vfw, Wdm } kind = Kind::Vfw;
+  std::string name;
+  int width = 320;
+  int height = 240;
+  int fps = 15;
+  PictureSpec picture;
+  bool overlay = false;
+  bool source_dialog = false, format_dialog = false, display_dialog = false;
+  bool connect_fails = false;
+  int device_class = 0;  // 1 tuner, 2 DV, otherwise a camera
+  std::vector<std::string> inputs;
+  std::vector<VideoFormatRow> formats;
+  std::vector<std::string> audio_inputs;
+};
+
+// Everything the simulated devices share: the log, the event loop, the movie writer, the
+// picture that the connected source shows and its failure switches.
+class SimDeviceWorld {
+ public:
+  SimDeviceWorld(SimEventLoop& loop, MovieFiles& movies, Clipboard& clipboard, std::string app_folder)
+      : loop_(loop), movies_(movies), clipboard_(clipboard), app_folder_(std::move(app_folder)) {}
+
+  std::vector<DeviceSpec> devices;
+  std::vector<std::string> log;
+  void Log(std::string line) { log.push_back(std::move(line)); }
+
+  SimEventLoop& Loop() { return loop_; }
+  MovieFiles& Movies() { return movies_; }
+  Clipboard& ClipboardService() { return clipboard_; }
+  std::string DefaultCaptureFile() const { return app_folder_ + "capture.avi"; }
+
+  // The source most recently connected; the scenario's picture, drop and unplug act on it.
+  class Source {
+   public:
+    virtual void ChangePicture(const PictureSpec& picture) = 0;
+    virtual void AddDrops(int frames) = 0;
+    virtual void Unplug() = 0;
+    virtual void MousePressed(int button) = 0;
+
+   protected:
+    ~Source() = default;
+  };
+  void SetConnectedSource(Source* source) { connected_ = source; }
+  void ForgetSource(Source* source) {
+    if (connected_ == source) connected_ = nullptr;
+  }
+  Source* ConnectedSource() const { return connected_; }
+
+  std::vector<const DeviceSpec*> DevicesOfKind(DeviceSpec::Kind kind) const;
+
+ private:
+  SimEventLoop& loop_;
+  MovieFiles& movies_;
+  Clipboard& clipboard_;
+  std::string app_folder_;
+  Source* connected_ = nullptr;
+};
+
+// A picture of the given spec and size; a file that cannot be read shows black.
+Picture RenderPicture(const PictureSpec& spec, int width, int height);
+
+std::unique_ptr<VfwDriverSystem> MakeSimDriverSystem(SimDeviceWorld& world);
+std::unique_ptr<VideoCaptureControl> MakeSimCaptureControl(SimDeviceWorld& world);
+
+}  // namespace zr::platform::sim

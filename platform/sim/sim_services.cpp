@@ -1,0 +1,147 @@
+#include "platform/sim/sim_services.h"
+
+#include <filesystem>
+#include <functional>
+#include <system_error>
+
+namespace zr::platform::sim {
+
+namespace {
+
+std::string DescribeDialog(const ShownDialog& dialog) {
+  switch (dialog.kind) {
+    case ShownDialog::Kind::MessageBox: return "message box \"" + dialog.message.text + "\"";
+    case ShownDialog::Kind::InputBox: return "input box \"" + dialog.input.prompt + "\"";
+    case ShownDialog::Kind::Open: return "open dialog \"" + dialog.file.title + "\"";
+    case ShownDialog::Kind::Save: return "save dialog \"" + dialog.file.title + "\"";
+    case ShownDialog::Kind::Folder: return "folder dialog \"" + dialog.file.title + "\"";
+  }
+  return "dialog";
+}
+
+ShownDialog::Kind KindOf(FileDialogKind kind) {
+  switch (kind) {
+    case FileDialogKind::Open: return ShownDialog::Kind::Open;
+    case FileDialogKind::Save: return ShownDialog::Kind::Save;
+    case FileDialogKind::Folder: return ShownDialog::Kind::Folder;
+  }
+  return ShownDialog::Kind::Open;
+}
+
+// Days since 1970-01-01 of a civil date, and back (Howard Hinnant's algorithms).
+std::int64_t DaysFromCivil(int year, int month, int day) {
+  year -= month <= 2;
+  const std::int64_t era = (year >= 0 ? year : year - 399) / 400;
+  const int year_of_era = static_cast<int>(year - era * 400);
+  const int day_of_year = (153 * (month + (month > 2 ? -3 : 9)) + 2) / 5 + day - 1;
+  const int day_of_era = year_of_era * 365 + year_of_era / 4 - year_of_era / 100 + day_of_year;
+  return era * 146097 + day_of_era - 719468;
+}
+
+void CivilFromDays(std::int64_t days, int& year, int& month, int& day) {
+  days += 719468;
+  const std::int64_t era = (days >= 0 ? days : days - 146096) / 146097;
+  const int day_of_era = static_cast<int>(days - era * 146097);
+  const int year_of_era = (day_of_era - day_of_era / 1460 + day_of_era / 36524 - day_of_era / 146096) / 365;
+  const int day_of_year = day_of_era - (365 * year_of_era + year_of_era / 4 - year_of_era / 100);
+  const int month_index = (5 * day_of_year + 2) / 153;
+  day = day_of_year - (153 * month_index + 2) / 5 + 1;
+  month = month_index < 10 ? month_index + 3 : month_index - 9;
+  year = static_cast<int>(year_of_era + era * 400 + (month <= 2));
+}
+
+}  // namespace
+
+void SimDialogs::Record(ShownDialog dialog) {
+  shown_.push_back(std::move(dialog));
+  if (on_shown) on_shown(shown_.back());
+}
+
+MessageAnswer SimDialogs::MessageBox(const MessageBoxRequest& request) {
+  ShownDialog dialog{ShownDialog::Kind::MessageBox, request, {}, {}};
+  Record(dialog);
+  if (request.buttons == MessageButtons::Ok) return MessageAnswer::Ok;
+  if (message_answers_.empty())
+    throw UnansweredDialog("no answer queued for the " + DescribeDialog(dialog));
+  const MessageAnswer answer = message_answers_.front();
+  message_answers_.pop_front();
+  return answer;
+}
+
+std::optional<std::string> SimDialogs::InputBox(const InputBoxRequest& request) {
+  ShownDialog dialog{ShownDialog::Kind::InputBox, {}, request, {}};
+  Record(dialog);
+  if (input_answers_.empty())
+    throw UnansweredDialog("no answer queued for the " + DescribeDialog(dialog));
+  auto answer = std::move(input_answers_.front());
+  input_answers_.pop_front();
+  return answer;
+}
+
+void SimDialogs::QueueFileAnswer(FileDialogKind kind,
+                                 std::optional<std::vector<std::string>> answer) {
+  file_answers_[kind].push_back(std::move(answer));
+}
+
+std::optional<std::vector<std::string>> SimDialogs::FileDialog(const FileDialogRequest& request) {
+  ShownDialog dialog{KindOf(request.kind), {}, {}, request};
+  Record(dialog);
+  auto& answers = file_answers_[request.kind];
+  if (answers.empty()) throw UnansweredDialog("no answer queued for the " + DescribeDialog(dialog));
+  auto answer = std::move(answers.front());
+  answers.pop_front();
+  return answer;
+}
+
+std::string SimSettingsStore::Get(const std::string& application, const std::string& section,
+                                  const std::string& key, const std::string& default_value) {
+  return Find(application, section, key).value_or(default_value);
+}
+
+void SimSettingsStore::Save(const std::string& application, const std::string& section,
+                            const std::string& key, const std::string& value) {
+  values_[{application, section, key}] = value;
+}
+
+std::optional<std::string> SimSettingsStore::Find(const std::string& application,
+                                                  const std::string& section,
+                                                  const std::string& key) const {
+  const auto found = values_.find({application, section, key});
+  if (found == values_.end()) return std::nullopt;
+  return found->second;
+}
+
+std::optional<std::uint64_t> SimFileSystem::FreeBytes(const std::string&) {
+  std::uint64_t used = 0;
+  std::error_code error;
+  for (auto entry = std::filesystem::recursive_directory_iterator(root_, error);
+       !error && entry != std::filesystem::recursive_directory_iterator(); entry.increment(error)) {
+    if (entry->is_regular_file(error)) used += entry->file_size(error);
+  }
+  if (used >= capacity_bytes_) return 0;
+  return capacity_bytes_ - used;
+}
+
+DateTime AddSeconds(const DateTime& start, std::int64_t seconds) {
+  std::int64_t total = DaysFromCivil(start.year, start.month, start.day) * 86400 +
+                       start.hour * 3600 + start.minute * 60 + start.second + seconds;
+  std::int64_t days = total >= 0 ? total / 86400 : (total - 86399) / 86400;
+  std::int64_t in_day = total - days * 86400;
+  DateTime result;
+  CivilFromDays(days, result.year, result.month, result.day);
+  result.hour = static_cast<int>(in_day / 3600);
+  result.minute = static_cast<int>(in_day % 3600 / 60);
+  result.second = static_cast<int>(in_day % 60);
+  return result;
+}
+
+DateTime SimWallClock::Now() const {
+  return AddSeconds(base_, (loop_.NowMs() - base_loop_ms_) / 1000);
+}
+
+void SimWallClock::Set(const DateTime& now) {
+  base_ = now;
+  base_loop_ms_ = loop_.NowMs();
+}
+
+}  // namespace zr::platform::sim

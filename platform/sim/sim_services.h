@@ -1,0 +1,109 @@
+#pragma once
+// Simulated platform services: dialogs answered from a queue and recorded, an in-memory
+// clipboard and settings store, free space counted from the world's own files, and a wall
+// clock that moves with the virtual time of the event loop.
+
+#include <deque>
+#include <map>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <tuple>
+#include <vector>
+
+#include "platform/event_loop.h"
+#include "platform/services.h"
+
+namespace zr::platform::sim {
+
+// A dialog was shown that needs an answer and none was queued.
+class UnansweredDialog : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+struct ShownDialog {
+  enum class Kind { MessageBox, InputBox, Open, Save, Folder } kind;
+  MessageBoxRequest message;
+  InputBoxRequest input;
+  FileDialogRequest file;
+  bool checked = false;  // a scenario's expectation has matched it
+};
+
+class SimDialogs : public Dialogs {
+ public:
+  MessageAnswer MessageBox(const MessageBoxRequest& request) override;
+  std::optional<std::string> InputBox(const InputBoxRequest& request) override;
+  std::optional<std::vector<std::string>> FileDialog(const FileDialogRequest& request) override;
+
+  void QueueMessageAnswer(MessageAnswer answer) { message_answers_.push_back(answer); }
+  // Nothing queues a cancel.
+  void QueueInputAnswer(std::optional<std::string> answer) { input_answers_.push_back(std::move(answer)); }
+  void QueueFileAnswer(FileDialogKind kind, std::optional<std::vector<std::string>> answer);
+
+  std::vector<ShownDialog>& Shown() { return shown_; }
+  // Called as each dialog is shown (the runner's --verbose).
+  std::function<void(const ShownDialog&)> on_shown;
+
+ private:
+  void Record(ShownDialog dialog);
+
+  std::vector<ShownDialog> shown_;
+  std::deque<MessageAnswer> message_answers_;
+  std::deque<std::optional<std::string>> input_answers_;
+  std::map<FileDialogKind, std::deque<std::optional<std::vector<std::string>>>> file_answers_;
+};
+
+class SimClipboard : public Clipboard {
+ public:
+  void SetPicture(const Picture& picture) override { picture_ = picture; }
+  std::optional<Picture> GetPicture() const override { return picture_; }
+  void Clear() override { picture_.reset(); }
+
+ private:
+  std::optional<Picture> picture_;
+};
+
+class SimSettingsStore : public SettingsStore {
+ public:
+  std::string Get(const std::string& application, const std::string& section,
+                  const std::string& key, const std::string& default_value) override;
+  void Save(const std::string& application, const std::string& section, const std::string& key,
+            const std::string& value) override;
+  std::optional<std::string> Find(const std::string& application, const std::string& section,
+                                  const std::string& key) const;
+
+ private:
+  std::map<std::tuple<std::string, std::string, std::string>, std::string> values_;
+};
+
+// Free space of a disk of `capacity_bytes` that holds only the files under `root`.
+class SimFileSystem : public FileSystem {
+ public:
+  SimFileSystem(std::string root, std::uint64_t capacity_bytes)
+      : root_(std::move(root)), capacity_bytes_(capacity_bytes) {}
+  std::optional<std::uint64_t> FreeBytes(const std::string& path) override;
+  void SetCapacity(std::uint64_t capacity_bytes) { capacity_bytes_ = capacity_bytes; }
+
+ private:
+  std::string root_;
+  std::uint64_t capacity_bytes_;
+};
+
+// The wall clock: a set date and time plus the virtual time that has passed since it was set.
+class SimWallClock : public WallClock {
+ public:
+  explicit SimWallClock(const EventLoop& loop) : loop_(loop) {}
+  DateTime Now() const override;
+  void Set(const DateTime& now);
+
+ private:
+  const EventLoop& loop_;
+  DateTime base_{};
+  std::int64_t base_loop_ms_ = 0;
+};
+
+// Days and seconds arithmetic on the proleptic Gregorian calendar.
+DateTime AddSeconds(const DateTime& start, std::int64_t seconds);
+
+}  // namespace zr::platform::sim
