@@ -1,0 +1,265 @@
+// The recording engine on the simulated devices: runs of both kinds from the Rec/Stop press to
+// the closed file, the status panel on the way, stills and frame-by-frame movies.
+
+#include <gtest/gtest.h>
+
+#include "image/bmp.h"
+#include "tests/support/recording_fixture.h"
+
+namespace zr::testing {
+namespace {
+
+using platform::sim::DeviceSpec;
+
+class VfwRecording : public RecordingTest {
+ protected:
+  void SetUp() override {
+    AddDevice(DeviceSpec::Kind::Vfw);
+    StartAndConnect("vfw");
+    state().CaptureParms.fYield = 1;
+  }
+  void PressRecord() { master().OperationBar.ClickButton(master().RecordButton()); }
+};
+
+TEST_F(VfwRecording, RunEndsByItsLimitAndIsClosedOutByTheMainTimer) {
+  SetMovie(3, 10, "clip.avi");
+  PressRecord();
+  EXPECT_EQ(master().RecordButton().Image.get(), "stop");
+  EXPECT_EQ(master().StatusString.Caption.get(), "Recording");
+  world.loop.AdvanceBy(1450);  // fifteen frames: one second and five frames
+  EXPECT_EQ(master().StatusTime.Caption.get(), "00:00:01.05");
+  EXPECT_EQ(master().DroppedString.Caption.get(), "none");
+  EXPECT_EQ(master().DroppedString.ForeColor.get(), ui::Rgb(0, 250, 0));
+  world.loop.AdvanceBy(2550);
+  EXPECT_EQ(master().StatusString.Caption.get(), "Stopped");
+  EXPECT_EQ(master().RecordButton().Image.get(), "record");
+  EXPECT_TRUE(master().MasterTimer2.Enabled);
+  EXPECT_EQ(state().CaptureParms.wTimeLimit, 3u);
+  EXPECT_EQ(state().CaptureParms.dwRequestMicroSecPerFrame, 100000u);
+  const auto movie = ProbeMovie(AppFile("clip.avi"));
+  EXPECT_EQ(movie.frames, 30);
+  EXPECT_EQ(movie.width, 320);
+  EXPECT_EQ(movie.height, 240);
+}
+
+TEST_F(VfwRecording, StopCaptureEndsTheRunAndTheButtonWaitsForTheStatusHandler) {
+  SetMovie(10, 10, "stopped.avi");
+  PressRecord();
+  world.loop.AdvanceBy(1950);
+  screen().StopCapture();
+  EXPECT_EQ(master().StatusString.Caption.get(), "Stopped");
+  EXPECT_EQ(master().RecordButton().Image.get(), "stop");
+  world.loop.AdvanceBy(200);
+  EXPECT_EQ(master().RecordButton().Image.get(), "record");
+  EXPECT_TRUE(LogHas("capStop()"));
+  EXPECT_EQ(ProbeMovie(AppFile("stopped.avi")).frames, 20);
+}
+
+TEST_F(VfwRecording, ExclusiveRunBlocksEveryTimerUntilItReturns) {
+  state().CaptureParms.fYield = 0;
+  SetMovie(2, 10, "exclusive.avi");
+  std::string dropped_during_run;
+  world.loop.Schedule(1000, platform::sim::SimEventLoop::WorkKind::Scripted,
+                      [&] { dropped_during_run = master().DroppedString.Caption; });
+  PressRecord();  // returns only when the run has ended
+  EXPECT_EQ(world.loop.NowMs(), 2000);
+  EXPECT_EQ(dropped_during_run, "Exclusive Task");
+  EXPECT_EQ(master().StatusTime.Caption.get(), "");
+  world.loop.AdvanceBy(100);
+  EXPECT_EQ(master().StatusString.Caption.get(), "Stopped");
+  EXPECT_EQ(ProbeMovie(AppFile("exclusive.avi")).frames, 20);
+}
+
+TEST_F(VfwRecording, DropsPastTheLimitTurnTheDropTextRedWithoutStoppingTheRun) {
+  SetMovie(3, 10, "drops.avi");
+  PressRecord();
+  world.loop.AdvanceBy(950);  // ten frames so far
+  world.devices->ConnectedSource()->AddDrops(5);
+  world.loop.AdvanceBy(100);  // eleven frames
+  EXPECT_EQ(master().DroppedString.Caption.get(), "5 = 45%");
+  EXPECT_EQ(master().DroppedString.ForeColor.get(), ui::Rgb(250, 0, 0));
+  world.loop.AdvanceBy(2000);
+  EXPECT_EQ(master().StatusString.Caption.get(), "Stopped");
+  EXPECT_EQ(ProbeMovie(AppFile("drops.avi")).frames, 30);
+}
+
+TEST_F(VfwRecording, MouseClickAbortsTheRun) {
+  SetMovie(10, 10, "aborted.avi");
+  PressRecord();
+  world.loop.AdvanceBy(950);
+  world.devices->ConnectedSource()->MousePressed(1);
+  world.loop.AdvanceBy(100);
+  EXPECT_EQ(master().StatusString.Caption.get(), "Stopped");
+  EXPECT_EQ(ProbeMovie(AppFile("aborted.avi")).frames, 10);
+}
+
+TEST_F(VfwRecording, AudioFormatFollowsTheMainWindowLists) {
+  master().AudioBits.ListIndex = 1;
+  master().AudioChannels.ListIndex = 1;
+  master().AudioRate.ListIndex = 3;
+  master().MovieToolbar.Button("audio").Value = 1;
+  SetMovie(1, 10, "sound.avi");
+  PressRecord();
+  const auto& format = state().WaveFormat;
+  EXPECT_EQ(format.nSamplesPerSec, 44100u);
+  EXPECT_EQ(format.nChannels, 2);
+  EXPECT_EQ(format.wBitsPerSample, 16);
+  EXPECT_EQ(format.nAvgBytesPerSec, 176400u);
+  EXPECT_EQ(format.nBlockAlign, 4);
+  EXPECT_EQ(state().CaptureParms.fCaptureAudio, 1);
+  world.loop.AdvanceBy(1200);
+  auto info = world.movies.ReadInfo(AppFile("sound.avi"));
+  ASSERT_TRUE(info.ok()) << info.error().message;
+  ASSERT_TRUE(info->audio.has_value());
+  EXPECT_EQ(info->audio->samples_per_second, 44100);
+  EXPECT_EQ(info->audio->channels, 2);
+}
+
+TEST_F(VfwRecording, DisabledLimitKeepsTheOldLimitAndRunsUntilStopped) {
+  SetMovie(1, 10, "unlimited.avi");
+  master().MovieDisableLimit.Value = 1;
+  PressRecord();
+  EXPECT_EQ(state().CaptureParms.fLimitEnabled, 0);
+  world.loop.AdvanceBy(2950);
+  EXPECT_EQ(master().RecordButton().Image.get(), "stop");
+  screen().StopCapture();
+  world.loop.AdvanceBy(100);
+  EXPECT_EQ(ProbeMovie(AppFile("unlimited.avi")).frames, 30);
+}
+
+class WdmRecording : public RecordingTest {
+ protected:
+  void SetUp() override {
+    AddDevice(DeviceSpec::Kind::Wdm);
+    StartAndConnect("wdm");
+  }
+};
+
+TEST_F(WdmRecording, StatusTimerShowsTheControlsClockAndTheEndEventClosesTheRun) {
+  SetMovie(2, 10, "wdm.avi");
+  master().OperationBar.ClickButton(master().RecordButton());
+  world.loop.AdvanceBy(1230);
+  EXPECT_TRUE(screen().WDMStatus.Enabled);
+  EXPECT_EQ(master().StatusTime.Caption.get(), "00:00:01:20");
+  EXPECT_EQ(master().DroppedString.Caption.get(), "0");
+  world.loop.AdvanceBy(1000);
+  EXPECT_FALSE(screen().WDMStatus.Enabled);
+  EXPECT_EQ(master().StatusString.Caption.get(), "Stopped");
+  EXPECT_EQ(master().RecordButton().Image.get(), "record");
+  EXPECT_TRUE(LogHas("TimeLimitSeconds=2"));
+  EXPECT_TRUE(LogHas("StartCapture()"));
+  EXPECT_EQ(ProbeMovie(AppFile("wdm.avi")).frames, 20);
+}
+
+TEST_F(WdmRecording, FrameByFrameMovieHoldsEveryCapturedFrame) {
+  state().CaptureType = "multiple";
+  world.settings.Save("ZR", "MD", "OQ", "0");
+  screen().SetFilename(AppFile("frames.avi"));
+  screen().OpenMultipleImage();
+  for (int frame = 0; frame < 7; ++frame) screen().CaptureSingle();
+  EXPECT_EQ(master().StatusString.Caption.get(), "Capturing Frame");
+  screen().CloseMultipleCapture();
+  EXPECT_FALSE(screen().FrameJobOpen());
+  const auto movie = ProbeMovie(AppFile("frames.avi"));
+  EXPECT_EQ(movie.frames, 7);
+  EXPECT_EQ(movie.width, 320);
+}
+
+TEST_F(VfwRecording, FrameByFrameMovieAtTheSeriesRate) {
+  master().MultipleImageFrameRate.ListIndex = 4;
+  screen().SetFilename(AppFile("series.avi"));
+  screen().OpenMultipleImage();
+  EXPECT_EQ(state().CaptureParms.dwRequestMicroSecPerFrame, 200000u);
+  for (int frame = 0; frame < 4; ++frame) screen().CaptureSingle();
+  screen().CloseMultipleCapture();
+  auto info = world.movies.ReadInfo(AppFile("series.avi"));
+  ASSERT_TRUE(info.ok());
+  EXPECT_EQ(info->frame_count, 4);
+  EXPECT_DOUBLE_EQ(info->frames_per_second, 5.0);
+}
+
+// ---- kinds that cannot record
+
+class NetworkSource : public RecordingTest, public ::testing::WithParamInterface<const char*> {};
+
+TEST_P(NetworkSource, RecordSaysTheModeIsNotSupported) {
+  world.Start();
+  world.dialogs.QueueInputAnswer("http://127.0.0.1/camera");
+  screen().ConnectVideoCaptureDevice(0, GetParam(), "camera");
+  screen().Record();
+  const auto& last = world.dialogs.Shown().back();
+  EXPECT_EQ(last.message.text, "Capture Mode not supported");
+  EXPECT_EQ(last.message.icon, platform::MessageIcon::Stop);
+  EXPECT_FALSE(LogHas("StartCapture()"));
+  EXPECT_EQ(screen().GetFilename(), "Error");
+}
+
+INSTANTIATE_TEST_SUITE_P(Kinds, NetworkSource, ::testing::Values("http", "wms"));
+
+TEST_F(RecordingTest, StopCaptureOnAnIpCameraReachesTheControl) {
+  world.Start();
+  world.dialogs.QueueInputAnswer("http://127.0.0.1/camera");
+  screen().ConnectVideoCaptureDevice(0, "http", "camera");
+  const auto shown = world.dialogs.Shown().size();
+  master().RecordButton().Image = "stop";
+  screen().StopCapture();
+  EXPECT_TRUE(LogHas("StopCapture()"));
+  EXPECT_EQ(world.dialogs.Shown().size(), shown);
+  EXPECT_EQ(master().RecordButton().Image.get(), "record");
+  EXPECT_EQ(master().StatusString.Caption.get(), "Stopped");
+}
+
+TEST_F(RecordingTest, StopCaptureOnAStreamSaysTheModeIsNotSupportedAndStillSaysStopped) {
+  world.Start();
+  world.dialogs.QueueInputAnswer("rtsp://127.0.0.1/stream");
+  screen().ConnectVideoCaptureDevice(0, "wms", "stream");
+  screen().StopCapture();
+  EXPECT_EQ(world.dialogs.Shown().back().message.text, "Capture Mode not supported");
+  EXPECT_EQ(master().StatusString.Caption.get(), "Stopped");
+}
+
+// ---- stills
+
+class StillOfKind : public RecordingTest, public ::testing::WithParamInterface<const char*> {};
+
+TEST_P(StillOfKind, SaveStillWritesTheCurrentFrameAndLeavesTheClipboardAlone) {
+  const std::string kind = GetParam();
+  auto& device = AddDevice(kind == "vfw" ? DeviceSpec::Kind::Vfw : DeviceSpec::Kind::Wdm, 64, 48);
+  device.picture.red = 10;
+  device.picture.green = 200;
+  device.picture.blue = 30;
+  world.Start();
+  if (kind == "http") world.dialogs.QueueInputAnswer("http://127.0.0.1/camera");
+  screen().ConnectVideoCaptureDevice(0, kind, "device");
+  const std::string path = AppFile("still.bmp");
+  WriteBmpFile(platform::Picture::Blank(8, 8), path);  // an older file is overwritten
+  screen().SaveStill(path, 100, false);
+  const auto picture = ReadBmpFile(path);
+  ASSERT_TRUE(picture.has_value());
+  if (kind == "http") {
+    EXPECT_EQ(picture->width, 320);
+  } else {
+    EXPECT_EQ(picture->width, 64);
+    EXPECT_EQ(picture->height, 48);
+    const std::uint8_t* pixel = picture->PixelFromTop(5, 5);
+    EXPECT_EQ(pixel[2], 10);
+    EXPECT_EQ(pixel[1], 200);
+    EXPECT_EQ(pixel[0], 30);
+  }
+  EXPECT_FALSE(world.clipboard.GetPicture().has_value());
+}
+
+TEST_P(StillOfKind, SaveStillToTheClipboardWithoutAFile) {
+  const std::string kind = GetParam();
+  AddDevice(kind == "vfw" ? DeviceSpec::Kind::Vfw : DeviceSpec::Kind::Wdm, 64, 48);
+  world.Start();
+  if (kind == "http") world.dialogs.QueueInputAnswer("http://127.0.0.1/camera");
+  screen().ConnectVideoCaptureDevice(0, kind, "device");
+  screen().SaveStill("", 0, true);
+  EXPECT_TRUE(world.clipboard.GetPicture().has_value());
+}
+
+INSTANTIATE_TEST_SUITE_P(Kinds, StillOfKind, ::testing::Values("vfw", "wdm", "http"));
+
+}  // namespace
+}  // namespace zr::testing
