@@ -66,6 +66,13 @@ class Program {
                                      const std::string& title = kAppTitle);
 
   void Yield() { services.loop.Yield(); }
+
+  // The command line the program was started with.
+  std::string CommandLine;
+  // The keys held down, as the main window's key-state query sees them ("ctrl", "M", "F12"),
+  // and the window in front.
+  std::vector<std::string> KeysDown;
+  std::string ForegroundWindow = "Master";
 };
 
 }  // namespace zr

@@ -25,6 +25,8 @@ class Result {
   const T& value() const { return std::get<T>(content_); }
   T& operator*() { return value(); }
   T* operator->() { return &value(); }
+  const T& operator*() const { return value(); }
+  const T* operator->() const { return &value(); }
   const Error& error() const { return std::get<Error>(content_); }
 
  private:

@@ -105,6 +105,11 @@ void SimEventLoop::RunModal(const std::function<bool()>& finished) {
 }
 
 void SimEventLoop::Block(const std::function<bool()>& finished) {
+  ++blocking_;
+  struct Unblock {
+    int& depth;
+    ~Unblock() { --depth; }
+  } unblock{blocking_};
   RunDueWork(now_ms_);
   while (!finished()) {
     const std::int64_t next = NextDueMs(/*with_timers=*/false);

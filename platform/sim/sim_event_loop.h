@@ -55,6 +55,8 @@ class SimEventLoop : public EventLoop {
 
   void SetInputSource(InputSource* input) { input_ = input; }
   bool TimerRunning(const TimerClient& timer) const { return timers_.count(&timer) > 0; }
+  // True while the program is inside a blocking call.
+  bool Blocking() const { return blocking_ > 0; }
 
  private:
   struct TimerEntry {
@@ -79,6 +81,7 @@ class SimEventLoop : public EventLoop {
   std::deque<std::function<void()>> posted_;
   std::vector<const TimerClient*> firing_;
   InputSource* input_ = nullptr;
+  int blocking_ = 0;
 };
 
 }  // namespace zr::platform::sim

@@ -1,0 +1,636 @@
+// Reading scenario files into commands: every command form, the lexical rules, the addressing
+// forms, and the errors a mistyped line gives.
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <random>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "apps/scenario/script.h"
+
+namespace zr::scenario {
+namespace {
+
+using namespace std::chrono_literals;
+using namespace std::string_literals;
+
+// The command of a one-command scenario.
+Command ParseOne(std::string_view source) {
+  std::vector<Command> commands = ParseScript(source);
+  if (commands.size() != 1) {
+    ADD_FAILURE() << commands.size() << " commands from: " << source;
+    return {};
+  }
+  return std::move(commands.front());
+}
+
+// An address written unlike scenario text, so that a check cannot pass by echoing its input:
+// window#instance, then /name(index){key}... per segment.
+std::string Describe(const std::vector<Segment>& path) {
+  std::string text;
+  for (const Segment& segment : path) {
+    text += "/" + segment.name;
+    if (segment.index) text += "(" + std::to_string(*segment.index) + ")";
+    for (const std::string& key : segment.keys) text += "{" + key + "}";
+  }
+  return text;
+}
+
+std::string Describe(const Address& address) {
+  return address.window.name + "#" + std::to_string(address.window.instance) +
+         Describe(address.path);
+}
+
+using Check = std::function<bool(const CommandBody&)>;
+
+// The command is a T and `holds` is true of it.
+template <typename T, typename Predicate>
+Check Is(Predicate holds) {
+  return [holds](const CommandBody& body) {
+    const T* command = std::get_if<T>(&body);
+    return command != nullptr && holds(*command);
+  };
+}
+
+template <typename T>
+Check Is() {
+  return Is<T>([](const T&) { return true; });
+}
+
+struct FormCase {
+  std::string_view source;
+  Check check;
+};
+
+void ExpectForms(const std::vector<FormCase>& cases) {
+  for (const FormCase& form : cases) {
+    SCOPED_TRACE(form.source);
+    try {
+      EXPECT_TRUE(form.check(ParseOne(form.source).body));
+    } catch (const ParseError& error) {
+      ADD_FAILURE() << "line " << error.line() << ": " << error.what();
+    }
+  }
+}
+
+TEST(ScriptParserForms, WorldCommands) {
+  ExpectForms({
+      {"clock 2026-11-21 14:30:00", Is<Clock>([](const Clock& c) {
+         return c.year == 2026 && c.month == 11 && c.day == 21 && c.hour == 14 && c.minute == 30 &&
+                c.second == 0;
+       })},
+      {"clock 2024-02-29 23:59:59", Is<Clock>([](const Clock& c) { return c.day == 29; })},
+      {"os some-flag no",
+       Is<SystemFlag>([](const SystemFlag& f) { return f.name == "some-flag" && !f.on; })},
+      {R"(setting "ZR" "MD" "OQ" = "0")", Is<Setting>([](const Setting& s) {
+         return s.app == "ZR" && s.section == "MD" && s.key == "OQ" && s.value == "0";
+       })},
+      {R"(file out.txt = "a\r\nb")", Is<WriteFile>([](const WriteFile& f) {
+         return f.path == "out.txt" && f.content == "a\r\nb";
+       })},
+      {R"(file "$APPsub dir/x.txt" = "")", Is<WriteFile>([](const WriteFile& f) {
+         return f.path == "$APPsub dir/x.txt" && f.content.empty();
+       })},
+      {R"(copy frame.bmp to "$TEMPin.bmp")", Is<CopyFile>([](const CopyFile& f) {
+         return f.fixture == "frame.bmp" && f.destination == "$TEMPin.bmp";
+       })},
+      {R"(args "/auto \"x\"")",
+       Is<CommandLine>([](const CommandLine& a) { return a.text == "/auto \"x\""; })},
+      {R"(device vfw "Sim Camera")", Is<Device>([](const Device& d) {
+         const DeviceOptions& o = d.options;
+         return d.kind == DeviceKind::kDriver && d.name == "Sim Camera" &&
+                o.size == Size{320, 240} && !o.fps && !o.picture && !o.overlay &&
+                !o.connect_fails && !o.device_class && !o.dialogs.source && o.inputs.empty();
+       })},
+      {R"(device wdm "Cam" size=640x480 fps=12.5 picture=solid(128, 64,32) overlay=yes )"
+       R"(dialogs=source,display connect=fail class=tuner inputs="Composite,S-Video" )"
+       R"(formats="640x480x24, 320x240x16" audio="Microphone, Line In")",
+       Is<Device>([](const Device& d) {
+         const DeviceOptions& o = d.options;
+         return d.kind == DeviceKind::kControlDevice && o.size == Size{640, 480} && o.fps == 12.5 &&
+                std::get<SolidPicture>(*o.picture).colour == Colour{128, 64, 32} && o.overlay &&
+                o.dialogs.source && !o.dialogs.format && o.dialogs.display && o.connect_fails &&
+                o.device_class == DeviceClass::kTuner &&
+                o.inputs == std::vector<std::string>{"Composite", "S-Video"} &&
+                o.formats == std::vector<VideoFormat>{{640, 480, 24}, {320, 240, 16}} &&
+                o.audio_inputs == std::vector<std::string>{"Microphone", "Line In"};
+       })},
+      {R"(device vfw "A" picture=file("x.bmp") class=dv)", Is<Device>([](const Device& d) {
+         return std::get<PictureFile>(*d.options.picture).path == "x.bmp" &&
+                d.options.device_class == DeviceClass::kDv;
+       })},
+      {R"(device vfw "A" picture=pattern(bars) inputs="")", Is<Device>([](const Device& d) {
+         return std::get<PicturePattern>(*d.options.picture).name == "bars" &&
+                d.options.inputs.empty();
+       })},
+      {R"(url "http://cam/x.jpg" fps=5 type="a b" picture=solid(1, 2, 3))",
+       Is<UrlSource>([](const UrlSource& u) {
+         return u.address == "http://cam/x.jpg" && u.options.size() == 3 &&
+                u.options[0].key == "fps" && u.options[0].value == "5" &&
+                u.options[1].value == R"("a b")" && u.options[2].value == "solid(1, 2, 3)";
+       })},
+      {R"(sound-inputs "Mic" "Line")", Is<SoundInputs>([](const SoundInputs& s) {
+         return s.names == std::vector<std::string>{"Mic", "Line"};
+       })},
+      {"sound-inputs", Is<SoundInputs>([](const SoundInputs& s) { return s.names.empty(); })},
+      {R"(serial-ports "/dev/ttyS0" "/dev/ttyUSB0")", Is<SerialPorts>([](const SerialPorts& s) {
+         return s.names.size() == 2 && s.names[1] == "/dev/ttyUSB0";
+       })},
+      {"ftp-server", Is<FtpServer>([](const FtpServer& f) {
+         return !f.refuse_connect && !f.refused_folder && !f.refuse_file;
+       })},
+      {R"(ftp-server refuse-dir "up" refuse-connect refuse-file)",
+       Is<FtpServer>([](const FtpServer& f) {
+         return f.refuse_connect && f.refused_folder == "up" && f.refuse_file;
+       })},
+      {"start", Is<Start>()},
+  });
+}
+
+TEST(ScriptParserForms, Actions) {
+  ExpectForms({
+      {"click Master.OperationBar[record]", Is<Click>([](const Click& c) {
+         return Describe(c.target) == "Master#0/OperationBar{record}";
+       })},
+      {"dblclick Master.Labels(14)", Is<DoubleClick>([](const DoubleClick& c) {
+         return Describe(c.target) == "Master#0/Labels(14)";
+       })},
+      {"set Master.MovieSecondsControl.Value = 3", Is<SetProperty>([](const SetProperty& s) {
+         return Describe(s.target) == "Master#0/MovieSecondsControl/Value" && s.value == Value(3.0);
+       })},
+      {"key down ctrl", Is<Key>([](const Key& k) { return k.down && k.name == "ctrl"; })},
+      {"key up F12", Is<Key>([](const Key& k) { return !k.down && k.name == "F12"; })},
+      {"key down Q", Is<Key>([](const Key& k) { return k.name == "Q"; })},
+      {"foreground Image#2", Is<Foreground>([](const Foreground& f) {
+         return f.window.name == "Image" && f.window.instance == 2;
+       })},
+      {"close Autostart", Is<CloseWindow>([](const CloseWindow& w) {
+         return w.window.name == "Autostart" && w.window.instance == 0;
+       })},
+      {"minimize Master", Is<MinimizeWindow>()},
+      {"restore Master", Is<RestoreWindow>()},
+      {"load VideoScreen", Is<LoadWindow>()},
+      {"unload MovieViewer#1",
+       Is<UnloadWindow>([](const UnloadWindow& w) { return w.window.instance == 1; })},
+      {"wait 4s", Is<Wait>([](const Wait& w) { return w.delay == 4000ms; })},
+      {"yield", Is<Yield>()},
+      {"call Master.SetOperationMode(\"IMAGE\")", Is<Call>([](const Call& c) {
+         return c.window->name == "Master" && c.procedure == "SetOperationMode" &&
+                c.arguments == std::vector<Value>{"IMAGE"s};
+       })},
+      {"call VideoScreen.Record()", Is<Call>([](const Call& c) { return c.arguments.empty(); })},
+      {R"(call LoadParameters("$APPa.zrp", -1, true))", Is<Call>([](const Call& c) {
+         return !c.window && c.procedure == "LoadParameters" &&
+                c.arguments == std::vector<Value>{"$APPa.zrp"s, -1.0, true};
+       })},
+      {"call Image#2.Refresh( )",
+       Is<Call>([](const Call& c) { return c.window->instance == 2 && c.procedure == "Refresh"; })},
+      {"answer msgbox OK",
+       Is<AnswerMsgBox>([](const AnswerMsgBox& a) { return a.answer == MsgBoxAnswer::kOk; })},
+      {"answer msgbox Ignore",
+       Is<AnswerMsgBox>([](const AnswerMsgBox& a) { return a.answer == MsgBoxAnswer::kIgnore; })},
+      {R"(answer input "Bob")",
+       Is<AnswerInput>([](const AnswerInput& a) { return a.text == "Bob"; })},
+      {"answer input cancel", Is<AnswerInput>([](const AnswerInput& a) { return !a.text; })},
+      {R"(answer open "a.bmp" "b.bmp")", Is<AnswerFileDialog>([](const AnswerFileDialog& a) {
+         return a.kind == FileDialogKind::kOpen && a.paths.size() == 2;
+       })},
+      {R"(answer save "$APPx.avi")", Is<AnswerFileDialog>([](const AnswerFileDialog& a) {
+         return a.kind == FileDialogKind::kSave && a.paths.at(0) == "$APPx.avi";
+       })},
+      {"answer folder cancel", Is<AnswerFileDialog>([](const AnswerFileDialog& a) {
+         return a.kind == FileDialogKind::kFolder && a.paths.empty();
+       })},
+      {"picture solid(1,2,3)", Is<ChangePicture>([](const ChangePicture& p) {
+         return std::get<SolidPicture>(p.picture).colour == Colour{1, 2, 3};
+       })},
+      {R"(picture file("x.bmp"))", Is<ChangePicture>([](const ChangePicture& p) {
+         return std::get<PictureFile>(p.picture).path == "x.bmp";
+       })},
+      {"picture pattern(bars)", Is<ChangePicture>([](const ChangePicture& p) {
+         return std::get<PicturePattern>(p.picture).name == "bars";
+       })},
+      {"drop 3", Is<DropFrames>([](const DropFrames& d) { return d.count == 3; })},
+      {"unplug", Is<Unplug>()},
+      {"sound level 42.5", Is<SoundLevel>([](const SoundLevel& s) { return s.level == 42.5; })},
+      {"serial CTS on",
+       Is<SerialLine>([](const SerialLine& s) { return s.signal == SerialSignal::kCts && s.on; })},
+      {"serial DSR off",
+       Is<SerialLine>([](const SerialLine& s) { return s.signal == SerialSignal::kDsr && !s.on; })},
+      {"joystick 5", Is<Joystick>([](const Joystick& j) { return j.buttons == 5; })},
+      {R"(http "GET / HTTP/1.0\r\n\r\n")",
+       Is<HttpRequest>([](const HttpRequest& h) { return h.request == "GET / HTTP/1.0\r\n\r\n"; })},
+  });
+}
+
+TEST(ScriptParserForms, AfterCarriesAnyCommandWithItsOwnText) {
+  const Command command = ParseOne("\n  after 500ms after 0ms click Master.X  ");
+  const auto& outer = std::get<After>(command.body);
+  const auto& inner = std::get<After>(outer.command->body);
+  EXPECT_EQ(command.text, "after 500ms after 0ms click Master.X");
+  EXPECT_EQ(outer.delay, 500ms);
+  EXPECT_EQ(inner.delay, 0ms);
+  EXPECT_EQ(outer.command->text, "after 0ms click Master.X");
+  EXPECT_EQ(inner.command->line, 2);
+  EXPECT_EQ(Describe(std::get<Click>(inner.command->body).target), "Master#0/X");
+}
+
+TEST(ScriptParserForms, Expectations) {
+  ExpectForms({
+      {R"(expect Master.OperationBar[record].Image == "stop")",
+       Is<ExpectProperty>([](const ExpectProperty& e) {
+         return Describe(e.target) == "Master#0/OperationBar{record}/Image" &&
+                e.comparison.relation == Relation::kEqual &&
+                e.comparison.expected == Value("stop"s);
+       })},
+      {R"(expect Master.StatusString.Caption contains "Stop")",
+       Is<ExpectProperty>(
+           [](const ExpectProperty& e) { return e.comparison.relation == Relation::kContains; })},
+      {"expect Master.Slider.Value >= -2.5", Is<ExpectProperty>([](const ExpectProperty& e) {
+         return e.comparison.relation == Relation::kGreaterOrEqual &&
+                e.comparison.expected == Value(-2.5);
+       })},
+      {"expect Master.Label1.ForeColor != rgb(255,0,0)",
+       Is<ExpectProperty>([](const ExpectProperty& e) {
+         return e.comparison.relation == Relation::kNotEqual &&
+                e.comparison.expected == Value(Colour{255, 0, 0});
+       })},
+      {"expect Image#2.Caption == true", Is<ExpectProperty>([](const ExpectProperty& e) {
+         return Describe(e.target) == "Image#2/Caption" && e.comparison.expected == Value(true);
+       })},
+      {"expect state CaptureParms.dwIndexSize < 34952", Is<ExpectState>([](const ExpectState& e) {
+         return Describe(e.member) == "/CaptureParms/dwIndexSize" &&
+                e.comparison.relation == Relation::kLess;
+       })},
+      {R"(expect state AviInfoText(0) contains "fps")", Is<ExpectState>([](const ExpectState& e) {
+         return Describe(e.member) == "/AviInfoText(0)";
+       })},
+      {R"(expect setting "ZR" "MD" "OQ" == "0")", Is<ExpectSetting>([](const ExpectSetting& e) {
+         return e.key == "OQ" && e.comparison->expected == Value("0"s);
+       })},
+      {R"(expect setting "ZR" "MD" "OQ" missing)",
+       Is<ExpectSetting>([](const ExpectSetting& e) { return e.app == "ZR" && !e.comparison; })},
+      {"expect file clip.avi exists", Is<ExpectFileExists>([](const ExpectFileExists& e) {
+         return e.path == "clip.avi" && e.exists;
+       })},
+      {R"(expect file "a b.txt" missing)", Is<ExpectFileExists>([](const ExpectFileExists& e) {
+         return e.path == "a b.txt" && !e.exists;
+       })},
+      {"expect file sub/x.bmp size > 54", Is<ExpectFileSize>([](const ExpectFileSize& e) {
+         return e.path == "sub/x.bmp" && e.size.relation == Relation::kGreater &&
+                e.size.expected == 54;
+       })},
+      {R"(expect file a.txt text == "x\r\n")", Is<ExpectFileText>([](const ExpectFileText& e) {
+         return e.match == TextMatch::kEquals && e.text == "x\r\n";
+       })},
+      {R"(expect file a.txt text lacks "y")",
+       Is<ExpectFileText>([](const ExpectFileText& e) { return e.match == TextMatch::kLacks; })},
+      {R"(expect file a.txt contains "y")", Is<ExpectFileText>([](const ExpectFileText& e) {
+         return e.match == TextMatch::kContains && e.text == "y";
+       })},
+      {R"(expect file a.avi bytes 8 == hex "4C49a0")",
+       Is<ExpectFileBytes>(
+           [](const ExpectFileBytes& e) { return e.offset == 8 && e.bytes == "LI\xa0"; })},
+      {R"(expect dialog msgbox "Saved")", Is<ExpectMsgBox>([](const ExpectMsgBox& e) {
+         return e.text == "Saved" && !e.partial && !e.title && !e.icon && !e.buttons;
+       })},
+      {R"(expect dialog msgbox contains "fail" buttons yesno title "T" icon none)",
+       Is<ExpectMsgBox>([](const ExpectMsgBox& e) {
+         return e.partial && e.text == "fail" && e.title == "T" && e.icon == MsgBoxIcon::kNone &&
+                e.buttons == MsgBoxButtons::kYesNo;
+       })},
+      {R"(expect dialog input contains "Name" default "D" title "T")",
+       Is<ExpectInputBox>([](const ExpectInputBox& e) {
+         return e.partial && e.prompt == "Name" && e.default_text == "D" && e.title == "T";
+       })},
+      {R"(expect dialog open title "Open" filter "*.avi" name "a.avi")",
+       Is<ExpectFileDialog>([](const ExpectFileDialog& e) {
+         return e.kind == FileDialogKind::kOpen && e.title == "Open" && e.filter == "*.avi" &&
+                e.name == "a.avi";
+       })},
+      {"expect dialog folder", Is<ExpectFileDialog>([](const ExpectFileDialog& e) {
+         return e.kind == FileDialogKind::kFolder && !e.title;
+       })},
+      {"expect no dialog", Is<ExpectNoDialog>()},
+      {"expect window Image#1 hidden", Is<ExpectWindow>([](const ExpectWindow& e) {
+         return e.window.instance == 1 && e.condition == WindowCondition::kHidden;
+       })},
+      {"expect clipboard picture", Is<ExpectClipboard>([](const ExpectClipboard& e) {
+         return e.content == ClipboardContent::kPicture;
+       })},
+      {"expect movie clip.avi frames >= 29", Is<ExpectMovie>([](const ExpectMovie& e) {
+         return e.property == MovieProperty::kFrames &&
+                e.comparison.relation == Relation::kGreaterOrEqual &&
+                e.comparison.expected == Value(29.0);
+       })},
+      {"expect movie clip.avi size == 320x240", Is<ExpectMovie>([](const ExpectMovie& e) {
+         return e.property == MovieProperty::kSize &&
+                e.comparison.expected == Value(Size{320, 240});
+       })},
+      {R"(expect movie clip.avi fourcc == "MJPG")", Is<ExpectMovie>([](const ExpectMovie& e) {
+         return e.property == MovieProperty::kFourcc && e.comparison.expected == Value("MJPG"s);
+       })},
+      {"expect image a.bmp size == 32x16", Is<ExpectImageSize>([](const ExpectImageSize& e) {
+         return e.size == Size{32, 16};
+       })},
+      {"expect image a.bmp pixel(1,2) == rgb(3,4,5)",
+       Is<ExpectImagePixel>([](const ExpectImagePixel& e) {
+         return e.x == 1 && e.y == 2 && e.colour == Colour{3, 4, 5} && e.tolerance == 0;
+       })},
+      {"expect image a.jpg pixel(0, 7) ~ rgb(10,20,30) +- 8",
+       Is<ExpectImagePixel>(
+           [](const ExpectImagePixel& e) { return e.y == 7 && e.tolerance == 8; })},
+      {R"x(expect device log lacks "StartCapture()")x",
+       Is<ExpectDeviceLog>([](const ExpectDeviceLog& e) {
+         return e.match == TextMatch::kLacks && e.text == "StartCapture()";
+       })},
+      {R"(expect device log sequence "a" "b" "c")",
+       Is<ExpectDeviceLogSequence>([](const ExpectDeviceLogSequence& e) {
+         return e.texts == std::vector<std::string>{"a", "b", "c"};
+       })},
+      {R"(expect ftp received "a.jpg" size != 0)",
+       Is<ExpectFtpReceived>([](const ExpectFtpReceived& e) {
+         return e.name == "a.jpg" && e.size.relation == Relation::kNotEqual;
+       })},
+      {R"(expect ftp log contains "STOR")",
+       Is<ExpectFtpLog>([](const ExpectFtpLog& e) { return e.text == "STOR"; })},
+      {R"(expect http contains "x")", Is<ExpectHttpText>([](const ExpectHttpText& e) {
+         return e.match == TextMatch::kContains && e.text == "x";
+       })},
+      {R"(expect http text lacks "x")",
+       Is<ExpectHttpText>([](const ExpectHttpText& e) { return e.match == TextMatch::kLacks; })},
+      {"expect http status == 200",
+       Is<ExpectHttpStatus>([](const ExpectHttpStatus& e) { return e.status.expected == 200; })},
+      {R"(expect http header "Content-Type" == "image/jpeg")",
+       Is<ExpectHttpHeader>([](const ExpectHttpHeader& e) {
+         return e.name == "Content-Type" && e.value == "image/jpeg";
+       })},
+      {"expect http body image", Is<ExpectHttpBodyImage>()},
+  });
+}
+
+TEST(ScriptParserAddresses, WindowsSegmentsIndexesAndKeys) {
+  const std::vector<std::pair<std::string_view, std::string_view>> cases = {
+      {"Master.StatusString", "Master#0/StatusString"},
+      {"Master.MasterStatus[filename]", "Master#0/MasterStatus{filename}"},
+      {"Master.AviBuilderCursors[add][group]", "Master#0/AviBuilderCursors{add}{group}"},
+      {R"x(Master.DeviceToolbar[device]["IP Camera... (JPEG HTTP)"])x",
+       "Master#0/DeviceToolbar{device}{IP Camera... (JPEG HTTP)}"},
+      {"Master.FileMenu(7)", "Master#0/FileMenu(7)"},
+      {"Master.imagesettings(1)[filenames]", "Master#0/imagesettings(1){filenames}"},
+      {"Autostart", "Autostart#0"},
+      {"Image#2", "Image#2"},
+      {"Image#2.Caption", "Image#2/Caption"},
+      {"Master.Combo.List( -1 )", "Master#0/Combo/List(-1)"},
+      {R"(W.Bar[a.b-c]["q\"]"].Value)", "W#0/Bar{a.b-c}{q\"]}/Value"},
+  };
+  for (const auto& [text, described] : cases) {
+    SCOPED_TRACE(text);
+    EXPECT_EQ(Describe(std::get<Click>(ParseOne("click " + std::string(text)).body).target),
+              described);
+  }
+}
+
+TEST(ScriptParserLexical, StringEscapesDecode) {
+  const std::vector<std::pair<std::string_view, std::string>> cases = {
+      {R"("plain")", "plain"},
+      {R"("a\"b")", "a\"b"},
+      {R"("back\\slash")", "back\\slash"},
+      {R"("\r\n\t")", "\r\n\t"},
+      {R"("\x41\x7e\x7E")", "A~~"},
+      {R"("\x00z")", "\0z"s},
+      {R"("\xFF")", "\xff"},
+      {R"("  # not a comment  ")", "  # not a comment  "},
+      {R"("$APPx $TEMP")", "$APPx $TEMP"},
+  };
+  for (const auto& [literal, decoded] : cases) {
+    SCOPED_TRACE(literal);
+    EXPECT_EQ(std::get<CommandLine>(ParseOne("args " + std::string(literal)).body).text, decoded);
+  }
+}
+
+TEST(ScriptParserLexical, ValuesKeepTheirKind) {
+  const std::vector<std::pair<std::string_view, Value>> cases = {
+      {"-5", -5.0},
+      {"1.25", 1.25},
+      {"-0.5", -0.5},
+      {"007", 7.0},
+      {"true", true},
+      {"false", false},
+      {"rgb( 1, 2 ,3 )", Colour{1, 2, 3}},
+      {"640x480", Size{640, 480}},
+      {R"("10")", "10"s},
+  };
+  for (const auto& [literal, value] : cases) {
+    SCOPED_TRACE(literal);
+    EXPECT_EQ(std::get<SetProperty>(ParseOne("set W.C.P = " + std::string(literal)).body).value,
+              value);
+  }
+}
+
+TEST(ScriptParserLexical, DurationsBecomeWholeMilliseconds) {
+  const std::vector<std::pair<std::string_view, Duration>> cases = {
+      {"600ms", 600ms}, {"20s", 20s},     {"1.5s", 1500ms}, {"0ms", 0ms},
+      {"0.25s", 250ms}, {"4.1s", 4100ms}, {"0.001s", 1ms},
+  };
+  for (const auto& [text, duration] : cases) {
+    SCOPED_TRACE(text);
+    EXPECT_EQ(std::get<Wait>(ParseOne("wait " + std::string(text)).body).delay, duration);
+  }
+}
+
+TEST(ScriptParserLexical, TextBlocksEndLinesWithCrLfUnlessLf) {
+  const std::vector<std::pair<std::string_view, std::string_view>> cases = {
+      {"file a.txt <<END\none\n\n# two\nEND\n", "one\r\n\r\n# two\r\n"},
+      {"file a.txt lf <<END\none\ntwo\nEND", "one\ntwo\n"},
+      {"file a.txt <<END\r\none\r\n END\r\nEND\r\n", "one\r\n END\r\n"},
+      {"file a.txt <<X\nX", ""},
+  };
+  for (const auto& [source, content] : cases) {
+    SCOPED_TRACE(source);
+    EXPECT_EQ(std::get<WriteFile>(ParseOne(source).body).content, content);
+  }
+  const auto commands = ParseScript("expect file a.txt lf <<EOF\nx\nEOF\nstart\n");
+  ASSERT_EQ(commands.size(), 2u);
+  EXPECT_EQ(std::get<ExpectFileText>(commands[0].body).text, "x\n");
+  EXPECT_EQ(commands[0].text, "expect file a.txt lf <<EOF");
+  EXPECT_EQ(commands[1].line, 4);
+}
+
+TEST(ScriptParserLexical, BlankLinesCommentsAndLineEndsAreSkipped) {
+  const auto commands = ParseScript("\r\n  # note\r\n\t\r\n  start  \r\n#\nyield");
+  ASSERT_EQ(commands.size(), 2u);
+  EXPECT_EQ(commands[0].line, 4);
+  EXPECT_EQ(commands[0].text, "start");
+  EXPECT_EQ(commands[1].line, 6);
+  EXPECT_TRUE(ParseScript("").empty());
+}
+
+TEST(ScriptParserExample, TheExampleScenarioReadsIntoItsCommands) {
+  const auto commands = ParseScript(R"(# A movie run that ends by its time limit.
+device vfw "Sim Camera" size=320x240 fps=10
+setting "ZR" "MD" "OQ" = "0"
+start
+click ChooseDevice.devices(0)
+click ChooseDevice.start
+set Master.MovieFrameRateControl.Value = 10
+set Master.MovieSecondsControl.Value = 3
+set Master.MovieMinutesControl.Value = 0
+set Master.MovieHoursControl.Value = 0
+call VideoScreen.SetFilename("$APPclip.avi")
+click Master.OperationBar[record]
+expect Master.OperationBar[record].Image == "stop"
+wait 4s
+expect Master.StatusString.Caption == "Stopped"
+expect Master.OperationBar[record].Image == "record"
+expect state CaptureFilename == "$APPclip.avi"
+expect movie clip.avi frames >= 29
+expect movie clip.avi frames <= 31
+expect movie clip.avi size == 320x240
+)");
+  ASSERT_EQ(commands.size(), 19u);
+  EXPECT_EQ(commands.front().line, 2);
+  EXPECT_EQ(std::get<Device>(commands.front().body).options.fps, 10.0);
+  EXPECT_EQ(Describe(std::get<Click>(commands[3].body).target), "ChooseDevice#0/devices(0)");
+  EXPECT_EQ(std::get<Wait>(commands[12].body).delay, 4s);
+  EXPECT_EQ(commands.back().line, 20);
+  EXPECT_EQ(commands.back().text, "expect movie clip.avi size == 320x240");
+}
+
+struct ErrorCase {
+  std::string_view source;
+  int line;
+  std::string_view expected;  // a part of the expectation
+  std::string_view found;
+};
+
+TEST(ScriptParserErrors, SayLineExpectedAndFound) {
+  const std::vector<ErrorCase> cases = {
+      {"clik Master.X", 1, "a command", R"("clik")"},
+      {"\n# c\n  start extra", 3, "end of line", R"("extra")"},
+      {"expect Master.X.Caption => \"a\"", 1, "a comparison (==, !=, <, <=, >, >=, contains)",
+       R"("=>")"},
+      {"expect Master.X.Caption = \"a\"", 1, "a comparison", R"("=")"},
+      {"set Master.X.Value == 1", 1, R"("=")", R"("==")"},
+      {"set Master = 1", 1, "a property", R"("Master")"},
+      {"expect fiel x exists", 1, "state, setting, file", R"("fiel")"},
+      {"expect file x.txt exist", 1, "exists, missing, size", R"("exist")"},
+      {"expect file x.txt size contains 3", 1, "(==, !=, <, <=, >, >=)", R"("contains")"},
+      {"expect Master.X.Value contains 5", 1, "a string after contains", R"("5")"},
+      {"expect Master.X.Value > \"a\"", 1, "a number", R"("\"a\"")"},
+      {"wait 5", 1, "a duration", R"("5")"},
+      {"wait 5 s", 1, "a duration", R"("5")"},
+      {"wait 2.5ms", 1, "a whole number of milliseconds", R"("2.5ms")"},
+      {"wait -1s", 1, "a duration", R"("-1s")"},
+      {"click Master.X[a][b][c]", 1, "at most two", R"("[c]")"},
+      {"click Master. X", 1, "a control or property name", "a blank"},
+      {"click Image#0", 1, "an instance number", R"("0")"},
+      {"click Master.X[a", 1, R"("]")", "end of line"},
+      {"device vfw \"C\" sise=1x1", 1, "an option (size, fps,", R"("sise")"},
+      {"device vfw \"C\" size=1x1 size=2x2", 1, "each option at most once", R"("size")"},
+      {"device vfw \"C\" size=640", 1, "a size WxH", R"("640")"},
+      {"device vfw \"C\" formats=\"640x480\"", 1, "a format WxHxBITS", R"("640x480")"},
+      {"device wdm \"C\" inputs=\"A,,B\"", 1, "names separated by commas", R"("\"A,,B\"")"},
+      {"device usb \"C\"", 1, "vfw or wdm", R"("usb")"},
+      {"args \"abc", 1, "a closing double quote", "end of line"},
+      {R"(args "a\qb")", 1, "an escape", R"("\\q")"},
+      {R"(args "\x4")", 1, "an escape", R"("\\x4\"")"},
+      {"expect window Master shown", 1, "loaded, unloaded, visible or hidden", R"("shown")"},
+      {"file x.txt <<END\nabc", 1, R"(a line "END" ending the text block)", "end of file"},
+      {"file x.txt", 1, "= \"text\" or a text block", "end of line"},
+      {"clock 2026-02-29 10:00:00", 1, "a date and time", R"("2026-02-29 10:00:00")"},
+      {"clock 2026-01-15", 1, "a date and time", R"("2026-01-15")"},
+      {"key down alt", 1, "a key (ctrl, shift", R"("alt")"},
+      {"answer msgbox Maybe", 1, "Yes, No, OK, Cancel, Abort, Retry or Ignore", R"("Maybe")"},
+      {"answer save \"a\" \"b\"", 1, "end of line", R"("\"b\"")"},
+      {"call Master.Run", 1, R"("(")", "end of line"},
+      {"call Run(rgb(1,2,3))", 1, "an argument", R"x("rgb(1,2,3))")x"},
+      {"call Image#2(1)", 1, "a procedure name", R"x("(1)")x"},
+      {"expect image x.bmp pixel(1,2) ~ rgb(1,2,3)", 1, R"("+-")", "end of line"},
+      {"expect image x.bmp pixel(1,2) == rgb(1,2,300)", 1, "a colour component", R"("300")"},
+      {"expect file x bytes 0 == hex \"4C4\"", 1, "pairs of hex digits", R"("\"4C4\"")"},
+      {"expect movie x.avi fourcc == \"MJPEG\"", 1, "four characters", R"("\"MJPEG\"")"},
+      {"expect device log sequence", 1, "a string", "end of line"},
+      {"after 1s", 1, "a command", "end of line"},
+      {"start\nafter 1s wiat 2s", 2, "a command", R"("wiat")"},
+      {"url \"u\" fps", 1, R"("=" after the option name)", "end of line"},
+      {"drop -1", 1, "a number of frames", R"("-1")"},
+  };
+  for (const ErrorCase& error_case : cases) {
+    SCOPED_TRACE(error_case.source);
+    try {
+      ParseScript(error_case.source);
+      ADD_FAILURE() << "no error";
+    } catch (const ParseError& error) {
+      EXPECT_EQ(error.line(), error_case.line);
+      EXPECT_NE(error.expected().find(error_case.expected), std::string::npos) << error.what();
+      EXPECT_EQ(error.found(), error_case.found) << error.what();
+    }
+  }
+}
+
+TEST(ScriptParserErrors, MessageReadsExpectedThenFound) {
+  try {
+    ParseScript("expect Master.X.Caption => \"a\"");
+    FAIL() << "no error";
+  } catch (const ParseError& error) {
+    EXPECT_STREQ(error.what(),
+                 "expected a comparison (==, !=, <, <=, >, >=, contains), found \"=>\"");
+  }
+}
+
+TEST(ScriptParserErrors, LongAfterChainsAreRefusedNotRecursedInto) {
+  std::string line;
+  for (int i = 0; i < 10000; ++i) line += "after 1ms ";
+  EXPECT_THROW(ParseScript(line + "yield"), ParseError);
+}
+
+// Random bytes and randomly damaged scenario lines: the reader either returns commands or
+// throws its own error, never anything else.
+TEST(ScriptParserErrors, AnyInputReadsOrFailsCleanly) {
+  const std::string_view sample =
+      "device wdm \"C\" size=640x480 picture=solid(1,2,3) inputs=\"a,b\"\n"
+      "expect Master.Bar[a][\"b c\"].List(3) >= -1.5\nfile a lf <<E\nx\nE\n"
+      "after 1.5s call W.P(\"\\x41\", true)\nexpect image a pixel(1,2) ~ rgb(1,2,3) +- 4\n";
+  const std::string_view alphabet = "\"\\ .#[]()=<>!~+-,x0123456789abcdefsmEN\n\r\t\x01\xff";
+  std::mt19937 random(20260115);
+  for (int round = 0; round < 20000; ++round) {
+    std::string source(sample);
+    const int damage = static_cast<int>(random() % 6) + 1;
+    for (int i = 0; i < damage; ++i) {
+      const std::size_t at = random() % source.size();
+      source[at] =
+          round % 3 == 0 ? static_cast<char>(random() % 256) : alphabet[random() % alphabet.size()];
+    }
+    if (round % 5 == 0) source.resize(random() % source.size());
+    if (round % 7 == 0) {
+      source.resize(random() % 300);
+      for (char& byte : source) byte = static_cast<char>(random() % 256);
+    }
+    try {
+      ParseScript(source);
+    } catch (const ParseError& error) {
+      EXPECT_GT(error.line(), 0);
+    }
+  }
+}
+
+TEST(ScriptParserPlaceholders, ExpandAppAndTempOnce) {
+  const std::vector<std::pair<std::string_view, std::string_view>> cases = {
+      {"$APPclip.avi", "/w/app/clip.avi"},
+      {"$TEMPx", "/w/tmp/x"},
+      {"a$APP$TEMP$APPb", "a/w/app//w/tmp//w/app/b"},
+      {"$AP $temp $ $$APP", "$AP $temp $ $/w/app/"},
+      {"", ""},
+  };
+  for (const auto& [text, expanded] : cases) {
+    EXPECT_EQ(ExpandPlaceholders(text, "/w/app/", "/w/tmp/"), expanded) << text;
+  }
+  EXPECT_EQ(ExpandPlaceholders("$APP", "$TEMP/", "/t/"), "$TEMP/");
+}
+
+}  // namespace
+}  // namespace zr::scenario
