@@ -116,22 +116,21 @@ void VideoScreen::InitializeNetworkSource(const std::string& kind) {
   wdmX.Visible = true;
   vfw::capDestroy(capture_window_);
   Caption = kind == "http" ? "IP CAMERA" : "Windows Media Stream";
-  ResumeNext([&] {
-    control_->SetDeviceConnected(false);
-    if (kind == "wms") {
-      control_->SetUseVMR9(program_.services.settings.Get(kAppTitle, "System", "VMR", "Yes") == "Yes");
-    } else {
-      control_->SetVideoDeviceIndex(kHttpSourceIndex);
-      control_->SetNetworkSourceUrl(address);
-      control_->SetCaptureAudio(false);
-    }
-    control_->SetDeviceConnected(true);
-    control_->SetPreviewEnabled(true);
-    if (kind == "wms") {
-      control_->OpenStream(address);
-      control_->PlayStream();
-    }
-  });
+  // Each step passes over its own failure and the next one runs.
+  ResumeNext([&] { control_->SetDeviceConnected(false); });
+  if (kind == "wms") {
+    ResumeNext([&] { control_->SetUseVMR9(program_.services.settings.Get(kAppTitle, "System", "VMR", "Yes") == "Yes"); });
+  } else {
+    ResumeNext([&] { control_->SetVideoDeviceIndex(kHttpSourceIndex); });
+    ResumeNext([&] { control_->SetNetworkSourceUrl(address); });
+    ResumeNext([&] { control_->SetCaptureAudio(false); });
+  }
+  ResumeNext([&] { control_->SetDeviceConnected(true); });
+  ResumeNext([&] { control_->SetPreviewEnabled(true); });
+  if (kind == "wms") {
+    ResumeNext([&] { control_->OpenStream(address); });
+    ResumeNext([&] { control_->PlayStream(); });
+  }
   ResumeNext([&] { ResizeWDM(); });
   StatusBar.Visible = true;
 }
