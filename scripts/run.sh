@@ -5,4 +5,4 @@ cd "$(dirname "$0")/.."
 ./scripts/setup.sh
 cmake --preset dev >/dev/null
 cmake --build --preset dev -j "$(nproc)" --target zandrell
-exec ./build/bin/zandrell "$@"
+exec ./build/bin/zandrell --output build/zandrell.avi "$@"

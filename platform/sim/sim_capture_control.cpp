@@ -13,7 +13,7 @@ namespace {
 std::string BoolText(bool value) { return value ? "true" : "false"; }
 constexpr int kHttpSourceIndex = -2;
 
-class SimCaptureControl : public VideoCaptureControl, public SimDeviceWorld::Source {
+class SimCaptureControl : public VideoCaptureControl, public SimSource {
  public:
   explicit SimCaptureControl(SimDeviceWorld& world) : world_(world), capture_file_(world.DefaultCaptureFile()) {}
   ~SimCaptureControl() override {
@@ -223,14 +223,6 @@ class SimCaptureControl : public VideoCaptureControl, public SimDeviceWorld::Sou
 
   // ---- the scenario's hands on the source
 
-  void ChangePicture(const PictureSpec& picture) override { picture_ = picture; }
-  void AddDrops(int frames) override {
-    if (recording_) recording_->AddDrops(frames);
-  }
-  void Unplug() override {
-    unplugged_ = true;
-    if (recording_ && recording_->Running()) recording_->End();
-  }
   void MousePressed(int button) override {
     if (events_) events_->MouseDown(button);
   }
@@ -276,10 +268,6 @@ class SimCaptureControl : public VideoCaptureControl, public SimDeviceWorld::Sou
     return *spec_;
   }
 
-  Picture CurrentPicture() const {
-    return RenderPicture(picture_, spec_ ? spec_->width : 320, spec_ ? spec_->height : 240);
-  }
-
   void PostEvent(void (CaptureControlEvents::*event)()) {
     std::weak_ptr<bool> alive = alive_;
     world_.Loop().Post([this, event, alive] {
@@ -289,16 +277,12 @@ class SimCaptureControl : public VideoCaptureControl, public SimDeviceWorld::Sou
 
   SimDeviceWorld& world_;
   CaptureControlEvents* events_ = nullptr;
-  std::optional<DeviceSpec> spec_;
-  PictureSpec picture_;
-  bool unplugged_ = false;
   int device_index_ = 0;
   std::string url_;
   int audio_device_ = 0, audio_input_ = 0, video_input_ = 0, video_compressor_ = 0;
   bool overlay_ = false, audio_preview_ = false, capture_audio_ = false, limit_enabled_ = false;
   int limit_seconds_ = 0;
   std::string capture_file_;
-  std::shared_ptr<SimRecording> recording_;
   std::shared_ptr<SimRecording> single_frames_;
   std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);
 };

@@ -58,7 +58,7 @@ Picture Scaled(const Picture& source, int width, int height) {
 
 // ---- the driver kind
 
-class SimCaptureWindow : public VfwCaptureWindow, public SimDeviceWorld::Source {
+class SimCaptureWindow : public VfwCaptureWindow, public SimSource {
  public:
   explicit SimCaptureWindow(SimDeviceWorld& world) : world_(world), capture_file_(world.DefaultCaptureFile()) {}
   ~SimCaptureWindow() override {
@@ -281,14 +281,6 @@ class SimCaptureWindow : public VfwCaptureWindow, public SimDeviceWorld::Source 
 
   // ---- the scenario's hands on the source
 
-  void ChangePicture(const PictureSpec& picture) override { picture_ = picture; }
-  void AddDrops(int frames) override {
-    if (recording_) recording_->AddDrops(frames);
-  }
-  void Unplug() override {
-    unplugged_ = true;
-    if (recording_ && recording_->Running()) recording_->End();
-  }
   void MousePressed(int button) override {
     if (!recording_ || !recording_->Running()) return;
     const bool aborts = (button == 1 && parms_.fAbortLeftMouse) || (button == 2 && parms_.fAbortRightMouse);
@@ -313,25 +305,17 @@ class SimCaptureWindow : public VfwCaptureWindow, public SimDeviceWorld::Source 
 
   bool Usable() const { return spec_.has_value() && !unplugged_; }
 
-  Picture CurrentPicture() const {
-    return RenderPicture(picture_, spec_ ? spec_->width : 320, spec_ ? spec_->height : 240);
-  }
-
   void Report(std::int16_t id, const char* text) {
     if (callback_) callback_(callback_context_, id, text);
   }
 
   SimDeviceWorld& world_;
-  std::optional<DeviceSpec> spec_;
-  PictureSpec picture_;
-  bool unplugged_ = false;
   CAPSTATUS status_;
   CAPTUREPARMS parms_;
   WAVEFORMATEX audio_;
   std::string capture_file_;
   CaptureStatusCallback callback_ = nullptr;
   void* callback_context_ = nullptr;
-  std::shared_ptr<SimRecording> recording_;
   std::shared_ptr<SimRecording> single_frames_;
 };
 

@@ -13,6 +13,7 @@
 #include "platform/movie_file.h"
 #include "platform/services.h"
 #include "platform/sim/sim_event_loop.h"
+#include "platform/sim/sim_recording.h"
 
 namespace zr::platform::sim {
 
@@ -85,6 +86,31 @@ class SimDeviceWorld {
 
 // A picture of the given spec and size; a file that cannot be read shows black.
 Picture RenderPicture(const PictureSpec& spec, int width, int height);
+
+// What both kinds of simulated device share: the device connected, the picture its source
+// shows, its movie run, and the scenario's hands on them.
+class SimSource : public SimDeviceWorld::Source {
+ public:
+  void ChangePicture(const PictureSpec& picture) override { picture_ = picture; }
+  void AddDrops(int frames) override {
+    if (recording_) recording_->AddDrops(frames);
+  }
+  void Unplug() override {
+    unplugged_ = true;
+    if (recording_ && recording_->Running()) recording_->End();
+  }
+
+ protected:
+  ~SimSource() = default;
+  Picture CurrentPicture() const {
+    return RenderPicture(picture_, spec_ ? spec_->width : 320, spec_ ? spec_->height : 240);
+  }
+
+  std::optional<DeviceSpec> spec_;
+  PictureSpec picture_;
+  bool unplugged_ = false;
+  std::shared_ptr<SimRecording> recording_;
+};
 
 std::unique_ptr<VfwDriverSystem> MakeSimDriverSystem(SimDeviceWorld& world);
 std::unique_ptr<VideoCaptureControl> MakeSimCaptureControl(SimDeviceWorld& world);
