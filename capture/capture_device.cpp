@@ -116,12 +116,14 @@ int capSetScale(VfwCaptureWindow& window, bool scale) { return Result(window.Set
 int capResize(VfwCaptureWindow& window, int x, int y, int width, int height) {
   CAPSTATUS status;
   if (!window.GetStatus(status)) return kFailure;
+  using Placement = VfwCaptureWindow::Placement;
   if (x + y + width + height == 0) {
-    window.Place(0, 0, static_cast<int>(status.uiImageWidth), static_cast<int>(status.uiImageHeight), true);
+    window.Place(x, y, static_cast<int>(status.uiImageWidth), static_cast<int>(status.uiImageHeight),
+                 Placement::SizeOnly);
   } else if (width + height != 0) {
-    window.Place(x, y, width, height, true);
+    window.Place(x, y, width, height, Placement::MoveAndSize);
   } else {
-    window.Place(x, y, width, height, false);
+    window.Place(x, y, width, height, Placement::MoveOnly);
   }
   return kSuccess;
 }

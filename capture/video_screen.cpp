@@ -211,7 +211,7 @@ void VideoScreen::SizeToPicture() {
   vfw::capGetStatus(*capture_window_, state.CapStatus);
   const int width = RoundHalfEven(state.CapStatus.uiImageWidth * view_scale_);
   const int height = RoundHalfEven(state.CapStatus.uiImageHeight * view_scale_);
-  vfw::capResize(*capture_window_, 1, 1, width, height);
+  vfw::capResize(*capture_window_, 0, 0, width, height);  // the window stands at 0,0 of its parent
   const std::string resolution = program_.Translate("Resolution:") + " " + std::to_string(state.CapStatus.uiImageWidth) +
                                  "x" + std::to_string(state.CapStatus.uiImageHeight);
   StatusBar.Panels("resolution").Text = resolution;

@@ -55,8 +55,9 @@ class VfwCaptureWindow {
   virtual PreviewResult Preview(int frames_per_second, int period_ms) = 0;
   virtual bool Overlay() = 0;
   virtual bool SetScale(bool scale) = 0;
-  // Moves the window, and sizes it too when `resize` is true.
-  virtual bool Place(int x, int y, int width, int height, bool resize) = 0;
+  // Moves the window, sizes it, or both; the Z order is never changed.
+  enum class Placement { MoveOnly, SizeOnly, MoveAndSize };
+  virtual bool Place(int x, int y, int width, int height, Placement placement) = 0;
   virtual bool SetCaptureFile(const std::string& path) = 0;
   virtual std::string GetCaptureFile() = 0;
   virtual bool SaveDib(const std::string& path) = 0;

@@ -246,27 +246,27 @@ class Runner final : public platform::sim::InputSource {
   }
   void Do(const CommandLine& line) { command_line_ = Expand(line.text); }
   void Do(const Device& device) {
-    platform::sim::DeviceSpec spec;
-    spec.kind = device.kind == DeviceKind::kDriver ? platform::sim::DeviceSpec::Kind::Vfw
+    platform::sim::DeviceSpec described;
+    described.kind = device.kind == DeviceKind::kDriver ? platform::sim::DeviceSpec::Kind::Vfw
                                                    : platform::sim::DeviceSpec::Kind::Wdm;
-    spec.name = device.name;
+    described.name = device.name;
     const auto& options = device.options;
-    spec.width = options.size.width;
-    spec.height = options.size.height;
-    if (options.fps) spec.fps = static_cast<int>(std::lround(*options.fps));
-    if (options.picture) spec.picture = ToPictureSpec(*options.picture);
-    spec.overlay = options.overlay;
-    spec.source_dialog = options.dialogs.source;
-    spec.format_dialog = options.dialogs.format;
-    spec.display_dialog = options.dialogs.display;
-    spec.connect_fails = options.connect_fails;
-    if (options.device_class == DeviceClass::kTuner) spec.device_class = 1;
-    if (options.device_class == DeviceClass::kDv) spec.device_class = 2;
-    spec.inputs = options.inputs;
+    described.width = options.size.width;
+    described.height = options.size.height;
+    if (options.fps) described.fps = static_cast<int>(std::lround(*options.fps));
+    if (options.picture) described.picture = ToPictureSpec(*options.picture);
+    described.overlay = options.overlay;
+    described.source_dialog = options.dialogs.source;
+    described.format_dialog = options.dialogs.format;
+    described.display_dialog = options.dialogs.display;
+    described.connect_fails = options.connect_fails;
+    if (options.device_class == DeviceClass::kTuner) described.device_class = 1;
+    if (options.device_class == DeviceClass::kDv) described.device_class = 2;
+    described.inputs = options.inputs;
     for (const auto& format : options.formats)
-      spec.formats.push_back(platform::VideoFormatRow{format.width, format.height, format.bits_per_pixel});
-    spec.audio_inputs = options.audio_inputs;
-    world_.devices->devices.push_back(spec);
+      described.formats.push_back(platform::VideoFormatRow{format.width, format.height, format.bits_per_pixel});
+    described.audio_inputs = options.audio_inputs;
+    world_.devices->devices.push_back(described);
   }
   void Do(const UrlSource&) { NotYetSupported("url"); }
   void Do(const SoundInputs&) { NotYetSupported("sound-inputs"); }
@@ -280,20 +280,20 @@ class Runner final : public platform::sim::InputSource {
   }
 
   platform::sim::PictureSpec ToPictureSpec(const Picture& picture) const {
-    platform::sim::PictureSpec spec;
+    platform::sim::PictureSpec described;
     if (const auto* solid = std::get_if<SolidPicture>(&picture)) {
-      spec.kind = platform::sim::PictureSpec::Kind::Solid;
-      spec.red = solid->colour.red;
-      spec.green = solid->colour.green;
-      spec.blue = solid->colour.blue;
+      described.kind = platform::sim::PictureSpec::Kind::Solid;
+      described.red = solid->colour.red;
+      described.green = solid->colour.green;
+      described.blue = solid->colour.blue;
     } else if (const auto* file = std::get_if<PictureFile>(&picture)) {
-      spec.kind = platform::sim::PictureSpec::Kind::File;
-      spec.path = (scenario_folder_ / Expand(file->path)).string();
+      described.kind = platform::sim::PictureSpec::Kind::File;
+      described.path = (scenario_folder_ / Expand(file->path)).string();
     } else {
-      spec.kind = platform::sim::PictureSpec::Kind::Pattern;
-      spec.pattern = std::get<PicturePattern>(picture).name;
+      described.kind = platform::sim::PictureSpec::Kind::Pattern;
+      described.pattern = std::get<PicturePattern>(picture).name;
     }
-    return spec;
+    return described;
   }
 
   // ---- actions

@@ -138,13 +138,13 @@ class SimCaptureControl : public VideoCaptureControl, public SimSource {
 
   void StartCapture() override {
     Invoke("StartCapture");
-    const DeviceSpec& spec = Connected();
+    const DeviceSpec& described = Connected();
     if (recording_ && recording_->Running()) throw DeviceError("a capture is already running");
     SimRecording::Settings settings;
     settings.path = capture_file_;
-    settings.microseconds_per_frame = std::lround(1e6 / (spec.fps > 0 ? spec.fps : 15));
-    settings.width = spec.width;
-    settings.height = spec.height;
+    settings.microseconds_per_frame = std::lround(1e6 / (described.fps > 0 ? described.fps : 15));
+    settings.width = described.width;
+    settings.height = described.height;
     if (capture_audio_) settings.audio = AudioFormat{22050, 1, 16};
     if (limit_enabled_) settings.limit_seconds = limit_seconds_;
     recording_ = std::make_shared<SimRecording>(world_.Loop(), world_.Movies(), settings,
@@ -174,11 +174,11 @@ class SimCaptureControl : public VideoCaptureControl, public SimSource {
   }
   void OpenFrameCapture(int frames_per_second) override {
     Invoke("OpenFrameCapture", std::to_string(frames_per_second));
-    const DeviceSpec& spec = Connected();
+    const DeviceSpec& described = Connected();
     SimRecording::Settings settings;
     settings.path = capture_file_;
-    settings.width = spec.width;
-    settings.height = spec.height;
+    settings.width = described.width;
+    settings.height = described.height;
     single_frames_ = std::make_shared<SimRecording>(world_.Loop(), world_.Movies(), settings,
                                                     [this] { return CurrentPicture(); }, nullptr);
     if (!single_frames_->OpenForSingleFrames(frames_per_second)) {
@@ -258,9 +258,9 @@ class SimCaptureControl : public VideoCaptureControl, public SimSource {
       camera.name = url_;
       return camera;
     }
-    const DeviceSpec& spec = DeviceAt(device_index_);
-    if (spec.connect_fails) throw DeviceError("the device cannot be connected");
-    return spec;
+    const DeviceSpec& described = DeviceAt(device_index_);
+    if (described.connect_fails) throw DeviceError("the device cannot be connected");
+    return described;
   }
 
   const DeviceSpec& Connected() const {

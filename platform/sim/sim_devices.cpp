@@ -70,16 +70,16 @@ class SimCaptureWindow : public VfwCaptureWindow, public SimSource {
     world_.Log("capConnect(" + std::to_string(driver_index) + ")");
     const auto drivers = world_.DevicesOfKind(DeviceSpec::Kind::Vfw);
     if (driver_index < 0 || driver_index >= static_cast<int>(drivers.size())) return false;
-    const DeviceSpec& spec = *drivers[static_cast<std::size_t>(driver_index)];
-    if (spec.connect_fails) return false;
-    spec_ = spec;
-    picture_ = spec.picture;
+    const DeviceSpec& described = *drivers[static_cast<std::size_t>(driver_index)];
+    if (described.connect_fails) return false;
+    spec_ = described;
+    picture_ = described.picture;
     unplugged_ = false;
     status_ = CAPSTATUS{};
-    status_.uiImageWidth = static_cast<UINT>(spec.width);
-    status_.uiImageHeight = static_cast<UINT>(spec.height);
-    status_.fAudioHardware = spec.audio_inputs.empty() ? 0 : 1;
-    parms_ = DriverDefaults(spec);
+    status_.uiImageWidth = static_cast<UINT>(described.width);
+    status_.uiImageHeight = static_cast<UINT>(described.height);
+    status_.fAudioHardware = described.audio_inputs.empty() ? 0 : 1;
+    parms_ = DriverDefaults(described);
     world_.SetConnectedSource(this);
     return true;
   }
@@ -191,7 +191,7 @@ class SimCaptureWindow : public VfwCaptureWindow, public SimSource {
     return Usable();
   }
 
-  bool Place(int x, int y, int width, int height, bool) override {
+  bool Place(int x, int y, int width, int height, Placement) override {
     world_.Log("capResize(" + std::to_string(x) + ", " + std::to_string(y) + ", " +
                std::to_string(width) + ", " + std::to_string(height) + ")");
     return true;
@@ -288,14 +288,14 @@ class SimCaptureWindow : public VfwCaptureWindow, public SimSource {
   }
 
  private:
-  static CAPTUREPARMS DriverDefaults(const DeviceSpec& spec) {
+  static CAPTUREPARMS DriverDefaults(const DeviceSpec& described) {
     CAPTUREPARMS parms;
-    parms.dwRequestMicroSecPerFrame = static_cast<DWORD>(std::lround(1e6 / (spec.fps > 0 ? spec.fps : 15)));
+    parms.dwRequestMicroSecPerFrame = static_cast<DWORD>(std::lround(1e6 / (described.fps > 0 ? described.fps : 15)));
     parms.wPercentDropForError = 10;
     parms.fYield = 0;
     parms.dwIndexSize = 34952;
     parms.wNumVideoRequested = 5;
-    parms.fCaptureAudio = spec.audio_inputs.empty() ? 0 : 1;
+    parms.fCaptureAudio = described.audio_inputs.empty() ? 0 : 1;
     parms.vKeyAbort = 27;
     parms.fAbortLeftMouse = 1;
     parms.fAbortRightMouse = 1;
@@ -347,17 +347,17 @@ std::vector<const DeviceSpec*> SimDeviceWorld::DevicesOfKind(DeviceSpec::Kind ki
   return found;
 }
 
-Picture RenderPicture(const PictureSpec& spec, int width, int height) {
-  switch (spec.kind) {
+Picture RenderPicture(const PictureSpec& described, int width, int height) {
+  switch (described.kind) {
     case PictureSpec::Kind::Solid: {
       Picture picture = Picture::Blank(width, height);
-      Fill(picture, 0, width, spec.red, spec.green, spec.blue);
+      Fill(picture, 0, width, described.red, described.green, described.blue);
       return picture;
     }
     case PictureSpec::Kind::Pattern:
-      return spec.pattern == "gradient" ? Gradient(width, height) : Bars(width, height);
+      return described.pattern == "gradient" ? Gradient(width, height) : Bars(width, height);
     case PictureSpec::Kind::File: {
-      const auto file = ReadBmpFile(spec.path);
+      const auto file = ReadBmpFile(described.path);
       return file ? Scaled(*file, width, height) : Picture::Blank(width, height);
     }
   }

@@ -84,8 +84,8 @@ class SimDeviceWorld {
   Source* connected_ = nullptr;
 };
 
-// A picture of the given spec and size; a file that cannot be read shows black.
-Picture RenderPicture(const PictureSpec& spec, int width, int height);
+// The picture a source shows, at the given size; a file that cannot be read shows black.
+Picture RenderPicture(const PictureSpec& described, int width, int height);
 
 // What both kinds of simulated device share: the device connected, the picture its source
 // shows, its movie run, and the scenario's hands on them.

@@ -8,13 +8,13 @@ namespace zr::testing {
 
 platform::sim::DeviceSpec& RecordingTest::AddDevice(platform::sim::DeviceSpec::Kind kind, int width, int height,
                                                     int fps) {
-  platform::sim::DeviceSpec spec;
-  spec.kind = kind;
-  spec.name = kind == platform::sim::DeviceSpec::Kind::Vfw ? "Sim Driver" : "Sim Device";
-  spec.width = width;
-  spec.height = height;
-  spec.fps = fps;
-  world.devices->devices.push_back(spec);
+  platform::sim::DeviceSpec described;
+  described.kind = kind;
+  described.name = kind == platform::sim::DeviceSpec::Kind::Vfw ? "Sim Driver" : "Sim Device";
+  described.width = width;
+  described.height = height;
+  described.fps = fps;
+  world.devices->devices.push_back(described);
   return world.devices->devices.back();
 }
 
