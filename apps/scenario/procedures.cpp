@@ -97,6 +97,13 @@ const Procedure* Find(const std::map<std::string, Procedure>& procedures, const 
 
 ui::Value Number(double value) { return ui::Value{value}; }
 
+// The named field of a record's table of fields.
+ui::Value FieldOf(const std::map<std::string, double>& fields, const std::string& field, const std::string& record) {
+  const auto found = fields.find(field);
+  if (found == fields.end()) throw AddressError("expected a field of " + record + ", found \"" + field + "\"");
+  return Number(found->second);
+}
+
 ui::Value CapStatusField(const CAPSTATUS& s, const std::string& field) {
   const std::map<std::string, double> fields = {
       {"uiImageWidth", s.uiImageWidth}, {"uiImageHeight", s.uiImageHeight}, {"fLiveWindow", s.fLiveWindow},
@@ -106,9 +113,7 @@ ui::Value CapStatusField(const CAPSTATUS& s, const std::string& field) {
       {"dwCurrentWaveSamples", s.dwCurrentWaveSamples}, {"dwCurrentTimeElapsedMS", s.dwCurrentTimeElapsedMS},
       {"fCapturingNow", s.fCapturingNow}, {"dwReturn", s.dwReturn}, {"wNumVideoAllocated", s.wNumVideoAllocated},
       {"wNumAudioAllocated", s.wNumAudioAllocated}};
-  const auto found = fields.find(field);
-  if (found == fields.end()) throw AddressError("expected a field of CapStatus, found \"" + field + "\"");
-  return Number(found->second);
+  return FieldOf(fields, field, "CapStatus");
 }
 
 ui::Value CapDriverCapsField(const CAPDRIVERCAPS& c, const std::string& field) {
@@ -116,9 +121,7 @@ ui::Value CapDriverCapsField(const CAPDRIVERCAPS& c, const std::string& field) {
       {"wDeviceIndex", c.wDeviceIndex}, {"fHasOverlay", c.fHasOverlay}, {"fHasDlgVideoSource", c.fHasDlgVideoSource},
       {"fHasDlgVideoFormat", c.fHasDlgVideoFormat}, {"fHasDlgVideoDisplay", c.fHasDlgVideoDisplay},
       {"fCaptureInitialized", c.fCaptureInitialized}, {"fDriverSuppliesPalettes", c.fDriverSuppliesPalettes}};
-  const auto found = fields.find(field);
-  if (found == fields.end()) throw AddressError("expected a field of CapDriverCaps, found \"" + field + "\"");
-  return Number(found->second);
+  return FieldOf(fields, field, "CapDriverCaps");
 }
 
 ui::Value CaptureParmsField(const CAPTUREPARMS& p, const std::string& field) {
@@ -134,9 +137,7 @@ ui::Value CaptureParmsField(const CAPTUREPARMS& p, const std::string& field) {
       {"fStepCaptureAt2x", p.fStepCaptureAt2x}, {"wStepCaptureAverageFrames", p.wStepCaptureAverageFrames},
       {"dwAudioBufferSize", p.dwAudioBufferSize}, {"fDisableWriteCache", p.fDisableWriteCache},
       {"AVStreamMaster", p.AVStreamMaster}};
-  const auto found = fields.find(field);
-  if (found == fields.end()) throw AddressError("expected a field of CaptureParms, found \"" + field + "\"");
-  return Number(found->second);
+  return FieldOf(fields, field, "CaptureParms");
 }
 
 ui::Value WaveFormatField(const WAVEFORMATEX& w, const std::string& field) {
@@ -144,9 +145,7 @@ ui::Value WaveFormatField(const WAVEFORMATEX& w, const std::string& field) {
       {"wFormatTag", w.wFormatTag}, {"nChannels", w.nChannels}, {"nSamplesPerSec", w.nSamplesPerSec},
       {"nAvgBytesPerSec", w.nAvgBytesPerSec}, {"nBlockAlign", w.nBlockAlign}, {"wBitsPerSample", w.wBitsPerSample},
       {"cbSize", w.cbSize}};
-  const auto found = fields.find(field);
-  if (found == fields.end()) throw AddressError("expected a field of WaveFormat, found \"" + field + "\"");
-  return Number(found->second);
+  return FieldOf(fields, field, "WaveFormat");
 }
 
 ui::Value Optional(const std::optional<double>& value) {

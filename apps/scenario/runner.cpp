@@ -499,10 +499,9 @@ class Runner final : public platform::sim::InputSource {
   void Do(const ExpectFileDialog& expect) {
     auto& dialog = OldestUnchecked("a file dialog");
     using Kind = platform::sim::ShownDialog::Kind;
-    const Kind wanted = expect.kind == FileDialogKind::kOpen   ? Kind::Open
-                        : expect.kind == FileDialogKind::kSave ? Kind::Save
-                                                               : Kind::Folder;
-    if (dialog.kind != wanted) Fail("another kind of file dialog", "a different dialog");
+    const bool file_dialog = dialog.kind == Kind::Open || dialog.kind == Kind::Save || dialog.kind == Kind::Folder;
+    if (!file_dialog || dialog.file.kind != ToKind(expect.kind))
+      Fail("a file dialog of the kind named", "another kind of dialog");
     if (expect.title && dialog.file.title != *expect.title) Fail("title " + Quoted(*expect.title), Quoted(dialog.file.title));
     if (expect.filter && dialog.file.filter != *expect.filter)
       Fail("filter " + Quoted(*expect.filter), Quoted(dialog.file.filter));
