@@ -15,7 +15,7 @@ int Result(bool done) { return done ? kSuccess : kFailure; }
 void ShowDialogOrSay(Program& program, platform::VfwCaptureWindow& window, platform::DriverDialog dialog,
                      const std::string& failure_text) {
   if (!window.ShowDialog(dialog))
-    program.MessageBox(failure_text, platform::MessageButtons::Ok, platform::MessageIcon::Stop);
+    program.MessageBox(program.Translate(failure_text), platform::MessageButtons::Ok, platform::MessageIcon::Stop);
 }
 
 }  // namespace
@@ -103,7 +103,7 @@ int PreviewPeriodMs(int frames_per_second) {
 int capPreview(Program& program, VfwCaptureWindow& window, int frames_per_second) {
   const auto result = window.Preview(frames_per_second, PreviewPeriodMs(frames_per_second));
   if (!result.rate_set)
-    program.MessageBox("Tessavue: Cannot set preview mode.", platform::MessageButtons::Ok,
+    program.MessageBox(program.Translate("Tessavue: Cannot set preview mode."), platform::MessageButtons::Ok,
                        platform::MessageIcon::Stop);
   return Result(result.preview_on);
 }

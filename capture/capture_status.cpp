@@ -54,8 +54,8 @@ void ShowRunning(Program& program, Master& master) {
   }
   if (master.MasterBar.Bands("multiple").Visible) {
     master.StatusString.Caption = master.Shooter.Visible
-                                      ? NumberText(state.CapStatus.dwCurrentVideoFrame) + " frames captured"
-                                      : "Recording";
+                                      ? NumberText(state.CapStatus.dwCurrentVideoFrame) + program.Translate(" frames captured")
+                                      : program.Translate("Recording");
   }
   ResumeNext([&] { master.StatusTime.Caption = FrameCountTime(state.CapStatus.dwCurrentVideoFrame, state.FramesPerSecond); });
   if (master.MasterBar.Bands("movie").Visible && state.CaptureParms.wPercentDropForError >= 1)

@@ -69,11 +69,11 @@ void VideoScreen::Record() {
     parms.fStepCaptureAt2x = 0;
     state.LastResult = vfw::capSetSetup(*capture_window_, parms);
     if (DeleteFile(state.CaptureFilename)) master.StatusString.Caption = "";
-    master.StatusString.Caption = "Recording";
+    master.StatusString.Caption = program_.Translate("Recording");
     master.RecordButton().Image = "stop";
     if (parms.fYield == 0) {
       master.StatusTime.Caption = "";
-      master.DroppedString.Caption = "Exclusive Task";
+      master.DroppedString.Caption = program_.Translate("Exclusive Task");
     }
     program_.Yield();
     state.LastResult = vfw::capStartSequence(*capture_window_);
@@ -115,7 +115,7 @@ void VideoScreen::WDMStatus_Timer() {
   ResumeNext([&] {
     const platform::CaptureStats stats = control_->GetCaptureStats();
     if (program_.state.CaptureType == "multiple") {
-      master.StatusString.Caption = NumberText(stats.frames_captured) + " frames captured";
+      master.StatusString.Caption = NumberText(stats.frames_captured) + program_.Translate(" frames captured");
       master.StatusTime.Caption = "N/A";
       master.DroppedString.Caption = "N/A";
       return;

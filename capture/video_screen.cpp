@@ -3,6 +3,9 @@
 #include "capture/video_screen.h"
 
 #include "capture/capture_device.h"
+#include "capture/video_info.h"
+#include "capture/parameter_file.h"
+#include "core/settings_keys.h"
 #include "core/formatting.h"
 #include "core/master.h"
 
@@ -46,15 +49,18 @@ bool VideoScreen::QueryUnload(ui::UnloadMode mode) {
   return mode != ui::UnloadMode::CloseBox;
 }
 
+// The set-up of the old device goes to the device state file, so the next device starts
+// from it.
 void VideoScreen::Disconnect() {
-  // The set-up is saved to the device state file here once the parameter file is built.
-  program_.services.settings.Save("ZR", "ZR", "PUMV", program_.state.PopupMovieViewer);
-  program_.services.settings.Save("ZR", "ZR", "AP", program_.state.AutoPlay);
-  program_.services.settings.Save("ZR", "ZR", "ES", program_.state.ShutterSound);
+  auto& store = program_.services.settings;
+  Mastertoolbar.Visible = false;
+  SaveSetting(store, settings::PopupMovieViewer, program_.state.PopupMovieViewer);
+  SaveSetting(store, settings::AutoPlay, program_.state.AutoPlay);
+  SaveSetting(store, settings::ShutterSound, program_.state.ShutterSound);
+  SaveParameters(program_, program_.state.AppPath + kDeviceStateFile);
   ResumeNext([&] {
     if (Tag == "vfw") {
-      program_.services.settings.Save("ZZANDRELL", "ADV", "YIELD",
-                                      std::to_string(program_.state.CaptureParms.fYield));
+      SaveSetting(store, settings::CaptureYields, std::to_string(program_.state.CaptureParms.fYield));
       program_.Yield();
       if (capture_window_) vfw::capSetStatusCallback(*capture_window_, false, nullptr);
       program_.state.LastResult = vfw::capDestroy(capture_window_);
@@ -85,17 +91,25 @@ void VideoScreen::ConnectVideoCaptureDevice(int index, const std::string& kind, 
                         MessageButtons::Ok, MessageIcon::Information);
     return;
   }
-  if (kind == "info") throw NotBuiltYet("the video device information window");
+  if (kind == "info") {
+    program_.VideoInfo.ShowModal(program_.services.loop);
+    return;
+  }
   if (kind != "vfw" && kind != "wdm" && kind != "http" && kind != "wms") return;
+  const std::string previous_kind = Tag;
   Disconnect();
   device_index_ = index;
   device_name_ = name;
   Tag = kind;
   Initialize();
+  // A stream or camera without an address connects nothing and keeps the kind it replaced.
+  if (address_refused_) Tag = previous_kind;
   if (kind != "wms") program_.services.settings.Save(kAppTitle, "System", "LastDevice", name);
 }
 
 void VideoScreen::Initialize() {
+  address_refused_ = false;
+  Mastertoolbar.Visible = false;
   Caption = program_.Translate("Initializing...");
   program_.Yield();
   if (Tag == "http" || Tag == "wms") InitializeNetworkSource(Tag);
@@ -111,11 +125,18 @@ bool VideoScreen::AskAddress(const std::string& prompt, std::string& address) {
 
 void VideoScreen::InitializeNetworkSource(const std::string& kind) {
   std::string address;
-  if (!AskAddress(kind == "http" ? "Enter the ip camera url:" : "Enter the video stream url:", address)) return;
+  if (!AskAddress(kind == "http" ? "Enter the ip camera url:" : "Enter the video stream url:", address)) {
+    address_refused_ = true;
+    return;
+  }
+  EnableControlKindMenus(/*device_settings=*/false);
   AudioVFW(false);
   wdmX.Visible = true;
   vfw::capDestroy(capture_window_);
   Caption = kind == "http" ? "IP CAMERA" : "Windows Media Stream";
+  auto& toolbar = program_.Master().DeviceToolbar;
+  toolbar.Button("fullscreen").Enabled = true;
+  for (const char* key : {"source", "display", "format", "exportdv"}) toolbar.Button(key).Enabled = false;
   // Each step passes over its own failure and the next one runs.
   ResumeNext([&] { control_->SetDeviceConnected(false); });
   if (kind == "wms") {
@@ -136,7 +157,9 @@ void VideoScreen::InitializeNetworkSource(const std::string& kind) {
 }
 
 void VideoScreen::InitializeControl() {
-  program_.state.PreviewRate = static_cast<std::int16_t>(program_.Master().previewrate.ListIndex + 1);
+  auto& master = program_.Master();
+  EnableControlKindMenus(/*device_settings=*/true);
+  program_.state.PreviewRate = static_cast<std::int16_t>(master.previewrate.ListIndex + 1);
   AudioVFW(false);
   wdmX.Visible = true;
   vfw::capDestroy(capture_window_);
@@ -151,13 +174,79 @@ void VideoScreen::InitializeControl() {
     control_->SetPreviewEnabled(true);
     ResizeWDM();
   });
+  for (const char* key : {"fullscreen", "source", "display", "format"}) master.DeviceToolbar.Button(key).Enabled = true;
+  ResumeNext([&] { FillFormatMenu(); });
+  ResumeNext([&] { FillInputMenu(); });
+  ResumeNext([&] {
+    master.AudioDevice.Clear();
+    for (int index = 0; index < control_->AudioDeviceCount(); ++index) master.AudioDevice.AddItem(control_->AudioDeviceName(index));
+    master.AudioDevice.ListIndex = 0;
+  });
+  ResumeNext([&] {
+    const bool camcorder = control_->DVCommand(0) >= 1;
+    Mastertoolbar.Visible = camcorder;
+    DVStatus.Enabled = camcorder;
+  });
+  ResumeNext([&] { master.DeviceToolbar.Button("exportdv").Enabled = control_->DeviceClass() >= 2; });
+  ResumeNext([&] {
+    const bool tuner = control_->DeviceClass() == 1;
+    master.MasterBar.Bands("tuner").Visible = tuner;
+    master.Toolbars(8).Visible = tuner;
+  });
   StatusBar.Visible = true;
+}
+
+// The lists of the sound settings belong to the control; the driver's own lists are off.
+void VideoScreen::EnableControlKindMenus(bool device_settings) {
+  auto& master = program_.Master();
+  for (int index : {8, 12, 14, 15}) master.VideoMenu(index).Visible = device_settings;
+  master.DeviceToolbar.Button("wdmsettings").Enabled = device_settings;
+  SelectSoundLists(/*driver_lists=*/false);
+}
+
+// A driver sets the sound format by channels, bits and rate; a control by device, input and
+// level.
+void VideoScreen::SelectSoundLists(bool driver_lists) {
+  auto& master = program_.Master();
+  for (ui::Control* list : std::initializer_list<ui::Control*>{&master.AudioDevice, &master.AudioInput, &master.AudioLevel})
+    list->Enabled = !driver_lists;
+  for (ui::Control* list : std::initializer_list<ui::Control*>{&master.AudioBits, &master.AudioChannels, &master.AudioRate})
+    list->Enabled = driver_lists;
+}
+
+void VideoScreen::FillFormatMenu() {
+  auto& format = program_.Master().DeviceToolbar.Button("format");
+  format.ButtonMenus.clear();
+  for (const auto& row : control_->VideoFormatList())
+    format.AddMenu("", std::to_string(row.width) + " x " + std::to_string(row.height) + " (" +
+                           std::to_string(row.bits_per_pixel) + "bpp)");
+}
+
+void VideoScreen::FillInputMenu() {
+  auto& source = program_.Master().DeviceToolbar.Button("source");
+  const int count = control_->VideoInputCount();
+  if (count <= 0) return;
+  source.ButtonMenus.clear();
+  source.ToolTipText = "";
+  for (int index = 0; index < count; ++index) source.AddMenu("", control_->VideoInputName(index));
+}
+
+// The driver kind has no lists of formats or inputs: each drop-down shows a disabled "none".
+void VideoScreen::ClearControlKindMenus() {
+  auto& toolbar = program_.Master().DeviceToolbar;
+  for (const char* key : {"source", "format"}) {
+    auto& button = toolbar.Button(key);
+    button.ButtonMenus.clear();
+    button.AddMenu("", "none").Enabled = false;
+    button.ToolTipText = program_.Translate("Available only on WDM devices");
+  }
 }
 
 void VideoScreen::InitializeDriver() {
   auto& master = program_.Master();
   auto& state = program_.state;
   wdmX.Visible = false;
+  SelectSoundLists(/*driver_lists=*/true);
   AudioVFW(true);
   vfw::capDestroy(capture_window_);
   capture_window_ = vfw::capCreateWindow(program_.services.drivers);
@@ -170,14 +259,19 @@ void VideoScreen::InitializeDriver() {
     master.StatusString.Caption = program_.Translate("Not Connected");
     master.MasterStatus.Panels("resolution").Text = "N/A";
     Caption = program_.Translate("No Signal");
+    master.DeviceToolbar.Button("fullscreen").Enabled = false;
     return;
   }
   master.StatusString.Caption = program_.Translate("Connected");
   master.StatusTime.Caption = "00:00:00.00";
+  master.DeviceToolbar.Button("fullscreen").Enabled = true;
   vfw::capGetCaps(*capture_window_, state.CapDriverCaps);
   SizeToPicture();
+  vfw::capGetCaps(*capture_window_, state.CapDriverCaps);
   vfw::capGetStatus(*capture_window_, state.CapStatus);
   vfw::capGetSetup(*capture_window_, state.CaptureParms);
+  FollowDriverCaps();
+  vfw::capGetStatus(*capture_window_, state.CapStatus);
   if (state.CapStatus.fOverlayWindow == 1 && state.CapDriverCaps.fHasOverlay == 1) Overlay();
   else Preview(master.previewrate.ListIndex + 1);
   vfw::capGetAudioFormat(*capture_window_, state.WaveFormat, kWaveFormatBytes);
@@ -190,19 +284,34 @@ void VideoScreen::InitializeDriver() {
     case 44100: master.AudioRate.ListIndex = 3; break;
     default: break;
   }
-  master.MovieToolbar.Button("audio").Value = state.CaptureParms.fCaptureAudio ? 1 : 0;
+  master.SetAudioCapture(state.CaptureParms.fCaptureAudio != 0);
   const int rate = FramesPerSecondFromMicroSeconds(state.CaptureParms.dwRequestMicroSecPerFrame);
   master.MovieFrameRateControl.Value = rate < 2 ? master.MovieFrameRateControl.Min.get() : rate;
   if (state.CaptureParms.fLimitEnabled == 1) master.MovieDisableLimit.Value = 0;
   master.MovieHoursControl.Value = static_cast<int>(state.CaptureParms.wTimeLimit / 3600);
   master.MovieMinutesControl.Value = static_cast<int>(state.CaptureParms.wTimeLimit % 3600 / 60);
   master.MovieSecondsControl.Value = static_cast<int>(state.CaptureParms.wTimeLimit % 60);
-  master.MasterStatus.Panels("filename").Text = "Filename: " + vfw::capGetCaptureFile(*capture_window_);
-  state.CaptureParms.fYield =
-      static_cast<BOOL>(NumericPrefix(program_.services.settings.Get("ZZANDRELL", "ADV", "YIELD", "1")));
-  // The device state file is read here once the parameter file is built.
+  master.MasterStatus.Panels("filename").Text = program_.Translate("Filename: ") + vfw::capGetCaptureFile(*capture_window_);
+  state.CaptureParms.fYield = static_cast<BOOL>(ReadSettingNumber(program_.services.settings, settings::CaptureYields));
+  LoadParameters(program_, state.AppPath + kDeviceStateFile);
+  // Whatever the file said.
   state.CaptureParms.dwIndexSize = 324000;
   StatusBar.Visible = false;
+}
+
+// The view and dialog buttons follow what the driver can do.
+void VideoScreen::FollowDriverCaps() {
+  auto& master = program_.Master();
+  const auto& caps = program_.state.CapDriverCaps;
+  auto& toolbar = master.DeviceToolbar;
+  toolbar.Button("overlay").Enabled = caps.fHasOverlay != 0;
+  master.ViewMenu(0).Enabled = caps.fHasOverlay != 0;
+  toolbar.Button("source").Enabled = caps.fHasDlgVideoSource != 0;
+  master.VideoMenu(0).Enabled = caps.fHasDlgVideoSource != 0;
+  toolbar.Button("display").Enabled = caps.fHasDlgVideoDisplay != 0;
+  toolbar.Button("format").Enabled = caps.fHasDlgVideoFormat != 0;
+  toolbar.Button("wdmsettings").Enabled = false;
+  ClearControlKindMenus();
 }
 
 void VideoScreen::SizeToPicture() {
@@ -308,7 +417,7 @@ void VideoScreen::ResizeWDM() {
         program_.Translate("Resolution:") + " " + FormatNumber(width, "#0") + "x" + FormatNumber(height, "#0");
     StatusBar.Panels("resolution").Text = resolution;
     program_.Master().MasterStatus.Panels("resolution").Text = resolution;
-    program_.Master().StatusString.Caption = "Connected";
+    program_.Master().StatusString.Caption = program_.Translate("Connected");
   }
   Width = RoundHalfEven(width * view_scale_);
   Height = RoundHalfEven(height * view_scale_) + (StatusBar.Visible ? 22 : 0);

@@ -61,6 +61,9 @@ class VideoScreen : public ui::Window, private platform::CaptureControlEvents {
   platform::VfwCaptureWindow* CaptureWindow() const { return capture_window_.get(); }
   platform::VideoCaptureControl& Control() { return *control_; }
   bool FrameJobOpen() const { return frame_job_open_; }
+  // The index of the connected device, as the parameter file records it.
+  int DeviceIndex() const { return device_index_; }
+  const std::string& DeviceName() const { return device_name_; }
 
   // The handler of the control's event "capture stopped" (also run by WDMStatus).
   void CaptureStopped() override;
@@ -75,6 +78,12 @@ class VideoScreen : public ui::Window, private platform::CaptureControlEvents {
   void InitializeControl();
   void InitializeNetworkSource(const std::string& kind);
   void MirrorViewButtons();
+  void EnableControlKindMenus(bool device_settings);
+  void FillFormatMenu();
+  void FillInputMenu();
+  void ClearControlKindMenus();
+  void FollowDriverCaps();
+  void SelectSoundLists(bool driver_lists);
   void SizeToPicture();
   bool IsControlKind() const;
   bool AskAddress(const std::string& prompt, std::string& address);
@@ -83,6 +92,7 @@ class VideoScreen : public ui::Window, private platform::CaptureControlEvents {
   std::unique_ptr<platform::VfwCaptureWindow> capture_window_;
   std::unique_ptr<platform::VideoCaptureControl> control_;
   bool frame_job_open_ = false;
+  bool address_refused_ = false;
   double view_scale_ = 1;
   int device_index_ = 0;
   std::string device_name_;

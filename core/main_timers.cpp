@@ -17,8 +17,11 @@ constexpr double kMegabyte = 1048576.0;
 // Every step passes over its own errors and the next step runs.
 void Master::MasterTimer_Timer() {
   auto& state = program_.state;
-  // The keyboard shortcuts and the picture server's address are read here once the mode
-  // switching and the picture server exist; until then the tick starts with the file name.
+  ResumeNext([&] { ReadShortcutKeys(); });
+  ResumeNext([&] {
+    WebShare_Url.Caption = "http://" + stream.LocalAddress +
+                           (stream.LocalPort == 80 ? std::string() : ":" + std::to_string(stream.LocalPort));
+  });
   ResumeNext([&] {
     if (state.CaptureFilename.empty()) state.CaptureFilename = state.AppPath + "capture.avi";
   });
@@ -29,12 +32,12 @@ void Master::MasterTimer_Timer() {
         state.FreeBytesAtStart = state.FreeBytesLatest;
       state.BytesPerRun = static_cast<float>(*state.FreeBytesAtStart - *state.FreeBytesLatest);
       MasterStatus.Panels(3).Text =
-          "Estimated Filesize: " + NumberText(std::floor(state.BytesPerRun / kMegabyte)) + " Mb";
+          program_.Translate("Estimated Filesize: ") + NumberText(std::floor(state.BytesPerRun / kMegabyte)) + " Mb";
     } else {
       MasterStatus.Panels(3).Text = state.ProductSite;
     }
   });
-  ResumeNext([&] { MasterStatus.Panels("filename").Text = "Filename: " + LowerCase(state.CaptureFilename); });
+  ResumeNext([&] { MasterStatus.Panels("filename").Text = program_.Translate("Filename: ") + LowerCase(state.CaptureFilename); });
   ResumeNext([&] {
     // Heals the bar after a run ended by a path that did not re-enable the motion button.
     auto& motion = OperationBar.Button("motion");
@@ -43,12 +46,30 @@ void Master::MasterTimer_Timer() {
   ResumeNext([&] {
     const double free_bytes = FreeBytesOfCaptureDrive();
     MasterStatus.Panels("diskcap").Text =
-        free_bytes > kMegabyte ? "Free Space : " + FormatNumber(std::floor(free_bytes / kMegabyte), "#") + " Mb"
-                               : "Disk Full (< 1Mb)";
+        free_bytes > kMegabyte ? program_.Translate("Free Space : ") + FormatNumber(std::floor(free_bytes / kMegabyte), "#") + " Mb"
+                               : program_.Translate("Disk Full (< 1Mb)");
   });
   ResumeNext([&] {
     if (program_.VideoScreen().Tag == "vfw") CaptureStatusUpdate(program_);
   });
+}
+
+// The Ctrl shortcuts, read from the key state on every tick while the main window is in front:
+// a held key acts at the timer's rate. The first key found down wins.
+void Master::ReadShortcutKeys() {
+  if (program_.ForegroundWindow != "Master" || !program_.KeyDown("ctrl")) return;
+  if (program_.KeyDown("F12")) {
+    if (program_.state.CaptureType == "multiple" && Shooter.Enabled && Shooter.Visible) Shooter.Click();
+    return;
+  }
+  static const std::pair<const char*, const char*> kModeKeys[] = {
+      {"M", "movie"}, {"I", "image"}, {"U", "multiple"}, {"W", "webshare"}, {"A", "avibuilder"}};
+  for (const auto& [key, mode] : kModeKeys) {
+    if (program_.KeyDown(key)) {
+      SetOperationMode(mode);
+      return;
+    }
+  }
 }
 
 void Master::MasterTimer2_Timer() {

@@ -1,34 +1,46 @@
 #include "core/program.h"
 
+#include "capture/choose_device.h"
+#include "capture/video_info.h"
 #include "capture/video_screen.h"
 #include "core/formatting.h"
 #include "core/master.h"
+#include "core/message_window.h"
+#include "core/preferences.h"
+#include "core/settings_keys.h"
+#include "core/splash.h"
 
 namespace zr {
 
 namespace {
 
-// A stored number; text that does not parse reads as 0.
-double SettingNumber(const std::string& text) {
-  try {
-    return NumericPrefix(text);
-  } catch (const OverflowError&) {
-    return 0;
-  }
+template <class W>
+ui::WindowSlot<W> MakeSlot(Program& program, const char* name) {
+  return ui::WindowSlot<W>(name, [&program] { return std::make_unique<W>(program); });
 }
+
+std::string TwoDigits(int number) { return FormatNumber(number, "00"); }
 
 }  // namespace
 
-Program::Program(Services given_services, std::string app_path)
+Program::Program(Services given_services, std::string program_folder)
     : services(std::move(given_services)),
-      Master("Master", [this] { return std::make_unique<zr::Master>(*this); }),
-      VideoScreen("VideoScreen", [this] { return std::make_unique<zr::VideoScreen>(*this); }) {
-  state.AppPath = std::move(app_path);
+      Master(MakeSlot<zr::Master>(*this, "Master")),
+      VideoScreen(MakeSlot<zr::VideoScreen>(*this, "VideoScreen")),
+      Splash(MakeSlot<zr::Splash>(*this, "Splash")),
+      ChooseDevice(MakeSlot<zr::ChooseDevice>(*this, "ChooseDevice")),
+      VideoInfo(MakeSlot<zr::VideoInfo>(*this, "VideoInfo")),
+      Preferences(MakeSlot<zr::Preferences>(*this, "Preferences")),
+      Msg(MakeSlot<zr::Msg>(*this, "Msg")),
+      ProgramFolder(std::move(program_folder)) {
+  state.AppPath = ProgramFolder;
 }
 
 Program::~Program() = default;
 
-std::vector<ui::WindowSlotBase*> Program::Windows() { return {&Master, &VideoScreen}; }
+std::vector<ui::WindowSlotBase*> Program::Windows() {
+  return {&Master, &VideoScreen, &Splash, &ChooseDevice, &VideoInfo, &Preferences, &Msg};
+}
 
 ui::WindowSlotBase* Program::FindWindow(std::string_view name) {
   for (auto* slot : Windows())
@@ -40,7 +52,8 @@ void Program::ReleaseUnloadedWindows() {
   for (auto* slot : Windows()) slot->ReleaseUnloaded();
 }
 
-std::string Program::Translate(const std::string& key, int) const { return key; }
+// The flag is kept for the callers, which all pass 0.
+std::string Program::Translate(const std::string& key, int) const { return TranslateText(language, key); }
 
 platform::MessageAnswer Program::MessageBox(const std::string& text, platform::MessageButtons buttons,
                                             platform::MessageIcon icon, const std::string& title) {
@@ -48,19 +61,48 @@ platform::MessageAnswer Program::MessageBox(const std::string& text, platform::M
 }
 
 void Program::Main() {
+  VersionText = Translate("Version") + " " + std::to_string(kVersionMajor) + "." +
+                FormatNumber(kVersionMinor, "#00") + " " + Translate("Build") + " " +
+                FormatNumber(kVersionRevision, "#");
+  state.AppPath = ProgramFolder;
+  state.IsWindowsAfter2000 = SystemVersion > 5.0 ? True : False;
   state.PreviewRate = 10;
   state.AutostartHours = 0;
   state.AutostartMinutes = 0;
   state.AutostartSeconds = 10;
   state.CaptureFilename = state.AppPath + "zandrell.avi";
   state.ProductSite = "https://video-zandrell.example/";
-  auto& settings = services.settings;
-  state.PopupMovieViewer = settings.Get("ZR", "ZR", "PUMV", "");
-  state.AutoPlay = settings.Get("ZR", "ZR", "AP", "");
-  state.ShutterSound = settings.Get("ZR", "ZR", "ES", "1");
-  state.JpegQuality = static_cast<std::int32_t>(SettingNumber(settings.Get("ZR", "JPEG", "Compression", "100")));
-  state.MotionSensitivity = static_cast<std::int16_t>(SettingNumber(settings.Get("ZR", "MD", "SENSE", "5")));
+  WriteRunRecord();
+  Splash().Show();
+  auto& store = services.settings;
+  state.PopupMovieViewer = ReadSetting(store, settings::PopupMovieViewer);
+  state.AutoPlay = ReadSetting(store, settings::AutoPlay);
+  state.ShutterSound = ReadSetting(store, settings::ShutterSound);
+  state.JpegQuality = static_cast<std::int32_t>(ReadSettingNumber(store, settings::JpegQualityAtStart));
+  state.MotionSensitivity = static_cast<std::int16_t>(ReadSettingNumber(store, settings::MotionSensitivity));
   Master().Show();
+}
+
+// Written at every start and never read: which version ran from where, and when.
+void Program::WriteRunRecord() {
+  auto& store = services.settings;
+  const auto now = services.clock.Now();
+  SaveSetting(store, settings::RunVersion, std::to_string(kVersionMajor) + "." + std::to_string(kVersionMinor));
+  SaveSetting(store, settings::RunBuild, std::to_string(kVersionRevision));
+  SaveSetting(store, settings::RunPath, state.AppPath);
+  SaveSetting(store, settings::RunDate,
+              std::to_string(now.year) + "-" + TwoDigits(now.month) + "-" + TwoDigits(now.day));
+  SaveSetting(store, settings::RunTime,
+              TwoDigits(now.hour) + ":" + TwoDigits(now.minute) + ":" + TwoDigits(now.second));
+}
+
+// The flag comes first, so the load and resize handlers stop working on a window that is
+// being destroyed and the parameter file is not overwritten by the last disconnect.
+void Program::ExitProgram() {
+  state.Exiting = True;
+  VideoScreen().Disconnect();
+  VideoScreen.Unload();
+  Master.Unload();
 }
 
 }  // namespace zr

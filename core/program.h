@@ -2,12 +2,14 @@
 // The running program: the platform services it was given, the application state and the
 // windows. Every handler reaches the rest of the program through it.
 
+#include <algorithm>
 #include <functional>
 #include <memory>
 #include <string>
 #include <vector>
 
 #include "core/app_state.h"
+#include "core/language.h"
 #include "platform/capture_backends.h"
 #include "platform/event_loop.h"
 #include "platform/movie_file.h"
@@ -18,6 +20,11 @@ namespace zr {
 
 class Master;
 class VideoScreen;
+class Splash;
+class ChooseDevice;
+class VideoInfo;
+class Preferences;
+class Msg;
 
 struct Services {
   platform::EventLoop& loop;
@@ -26,6 +33,7 @@ struct Services {
   platform::SettingsStore& settings;
   platform::FileSystem& files;
   platform::WallClock& clock;
+  platform::Desktop& desktop;
   platform::MovieFiles& movies;
   platform::VfwDriverSystem& drivers;
   std::function<std::unique_ptr<platform::VideoCaptureControl>()> make_capture_control;
@@ -35,17 +43,22 @@ struct Services {
 inline const std::string kAppTitle = "Video Zandrell";
 constexpr int kVersionMajor = 1;
 constexpr int kVersionMinor = 0;
-constexpr int kVersionRevision = 0;
+constexpr int kVersionRevision = 1;
 
 class Program {
  public:
-  Program(Services services, std::string app_path);
+  Program(Services services, std::string program_folder);
   ~Program();
 
   Services services;
   AppState state;
   ui::WindowSlot<zr::Master> Master;
   ui::WindowSlot<zr::VideoScreen> VideoScreen;
+  ui::WindowSlot<zr::Splash> Splash;
+  ui::WindowSlot<zr::ChooseDevice> ChooseDevice;
+  ui::WindowSlot<zr::VideoInfo> VideoInfo;
+  ui::WindowSlot<zr::Preferences> Preferences;
+  ui::WindowSlot<zr::Msg> Msg;
 
   // The windows by name, as the faces find them.
   ui::WindowSlotBase* FindWindow(std::string_view name);
@@ -53,8 +66,16 @@ class Program {
   // Destroys windows unloaded since the loop was last idle.
   void ReleaseUnloadedWindows();
 
-  // Process entry: paths, fixed defaults, settings mirrors, then the main window.
+  // Process entry: version text, paths, fixed defaults, the record of this run, the splash,
+  // the settings mirrors, then the main window, whose load connects the device.
   void Main();
+  // The one way out: disconnects the device and unloads the capture window and the main window.
+  void ExitProgram();
+
+  void WriteRunRecord();
+
+  // "Version 1.00 Build 0", translated; set by Main.
+  std::string VersionText;
 
   // The display text for a fixed English text; the key itself where no table has it.
   std::string Translate(const std::string& key, int flag = 0) const;
@@ -67,11 +88,20 @@ class Program {
 
   void Yield() { services.loop.Yield(); }
 
-  // The command line the program was started with.
+  // What the process entry learns from its surroundings: the program folder (AppPath, with its
+  // trailing separator), the command line and the system's version number, read as a decimal
+  // (the device menu offers control-kind devices above 5.0).
+  std::string ProgramFolder;
   std::string CommandLine;
+  double SystemVersion = 10.0;
+  // The language of the fixed texts: the desktop's, or the one asked for on the command line.
+  Language language = Language::English;
   // The keys held down, as the main window's key-state query sees them ("ctrl", "M", "F12"),
   // and the window in front.
   std::vector<std::string> KeysDown;
+  bool KeyDown(std::string_view key) const {
+    return std::find(KeysDown.begin(), KeysDown.end(), key) != KeysDown.end();
+  }
   std::string ForegroundWindow = "Master";
 };
 

@@ -30,7 +30,13 @@ bool FileLengthProbeSucceeds(const std::string& path) {
 }  // namespace
 
 void Master::OperationBar_ButtonClick(ui::ToolbarButton& button) {
-  if (button.Key() != "record") return;  // the other keys belong to the trigger windows
+  const std::string& key = button.Key();
+  if (key == "motion") {
+    ArmMotionDetectorFromOperationBar();
+    return;
+  }
+  if (key == "rs232" || key == "autostart" || key == "sound") throw NotBuiltYet("the trigger window of \"" + key + "\"");
+  if (key != "record") return;
   // The visible option band decides, tested in this order; with all three hidden the press
   // does nothing.
   if (MasterBar.Bands("movie").Visible) {
@@ -67,13 +73,45 @@ void Master::CaptureControl(bool start) {
   }
   if (state.CaptureType == "movie") CaptureMovie(start);
   else if (state.CaptureType == "multiple") CaptureMultiple(start);
-  else if (state.CaptureType == "image") throw NotBuiltYet("a still into the picture window");
+  else if (state.CaptureType == "image") CaptureImage();
+}
+
+// One still, whichever way the button reads: the frame goes over the clipboard into the
+// picture window.
+void Master::CaptureImage() {
+  OperationBar.Button("motion").Enabled = true;
+  program_.VideoScreen().SaveStill("", 0, true);
+  RecordButton().Image = "pause";
+  PlaceStillInImageWindow();
+}
+
+// Motion and a run are the same state on the bar: the operator ends an armed wait with the
+// button that ends a run. The image is set before the timer can fire.
+void Master::ArmMotionDetectorFromOperationBar() {
+  if (DeviceToolbar.Button("overlay").Value == 1)
+    program_.MessageBox(program_.Translate("Overlay Mode detected. Some devices can only detect movement under Preview Mode."),
+                        MessageButtons::Ok, MessageIcon::Exclamation, program_.Translate("Warning"));
+  RecordButton().Image = "stop";
+  program_.Yield();
+  OperationBar.Button("motion").Enabled = false;
+  program_.Yield();
+  RecordButton().Image = "stop";
+  program_.Yield();
+  MotionTimer.Enabled = true;
+}
+
+void Master::PlaceStillInImageWindow() { throw NotBuiltYet("the picture window"); }
+
+void Master::ArmMotionDetector() {
+  RecordButton().Image = "stop";
+  OperationBar.Button("motion").Enabled = false;
+  MotionTimer.Enabled = true;
 }
 
 // The overwrite question of a start: true when the operator did not answer Yes.
 bool Master::OverwriteDeclined(bool with_icon) {
-  const std::string text = "The file " + program_.state.CaptureFilename +
-                           " already exists. Do you want to replace the existing file ?";
+  const std::string text = program_.Translate("The file ") + program_.state.CaptureFilename +
+                           program_.Translate(" already exists. Do you want to replace the existing file ?");
   const auto answer = program_.MessageBox(text, MessageButtons::YesNo,
                                           with_icon ? MessageIcon::Exclamation : MessageIcon::None);
   program_.state.LastResult = static_cast<std::int32_t>(answer);

@@ -81,6 +81,22 @@ class FileSystem {
   virtual std::optional<std::uint64_t> FreeBytes(const std::string& path) = 0;
 };
 
+// ---- The desktop around the program
+
+struct ScreenSize {
+  int width = 0;   // pixels
+  int height = 0;  // pixels
+};
+
+class Desktop {
+ public:
+  virtual ~Desktop() = default;
+  virtual ScreenSize Screen() const = 0;
+  // Whether the desktop has a sound mixer the program can open for the recording and playback
+  // volumes.
+  virtual bool HasVolumeControl() const = 0;
+};
+
 // ---- Wall clock
 
 struct DateTime {

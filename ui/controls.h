@@ -189,6 +189,8 @@ class Timer : public Control, public platform::TimerClient {
 struct Band {
   std::string key;
   Property<bool> Visible{true};
+  Property<int> Width{0};  // pixels; 0 lets the bar size it
+  Property<bool> NewRow{false};
 };
 
 class CoolBar : public Control {

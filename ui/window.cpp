@@ -5,7 +5,12 @@
 
 namespace zr::ui {
 
-Window::Window(platform::EventLoop& loop, std::string name) : loop_(loop), name_(std::move(name)) {}
+// A change of size or state raises the window's Resize event, as the toolkit does.
+Window::Window(platform::EventLoop& loop, std::string name) : loop_(loop), name_(std::move(name)) {
+  Width.OnChange([this] { Resize(); });
+  Height.OnChange([this] { Resize(); });
+  WindowState.OnChange([this] { Resize(); });
+}
 
 Window::~Window() = default;
 
@@ -55,18 +60,28 @@ bool Window::Set(std::string_view property, const Value& value) {
   return true;
 }
 
+// A window whose load handler unloads it again stays alive until the loop is idle, so the
+// caller still gets a live object.
 Window& WindowSlotBase::Touch() {
-  if (!current_) {
-    current_ = Make();
-    current_->Load();
-  }
-  return *current_;
+  if (current_) return *current_;
+  current_ = Make();
+  Window& made = *current_;
+  made.Load();
+  return made;
+}
+
+void WindowSlotBase::ShowModal(platform::EventLoop& loop) {
+  Window* window = &Touch();
+  if (current_.get() != window) return;  // its load unloaded it again
+  window->Show();
+  loop.RunModal([this, window] { return current_.get() != window || !window->Visible; });
 }
 
 bool WindowSlotBase::Unload(UnloadMode mode) {
   if (!current_) return true;
   Window* window = current_.get();
   if (!window->QueryUnload(mode)) return false;
+  if (current_.get() != window) return true;  // its own query unloaded it already
   // The Unload handler may touch the window again; it is still the current one meanwhile.
   window->Unload();
   if (current_.get() == window) unloaded_.push_back(std::move(current_));

@@ -83,6 +83,8 @@ class WindowSlotBase {
   Window& TouchWindow() { return Touch(); }
   Window* LoadedWindow() const { return current_.get(); }
   bool Loaded() const { return current_ != nullptr; }
+  // Loads and shows the window modally: returns when it is hidden or unloaded.
+  void ShowModal(platform::EventLoop& loop);
   // Runs QueryUnload and Unload; false when QueryUnload cancelled.
   bool Unload(UnloadMode mode = UnloadMode::FromCode);
 

@@ -5,6 +5,8 @@
 
 #include "apps/scenario/addressing.h"
 #include "capture/capture_status.h"
+#include "capture/device_menu.h"
+#include "capture/parameter_file.h"
 #include "capture/video_screen.h"
 #include "core/master.h"
 
@@ -77,6 +79,13 @@ const std::map<std::string, Procedure>& MasterProcedures() {
       {"StopMovieRecord", [](Program& p, const Arguments& a) { a.Expect(0); p.Master().StopMovieRecord(); }},
       {"RecordNow", [](Program& p, const Arguments& a) { a.Expect(0); p.Master().RecordNow(); }},
       {"AllControls", [](Program& p, const Arguments& a) { a.Expect(1); p.Master().AllControls(a.Flag(0)); }},
+      {"SetOperationMode", [](Program& p, const Arguments& a) { a.Expect(1); p.Master().SetOperationMode(a.Text(0)); }},
+      {"ApplyFilenameExtension", [](Program& p, const Arguments& a) { a.Expect(0); p.Master().ApplyFilenameExtension(); }},
+      {"ClearAVIBuilderBuffer", [](Program& p, const Arguments& a) { a.Expect(0); p.Master().ClearAVIBuilderBuffer(); }},
+      {"LanguageControls", [](Program& p, const Arguments& a) { a.Expect(0); p.Master().LanguageControls(); }},
+      {"SaveCoolBar", [](Program& p, const Arguments& a) { a.Expect(1); p.Master().SaveCoolBar(a.Text(0)); }},
+      {"LoadCoolBar", [](Program& p, const Arguments& a) { a.Expect(1); p.Master().LoadCoolBar(a.Text(0)); }},
+      {"SetAudioCapture", [](Program& p, const Arguments& a) { a.Expect(1); p.Master().SetAudioCapture(a.Flag(0)); }},
   };
   return procedures;
 }
@@ -84,6 +93,10 @@ const std::map<std::string, Procedure>& MasterProcedures() {
 const std::map<std::string, Procedure>& ModuleProcedures() {
   static const std::map<std::string, Procedure> procedures = {
       {"CaptureStatusUpdate", [](Program& p, const Arguments& a) { a.Expect(0); CaptureStatusUpdate(p); }},
+      {"ExitProgram", [](Program& p, const Arguments& a) { a.Expect(0); p.ExitProgram(); }},
+      {"BuildDeviceMenu", [](Program& p, const Arguments& a) { a.Expect(0); BuildDeviceMenu(p); }},
+      {"LoadParameters", [](Program& p, const Arguments& a) { a.Expect(1); LoadParameters(p, a.Text(0)); }},
+      {"SaveParameters", [](Program& p, const Arguments& a) { a.Expect(1); SaveParameters(p, a.Text(0)); }},
   };
   return procedures;
 }

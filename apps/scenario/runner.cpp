@@ -156,6 +156,8 @@ class Runner final : public platform::sim::InputSource {
     if (options_.verbose) world_.dialogs.on_shown = [](const platform::sim::ShownDialog& dialog) { Say(dialog); };
   }
 
+  // The script may end while the program waits in a modal window: that is its end, not a
+  // fault.
   Outcome Run() {
     try {
       while (RunNextCommand()) {
@@ -164,6 +166,8 @@ class Runner final : public platform::sim::InputSource {
       return Outcome{true, 0, ""};
     } catch (const Failure& failure) {
       return Outcome{false, failure.line, failure.message};
+    } catch (const platform::sim::InputExhausted&) {
+      return Outcome{true, 0, ""};
     }
   }
 
@@ -188,6 +192,8 @@ class Runner final : public platform::sim::InputSource {
     try {
       std::visit([&](const auto& body) { Do(body); }, command.body);
     } catch (const Failure&) {
+      throw;
+    } catch (const platform::sim::InputExhausted&) {
       throw;
     } catch (const std::exception& error) {
       throw Failure{command.line, error.what()};
@@ -228,7 +234,7 @@ class Runner final : public platform::sim::InputSource {
     windows_after_2000_ = flag.on;
   }
   void Do(const Setting& setting) {
-    world_.settings.Save(setting.app, setting.section, setting.key, Expand(setting.value));
+    world_.settings->Save(setting.app, setting.section, setting.key, Expand(setting.value));
   }
   void Do(const WriteFile& file) {
     const std::string path = PathOf(file.path);
@@ -274,7 +280,7 @@ class Runner final : public platform::sim::InputSource {
   void Do(const FtpServer&) { NotYetSupported("ftp-server"); }
   void Do(const Start&) {
     Program& started = world_.MakeProgram();
-    started.state.IsWindowsAfter2000 = windows_after_2000_ ? True : False;
+    started.SystemVersion = windows_after_2000_ ? 10.0 : 5.0;
     started.CommandLine = command_line_;
     started.Main();
   }
@@ -415,7 +421,7 @@ class Runner final : public platform::sim::InputSource {
     return expanded;
   }
   void Do(const ExpectSetting& expect) {
-    const auto value = world_.settings.Find(expect.app, expect.section, expect.key);
+    const auto value = world_.settings->Find(expect.app, expect.section, expect.key);
     const std::string what = "setting " + Quoted(expect.app) + " " + Quoted(expect.section) + " " + Quoted(expect.key);
     if (!expect.comparison) {
       if (value) Fail(what + " missing", Quoted(*value));

@@ -24,6 +24,8 @@ World::World(bool keep) : root_(MakeTemporaryRoot()), keep_(keep) {
   for (const char* folder : {"/app", "/temp", "/home", "/home/.config", "/home/.local/share"})
     std::filesystem::create_directories(root_ + folder);
   files = std::make_unique<platform::sim::SimFileSystem>(root_, kSimulatedDiskBytes);
+  settings = std::make_unique<platform::linux_impl::IniSettingsStore>(root_ + "/home/.config/video-zandrell/");
+  loop.SetInputSource(this);
   devices = std::make_unique<platform::sim::SimDeviceWorld>(loop, movies, clipboard, app_folder_);
   drivers = platform::sim::MakeSimDriverSystem(*devices);
 }
@@ -39,12 +41,18 @@ World::~World() {
 Program& World::MakeProgram() {
   program_.reset();
   program_ = std::make_unique<Program>(
-      Services{loop, dialogs, clipboard, settings, *files, clock, movies, *drivers,
+      Services{loop, dialogs, clipboard, *settings, *files, clock, desktop, movies, *drivers,
                [this] { return platform::sim::MakeSimCaptureControl(*devices); }},
       app_folder_);
   return *program_;
 }
 
 void World::Start() { MakeProgram().Main(); }
+
+bool World::RunNextCommand() {
+  if (!program_ || !program_->ChooseDevice.Loaded()) return false;
+  program_->ChooseDevice.Unload();
+  return true;
+}
 
 }  // namespace zr::scenario

@@ -9,17 +9,18 @@
 
 #include "core/program.h"
 #include "platform/linux/ffmpeg_movie_files.h"
+#include "platform/linux/ini_settings_store.h"
 #include "platform/sim/sim_devices.h"
 #include "platform/sim/sim_event_loop.h"
 #include "platform/sim/sim_services.h"
 
 namespace zr::scenario {
 
-class World {
+class World final : private platform::sim::InputSource {
  public:
   // Makes the folders under a fresh temporary folder; `keep` leaves them afterwards.
   explicit World(bool keep = false);
-  ~World();
+  virtual ~World();
   World(const World&) = delete;
   World& operator=(const World&) = delete;
 
@@ -30,7 +31,8 @@ class World {
   platform::sim::SimEventLoop loop;
   platform::sim::SimDialogs dialogs;
   platform::sim::SimClipboard clipboard;
-  platform::sim::SimSettingsStore settings;
+  platform::sim::SimDesktop desktop;
+  std::unique_ptr<platform::linux_impl::IniSettingsStore> settings;
   std::unique_ptr<platform::sim::SimFileSystem> files;
   platform::sim::SimWallClock clock{loop};
   platform::linux_impl::FfmpegMovieFiles movies;
@@ -40,7 +42,8 @@ class World {
   // The program; made by Start, ended by a later Start or by the world's end.
   Program& program() { return *program_; }
   bool Started() const { return program_ != nullptr; }
-  // Makes a fresh program over this world's services and runs its entry.
+  // Makes a fresh program over this world's services and runs its entry. Unless another input
+  // source is set on the loop, the operator cancels the device chooser and gives no other input.
   void Start();
   // A fresh program without running its entry (tests that drive procedures directly).
   Program& MakeProgram();
@@ -49,6 +52,7 @@ class World {
   std::string root_;
   std::string app_folder_;
   std::string temp_folder_;
+  bool RunNextCommand() override;
   bool keep_;
   std::unique_ptr<Program> program_;
 };

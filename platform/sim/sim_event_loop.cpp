@@ -99,7 +99,7 @@ void SimEventLoop::RunModal(const std::function<bool()>& finished) {
   RunDueNow();
   while (!finished()) {
     if (!input_ || !input_->RunNextCommand())
-      throw StuckError("the program waits in a modal window and no command is left");
+      throw InputExhausted("the program waits in a modal window and no command is left");
     if (!finished()) RunDueNow();
   }
 }

@@ -26,6 +26,13 @@ class StuckError : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
+// The program waits in a modal window and the input has nothing more to give: the end of a
+// script, not a fault of the program.
+class InputExhausted : public StuckError {
+ public:
+  using StuckError::StuckError;
+};
+
 class InputSource {
  public:
   // Runs the next command of the script; false when there is none left.

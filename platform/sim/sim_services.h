@@ -90,6 +90,15 @@ class SimFileSystem : public FileSystem {
   std::uint64_t capacity_bytes_;
 };
 
+// A desktop of a fixed size with a volume control.
+class SimDesktop : public Desktop {
+ public:
+  ScreenSize Screen() const override { return screen; }
+  bool HasVolumeControl() const override { return volume_control; }
+  ScreenSize screen{1920, 1080};
+  bool volume_control = true;
+};
+
 // The wall clock: a set date and time plus the virtual time that has passed since it was set.
 class SimWallClock : public WallClock {
  public:

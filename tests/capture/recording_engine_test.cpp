@@ -153,7 +153,7 @@ TEST_F(WdmRecording, StatusTimerShowsTheControlsClockAndTheEndEventClosesTheRun)
 
 TEST_F(WdmRecording, FrameByFrameMovieHoldsEveryCapturedFrame) {
   state().CaptureType = "multiple";
-  world.settings.Save("ZR", "MD", "OQ", "0");
+  world.settings->Save("ZR", "MD", "OQ", "0");
   screen().SetFilename(AppFile("frames.avi"));
   screen().OpenMultipleImage();
   for (int frame = 0; frame < 7; ++frame) screen().CaptureSingle();

@@ -29,7 +29,7 @@ void RecordingTest::SetMovie(int seconds, int rate, const std::string& file) {
   master().MovieHoursControl.Value = 0;
   master().MovieMinutesControl.Value = 0;
   master().MovieSecondsControl.Value = seconds;
-  world.settings.Save("ZR", "MD", "OQ", "0");
+  world.settings->Save("ZR", "MD", "OQ", "0");
   screen().SetFilename(AppFile(file));
 }
 

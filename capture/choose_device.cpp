@@ -1,0 +1,71 @@
+#include "capture/choose_device.h"
+
+#include "capture/video_screen.h"
+#include "core/formatting.h"
+#include "core/master.h"
+#include "core/program_error.h"
+#include "core/settings_keys.h"
+
+namespace zr {
+
+namespace {
+constexpr int kCountDownSeconds = 20;
+}
+
+ChooseDevice::ChooseDevice(Program& program) : ui::Window(program.services.loop, "ChooseDevice"), program_(program) {
+  CountDown.OnTimer = [this] { CountDown_Timer(); };
+  devices.OnClick = [this] { StopCountDown(); };
+  devices.OnDblClick = [this] { start_Click(); };
+  start.OnClick = [this] { start_Click(); };
+  Cancel.OnClick = [this] { program_.ChooseDevice.Unload(); };
+}
+
+void ChooseDevice::Load() {
+  const std::string last = ReadSetting(program_.services.settings, settings::LastDevice);
+  for (const auto& entry : program_.Master().DeviceToolbar.Button("device").ButtonMenus) {
+    if (entry->tag != "vfw" && entry->tag != "wdm") continue;
+    devices.Items.push_back(ui::ListItem{entry->Text, entry->key, entry->tag, entry->Text == last});
+    if (entry->Text == last) devices.ListIndex = devices.ListCount() - 1;
+  }
+  Cancel.Caption = program_.Translate("Cancel");
+  Caption = program_.Translate("Choose video capture device...");
+  count_ = 0;
+  CountDown_Timer();
+  CountDown.Enabled = true;
+}
+
+// The button shows the seconds left; at the end it presses itself.
+void ChooseDevice::CountDown_Timer() {
+  if (count_ <= kCountDownSeconds)
+    start.Caption = program_.Translate("Use the selected device") + " (" + std::to_string(kCountDownSeconds - count_) +
+                    program_.Translate(" sec") + ")";
+  ++count_;
+  if (count_ > kCountDownSeconds) {
+    CountDown.Enabled = false;
+    start_Click();
+  }
+}
+
+// Any click in the list ends the countdown for good.
+void ChooseDevice::StopCountDown() {
+  CountDown.Enabled = false;
+  start.Caption = program_.Translate("Use the selected device");
+}
+
+void ChooseDevice::start_Click() {
+  CountDown.Enabled = false;
+  if (devices.ListIndex >= 0) {
+    const ui::ListItem entry = devices.Items[static_cast<std::size_t>(devices.ListIndex.get())];
+    SaveSetting(program_.services.settings, settings::LastDevice, entry.text);
+    const int index = static_cast<int>(NumericPrefix(entry.key.substr(1)));
+    auto& screen = program_.VideoScreen();
+    screen.ConnectVideoCaptureDevice(index, entry.tag, entry.text);
+    if (entry.tag == "wdm") {
+      const int input = static_cast<int>(ReadSettingNumber(program_.services.settings, settings::LastDeviceInput));
+      ResumeNext([&] { screen.Control().SetVideoInputIndex(input); });
+    }
+  }
+  program_.ChooseDevice.Unload();
+}
+
+}  // namespace zr

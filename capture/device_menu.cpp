@@ -1,0 +1,43 @@
+#include "capture/device_menu.h"
+
+#include "capture/capture_device.h"
+#include "capture/video_screen.h"
+#include "core/master.h"
+#include "core/program_error.h"
+
+namespace zr {
+
+void BuildDeviceMenu(Program& program) {
+  auto& button = program.Master().DeviceToolbar.Button("device");
+  auto& control = program.VideoScreen().Control();
+  button.ButtonMenus.clear();
+  auto add = [&](const std::string& key, const std::string& text, const std::string& tag) {
+    button.AddMenu(key, text, tag);
+  };
+  auto separator = [&] { add("", "-", ""); };
+
+  const int drivers = vfw::capGetDriverCount(program.services.drivers);
+  for (int index = 0; index < drivers; ++index)
+    add("i" + std::to_string(index), vfw::capGetDriverName(program.services.drivers, index) + " (VFW)", "vfw");
+  if (drivers == 0) add("", program.Translate("no Video for Windows devices detected"), "");
+  separator();
+  if (program.state.IsWindowsAfter2000) {
+    ResumeNext([&] {
+      const int count = control.VideoDeviceCount();
+      for (int index = 0; index < count; ++index)
+        add("w" + std::to_string(index), control.VideoDeviceName(index), "wdm");
+    });
+  } else {
+    add("", program.Translate("WDM devices are only supported under Windows 2000 or higher"), "");
+  }
+  separator();
+  add("", program.Translate("Capture Video Stream... (Windows Media Stream)"), "wms");
+  separator();
+  add("", program.Translate("IP Camera... (JPEG HTTP)"), "http");
+  separator();
+  add("", program.Translate("Video Device Information..."), "info");
+  separator();
+  add("", program.Translate("Disconnect driver to unplug external device"), "unplug");
+}
+
+}  // namespace zr

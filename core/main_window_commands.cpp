@@ -1,0 +1,154 @@
+// The main window's menus and toolbar keys that belong to the running program: the modes,
+// the parameter files, the preferences, the sound choice, the Toolbars menu and Exit. Each
+// command is one line to the procedure that does the work.
+
+#include "capture/parameter_file.h"
+#include "capture/video_info.h"
+#include "capture/video_screen.h"
+#include "core/formatting.h"
+#include "core/master.h"
+#include "core/preferences.h"
+
+namespace zr {
+
+namespace {
+
+constexpr int kStatusEntry = 7;
+constexpr int kTunerEntry = 8;
+
+bool IsModeKey(const std::string& key) {
+  return key == "movie" || key == "image" || key == "multiple" || key == "avibuilder" || key == "webshare";
+}
+
+std::string LastThreeLower(const std::string& name) {
+  return LowerCase(name.size() < 3 ? name : name.substr(name.size() - 3));
+}
+
+}  // namespace
+
+void Master::MainToolbar_ButtonClick(ui::ToolbarButton& button) {
+  const std::string& key = button.Key();
+  if (IsModeKey(key)) SetOperationMode(key);
+  else if (key == "open") OpenCaptureFile();
+  else if (key == "save") SaveCaptureFile();
+  else if (key == "preferences") program_.Preferences.ShowModal(program_.services.loop);
+  else throw NotBuiltYet("the main toolbar command \"" + key + "\"");
+}
+
+void Master::DeviceToolbar_ButtonClick(ui::ToolbarButton& button) {
+  auto& screen = program_.VideoScreen();
+  const std::string& key = button.Key();
+  if (key == "device" || key == "wdmsettings") screen.WDMCaptureDialog();
+  else if (key == "source") screen.VideoSource();
+  else if (key == "display") screen.VideoDisplay();
+  else if (key == "format") screen.VideoFormat();
+  else if (key == "overlay") screen.Overlay();
+  else if (key == "preview") screen.Preview(program_.state.PreviewRate);
+  else if (key == "info") program_.VideoInfo.ShowModal(program_.services.loop);
+  else throw NotBuiltYet("the device toolbar command \"" + key + "\"");
+}
+
+// The device menu: an entry's key holds the device index after its letter, its tag the kind
+// or the command word.
+void Master::DeviceToolbar_ButtonMenuClick(ui::ToolbarButton& button, ui::ButtonMenu& entry) {
+  if (button.Key() != "device") return;
+  const int index = entry.key.size() > 1 ? static_cast<int>(NumericPrefix(entry.key.substr(1))) : 0;
+  program_.VideoScreen().ConnectVideoCaptureDevice(index, entry.tag, entry.Text);
+}
+
+void Master::FileMenu_Click(int index) {
+  static const char* const kModes[] = {"movie", "image", "multiple", "avibuilder", "webshare"};
+  if (index >= 0 && index <= 4) SetOperationMode(kModes[index]);
+  else if (index == 7) OpenCaptureFile();
+  else if (index == 8) SaveCaptureFile();
+  else if (index == 10) program_.Preferences.ShowModal(program_.services.loop);
+  else if (index == 13) program_.Master.Unload(ui::UnloadMode::FromCode);
+  else if (index == 5 || index == 11) throw NotBuiltYet("the file menu entry " + std::to_string(index));
+}
+
+// The name's last three letters choose what to do with the chosen file.
+void Master::OpenCaptureFile() {
+  const auto chosen = program_.services.dialogs.FileDialog(platform::FileDialogRequest{
+      platform::FileDialogKind::Open, program_.Translate("Open..."),
+      "All files |*.zrp;*.bmp;*.jpg;*.avi|Zandrell Parameters (*.zrp)|*.zrp|Movie File (*.avi)|*.avi|"
+      "Bitmap File (*.bmp)|*.bmp|JPEG Image File (*.jpg)|*.jpg|",
+      "", false});
+  if (!chosen || chosen->empty()) return;
+  const std::string& path = chosen->front();
+  const std::string kind = LastThreeLower(path);
+  if (kind == "zrp") LoadParameters(program_, path);
+  else if (kind == "avi" || kind == "bmp" || kind == "jpg") throw NotBuiltYet("opening a ." + kind + " file");
+}
+
+void Master::SaveCaptureFile() {
+  const std::string& capture = program_.state.CaptureFilename;
+  const std::string proposed = capture.size() < 3 ? capture : capture.substr(0, capture.size() - 3) + "zrp";
+  const auto chosen = program_.services.dialogs.FileDialog(platform::FileDialogRequest{
+      platform::FileDialogKind::Save, program_.Translate("Save Capture Parameters"),
+      "Zandrell Parameters (*.zrp)|*.zrp|", proposed, false});
+  if (!chosen || chosen->empty()) return;
+  SaveParameters(program_, chosen->front());
+}
+
+// A click flips the check; the entry then shows or hides what it governs.
+void Master::Toolbars_Click(int index) {
+  auto& entry = Toolbars(index);
+  entry.Checked = !entry.Checked;
+  if (index == kStatusEntry) StatusPanel.Visible = entry.Checked.get();
+  if (index < kTunerEntry) MasterBar.BandAt(index + 1).Visible = entry.Checked.get();
+  else MasterBar.Bands("tuner").Visible = entry.Checked.get();
+}
+
+void Master::AudioMenu_Click(int index) {
+  switch (index) {
+    case 0: SetAudioCapture(false); break;
+    case 1: SetAudioCapture(true); break;
+    case 3: AudioChannels.ListIndex = 0; break;
+    case 4: AudioChannels.ListIndex = 1; break;
+    case 6: AudioBits.ListIndex = 0; break;
+    case 7: AudioBits.ListIndex = 1; break;
+    case 11:
+    case 13:
+    case 15: throw NotBuiltYet("the audio menu entry " + std::to_string(index));
+    default: break;
+  }
+}
+
+void Master::SetAudioCapture(bool on) {
+  MovieToolbar.Button("audio").Value = on ? 1 : 0;
+  AudioMenu(0).Checked = !on;
+  AudioMenu(1).Checked = on;
+  for (ui::Control* control : std::initializer_list<ui::Control*>{&AudioChannels, &AudioBits, &AudioRate, &AudioDevice,
+                                                                  &AudioInput, &AudioLevel})
+    control->Enabled = on;
+}
+
+void Master::MovieToolbar_ButtonClick(ui::ToolbarButton& button) {
+  const std::string& key = button.Key();
+  if (key == "record") {
+    if (RecordButton().Image == "record") CaptureControl(true);
+    else StopMovieRecord();
+  } else if (key == "motion") {
+    ArmMotionDetector();
+  } else if (key == "audio") {
+    SetAudioCapture(button.Value == 1);
+  } else if (key == "tcr") {
+    program_.VideoScreen().ShowTCR();
+  } else if (key == "compression") {
+    program_.VideoScreen().VideoCompressionDialog();
+  } else if (key != "writeinfo") {
+    throw NotBuiltYet("the movie toolbar command \"" + key + "\"");
+  }
+}
+
+void Master::MultipleImageToolbar_ButtonClick(ui::ToolbarButton& button) {
+  const std::string& key = button.Key();
+  if (key == "record") CaptureControl(RecordButton().Image == "record");
+  else if (key == "motion") ArmMotionDetector();
+  else if (key == "vidcompression") program_.VideoScreen().VideoCompressionDialog();
+  else if (key != "writeinfo" && key != "ftp") throw NotBuiltYet("the series toolbar command \"" + key + "\"");
+}
+
+void Master::MultipleImageMode_Click() { ApplyFilenameExtension(); }
+
+}  // namespace zr

@@ -1,0 +1,53 @@
+#include "platform/linux/linux_desktop.h"
+
+#include <unistd.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <sstream>
+#include <system_error>
+
+namespace zr::platform::linux_impl {
+
+namespace {
+
+bool OnPath(const std::string& program) {
+  const char* path = std::getenv("PATH");
+  if (!path) return false;
+  std::stringstream folders(path);
+  std::string folder;
+  while (std::getline(folders, folder, ':')) {
+    if (!folder.empty() && access((folder + "/" + program).c_str(), X_OK) == 0) return true;
+  }
+  return false;
+}
+
+std::string WithSeparator(std::string folder) {
+  if (folder.empty() || folder.back() != '/') folder += '/';
+  return folder;
+}
+
+std::string DataFolder() {
+  const char* data_home = std::getenv("XDG_DATA_HOME");
+  if (data_home && *data_home == '/') return WithSeparator(data_home) + "video-zandrell/";
+  const char* home = std::getenv("HOME");
+  return WithSeparator(home ? home : "/tmp") + ".local/share/video-zandrell/";
+}
+
+}  // namespace
+
+bool LinuxDesktop::HasVolumeControl() const {
+  return OnPath("pavucontrol") || OnPath("pulsemixer") || OnPath("alsamixer");
+}
+
+std::string ResolveProgramFolder(const std::string& executable_folder, const std::string& override_folder) {
+  if (!override_folder.empty()) return WithSeparator(std::filesystem::absolute(override_folder).string());
+  const std::string folder = WithSeparator(executable_folder);
+  if (access(folder.c_str(), W_OK) == 0) return folder;
+  const std::string data = DataFolder();
+  std::error_code error;
+  std::filesystem::create_directories(data, error);
+  return data;
+}
+
+}  // namespace zr::platform::linux_impl

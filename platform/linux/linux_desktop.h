@@ -1,0 +1,28 @@
+#pragma once
+// The desktop around the program on Linux: the screen's size and the mixer program, and the
+// program folder by the rules of a portable build.
+
+#include <string>
+
+#include "platform/services.h"
+
+namespace zr::platform::linux_impl {
+
+class LinuxDesktop final : public Desktop {
+ public:
+  // `screen` is what the face knows of the screen (the GUI measures it; headless a default).
+  explicit LinuxDesktop(ScreenSize screen = {1920, 1080}) : screen_(screen) {}
+  ScreenSize Screen() const override { return screen_; }
+  // A sound mixer on the PATH: pavucontrol, pulsemixer or alsamixer.
+  bool HasVolumeControl() const override;
+
+ private:
+  ScreenSize screen_;
+};
+
+// The program folder, with its trailing separator: `override_folder` when given, else the
+// executable's folder; when that cannot be written, $XDG_DATA_HOME/video-zandrell/ (or
+// ~/.local/share/video-zandrell/), made when missing.
+std::string ResolveProgramFolder(const std::string& executable_folder, const std::string& override_folder);
+
+}  // namespace zr::platform::linux_impl

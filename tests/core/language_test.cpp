@@ -1,0 +1,273 @@
+#include "core/language.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cctype>
+#include <filesystem>
+#include <fstream>
+#include <optional>
+#include <ostream>
+#include <regex>
+#include <set>
+#include <sstream>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace zr {
+
+// Names the language in the messages of failed expectations.
+void PrintTo(Language language, std::ostream* out);
+
+namespace {
+
+constexpr Language kTranslatedLanguages[] = {Language::Portuguese, Language::Spanish, Language::French,
+                                             Language::German};
+
+std::string_view NameOf(Language language) {
+  switch (language) {
+    case Language::English:
+      return "English";
+    case Language::Portuguese:
+      return "Portuguese";
+    case Language::Spanish:
+      return "Spanish";
+    case Language::French:
+      return "French";
+    case Language::German:
+      return "German";
+  }
+  throw std::logic_error("no such language");
+}
+
+// ---- The table
+
+TEST(LanguageTable, HoldsEachTextOnce) {
+  const auto& texts = TranslatableTexts();
+  const std::set<std::string> distinct(texts.begin(), texts.end());
+  EXPECT_EQ(distinct.size(), texts.size()) << "a second row of the same key can never be reached";
+}
+
+TEST(LanguageTable, TranslatesEveryTextIntoEveryLanguage) {
+  for (const auto& key : TranslatableTexts())
+    for (const auto language : kTranslatedLanguages)
+      EXPECT_FALSE(TranslateText(language, key).empty()) << "\"" << key << "\" in " << NameOf(language);
+}
+
+// What a translation must keep of its key: the program joins texts to numbers and names, and the
+// operator relies on the hints, the accelerators and the dialog marks.
+struct Shape {
+  std::size_t leading_blanks = 0;
+  std::size_t trailing_blanks = 0;
+  bool ends_with_ellipsis = false;
+  bool ends_with_colon = false;
+  bool ends_with_percent = false;
+  std::string key_hint;
+  std::size_t ampersands = 0;
+  std::size_t line_breaks = 0;
+
+  bool operator==(const Shape&) const = default;
+};
+
+void PrintTo(const Shape& shape, std::ostream* out) {
+  *out << "{blanks " << shape.leading_blanks << "/" << shape.trailing_blanks << ", ellipsis "
+       << shape.ends_with_ellipsis << ", colon " << shape.ends_with_colon << ", percent " << shape.ends_with_percent
+       << ", hint \"" << shape.key_hint << "\", & " << shape.ampersands << ", lines " << shape.line_breaks << "}";
+}
+
+Shape ShapeOf(std::string_view text) {
+  Shape shape;
+  shape.leading_blanks = std::min(text.find_first_not_of(' '), text.size());
+  const std::string_view trimmed = text.substr(0, text.find_last_not_of(' ') + 1);
+  shape.trailing_blanks = text.size() - trimmed.size();
+  shape.ends_with_ellipsis = trimmed.ends_with("...");
+  shape.ends_with_colon = trimmed.ends_with(':');
+  shape.ends_with_percent = trimmed.ends_with('%');
+  static const std::regex kKeyHint(R"(\(CTRL\+[^)]*\))");
+  std::match_results<std::string_view::const_iterator> hint;
+  if (std::regex_search(text.begin(), text.end(), hint, kKeyHint)) shape.key_hint = hint.str();
+  shape.ampersands = static_cast<std::size_t>(std::count(text.begin(), text.end(), '&'));
+  shape.line_breaks = static_cast<std::size_t>(std::count(text.begin(), text.end(), '\n'));
+  return shape;
+}
+
+TEST(LanguageTable, KeepsWhatTheProgramAndTheOperatorRelyOn) {
+  for (const auto& key : TranslatableTexts()) {
+    EXPECT_LE(ShapeOf(key).ampersands, 1u) << "\"" << key << "\"";
+    for (const auto language : kTranslatedLanguages) {
+      const std::string text = TranslateText(language, key);
+      EXPECT_EQ(ShapeOf(text), ShapeOf(key)) << "\"" << key << "\" in " << NameOf(language) << ": \"" << text << "\"";
+      const auto accelerator = text.find('&');
+      if (accelerator != std::string::npos) {
+        EXPECT_TRUE(accelerator + 1 < text.size() && text[accelerator + 1] != ' ')
+            << "\"" << text << "\" marks no letter";
+      }
+    }
+  }
+}
+
+// ---- The texts the sources translate
+
+std::size_t SkipBlanks(std::string_view source, std::size_t at) {
+  while (at < source.size() && std::isspace(static_cast<unsigned char>(source[at]))) ++at;
+  return at;
+}
+
+// The string literal at `at`, after blanks, with adjacent literals joined and escapes decoded;
+// nothing when no literal stands there. `at` is left behind the last literal.
+std::optional<std::string> ReadLiteral(std::string_view source, std::size_t& at) {
+  std::optional<std::string> text;
+  for (at = SkipBlanks(source, at); at < source.size() && source[at] == '"'; at = SkipBlanks(source, at)) {
+    if (!text) text.emplace();
+    for (++at; source.at(at) != '"'; ++at) {
+      if (source[at] != '\\') {
+        *text += source[at];
+        continue;
+      }
+      switch (source.at(++at)) {
+        case 'n':
+          *text += '\n';
+          break;
+        case 't':
+          *text += '\t';
+          break;
+        case '"':
+        case '\\':
+        case '\'':
+          *text += source[at];
+          break;
+        default:
+          throw std::invalid_argument("an escape the scan does not decode: \\" + std::string(1, source[at]));
+      }
+    }
+    ++at;
+  }
+  return text;
+}
+
+// The first arguments of the calls of Translate in `source` that are string literals.
+std::vector<std::string> TranslatedLiterals(std::string_view source) {
+  constexpr std::string_view kCall = "Translate(";
+  std::vector<std::string> literals;
+  for (auto call = source.find(kCall); call != std::string_view::npos; call = source.find(kCall, call + 1)) {
+    const char before = call > 0 ? source[call - 1] : ' ';
+    if (std::isalnum(static_cast<unsigned char>(before)) || before == '_') continue;
+    std::size_t at = call + kCall.size();
+    const auto literal = ReadLiteral(source, at);
+    at = SkipBlanks(source, at);
+    if (literal && at < source.size() && (source[at] == ')' || source[at] == ',')) literals.push_back(*literal);
+  }
+  return literals;
+}
+
+TEST(TranslatedLiterals, TakesOnlyALiteralThatIsTheWholeFirstArgument) {
+  const std::string_view source = R"(
+    a = program_.Translate("Plain");
+    b = Translate( "Quote \" backslash \\ break\n" , 0);
+    c = Translate("Joined " "parts");
+    d = program.Translate(
+        "Next line");
+    e = Translate(prompt);
+    f = Translate("Not alone" + name);
+    g = NoTranslate("Other call");
+    std::string Program::Translate(const std::string& key, int) const { return key; }
+  )";
+  EXPECT_EQ(TranslatedLiterals(source),
+            (std::vector<std::string>{"Plain", "Quote \" backslash \\ break\n", "Joined parts", "Next line"}));
+}
+
+std::string ReadFile(const std::filesystem::path& path) {
+  std::ifstream file(path, std::ios::binary);
+  if (!file) throw std::runtime_error("cannot read " + path.string());
+  std::ostringstream content;
+  content << file.rdbuf();
+  return content.str();
+}
+
+TEST(LanguageTable, HoldsEveryTextTheSourcesTranslate) {
+  const auto& texts = TranslatableTexts();
+  const std::set<std::string> catalogue(texts.begin(), texts.end());
+  std::size_t calls = 0;
+  for (const char* folder : {"core", "ui", "capture", "image", "platform", "triggers", "movie", "net", "peripherals",
+                             "apps", "gui"}) {
+    const auto root = std::filesystem::path(ZR_SOURCE_DIR) / folder;
+    if (!std::filesystem::exists(root)) continue;
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(root)) {
+      const auto extension = entry.path().extension();
+      if (!entry.is_regular_file() || (extension != ".cpp" && extension != ".h")) continue;
+      for (const auto& literal : TranslatedLiterals(ReadFile(entry.path()))) {
+        ++calls;
+        EXPECT_TRUE(catalogue.contains(literal)) << entry.path().string() << " translates \"" << literal
+                                                 << "\", which the table does not hold";
+      }
+    }
+  }
+  EXPECT_GT(calls, 0u) << "no call of Translate found under " << ZR_SOURCE_DIR;
+}
+
+// ---- Lookup
+
+TEST(TranslateText, GivesTheTextOfTheAskedLanguage) {
+  EXPECT_EQ(TranslateText(Language::English, "Stopped"), "Stopped");
+  EXPECT_EQ(TranslateText(Language::Portuguese, "Stopped"), "Parado");
+  EXPECT_EQ(TranslateText(Language::Spanish, "Stopped"), "Detenido");
+  EXPECT_EQ(TranslateText(Language::French, "Stopped"), "Arrêté");
+  EXPECT_EQ(TranslateText(Language::German, "Stopped"), "Angehalten");
+}
+
+TEST(TranslateText, GivesAnUnknownTextBackUnchanged) {
+  for (const auto language : {Language::English, Language::Portuguese, Language::Spanish, Language::French,
+                              Language::German}) {
+    EXPECT_EQ(TranslateText(language, "A text nobody wrote"), "A text nobody wrote") << NameOf(language);
+    EXPECT_EQ(TranslateText(language, "stopped"), "stopped") << NameOf(language) << ": keys match exactly";
+    EXPECT_EQ(TranslateText(language, ""), "") << NameOf(language);
+  }
+}
+
+// ---- Choice of the language
+
+TEST(LanguageOfLocale, ReadsTheLanguageAtTheHeadOfTheName) {
+  const std::pair<std::string_view, Language> cases[] = {
+      {"pt_BR.UTF-8", Language::Portuguese}, {"pt_PT", Language::Portuguese},
+      {"es", Language::Spanish},             {"es_MX.utf8", Language::Spanish},
+      {"fr_CA", Language::French},           {"fr_FR.ISO-8859-1", Language::French},
+      {"de_DE@euro", Language::German},      {"de_AT.UTF-8@euro", Language::German},
+      {"en_GB", Language::English},          {"en_US.UTF-8", Language::English},
+      {"C.UTF-8", Language::English},        {"C", Language::English},
+      {"POSIX", Language::English},          {"", Language::English},
+      {"it_IT.UTF-8", Language::English},
+      // Other languages whose codes begin with the same letters.
+      {"frr_DE", Language::English},         {"dsb_DE", Language::English},
+  };
+  for (const auto& [locale, language] : cases) EXPECT_EQ(LanguageOfLocale(locale), language) << locale;
+}
+
+TEST(DesktopLanguage, TakesTheFirstVariableThatIsSet) {
+  EXPECT_EQ(DesktopLanguage("fr_FR.UTF-8", "es_ES.UTF-8", "de_DE.UTF-8"), Language::French);
+  EXPECT_EQ(DesktopLanguage("", "es_ES.UTF-8", "de_DE.UTF-8"), Language::Spanish);
+  EXPECT_EQ(DesktopLanguage("", "", "pt_BR.UTF-8"), Language::Portuguese);
+  EXPECT_EQ(DesktopLanguage("", "", ""), Language::English);
+  // LC_ALL=C asks for the untranslated program whatever LANG says.
+  EXPECT_EQ(DesktopLanguage("C", "", "de_DE.UTF-8"), Language::English);
+}
+
+TEST(LanguageOfOption, AcceptsTheFiveCodesAndTheirLocales) {
+  EXPECT_EQ(LanguageOfOption("en"), Language::English);
+  EXPECT_EQ(LanguageOfOption("pt"), Language::Portuguese);
+  EXPECT_EQ(LanguageOfOption("es"), Language::Spanish);
+  EXPECT_EQ(LanguageOfOption("fr"), Language::French);
+  EXPECT_EQ(LanguageOfOption("de"), Language::German);
+  EXPECT_EQ(LanguageOfOption("pt_BR"), Language::Portuguese);
+  EXPECT_EQ(LanguageOfOption("de-CH"), Language::German);
+  EXPECT_EQ(LanguageOfOption("en_GB.UTF-8"), Language::English);
+  for (const std::string_view unknown : {"", "it", "C", "english", "frr", "p"})
+    EXPECT_EQ(LanguageOfOption(unknown), std::nullopt) << "\"" << unknown << "\"";
+}
+
+}  // namespace
+
+void PrintTo(Language language, std::ostream* out) { *out << NameOf(language); }
+
+}  // namespace zr

@@ -1,0 +1,22 @@
+// What fires the next picture of a series: the pressed button of the trigger toolbar, and the
+// controls that belong to it. The toolbar is the only record of the choice.
+
+#include "core/master.h"
+
+namespace zr {
+
+void Master::SelectTrigger(const std::string& key) {
+  static const char* const kKeys[] = {"manual", "timer", "motion", "joystick"};
+  if (std::find(std::begin(kKeys), std::end(kKeys), key) == std::end(kKeys)) return;
+  for (const char* trigger : kKeys) TriggerType.Button(trigger).Value = key == trigger ? 1 : 0;
+  const bool by_hand = key == "manual" || key == "joystick";
+  const bool by_timer = key == "timer";
+  Shooter.Visible = by_hand;
+  for (ui::Control* control : std::initializer_list<ui::Control*>{
+           &MultipleImageHoursDisplay, &MultipleImageHoursControl, &MultipleImageMinutesDisplay,
+           &MultipleImageMinutesControl, &MultipleImageSecondsDisplay, &MultipleImageSecondsControl})
+    control->Visible = by_timer;
+  MotionLabel.Visible = key == "motion";
+}
+
+}  // namespace zr
