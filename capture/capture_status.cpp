@@ -28,11 +28,11 @@ std::string FrameCountTime(double frames, double display_rate) {
          "." + FormatNumber(remainder_frames, "#00");
 }
 
-void ShowDrops(Master& master, const CAPSTATUS& status, const CAPTUREPARMS& parms) {
+void ShowDrops(const Program& program, Master& master, const CAPSTATUS& status, const CAPTUREPARMS& parms) {
   const double frames = status.dwCurrentVideoFrame;
   const double dropped = status.dwCurrentVideoFramesDropped;
   if (frames == 0 || dropped == 0) {
-    master.DroppedString.Caption = "none";
+    master.DroppedString.Caption = program.Translate("none");
   } else {
     const double percentage = Fix(dropped * 100 / frames);
     master.DroppedString.Caption = FormatNumber(dropped, "#") + " = " + FormatNumber(percentage, "#") + "%";
@@ -59,7 +59,7 @@ void ShowRunning(Program& program, Master& master) {
   }
   ResumeNext([&] { master.StatusTime.Caption = FrameCountTime(state.CapStatus.dwCurrentVideoFrame, state.FramesPerSecond); });
   if (master.MasterBar.Bands("movie").Visible && state.CaptureParms.wPercentDropForError >= 1)
-    ShowDrops(master, state.CapStatus, state.CaptureParms);
+    ShowDrops(program, master, state.CapStatus, state.CaptureParms);
   else
     master.DroppedString.Caption = "";
 }
@@ -68,10 +68,10 @@ void CloseOutRun(Program& program, Master& master) {
   auto& state = program.state;
   state.captureStatus.CaptureEnded.store(False, std::memory_order_relaxed);
   if (master.MovieToolbar.Button("writeinfo").Value == 1 || master.MultipleImageToolbar.Button("writeinfo").Value == 1) {
-    master.StatusString.Caption = "Writing Info";
+    master.StatusString.Caption = program.Translate("Writing Info");
     WriteInformationChunk(program, state.CaptureFilename);
   }
-  master.StatusString.Caption = "Stopped";
+  master.StatusString.Caption = program.Translate("Stopped");
   master.RecordButton().Image = "record";
   master.OperationBar.Button("autostart").Enabled = true;
   master.MasterTimer2.Enabled = true;

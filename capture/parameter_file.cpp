@@ -471,8 +471,12 @@ std::string GetParameter(const std::string& path, const std::string& key, const 
   if (!file) return default_value;
   const std::string lower_key = LowerCase(key);
   DelimitedInput input(*file.rdbuf());
-  while (const auto field = input.Next())
-    if (auto value = ValueIn(*field, lower_key)) return *value;
+  try {
+    while (const auto field = input.Next())
+      if (auto value = ValueIn(*field, lower_key)) return *value;
+  } catch (const std::ios_base::failure&) {
+    // A read error (a folder, a failing disk) counts as a file that cannot be read.
+  }
   return default_value;
 }
 

@@ -237,7 +237,7 @@ void VideoScreen::ClearControlKindMenus() {
   for (const char* key : {"source", "format"}) {
     auto& button = toolbar.Button(key);
     button.ButtonMenus.clear();
-    button.AddMenu("", "none").Enabled = false;
+    button.AddMenu("", program_.Translate("none")).Enabled = false;
     button.ToolTipText = program_.Translate("Available only on WDM devices");
   }
 }

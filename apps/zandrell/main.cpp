@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <iostream>
+#include <optional>
 #include <string>
 
 #include "capture/choose_device.h"
@@ -24,6 +25,7 @@ void PrintHelp() {
                "  --record SECONDS  length of the movie to record (default 3)\n"
                "  --output FILE     the movie file (default zandrell.avi in the current folder)\n"
                "  --app-path DIR    the program folder (default: the executable's folder)\n"
+               "  --lang CODE       the language of the texts: en, pt, es, fr or de (default: the desktop's)\n"
                "  PARAMETER_FILE    a .zrp file to apply at start\n"
                "  --help            this text\n";
 }
@@ -33,7 +35,13 @@ struct Options {
   std::string output = (std::filesystem::current_path() / "zandrell.avi").string();
   std::string app_path;
   std::string command_line;
+  std::optional<zr::Language> language;
 };
+
+const char* Environment(const char* name) {
+  const char* value = std::getenv(name);
+  return value ? value : "";
+}
 
 // The operator of this run: picks the test camera in the chooser.
 class ChooseTestCamera final : public zr::platform::sim::InputSource {
@@ -64,6 +72,13 @@ int main(int argc, char** argv) {
     if (option == "--record" && i + 1 < argc) options.seconds = std::atoi(argv[++i]);
     else if (option == "--output" && i + 1 < argc) options.output = std::filesystem::absolute(argv[++i]).string();
     else if (option == "--app-path" && i + 1 < argc) options.app_path = argv[++i];
+    else if (option == "--lang" && i + 1 < argc) {
+      options.language = zr::LanguageOfOption(argv[++i]);
+      if (!options.language) {
+        std::cerr << "zandrell: unknown language " << argv[i] << " (en, pt, es, fr or de)\n";
+        return 2;
+      }
+    }
     else if (!option.starts_with("--") && options.command_line.empty()) options.command_line = option;
     else {
       std::cerr << "zandrell: unknown option " << option << "\n";
@@ -96,6 +111,8 @@ int main(int argc, char** argv) {
                                    [&world] { return sim::MakeSimCaptureControl(world); }},
                       app_path);
   program.CommandLine = options.command_line;
+  program.language = options.language.value_or(
+      zr::DesktopLanguage(Environment("LC_ALL"), Environment("LC_MESSAGES"), Environment("LANG")));
   ChooseTestCamera chooser(program);
   loop.SetInputSource(&chooser);
   program.Main();
@@ -112,7 +129,7 @@ int main(int argc, char** argv) {
   std::filesystem::remove(options.output);
   master.OperationBar.ClickButton(master.RecordButton());
   loop.AdvanceBy(options.seconds * 1000LL + 500);
-  const bool recorded = master.StatusString.Caption == "Stopped";
+  const bool recorded = master.StatusString.Caption == program.Translate("Stopped");
   std::cout << master.StatusString.Caption.get() << ": " << options.output << "\n";
   program.Master.Unload(zr::ui::UnloadMode::FromCode);
   return recorded ? 0 : 1;
