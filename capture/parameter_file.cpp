@@ -27,7 +27,7 @@ namespace {
 // The keys of the six information texts, in the order of AviInfoText.
 constexpr std::array<const char*, 6> kInformationKeys = {"Copyright", "Artist", "Subject",
                                                          "Product",   "Source", "Comments"};
-constexpr std::array<const char*, 4> kAudioRates = {"8000", "11025", "22050", "44100"};
+constexpr std::array<int, 4> kAudioRates = {8000, 11025, 22050, 44100};
 constexpr std::array<const char*, 4> kTriggers = {"manual", "timer", "motion", "joystick"};
 constexpr std::array<const char*, 4> kTriggerNames = {"Manual", "Timer", "Motion", "Joystick"};
 constexpr int kMultipleImageModes = 6;
@@ -45,14 +45,14 @@ std::string YesNo(bool yes) { return yes ? "Yes" : "No"; }
 
 bool Pressed(const ui::ToolbarButton& button) { return button.Value == 1; }
 
-struct Duration {
+struct HoursMinutesSeconds {
   int hours = 0;
   int minutes = 0;
   int seconds = 0;
 };
 
 // Whole seconds as the limit and interval controls show them.
-Duration SplitSeconds(std::int32_t seconds) { return {seconds / 3600, seconds % 3600 / 60, seconds % 60}; }
+HoursMinutesSeconds SplitSeconds(std::int32_t seconds) { return {seconds / 3600, seconds % 3600 / 60, seconds % 60}; }
 
 int TotalSeconds(const ui::RangeControl& hours, const ui::RangeControl& minutes, const ui::RangeControl& seconds) {
   return hours.Value * 3600 + minutes.Value * 60 + seconds.Value;
@@ -62,9 +62,10 @@ int TotalSeconds(const ui::RangeControl& hours, const ui::RangeControl& minutes,
 
 bool IsBlank(int character) { return character == ' ' || character == '\t'; }
 
-// The runtime's delimited text input: a field ends at a comma or a line end (CR, LF or CR LF),
-// leading blanks are dropped, and a field that begins with a double quote runs to the next
-// double quote, line ends included; whatever follows it up to the delimiter is dropped.
+// Delimited text input, as the file has always been read: a field ends at a comma or a line
+// end (CR, LF or CR LF), leading blanks are dropped, and a field that begins with a double
+// quote runs to the next double quote, line ends included; whatever follows it up to the
+// delimiter is dropped.
 class DelimitedInput {
  public:
   explicit DelimitedInput(std::streambuf& input) : input_(input) {}
@@ -125,16 +126,13 @@ class ParameterText {
   std::string text_;
 };
 
-std::string TwoDigits(int number) { return FormatNumber(number, "00"); }
-
 void WriteHead(Program& program, ParameterText& out) {
   const auto now = program.services.clock.Now();
   out.Line("; Video Capture Parameters File");
   out.Line("; " + kAppTitle + " Version " + std::to_string(kVersionMajor) + "." + FormatNumber(kVersionMinor, "#00") +
            "  Build:" + FormatNumber(kVersionRevision, "#0000"));
   out.Line(kRule);
-  out.Line("; Created " + FormatNumber(now.year, "0000") + "-" + TwoDigits(now.month) + "-" + TwoDigits(now.day) +
-           "  " + TwoDigits(now.hour) + ":" + TwoDigits(now.minute) + ":" + TwoDigits(now.second));
+  out.Line("; Created " + DateText(now) + "  " + TimeText(now));
   out.Line(kRule);
   out.Line("; Copyright (C) 2026 Video Zandrell developers");
   out.Line(kRule);
@@ -262,13 +260,14 @@ std::string ParameterFileText(Program& program, const std::string& path) {
 
 // Writes through a temporary file in the same folder that is renamed over the target, so a
 // crash leaves the old file or the new one, never half of one. A replaced file keeps its mode,
-// since the file may hold a password. False, with nothing left behind, when any step fails.
-bool ReplaceFile(const std::string& path, const std::string& text) {
+// since the file may hold a password. When any step fails nothing is left behind and the old
+// file, if any, stays as it was.
+void ReplaceFile(const std::string& path, const std::string& text) {
   const std::filesystem::path target(path);
   const std::string temporary =
       (target.parent_path() / ("." + target.filename().string() + "." + std::to_string(::getpid()) + ".tmp")).string();
   const int file = ::open(temporary.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NOFOLLOW, 0666);
-  if (file < 0) return false;
+  if (file < 0) return;
   bool written = true;
   struct stat existing {};
   if (::stat(path.c_str(), &existing) == 0) written = ::fchmod(file, existing.st_mode & 07777) == 0;
@@ -279,18 +278,13 @@ bool ReplaceFile(const std::string& path, const std::string& text) {
   }
   written = written && ::fsync(file) == 0;
   written = ::close(file) == 0 && written;
-  written = written && ::rename(temporary.c_str(), path.c_str()) == 0;
-  if (!written) ::unlink(temporary.c_str());
-  return written;
+  if (!written || ::rename(temporary.c_str(), path.c_str()) != 0) ::unlink(temporary.c_str());
 }
 
 // Where a file without a name puts the capture: the user's home folder.
 std::string DefaultCaptureFile(const Program& program) {
-  const char* home = std::getenv("HOME");
-  if (home == nullptr || *home == '\0') return program.state.AppPath + "zandrell.avi";
-  std::string folder = home;
-  if (folder.back() != '/') folder += '/';
-  return folder + "zandrell.avi";
+  if (program.HomeFolder.empty()) return program.state.AppPath + "zandrell.avi";
+  return program.HomeFolder + "zandrell.avi";
 }
 
 // ---- the reader
@@ -369,7 +363,7 @@ class ParameterLoader {
 
   static int AudioRateIndex(double rate) {
     for (std::size_t index = 0; index < kAudioRates.size(); ++index)
-      if (rate == NumericPrefix(kAudioRates[index])) return static_cast<int>(index);
+      if (rate == kAudioRates[index]) return static_cast<int>(index);
     return 0;
   }
 
@@ -385,7 +379,7 @@ class ParameterLoader {
 
   void LoadDuration(std::int32_t total, ui::RangeControl& hours, ui::RangeControl& minutes,
                     ui::RangeControl& seconds) {
-    const Duration split = SplitSeconds(total);
+    const HoursMinutesSeconds split = SplitSeconds(total);
     ResumeNext([&] { SetRangeValue(hours, split.hours); });
     ResumeNext([&] { SetRangeValue(minutes, split.minutes); });
     ResumeNext([&] { SetRangeValue(seconds, split.seconds); });

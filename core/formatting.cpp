@@ -341,3 +341,19 @@ std::string LowerCase(std::string_view text) {
 }
 
 }  // namespace zr
+
+namespace zr {
+
+namespace {
+std::string TwoDigits(int number) { return FormatNumber(number, "00"); }
+}  // namespace
+
+std::string DateText(const platform::DateTime& when) {
+  return FormatNumber(when.year, "0000") + "-" + TwoDigits(when.month) + "-" + TwoDigits(when.day);
+}
+
+std::string TimeText(const platform::DateTime& when) {
+  return TwoDigits(when.hour) + ":" + TwoDigits(when.minute) + ":" + TwoDigits(when.second);
+}
+
+}  // namespace zr

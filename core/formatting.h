@@ -8,6 +8,7 @@
 #include <string_view>
 
 #include "core/program_error.h"
+#include "platform/services.h"
 
 namespace zr {
 
@@ -81,5 +82,9 @@ namespace zr {
 
 // The text in lower case (ASCII letters; other characters as they stand).
 std::string LowerCase(std::string_view text);
+
+// The date and time forms the program writes into its files: "2026-11-21" and "14:30:00".
+std::string DateText(const platform::DateTime& when);
+std::string TimeText(const platform::DateTime& when);
 
 }  // namespace zr

@@ -19,8 +19,6 @@ ui::WindowSlot<W> MakeSlot(Program& program, const char* name) {
   return ui::WindowSlot<W>(name, [&program] { return std::make_unique<W>(program); });
 }
 
-std::string TwoDigits(int number) { return FormatNumber(number, "00"); }
-
 }  // namespace
 
 Program::Program(Services given_services, std::string program_folder)
@@ -90,10 +88,8 @@ void Program::WriteRunRecord() {
   SaveSetting(store, settings::RunVersion, std::to_string(kVersionMajor) + "." + std::to_string(kVersionMinor));
   SaveSetting(store, settings::RunBuild, std::to_string(kVersionRevision));
   SaveSetting(store, settings::RunPath, state.AppPath);
-  SaveSetting(store, settings::RunDate,
-              std::to_string(now.year) + "-" + TwoDigits(now.month) + "-" + TwoDigits(now.day));
-  SaveSetting(store, settings::RunTime,
-              TwoDigits(now.hour) + ":" + TwoDigits(now.minute) + ":" + TwoDigits(now.second));
+  SaveSetting(store, settings::RunDate, DateText(now));
+  SaveSetting(store, settings::RunTime, TimeText(now));
 }
 
 // The flag comes first, so the load and resize handlers stop working on a window that is

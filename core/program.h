@@ -92,6 +92,9 @@ class Program {
   // trailing separator), the command line and the system's version number, read as a decimal
   // (the device menu offers control-kind devices above 5.0).
   std::string ProgramFolder;
+  // The operator's home folder, with its trailing separator: where a parameter file without a
+  // file name puts the capture.
+  std::string HomeFolder;
   std::string CommandLine;
   double SystemVersion = 10.0;
   // The language of the fixed texts: the desktop's, or the one asked for on the command line.

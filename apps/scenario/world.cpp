@@ -44,6 +44,7 @@ Program& World::MakeProgram() {
       Services{loop, dialogs, clipboard, *settings, *files, clock, desktop, movies, *drivers,
                [this] { return platform::sim::MakeSimCaptureControl(*devices); }},
       app_folder_);
+  program_->HomeFolder = root_ + "/home/";
   return *program_;
 }
 

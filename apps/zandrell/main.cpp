@@ -111,6 +111,8 @@ int main(int argc, char** argv) {
                                    [&world] { return sim::MakeSimCaptureControl(world); }},
                       app_path);
   program.CommandLine = options.command_line;
+  if (const char* home = std::getenv("HOME"); home && *home == '/')
+    program.HomeFolder = std::filesystem::path(home).string() + "/";
   program.language = options.language.value_or(
       zr::DesktopLanguage(Environment("LC_ALL"), Environment("LC_MESSAGES"), Environment("LANG")));
   ChooseTestCamera chooser(program);

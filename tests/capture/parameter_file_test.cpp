@@ -1,0 +1,470 @@
+// The capture parameter file: the delimited lookup on hand-written files, the exact text the
+// writer produces for each mode, and what the reader does to the program, defaults included.
+
+#include "capture/parameter_file.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <array>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <initializer_list>
+#include <iterator>
+
+#include "tests/support/recording_fixture.h"
+
+namespace zr::testing {
+namespace {
+
+using platform::sim::DeviceSpec;
+
+void WriteBytes(const std::string& path, const std::string& bytes) {
+  std::ofstream(path, std::ios::binary) << bytes;
+}
+
+std::string ReadBytes(const std::string& path) {
+  std::ifstream file(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+}
+
+// A literal with NULs in it, whole.
+template <std::size_t N>
+std::string Bytes(const char (&literal)[N]) {
+  return {literal, N - 1};
+}
+
+std::string CrLfLines(std::initializer_list<std::string> lines) {
+  std::string text;
+  for (const auto& line : lines) text += line + "\r\n";
+  return text;
+}
+
+const std::string kRule = "; " + std::string(93, '-');
+
+// "; Video Zandrell Version 1.00  Build:0000" for version 1.0.0.
+std::string VersionLine() {
+  char line[80];
+  std::snprintf(line, sizeof line, "; Video Zandrell Version %d.%02d  Build:%04d", kVersionMajor, kVersionMinor,
+                kVersionRevision);
+  return line;
+}
+
+// ---- the lookup
+
+struct LookupCase {
+  const char* what;
+  std::string file;
+  std::string key;
+  std::string expected;
+};
+
+class ParameterLookup : public ::testing::TestWithParam<LookupCase> {
+ protected:
+  scenario::World world;
+};
+
+TEST_P(ParameterLookup, ReadsFieldsAsDelimitedInput) {
+  const auto& sample = GetParam();
+  const std::string path = world.AppFolder() + "sample.zrp";
+  WriteBytes(path, sample.file);
+  EXPECT_EQ(GetParameter(path, sample.key, "DEFAULT"), sample.expected) << sample.what;
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    HandWrittenFiles, ParameterLookup,
+    ::testing::Values(
+        LookupCase{"plain CR LF line", "Filename=x\r\n", "Filename", "x"},
+        LookupCase{"key in any case", "FILENAME=x\r\n", "filename", "x"},
+        LookupCase{"leading blanks dropped", "   \tFilename=x\r\n", "Filename", "x"},
+        LookupCase{"trailing blanks kept", "Filename=x  \r\n", "Filename", "x  "},
+        LookupCase{"blank before the equals sign is part of the key", "Filename =x\r\n", "Filename", "DEFAULT"},
+        LookupCase{"comment line never matches", ";Filename=x\r\nFilename=y\r\n", "Filename", "y"},
+        LookupCase{"first match wins", "Filename=first\r\nFilename=second\r\n", "Filename", "first"},
+        LookupCase{"value holding an equals sign", "Filename=a=b\r\n", "Filename", "a=b"},
+        LookupCase{"empty value is not the default", "Comments=\r\n", "Comments", ""},
+        LookupCase{"line without an equals sign", "Comments\r\n", "Comments", "DEFAULT"},
+        LookupCase{"unknown key", "Filename=x\r\n", "Artist", "DEFAULT"},
+        LookupCase{"empty file", "", "Filename", "DEFAULT"},
+        LookupCase{"comma cuts the value", "Comments=one, two\r\n", "Comments", "one"},
+        LookupCase{"the rest behind a comma is a field", "Comments=one, Filename=cut\r\n", "Filename", "cut"},
+        LookupCase{"a quote behind the key opens nothing", "Comments=\"one, two\"\r\n", "Comments", "\"one"},
+        LookupCase{"a quote inside an unquoted field stays", "Key=\"a\"b\r\n", "Key", "\"a\"b"},
+        LookupCase{"a leading quote opens a quoted field", "\"Comments=one, two\"\r\n", "Comments", "one, two"},
+        LookupCase{"text behind the closing quote is dropped", "\"Key=v\"junk,Other=w\r\n", "Key", "v"},
+        LookupCase{"the field after the dropped text is read", "\"Key=v\"junk,Other=w\r\n", "Other", "w"},
+        LookupCase{"a quoted field runs over line ends", "\"Key=a\r\nb\"\r\n", "Key", "a\r\nb"},
+        LookupCase{"an unclosed quote runs to the end", "\"Key=a\r\nOther=b\r\n", "Other", "DEFAULT"},
+        LookupCase{"LF line ends", "A=1\nB=2\n", "B", "2"},
+        LookupCase{"CR line ends", "A=1\rB=2\r", "B", "2"},
+        LookupCase{"no final line end", "A=1\r\nB=2", "B", "2"},
+        LookupCase{"Latin-1 bytes pass through", "Filename=caf\xe9.avi\r\n", "Filename", "caf\xe9.avi"},
+        LookupCase{"binary junk before a line", Bytes("\x00\xff\x01\x1a\x7f\x00junk\n") + "Key=v\n", "Key", "v"},
+        LookupCase{"binary junk only", Bytes("\x00\x01\xfe=\x00\r\xff"), "Key", "DEFAULT"}));
+
+TEST(ParameterLookupFile, MissingFileOrFolderGivesTheDefault) {
+  scenario::World world;
+  EXPECT_EQ(GetParameter(world.AppFolder() + "none.zrp", "Filename", "d"), "d");
+  EXPECT_EQ(GetParameter(world.AppFolder(), "Filename", "d"), "d");
+}
+
+// ---- the program around the file
+
+class ParameterFileTest : public RecordingTest {
+ protected:
+  void SetUp() override { world.Start(); }
+
+  std::string Saved(const std::string& name) {
+    SaveParameters(world.program(), AppFile(name));
+    return ReadBytes(AppFile(name));
+  }
+  void Load(const std::string& name, const std::string& text) {
+    WriteBytes(AppFile(name), text);
+    LoadParameters(world.program(), AppFile(name));
+  }
+  // The part of a saved file from its capture type on.
+  std::string SavedCaptureBlocks(const std::string& name) {
+    const std::string text = Saved(name);
+    return text.substr(text.find("Capture="));
+  }
+  void SetMovieLimit(int hours, int minutes, int seconds) {
+    master().MovieHoursControl.Value = hours;
+    master().MovieMinutesControl.Value = minutes;
+    master().MovieSecondsControl.Value = seconds;
+  }
+  std::array<int, 3> MovieLimit() {
+    return {master().MovieHoursControl.Value, master().MovieMinutesControl.Value, master().MovieSecondsControl.Value};
+  }
+};
+
+// ---- the writer
+
+TEST_F(ParameterFileTest, MovieSetUpIsWrittenLineByLine) {
+  world.clock.Set({2026, 11, 21, 14, 30, 5});
+  auto& s = state();
+  screen().Caption = "Sim Camera";
+  s.CapStatus.fOverlayWindow = 1;
+  master().previewrate.ListIndex = 14;
+  s.AutostartHours = 1;
+  s.AutostartMinutes = 2;
+  s.AutostartSeconds = 3;
+  s.CaptureFilename = "/videos/clip.avi";
+  master().SetAudioCapture(true);
+  master().AudioChannels.ListIndex = 1;
+  master().AudioBits.ListIndex = 1;
+  master().AudioRate.ListIndex = 3;
+  master().MovieToolbar.Button("writeinfo").Value = 1;
+  s.AviInfoText = {"(C) me", "Band", "Song", "Tape", "Camera", "one, two"};
+  s.MovieFrameRate = 29.97;
+  master().MovieDisableLimit.Value = 1;
+  SetMovieLimit(1, 2, 3);
+  master().MovieToolbar.Button("tcr").Value = 1;
+  s.CaptureParms.fYield = 1;
+  s.CaptureParms.wNumVideoRequested = 5;
+  s.CaptureParms.wNumAudioRequested = 4;
+  s.CaptureParms.fUsingDOSMemory = 1;
+  s.CaptureParms.fDisableWriteCache = 1;
+  s.CaptureParms.dwIndexSize = 324000;
+  s.CaptureParms.wChunkGranularity = 0;
+  s.CaptureParms.wPercentDropForError = 10;
+
+  EXPECT_EQ(Saved("movie.zrp"),
+            CrLfLines({"; Video Capture Parameters File", VersionLine(), kRule,
+                       "; Created 2026-11-21  14:30:05", kRule, "; Copyright (C) 2026 Video Zandrell developers", kRule,
+                       ";", "; Video Capture Device", kRule, "Device Index=0", "Device Description=Sim Camera",
+                       "View Mode=Overlay", "Preview Rate=15",
+                       ";", "; Autostart", kRule, "Hours=1", "Minutes=2", "Seconds=3",
+                       ";", "; Filename", kRule, "Filename=/videos/clip.avi",
+                       ";", "; Capture Type", kRule, "Capture=Movie",
+                       ";", "; Audio Settings", kRule, "Audio=Yes", "Audio Channels=2", "Audio Bits=16",
+                       "Audio Rate=44100",
+                       ";", "; AVI Other Information", kRule, "AVI Info=Yes", "Copyright=(C) me", "Artist=Band",
+                       "Subject=Song", "Product=Tape", "Source=Camera", "Comments=one, two",
+                       ";", "; Movie Options", kRule, "Frame Rate=29.97", "Limit=No", "Duration(Seconds)=3723",
+                       "ShowTCR=Yes",
+                       ";", "; Advanced Settings", kRule, "Capture Operation=Background Task", "Video Buffers=5",
+                       "Audio Buffers=4", "DOS Buffers=Yes", "Write Cache=No", "Max Index Size=324000",
+                       "Chunk Granularity=0", "Drop Error=10",
+                       "WDMVIDEOCODEC=0", "WDMAUDIOCODEC=0", "WDMINPUT=0", "WDMAUDIOINPUT=0", "WDMAUDIODEVICE=0",
+                       "WDMVIDEODEVICE=0"}));
+  EXPECT_FALSE(world.program().Msg.Loaded());
+}
+
+TEST_F(ParameterFileTest, DeviceStateFileLeavesOutTheAdvancedBlockInAnyCase) {
+  for (const char* name : {"zrsr.zr3", "ZRSR.ZR3"}) {
+    const std::string text = Saved(name);
+    EXPECT_EQ(text.find("; Advanced Settings"), std::string::npos) << name;
+    EXPECT_EQ(text.find("Write Cache"), std::string::npos) << name;
+    EXPECT_NE(text.find("Duration(Seconds)=0\r\nWDMVIDEOCODEC=0\r\n"), std::string::npos) << name;
+  }
+  EXPECT_NE(Saved("zrsr.zr2").find("; Advanced Settings"), std::string::npos);
+}
+
+TEST_F(ParameterFileTest, SingleImageSetUp) {
+  master().SetOperationMode("image");
+  master().imagesettings(0).Button("insert").Value = 1;
+  state().InsertionFile = "/overlays/logo.iif";
+  EXPECT_EQ(SavedCaptureBlocks("image.zrp"),
+            CrLfLines({"Capture=Single Image", ";", "; Image Options", kRule, "InsertIIF=Yes",
+                       "InsertIIFFile=/overlays/logo.iif"}));
+  master().imagesettings(0).Button("insert").Value = 0;
+  EXPECT_EQ(SavedCaptureBlocks("image.zrp"), CrLfLines({"Capture=Single Image", ";", "; Image Options", kRule,
+                                                        "InsertIIF=No"}));
+}
+
+TEST_F(ParameterFileTest, MultipleImageSetUpWithTimerTrigger) {
+  auto& s = state();
+  master().SetOperationMode("multiple");
+  master().MultipleImageMode.ListIndex = 2;
+  master().MultipleImageFrameRate.ListIndex = 4;
+  master().SelectTrigger("timer");
+  master().MultipleImageMinutesControl.Value = 1;
+  master().MultipleImageSecondsControl.Value = 30;
+  master().MultipleImageToolbar.Button("writeinfo").Value = 0;
+  s.AviInfoText = {"a", "b", "c", "d", "e", "f"};
+  master().MultipleImageToolbar.Button("ftp").Value = 1;
+  s.FtpHost = "ftp.example.org";
+  s.FtpPort = 2121;
+  s.FtpUser = "cam";
+  s.FtpPassword = "secret";
+  s.FtpFolder = "/shots";
+  master().imagesettings(1).Button("insert").Value = 0;
+  EXPECT_EQ(SavedCaptureBlocks("series.zrp"),
+            CrLfLines({"Capture=Multiple Image", "Multiple Image Type=2", "AVI Rate=5",
+                       ";", "; Trigger Type", kRule, "Trigger=Timer", "Interval=90",
+                       ";", "; AVI Other Information", kRule, "AVI Info=No", "Copyright=a", "Artist=b", "Subject=c",
+                       "Product=d", "Source=e", "Comments=f",
+                       ";", "; Internet Settings", kRule, "Send to FTP Server=Yes", "URL=ftp.example.org", "Port=2121",
+                       "Username=cam", "Password=secret", "Directory=/shots",
+                       ";", "; Image Effects ", kRule, "InsertIIF=No"}));
+  master().SelectTrigger("motion");
+  const std::string motion = Saved("series.zrp");
+  EXPECT_NE(motion.find("\r\nTrigger=Motion\r\n"), std::string::npos);
+  EXPECT_EQ(motion.find("Interval="), std::string::npos);
+}
+
+TEST_F(ParameterFileTest, NoVisibleModeBandEndsTheFileAtTheCaptureTypeHeading) {
+  for (const char* band : {"movie", "image", "multiple"}) master().MasterBar.Bands(band).Visible = false;
+  const std::string text = Saved("none.zrp");
+  const std::string tail = ";\r\n; Capture Type\r\n" + kRule + "\r\n";
+  ASSERT_GT(text.size(), tail.size());
+  EXPECT_EQ(text.substr(text.size() - tail.size()), tail);
+}
+
+TEST_F(ParameterFileTest, UnwritableTargetLeavesNothingAndSaysNothing) {
+  const std::string folder = AppFile("folder.zrp");
+  std::filesystem::create_directory(folder);
+  SaveParameters(world.program(), folder);
+  SaveParameters(world.program(), AppFile("missing/set.zrp"));
+  EXPECT_TRUE(std::filesystem::is_directory(folder));
+  EXPECT_TRUE(std::filesystem::is_empty(folder));
+  EXPECT_FALSE(std::filesystem::exists(AppFile("missing")));
+  for (const auto& entry : std::filesystem::directory_iterator(world.AppFolder()))
+    EXPECT_EQ(entry.path().filename().string().find(".tmp"), std::string::npos) << entry.path();
+  EXPECT_TRUE(world.dialogs.Shown().empty());
+  EXPECT_FALSE(world.program().Msg.Loaded());
+}
+
+TEST_F(ParameterFileTest, ReplacedFileKeepsItsMode) {
+  const std::string path = AppFile("private.zrp");
+  WriteBytes(path, "old");
+  ::chmod(path.c_str(), 0600);
+  SaveParameters(world.program(), path);
+  struct stat saved {};
+  ASSERT_EQ(::stat(path.c_str(), &saved), 0);
+  EXPECT_EQ(saved.st_mode & 0777, 0600u);
+  EXPECT_EQ(ReadBytes(path).rfind("; Video Capture Parameters File\r\n", 0), 0u);
+}
+
+TEST_F(ParameterFileTest, NothingHappensOnceTheFinalShutdownHasBegun) {
+  state().Exiting = True;
+  SaveParameters(world.program(), AppFile("late.zrp"));
+  EXPECT_FALSE(std::filesystem::exists(AppFile("late.zrp")));
+  const std::string before = state().CaptureFilename;
+  Load("late.zrp", "Filename=/elsewhere.avi\r\n");
+  EXPECT_EQ(state().CaptureFilename, before);
+}
+
+// ---- the reader
+
+TEST_F(ParameterFileTest, EmptyFileMeansEveryDefault) {
+  master().SetOperationMode("image");
+  master().SetAudioCapture(false);
+  master().AudioChannels.ListIndex = 1;
+  master().AudioBits.ListIndex = 1;
+  master().AudioRate.ListIndex = 3;
+  Load("empty.zrp", "");
+  const auto& s = state();
+  EXPECT_EQ(s.CaptureType, "movie");
+  EXPECT_EQ(s.CaptureFilename.substr(s.CaptureFilename.rfind('/')), "/zandrell.avi");
+  EXPECT_EQ(master().MasterStatus.Panels("filename").Text.get(), "Filename: " + s.CaptureFilename);
+  EXPECT_EQ(master().previewrate.ListIndex, 11);  // rate 15, lowered to the capture rate of 12
+  EXPECT_EQ(master().MovieToolbar.Button("audio").Value, 1);
+  EXPECT_EQ(master().AudioChannels.ListIndex, 0);
+  EXPECT_EQ(master().AudioBits.ListIndex, 0);
+  EXPECT_EQ(master().AudioRate.ListIndex, 0);
+  EXPECT_EQ(master().MovieToolbar.Button("writeinfo").Value, 1);
+  EXPECT_EQ(master().MovieToolbar.Button("tcr").Value, 0);
+  EXPECT_EQ(master().MovieFrameRateControl.Value, 12);
+  EXPECT_EQ(MovieLimit(), (std::array<int, 3>{0, 0, 30}));
+  EXPECT_EQ(master().MovieDisableLimit.Value, 0);
+  EXPECT_EQ(s.AutostartHours, 0);
+  EXPECT_EQ(s.AutostartSeconds, 10);
+  EXPECT_EQ(s.CaptureParms.fYield, 1);
+  EXPECT_EQ(s.CaptureParms.fUsingDOSMemory, 0);
+  EXPECT_EQ(s.CaptureParms.fDisableWriteCache, 1);
+  EXPECT_EQ(s.CaptureParms.dwIndexSize, 324000u);
+  EXPECT_EQ(s.CaptureParms.wPercentDropForError, 10u);
+  EXPECT_FALSE(world.program().Msg.Loaded());
+}
+
+TEST_F(ParameterFileTest, GarbageLoadsAsDefaults) {
+  Load("junk.zrp", Bytes("\x89PNG\r\n\x1a\n\x00\x00\x00\rIHDR\xff\xfe,,==\x00"));
+  EXPECT_EQ(state().CaptureType, "movie");
+  EXPECT_EQ(master().MovieFrameRateControl.Value, 12);
+  EXPECT_EQ(state().CaptureParms.dwIndexSize, 324000u);
+}
+
+TEST_F(ParameterFileTest, FrameRateIsRoundedBeforeItsRangeIsChecked) {
+  for (const char* ignored : {"Frame Rate=1.4", "Frame Rate=30.6", "Frame Rate=99999999999"}) {
+    Load("rate.zrp", std::string("Preview Rate=20\r\n") + ignored + "\r\n");
+    EXPECT_EQ(master().MovieFrameRateControl.Value, 20) << ignored;
+  }
+  Load("rate.zrp", "Frame Rate=2.5\r\n");  // half to even
+  EXPECT_EQ(master().MovieFrameRateControl.Value, 2);
+}
+
+TEST_F(ParameterFileTest, AudioKeysReadByNumber) {
+  struct Case {
+    const char* file;
+    int channels, bits, rate;
+  };
+  for (const Case& c : {Case{"Audio Channels=1.0\r\nAudio Bits=8 bits\r\nAudio Rate=22050\r\n", 0, 0, 2},
+                        Case{"Audio Channels=mono\r\nAudio Bits=\r\nAudio Rate=11025\r\n", 1, 1, 1}}) {
+    Load("audio.zrp", c.file);
+    EXPECT_EQ(master().AudioChannels.ListIndex, c.channels) << c.file;
+    EXPECT_EQ(master().AudioBits.ListIndex, c.bits) << c.file;
+    EXPECT_EQ(master().AudioRate.ListIndex, c.rate) << c.file;
+  }
+}
+
+TEST_F(ParameterFileTest, ValuesOutOfRangeLeaveTheirControlAndTheNextStepRuns) {
+  SetMovieLimit(5, 5, 5);
+  master().previewrate.ListIndex = 3;
+  state().AutostartHours = 3;
+  Load("range.zrp", "Preview Rate=1000\r\nDuration(Seconds)=360125\r\nHours=99999\r\nMinutes=7\r\n");
+  EXPECT_EQ(master().previewrate.ListIndex, 3);
+  EXPECT_EQ(MovieLimit(), (std::array<int, 3>{5, 2, 5}));  // 100 hours do not fit the control
+  EXPECT_EQ(state().AutostartHours, 3);
+  EXPECT_EQ(state().AutostartMinutes, 7);
+  Load("range.zrp", "Preview Rate=-4\r\nDuration(Seconds)=1e99999\r\n");
+  EXPECT_EQ(master().previewrate.ListIndex, 5);  // the absolute value of rate - 1
+  EXPECT_EQ(MovieLimit(), (std::array<int, 3>{5, 2, 5}));
+}
+
+TEST_F(ParameterFileTest, SavedMovieSetUpComesBack) {
+  master().previewrate.ListIndex = 4;
+  master().MovieFrameRateControl.Value = 20;
+  master().SetAudioCapture(false);
+  master().AudioChannels.ListIndex = 1;
+  master().AudioRate.ListIndex = 2;
+  state().AviInfoText = {"c", "a", "s", "p", "src", "comment"};
+  master().MovieDisableLimit.Value = 1;
+  SetMovieLimit(2, 0, 59);
+  state().CaptureParms.wNumVideoRequested = 7;
+  state().CaptureParms.dwIndexSize = 1000;
+  state().CaptureFilename = "/videos/take.avi";
+  SaveParameters(world.program(), AppFile("take.zrp"));
+
+  Load("other.zrp", "Filename=/videos/other.avi\r\nFrame Rate=8\r\nAudio Rate=44100\r\nComments=x\r\nLimit=Yes\r\n");
+  LoadParameters(world.program(), AppFile("take.zrp"));
+  EXPECT_EQ(master().previewrate.ListIndex, 4);
+  EXPECT_EQ(master().MovieFrameRateControl.Value, 20);
+  EXPECT_EQ(master().MovieToolbar.Button("audio").Value, 0);
+  EXPECT_EQ(master().AudioChannels.ListIndex, 1);
+  EXPECT_EQ(master().AudioRate.ListIndex, 2);
+  EXPECT_EQ(state().AviInfoText[5], "comment");
+  EXPECT_EQ(master().MovieDisableLimit.Value, 1);
+  EXPECT_EQ(MovieLimit(), (std::array<int, 3>{2, 0, 59}));
+  EXPECT_EQ(state().CaptureParms.wNumVideoRequested, 7u);
+  EXPECT_EQ(state().CaptureParms.dwIndexSize, 1000u);
+  EXPECT_EQ(state().CaptureFilename, "/videos/take.avi");
+}
+
+TEST_F(ParameterFileTest, DeviceStateFileLeavesTheCaptureRecordAlone) {
+  state().CaptureParms.dwIndexSize = 5;
+  state().CaptureParms.fDisableWriteCache = 0;
+  Load("zrsr.zr3", "Max Index Size=1000\r\nWrite Cache=Yes\r\nFrame Rate=25\r\n");
+  EXPECT_EQ(state().CaptureParms.dwIndexSize, 5u);
+  EXPECT_EQ(state().CaptureParms.fDisableWriteCache, 0);
+  EXPECT_EQ(master().MovieFrameRateControl.Value, 25);
+}
+
+TEST_F(ParameterFileTest, UnknownCaptureTypeStopsAfterTheCommonKeys) {
+  master().SetOperationMode("image");
+  Load("odd.zrp", "Capture=Webcast\r\nSeconds=42\r\nFrame Rate=25\r\n");
+  EXPECT_EQ(state().CaptureType, "image");
+  EXPECT_EQ(state().AutostartSeconds, 42);
+  EXPECT_NE(master().MovieFrameRateControl.Value, 25);
+}
+
+TEST_F(ParameterFileTest, SingleImageTakesTheInsertionFile) {
+  Load("image.zrp", "Capture=single image\r\nInsertIIF=YES\r\nInsertIIFFile=/overlays/logo.iif\r\n");
+  EXPECT_EQ(state().CaptureType, "image");
+  EXPECT_EQ(master().imagesettings(0).Button("insert").Value, 1);
+  EXPECT_EQ(state().InsertionFile, "/overlays/logo.iif");
+  Load("image.zrp", "Capture=Single Image\r\nInsertIIF=No\r\nInsertIIFFile=/other.iif\r\n");
+  EXPECT_EQ(master().imagesettings(0).Button("insert").Value, 0);
+  EXPECT_EQ(state().InsertionFile, "/overlays/logo.iif");
+}
+
+TEST_F(ParameterFileTest, MultipleImageIgnoresWhatItCannotTake) {
+  Load("series.zrp", "Capture=multiple image\r\n");
+  EXPECT_EQ(state().CaptureType, "multiple");
+  EXPECT_EQ(state().FtpPort, 21);
+  Load("series.zrp", CrLfLines({"Capture=Multiple Image", "Multiple Image Type=2", "AVI Rate=3", "Trigger=Timer",
+                                "Interval=75", "Port=2121"}));
+  Load("series.zrp", CrLfLines({"Capture=Multiple Image", "Multiple Image Type=6", "AVI Rate=31", "Trigger=Timer",
+                                "Interval=40000", "Port=70000"}));
+  EXPECT_EQ(master().MultipleImageMode.ListIndex, 2);
+  EXPECT_EQ(master().MultipleImageFrameRate.ListIndex, 2);
+  EXPECT_EQ(master().MultipleImageMinutesControl.Value, 1);
+  EXPECT_EQ(master().MultipleImageSecondsControl.Value, 15);
+  EXPECT_EQ(state().FtpPort, 2121);
+  Load("series.zrp", "Capture=Multiple Image\r\nTrigger=Sound\r\n");
+  EXPECT_EQ(master().TriggerType.Button("manual").Value, 1);
+  EXPECT_EQ(master().TriggerType.Button("timer").Value, 0);
+  EXPECT_TRUE(master().Shooter.Visible);
+  EXPECT_FALSE(master().MultipleImageSecondsControl.Visible);
+}
+
+// ---- with a device of the control kind
+
+class ParameterFileOnControl : public RecordingTest {
+ protected:
+  void SetUp() override {
+    AddDevice(DeviceSpec::Kind::Wdm);
+    StartAndConnect("wdm");
+    world.devices->log.clear();
+  }
+};
+
+TEST_F(ParameterFileOnControl, ViewModeAndCodecsGoToTheDevice) {
+  WriteBytes(AppFile("view.zrp"), "WDMVIDEOCODEC=3\r\n");
+  LoadParameters(world.program(), AppFile("view.zrp"));
+  EXPECT_TRUE(LogHas("VideoCompressorIndex=3"));
+  EXPECT_TRUE(LogHas("OverlayEnabled=true"));
+  EXPECT_FALSE(LogHas("PreviewRate="));
+  SaveParameters(world.program(), AppFile("view.zrp"));
+  EXPECT_NE(ReadBytes(AppFile("view.zrp")).find("\r\nView Mode=Overlay\r\n"), std::string::npos);
+
+  world.devices->log.clear();
+  WriteBytes(AppFile("view.zrp"), "View Mode=preview\r\nPreview Rate=8\r\n");
+  LoadParameters(world.program(), AppFile("view.zrp"));
+  EXPECT_TRUE(LogHas("PreviewRate=8"));
+  EXPECT_FALSE(LogHas("OverlayEnabled=true"));
+}
+
+}  // namespace
+}  // namespace zr::testing
