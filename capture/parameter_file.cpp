@@ -2,10 +2,6 @@
 
 #include "capture/parameter_file.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <array>
 #include <cerrno>
@@ -19,6 +15,7 @@
 #include "core/formatting.h"
 #include "core/master.h"
 #include "core/message_window.h"
+#include "platform/atomic_file.h"
 
 namespace zr {
 
@@ -258,29 +255,6 @@ std::string ParameterFileText(Program& program, const std::string& path) {
   return out.Text();
 }
 
-// Writes through a temporary file in the same folder that is renamed over the target, so a
-// crash leaves the old file or the new one, never half of one. A replaced file keeps its mode,
-// since the file may hold a password. When any step fails nothing is left behind and the old
-// file, if any, stays as it was.
-void ReplaceFile(const std::string& path, const std::string& text) {
-  const std::filesystem::path target(path);
-  const std::string temporary =
-      (target.parent_path() / ("." + target.filename().string() + "." + std::to_string(::getpid()) + ".tmp")).string();
-  const int file = ::open(temporary.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NOFOLLOW, 0666);
-  if (file < 0) return;
-  bool written = true;
-  struct stat existing {};
-  if (::stat(path.c_str(), &existing) == 0) written = ::fchmod(file, existing.st_mode & 07777) == 0;
-  for (std::size_t done = 0; written && done < text.size();) {
-    const ssize_t wrote = ::write(file, text.data() + done, text.size() - done);
-    if (wrote > 0) done += static_cast<std::size_t>(wrote);
-    else written = wrote < 0 && errno == EINTR;
-  }
-  written = written && ::fsync(file) == 0;
-  written = ::close(file) == 0 && written;
-  if (!written || ::rename(temporary.c_str(), path.c_str()) != 0) ::unlink(temporary.c_str());
-}
-
 // Where a file without a name puts the capture: the user's home folder.
 std::string DefaultCaptureFile(const Program& program) {
   if (program.HomeFolder.empty()) return program.state.AppPath + "zandrell.avi";
@@ -477,7 +451,9 @@ std::string GetParameter(const std::string& path, const std::string& key, const 
 void SaveParameters(Program& program, const std::string& path) {
   if (program.state.Exiting) return;
   program.Msg().Say(program, program.Translate("Video Zandrell is saving parameters..."));
-  ReplaceFile(path, ParameterFileText(program, path));
+  // A file that cannot be written is passed over without a word. A replaced file keeps its
+  // mode, since a series file may hold a password.
+  (void)platform::ReplaceFileAtomically(path, ParameterFileText(program, path), platform::NewFileMode::KeepExisting);
   program.Msg.Unload();
 }
 

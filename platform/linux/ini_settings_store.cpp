@@ -13,6 +13,7 @@
 #include <string_view>
 #include <utility>
 
+#include "platform/atomic_file.h"
 #include "platform/result.h"
 
 namespace zr::platform::linux_impl {
@@ -199,6 +200,7 @@ std::string Quoted(const std::string& path) { return "\"" + path + "\""; }
 
 Error SystemError(const std::string& where) { return Error{std::strerror(errno), where}; }
 
+// Closes the file when the read ends, whichever way.
 class FileDescriptor {
  public:
   explicit FileDescriptor(int fd) : fd_(fd) {}
@@ -208,12 +210,6 @@ class FileDescriptor {
     if (fd_ >= 0) ::close(fd_);
   }
   int get() const { return fd_; }
-  // Closes now, so that a failure of the close itself can be told.
-  Result<void> Close(const std::string& path) {
-    const int fd = std::exchange(fd_, -1);
-    if (::close(fd) != 0) return SystemError("closing " + Quoted(path));
-    return {};
-  }
 
  private:
   int fd_;
@@ -246,40 +242,11 @@ Result<void> MakeFolder(const std::string& folder) {
   }
 }
 
-Result<void> WriteAll(int fd, const std::string& text, const std::string& path) {
-  std::size_t done = 0;
-  while (done < text.size()) {
-    const ssize_t wrote = ::write(fd, text.data() + done, text.size() - done);
-    if (wrote < 0 && errno != EINTR) return SystemError("writing " + Quoted(path));
-    if (wrote > 0) done += static_cast<std::size_t>(wrote);
-  }
-  return {};
-}
-
-// Mode 0600 is set by hand so that no umask can widen or narrow it.
-Result<void> FillPrivateFile(FileDescriptor& file, const std::string& text,
-                             const std::string& path) {
-  if (::fchmod(file.get(), 0600) != 0) return SystemError("setting the mode of " + Quoted(path));
-  if (Result<void> written = WriteAll(file.get(), text, path); !written) return written;
-  if (::fsync(file.get()) != 0) return SystemError("syncing " + Quoted(path));
-  return file.Close(path);
-}
-
-// A temporary file in the same folder renamed over the target: a crash leaves the old file or
-// the new one, never half of one.
+// Settings are private to the user; the folder is made when missing.
 Result<void> ReplaceFile(const std::string& folder, const std::string& file_name,
                          const std::string& text) {
   if (Result<void> made = MakeFolder(folder); !made) return made;
-  const std::string path = JoinPath(folder, file_name);
-  std::string temporary = JoinPath(folder, "." + file_name + ".XXXXXX");
-  FileDescriptor file(::mkostemp(temporary.data(), O_CLOEXEC));
-  if (file.get() < 0) return SystemError("creating a temporary file in " + Quoted(folder));
-  Result<void> result = FillPrivateFile(file, text, temporary);
-  if (result && ::rename(temporary.c_str(), path.c_str()) != 0) {
-    result = SystemError("renaming " + Quoted(temporary) + " to " + Quoted(path));
-  }
-  if (!result) ::unlink(temporary.c_str());
-  return result;
+  return ReplaceFileAtomically(JoinPath(folder, file_name), text, NewFileMode::Private);
 }
 
 }  // namespace
