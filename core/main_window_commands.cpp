@@ -8,6 +8,7 @@
 #include "core/formatting.h"
 #include "core/master.h"
 #include "core/preferences.h"
+#include "core/settings_keys.h"
 
 namespace zr {
 
@@ -49,11 +50,27 @@ void Master::DeviceToolbar_ButtonClick(ui::ToolbarButton& button) {
 }
 
 // The device menu: an entry's key holds the device index after its letter, its tag the kind
-// or the command word.
+// or the command word. The format and input menus of a device of the control kind pick a row:
+// the device takes that format, or switches to that input, which is remembered as the input
+// the device is connected with next time.
 void Master::DeviceToolbar_ButtonMenuClick(ui::ToolbarButton& button, ui::ButtonMenu& entry) {
-  if (button.Key() != "device") return;
-  const int index = entry.key.size() > 1 ? static_cast<int>(NumericPrefix(entry.key.substr(1))) : 0;
-  program_.VideoScreen().ConnectVideoCaptureDevice(index, entry.tag, entry.Text);
+  if (button.Key() == "device") {
+    const int index = entry.key.size() > 1 ? static_cast<int>(NumericPrefix(entry.key.substr(1))) : 0;
+    program_.VideoScreen().ConnectVideoCaptureDevice(index, entry.tag, entry.Text);
+    return;
+  }
+  if (program_.VideoScreen().Tag.get() != "wdm" || (button.Key() != "format" && button.Key() != "source")) return;
+  const int row = button.MenuIndex(entry);
+  auto& control = program_.VideoScreen().Control();
+  if (button.Key() == "format") {
+    ResumeNext([&] { control.SelectVideoFormat(row); });
+  } else {
+    ResumeNext([&] {
+      control.SetVideoInputIndex(row);
+      SaveSetting(program_.services.settings, settings::LastDeviceInput, std::to_string(row));
+    });
+  }
+  program_.VideoScreen().ResizeWDM();
 }
 
 void Master::FileMenu_Click(int index) {

@@ -20,7 +20,11 @@ enum class VideoCodec {
   // 24-bit bottom-up DIB frames stored as BI_RGB: the stored tag is four zero bytes (FFmpeg's
   // tools show "[0][0][0][0]"); MovieInfo reports it as "DIB ".
   Uncompressed,
-  Mjpeg,  // Motion JPEG, FourCC "MJPG"; any size, odd ones included
+  Mjpeg,    // Motion JPEG, FourCC "MJPG"; any size, odd ones included
+  Mpeg4,    // MPEG-4 part 2 (DivX compatible), FourCC "DX50"; any size
+  H264,     // H.264, FourCC "H264"; even widths and heights only
+  Ffv1,     // lossless, FourCC "FFV1"; any size
+  HuffYuv,  // lossless, FourCC "HFYU"; any size
 };
 
 struct AudioFormat {
@@ -37,6 +41,10 @@ struct MovieFormat {
   VideoCodec codec = VideoCodec::Mjpeg;
   int quality = 90;  // 1 to 100, for codecs that have a quality
   std::optional<AudioFormat> audio;
+  // For the codecs that can be driven by a bit rate (Mpeg4, H264): the average rate aimed at, in
+  // kbit/s. 0 drives them by `quality` instead: a fixed quantiser for Mpeg4, a constant rate
+  // factor for H264. The other codecs ignore it.
+  int bit_rate_kbps = 0;
 };
 
 // One picture as the program holds it: 24-bit BGR, bottom row first, each row padded to a
@@ -53,6 +61,10 @@ class MovieWriter {
   virtual ~MovieWriter() = default;
   // Appends one frame; its size must be the movie's.
   virtual Result<void> WriteVideoFrame(const FrameView& frame) = 0;
+  // Appends the previous frame once more, as the movie's next frame: the stored frame again for
+  // codecs that code every frame on its own, the last picture encoded again for the others. An
+  // Error when no frame was written yet.
+  virtual Result<void> RepeatLastFrame() = 0;
   // Appends interleaved PCM samples in the movie's audio format.
   virtual Result<void> WriteAudio(std::span<const std::uint8_t> pcm) = 0;
   // Finishes the file (index, header sizes). Destroying an open writer closes it too.

@@ -5,8 +5,9 @@ set -euo pipefail
 
 packages=(
   build-essential cmake ninja-build ccache pkg-config
-  libavformat-dev libavcodec-dev libavutil-dev libswscale-dev
-  libgtest-dev libgmock-dev
+  libavformat-dev libavcodec-dev libavutil-dev libswscale-dev libavdevice-dev
+  libturbojpeg0-dev libasound2-dev
+  libgtest-dev libgmock-dev libbenchmark-dev
   ffmpeg
 )
 

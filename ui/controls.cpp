@@ -232,6 +232,12 @@ ButtonMenu* ToolbarButton::FindMenu(std::string_view name) {
   return nullptr;
 }
 
+int ToolbarButton::MenuIndex(const ButtonMenu& entry) const {
+  for (std::size_t index = 0; index < ButtonMenus.size(); ++index)
+    if (ButtonMenus[index].get() == &entry) return static_cast<int>(index);
+  return -1;
+}
+
 std::optional<ui::Value> ToolbarButton::Get(std::string_view property) const {
   if (property == "Value") return Number(Value);
   if (property == "Enabled") return ui::Value{Enabled.get()};

@@ -136,6 +136,7 @@ class ToolbarButton {
 
   ButtonMenu& AddMenu(std::string key, std::string text, std::string tag = "");
   ButtonMenu* FindMenu(std::string_view name);  // by key, else tag, else caption
+  int MenuIndex(const ButtonMenu& entry) const;  // its place in the menu, from 0; -1 when not in it
   std::optional<ui::Value> Get(std::string_view property) const;
   bool Set(std::string_view property, const ui::Value& value);
 

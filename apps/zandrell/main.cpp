@@ -1,38 +1,66 @@
-// The program. Until the real devices and the windows exist it runs on the simulated test
-// camera in virtual time: it starts as an operator starts it (the device chooser takes the
-// test camera), records a short movie, says where it wrote it and closes as the operator
-// closes it, saving its set-up.
+// The program. Without windows (--headless, and wherever no desktop window can be opened) it
+// starts as an operator starts it, connects a device in the device chooser, records a movie of
+// the asked length from it, says what it wrote and closes as the operator closes it, saving its
+// set-up.
 
 #include <cstdlib>
 #include <filesystem>
 #include <iostream>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "capture/choose_device.h"
 #include "capture/video_screen.h"
 #include "core/master.h"
+#include "core/program_error.h"
+#include "image/bmp.h"
+#include "platform/linux/capture_devices.h"
 #include "platform/linux/ffmpeg_movie_files.h"
+#include "platform/linux/headless_services.h"
 #include "platform/linux/ini_settings_store.h"
+#include "platform/linux/ip_camera.h"
 #include "platform/linux/linux_desktop.h"
-#include "platform/sim/sim_devices.h"
-#include "platform/sim/sim_services.h"
+#include "platform/linux/network_stream.h"
+#include "platform/linux/poll_event_loop.h"
 
 namespace {
 
+using namespace zr::platform;
+using namespace zr::platform::linux_impl;
+
+constexpr int kDefaultSeconds = 3;
+// How long past its limit a run may take to close its file before the program stops it.
+constexpr std::int64_t kClosingGraceMs = 15000;
+
 void PrintHelp() {
-  std::cout << "Usage: zandrell [--record SECONDS] [--output FILE] [--app-path DIR] [PARAMETER_FILE]\n"
-               "  --record SECONDS  length of the movie to record (default 3)\n"
-               "  --output FILE     the movie file (default zandrell.avi in the current folder)\n"
-               "  --app-path DIR    the program folder (default: the executable's folder)\n"
-               "  --lang CODE       the language of the texts: en, pt, es, fr or de (default: the desktop's)\n"
-               "  PARAMETER_FILE    a .zrp file to apply at start\n"
-               "  --help            this text\n";
+  std::cout
+      << "Usage: zandrell [OPTIONS] [PARAMETER_FILE]\n"
+         "Records a movie from a capture device.\n\n"
+         "  --headless              run without windows (the desktop window is not built yet,\n"
+         "                          so every run is headless for now)\n"
+         "  --record SECONDS FILE   record a movie of SECONDS seconds into FILE\n"
+         "                          (default: 3 seconds into zandrell.avi in the current folder)\n"
+         "  --device NAME           the device to connect, as the device chooser lists it,\n"
+         "                          e.g. \"Built-in Test Camera (VFW)\" or \"Built-in Test Camera\";\n"
+         "                          default: the built-in test camera\n"
+         "  --list-devices          list the devices the chooser offers, and exit\n"
+         "  --app-path DIR          the program folder, where zrsr.zr2 and zrsr.zr3 are kept\n"
+         "                          (default: the executable's folder)\n"
+         "  --lang CODE             the language of the texts: en, pt, es, fr or de\n"
+         "                          (default: the desktop's)\n"
+         "  PARAMETER_FILE          a .zrp file of capture settings applied at start\n"
+         "                          (frame rate, sound format, ...)\n"
+         "  --help                  this text\n\n"
+         "Settings are kept in $XDG_CONFIG_HOME/video-zandrell (default ~/.config/video-zandrell).\n"
+         "Exit status: 0 when the movie was written, 1 when it was not, 2 for a wrong option.\n";
 }
 
 struct Options {
-  int seconds = 3;
+  int seconds = kDefaultSeconds;
   std::string output = (std::filesystem::current_path() / "zandrell.avi").string();
+  std::string device;
+  bool list_devices = false;
   std::string app_path;
   std::string command_line;
   std::optional<zr::Language> language;
@@ -43,96 +71,205 @@ const char* Environment(const char* name) {
   return value ? value : "";
 }
 
-// The operator of this run: picks the test camera in the chooser.
-class ChooseTestCamera final : public zr::platform::sim::InputSource {
+std::optional<int> Seconds(const std::string& text) {
+  char* end = nullptr;
+  const long value = std::strtol(text.c_str(), &end, 10);
+  if (end == text.c_str() || *end != '\0' || value < 1 || value > 24L * 3600) return std::nullopt;
+  return static_cast<int>(value);
+}
+
+// Nothing when the options cannot be understood (the reason is printed).
+std::optional<Options> ParseOptions(const std::vector<std::string>& arguments) {
+  Options options;
+  for (std::size_t i = 0; i < arguments.size(); ++i) {
+    const std::string& option = arguments[i];
+    const bool has_value = i + 1 < arguments.size();
+    if (option == "--headless") continue;
+    if (option == "--list-devices") {
+      options.list_devices = true;
+    } else if (option == "--record" && i + 2 < arguments.size()) {
+      const auto seconds = Seconds(arguments[++i]);
+      if (!seconds) {
+        std::cerr << "zandrell: --record wants a number of seconds from 1 to 86400, not " << arguments[i] << "\n";
+        return std::nullopt;
+      }
+      options.seconds = *seconds;
+      options.output = std::filesystem::absolute(arguments[++i]).string();
+    } else if (option == "--device" && has_value) {
+      options.device = arguments[++i];
+    } else if (option == "--app-path" && has_value) {
+      options.app_path = arguments[++i];
+    } else if (option == "--lang" && has_value) {
+      options.language = zr::LanguageOfOption(arguments[++i]);
+      if (!options.language) {
+        std::cerr << "zandrell: unknown language " << arguments[i] << " (en, pt, es, fr or de)\n";
+        return std::nullopt;
+      }
+    } else if (!option.starts_with("--") && options.command_line.empty()) {
+      options.command_line = std::filesystem::absolute(option).string();
+    } else {
+      std::cerr << "zandrell: unknown or incomplete option " << option << "\n";
+      return std::nullopt;
+    }
+  }
+  return options;
+}
+
+// The operator of a run without windows: picks the device in the chooser when it shows.
+class HeadlessOperator {
  public:
-  explicit ChooseTestCamera(zr::Program& program) : program_(program) {}
-  bool RunNextCommand() override {
+  HeadlessOperator(zr::Program& program, std::string device) : program_(program), device_(std::move(device)) {}
+
+  void Act() {
     auto* chooser = program_.ChooseDevice.IfLoaded();
-    if (!chooser) return false;
-    chooser->devices.ClickEntry(0);
+    if (!chooser) return;
+    const int entry = Entry(*chooser);
+    if (entry < 0) {
+      std::cerr << "zandrell: no device \"" << device_ << "\"; the chooser offers:\n";
+      for (const auto& item : chooser->devices.Items) std::cerr << "  " << item.text << "\n";
+      chooser->Cancel.Click();
+      return;
+    }
+    chooser->devices.ClickEntry(entry);
     chooser->start.Click();
-    return true;
   }
 
  private:
+  // The entry named on the command line, else the first built-in camera entry.
+  int Entry(const zr::ChooseDevice& chooser) const {
+    const auto& items = chooser.devices.Items;
+    for (std::size_t index = 0; index < items.size(); ++index) {
+      const bool wanted = device_.empty() ? items[index].text.starts_with("Built-in Test Camera") : items[index].text == device_;
+      if (wanted) return static_cast<int>(index);
+    }
+    return -1;
+  }
+
   zr::Program& program_;
+  std::string device_;
 };
+
+void ListDevices(const std::vector<VideoDeviceEntry>& video, const std::vector<AudioDeviceEntry>& audio) {
+  std::cout << "Video devices (each is offered as \"NAME (VFW)\" and as \"NAME\"):\n";
+  for (const auto& entry : video) std::cout << "  " << entry.name << "\n";
+  std::cout << "Sound devices:\n";
+  for (const auto& entry : audio) std::cout << "  " << entry.name << "\n";
+}
+
+// Presses the operator's record button with a limit of `seconds` and waits for the run to end.
+bool RecordMovie(zr::Program& program, PollEventLoop& loop, const Options& options) {
+  auto& master = program.Master();
+  // Entering the mode anew would put the movie rate back to the preview rate.
+  if (program.state.CaptureType != "movie") master.SetOperationMode("movie");
+  master.MovieDisableLimit.Value = 0;
+  master.MovieHoursControl.Value = options.seconds / 3600;
+  master.MovieMinutesControl.Value = options.seconds % 3600 / 60;
+  master.MovieSecondsControl.Value = options.seconds % 60;
+  program.state.CaptureFilename = options.output;
+  program.VideoScreen().SetFilename(options.output);
+  std::filesystem::remove(options.output);
+  auto& record = master.RecordButton();
+  master.OperationBar.ClickButton(record);
+  const std::int64_t give_up_ms = loop.NowMs() + options.seconds * 1000LL + kClosingGraceMs;
+  bool asked_to_stop = false;
+  loop.RunModal([&] {
+    if (!asked_to_stop && loop.NowMs() > give_up_ms) {
+      asked_to_stop = true;
+      std::cerr << "zandrell: the run did not end by its limit; stopping it\n";
+      master.OperationBar.ClickButton(record);
+    }
+    return record.Image.get() == "record";
+  });
+  return master.StatusString.Caption.get() == program.Translate("Stopped");
+}
+
+void ReportMovie(MovieFiles& movies, const std::string& path) {
+  const auto info = movies.ReadInfo(path);
+  if (!info) {
+    std::cerr << "zandrell: the movie cannot be read back: " << info.error().message << "\n";
+    return;
+  }
+  std::cout << "Wrote " << path << ": " << info->frame_count << " frames of " << info->width << "x" << info->height
+            << " at " << info->frames_per_second << " fps (" << info->fourcc << "), " << info->duration_seconds
+            << " s";
+  if (info->audio)
+    std::cout << ", sound " << info->audio->samples_per_second << " Hz " << info->audio->bits_per_sample << "-bit "
+              << info->audio->channels << (info->audio->channels == 1 ? " channel" : " channels");
+  std::cout << "\n";
+}
 
 }  // namespace
 
 int main(int argc, char** argv) {
-  Options options;
-  for (int i = 1; i < argc; ++i) {
-    const std::string option = argv[i];
-    if (option == "--help") {
+  const std::vector<std::string> arguments(argv + 1, argv + argc);
+  for (const auto& argument : arguments) {
+    if (argument == "--help") {
       PrintHelp();
       return 0;
     }
-    if (option == "--record" && i + 1 < argc) options.seconds = std::atoi(argv[++i]);
-    else if (option == "--output" && i + 1 < argc) options.output = std::filesystem::absolute(argv[++i]).string();
-    else if (option == "--app-path" && i + 1 < argc) options.app_path = argv[++i];
-    else if (option == "--lang" && i + 1 < argc) {
-      options.language = zr::LanguageOfOption(argv[++i]);
-      if (!options.language) {
-        std::cerr << "zandrell: unknown language " << argv[i] << " (en, pt, es, fr or de)\n";
-        return 2;
-      }
-    }
-    else if (!option.starts_with("--") && options.command_line.empty()) options.command_line = option;
-    else {
-      std::cerr << "zandrell: unknown option " << option << "\n";
-      PrintHelp();
-      return 2;
-    }
   }
-  using namespace zr::platform;
+  const auto parsed = ParseOptions(arguments);
+  if (!parsed) {
+    PrintHelp();
+    return 2;
+  }
+  const Options& options = *parsed;
+  auto video_devices = ProbeVideoDevices();
+  auto audio_devices = ProbeAudioDevices();
+  if (options.list_devices) {
+    ListDevices(video_devices, audio_devices);
+    return 0;
+  }
+
   const std::string executable_folder = std::filesystem::absolute(argv[0]).parent_path().string();
-  const std::string app_path = linux_impl::ResolveProgramFolder(executable_folder, options.app_path);
-  sim::SimEventLoop loop;
-  sim::SimDialogs dialogs;
-  sim::SimClipboard clipboard;
-  linux_impl::IniSettingsStore settings(linux_impl::DefaultSettingsFolder());
-  sim::SimFileSystem files(app_path, 1ULL << 40);
-  sim::SimWallClock clock(loop);
-  linux_impl::LinuxDesktop desktop;
-  linux_impl::FfmpegMovieFiles movies;
-  sim::SimDeviceWorld world(loop, movies, clipboard, app_path);
-  sim::DeviceSpec camera;
-  camera.name = "Test Camera";
-  camera.width = 640;
-  camera.height = 480;
-  camera.fps = 25;
-  camera.picture.kind = sim::PictureSpec::Kind::Pattern;
-  camera.picture.pattern = "bars";
-  world.devices.push_back(camera);
-  auto drivers = sim::MakeSimDriverSystem(world);
+  const std::string app_path = ResolveProgramFolder(executable_folder, options.app_path);
+  PollEventLoop loop;
+  TerminalDialogs dialogs(std::cerr);
+  MemoryClipboard clipboard;
+  IniSettingsStore settings(DefaultSettingsFolder());
+  StatvfsFileSystem files;
+  LocalWallClock clock;
+  LinuxDesktop desktop;
+  FfmpegMovieFiles movies;
+  RealCaptureDevices devices(
+      CaptureDeviceServices{loop, [&loop] { loop.Wake(); }, movies, clipboard, zr::WriteBmpFile, nullptr,
+                            [](const std::string& url) { return MakeIpCameraSource(url); },
+                            [](const std::string& url) { return MakeNetworkStreamSource(url); }},
+      std::move(video_devices), std::move(audio_devices));
+  auto drivers = devices.MakeDriverSystem();
   zr::Program program(zr::Services{loop, dialogs, clipboard, settings, files, clock, desktop, movies, *drivers,
-                                   [&world] { return sim::MakeSimCaptureControl(world); }},
+                                   [&devices] { return devices.MakeCaptureControl(); }},
                       app_path);
   program.CommandLine = options.command_line;
   if (const char* home = std::getenv("HOME"); home && *home == '/')
     program.HomeFolder = std::filesystem::path(home).string() + "/";
   program.language = options.language.value_or(
       zr::DesktopLanguage(Environment("LC_ALL"), Environment("LC_MESSAGES"), Environment("LANG")));
-  ChooseTestCamera chooser(program);
-  loop.SetInputSource(&chooser);
-  program.Main();
+  HeadlessOperator headless_operator(program, options.device);
+  loop.SetOperator([&headless_operator] { headless_operator.Act(); });
+  try {
+    program.Main();
+  } catch (const zr::NotBuiltYet& missing) {
+    std::cerr << "zandrell: " << missing.what() << "\n";
+    return 1;
+  }
+  loop.SetOperator(nullptr);
 
-  auto& master = program.Master();
-  program.state.CaptureParms.fYield = 1;
-  master.MovieFrameRateControl.Value = 25;
-  master.MovieDisableLimit.Value = 0;
-  master.MovieHoursControl.Value = 0;
-  master.MovieMinutesControl.Value = 0;
-  master.MovieSecondsControl.Value = options.seconds;
-  program.VideoScreen().SetFilename(options.output);
-  program.state.CaptureFilename = options.output;
-  std::filesystem::remove(options.output);
-  master.OperationBar.ClickButton(master.RecordButton());
-  loop.AdvanceBy(options.seconds * 1000LL + 500);
-  const bool recorded = master.StatusString.Caption == program.Translate("Stopped");
-  std::cout << master.StatusString.Caption.get() << ": " << options.output << "\n";
+  bool recorded = false;
+  if (!devices.Connected()) {
+    std::cerr << "zandrell: no device is connected"
+              << (devices.SourceMessage().empty() ? "" : ": " + devices.SourceMessage()) << "\n";
+  } else {
+    try {
+      recorded = RecordMovie(program, loop, options);
+    } catch (const zr::NotBuiltYet& missing) {
+      // The movie is closed before any later step of the close-out runs.
+      std::cerr << "zandrell: " << missing.what() << "\n";
+    }
+    if (const std::string message = devices.SourceMessage(); !message.empty()) std::cerr << "zandrell: " << message << "\n";
+    std::cout << program.Master().StatusString.Caption.get() << ": " << options.output << "\n";
+    if (recorded) ReportMovie(movies, options.output);
+  }
   program.Master.Unload(zr::ui::UnloadMode::FromCode);
-  return recorded ? 0 : 1;
+  return recorded && std::filesystem::exists(options.output) ? 0 : 1;
 }

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <cstddef>
 #include <cstring>
+#include <deque>
 #include <utility>
 #include <vector>
 
@@ -75,7 +76,41 @@ constexpr int kBytesPerPixel = 3;
 constexpr int kLargestRateTerm = 100000;  // numerator and denominator bound of a stored rate
 constexpr int kBestQscale = 2;
 constexpr int kWorstQscale = 31;
+constexpr int kBestRateFactor = 12;
+constexpr int kWorstRateFactor = 51;
+constexpr int kLargestBitRateKbps = 1000000;
 constexpr int kAudioPacketsPerSecond = 10;
+constexpr int kEncoderThreads = 2;
+constexpr int kSmallestSlicedSide = 16;  // FFV1's slices need pictures this wide and high
+
+bool DrivenByBitRate(VideoCodec codec) {
+  return codec == VideoCodec::Mpeg4 || codec == VideoCodec::H264;
+}
+
+bool UsesQuality(const MovieFormat& format) {
+  return format.codec == VideoCodec::Mjpeg ||
+         (DrivenByBitRate(format.codec) && format.bit_rate_kbps == 0);
+}
+
+Result<void> CheckCodecSettings(const MovieFormat& format) {
+  if (UsesQuality(format) && (format.quality < 1 || format.quality > 100)) {
+    return Error{"the quality must be 1 to 100, not " + std::to_string(format.quality),
+                 "OpenWriter"};
+  }
+  if (DrivenByBitRate(format.codec) &&
+      (format.bit_rate_kbps < 0 || format.bit_rate_kbps > kLargestBitRateKbps)) {
+    return Error{
+        "the bit rate must be 0 to 1000000 kbit/s, not " + std::to_string(format.bit_rate_kbps),
+        "OpenWriter"};
+  }
+  // 4:2:0 H.264 has no way to store half a chroma sample at the edge.
+  if (format.codec == VideoCodec::H264 && (format.width % 2 != 0 || format.height % 2 != 0)) {
+    return Error{
+        "H.264 movies need an even width and height, not " + SizeText(format.width, format.height),
+        "OpenWriter"};
+  }
+  return {};
+}
 
 Result<void> CheckVideoFormat(const MovieFormat& format) {
   if (format.width <= 0 || format.height <= 0) {
@@ -88,11 +123,7 @@ Result<void> CheckVideoFormat(const MovieFormat& format) {
                      std::to_string(fps),
                  "OpenWriter"};
   }
-  if (format.codec == VideoCodec::Mjpeg && (format.quality < 1 || format.quality > 100)) {
-    return Error{"the quality must be 1 to 100, not " + std::to_string(format.quality),
-                 "OpenWriter"};
-  }
-  return {};
+  return CheckCodecSettings(format);
 }
 
 Result<void> CheckAudioFormat(const AudioFormat& audio) {
@@ -129,17 +160,39 @@ int MjpegQscale(int quality) {
   return static_cast<int>(std::lround(kWorstQscale - (quality - 1) * step));
 }
 
+// Linear from the coarsest rate factor at quality 1 to the finest at 100.
+int H264RateFactor(int quality) {
+  const double step = static_cast<double>(kWorstRateFactor - kBestRateFactor) / 99.0;
+  return static_cast<int>(std::lround(kWorstRateFactor - (quality - 1) * step));
+}
+
 struct EncoderChoice {
-  AVCodecID codec;
+  const char* encoder;  // FFmpeg's name for it: the codec alone may pick a hardware encoder
   AVPixelFormat pixels;
-  bool bottom_up;  // the movie stores rows bottom row first, as the program holds them
+  AVColorRange range;
+  bool bottom_up;     // the movie stores rows bottom row first, as the program holds them
+  std::uint32_t tag;  // the stored FourCC; 0 leaves the muxer's own
 };
 
 // Motion JPEG takes full-range 4:2:0 YUV, the layout of the older "yuvj420p" name without its
-// deprecation warnings; the range is set on the encoder and the converter.
+// deprecation warnings; the range is set on the encoder and the converter. MPEG-4 and H.264
+// take the limited range their players expect; RGB spans all levels anyway.
 EncoderChoice ChooseEncoder(VideoCodec codec) {
-  if (codec == VideoCodec::Uncompressed) return {AV_CODEC_ID_RAWVIDEO, AV_PIX_FMT_BGR24, true};
-  return {AV_CODEC_ID_MJPEG, AV_PIX_FMT_YUV420P, false};
+  switch (codec) {
+    case VideoCodec::Uncompressed:
+      return {"rawvideo", AV_PIX_FMT_BGR24, AVCOL_RANGE_JPEG, true, 0};
+    case VideoCodec::Mjpeg:
+      return {"mjpeg", AV_PIX_FMT_YUV420P, AVCOL_RANGE_JPEG, false, 0};
+    case VideoCodec::Mpeg4:
+      return {"mpeg4", AV_PIX_FMT_YUV420P, AVCOL_RANGE_MPEG, false, MKTAG('D', 'X', '5', '0')};
+    case VideoCodec::H264:
+      return {"libx264", AV_PIX_FMT_YUV420P, AVCOL_RANGE_MPEG, false, MKTAG('H', '2', '6', '4')};
+    case VideoCodec::Ffv1:
+      return {"ffv1", AV_PIX_FMT_BGR0, AVCOL_RANGE_JPEG, false, MKTAG('F', 'F', 'V', '1')};
+    case VideoCodec::HuffYuv:
+      return {"huffyuv", AV_PIX_FMT_RGB24, AVCOL_RANGE_JPEG, false, MKTAG('H', 'F', 'Y', 'U')};
+  }
+  return {"", AV_PIX_FMT_NONE, AVCOL_RANGE_UNSPECIFIED, false, 0};
 }
 
 // ---- Writer parts ---------------------------------------------------------------------------
@@ -149,11 +202,74 @@ void UseFixedQuality(AVCodecContext& encoder, int quality) {
   encoder.global_quality = FF_QP2LAMBDA * MjpegQscale(quality);
 }
 
+// An average over the movie, with no cap on a moment's rate: a cap would make busy pictures
+// blocky only to keep a player's buffer that a file played from disk does not have.
+void UseBitRate(AVCodecContext& encoder, int kbps) { encoder.bit_rate = std::int64_t{kbps} * 1000; }
+
+// A key frame every second (at least every frame) lets players seek without decoding far.
+void UseKeyFrameEverySecond(AVCodecContext& encoder) {
+  encoder.gop_size = std::max(1, static_cast<int>(std::lround(av_q2d(encoder.framerate))));
+  encoder.max_b_frames = 0;
+}
+
+Result<void> SetPrivateOption(AVCodecContext& encoder, const char* name, const std::string& value) {
+  const int status = av_opt_set(encoder.priv_data, name, value.c_str(), 0);
+  if (status < 0)
+    return FfmpegError(std::string("cannot set the encoder's ") + name, "av_opt_set", status);
+  return {};
+}
+
+// B-frames would leave the encoder out of order, which AVI cannot store; the low-latency tuning
+// turns them and the look-ahead off. Its log goes down to warnings, so a run prints nothing.
+Result<void> SetUpH264(AVCodecContext& encoder, const MovieFormat& format) {
+  for (const auto& [name, value] : {std::pair<const char*, std::string>{"preset", "veryfast"},
+                                    {"tune", "zerolatency"},
+                                    {"x264-params", "log=1"}}) {
+    if (auto set = SetPrivateOption(encoder, name, value); !set) return set;
+  }
+  if (format.bit_rate_kbps > 0) {
+    UseBitRate(encoder, format.bit_rate_kbps);
+    return {};
+  }
+  return SetPrivateOption(encoder, "crf", std::to_string(H264RateFactor(format.quality)));
+}
+
+Result<void> SetUpCodec(AVCodecContext& encoder, const MovieFormat& format) {
+  switch (format.codec) {
+    case VideoCodec::Uncompressed:
+    case VideoCodec::HuffYuv:
+      return {};
+    case VideoCodec::Mjpeg:
+      UseFixedQuality(encoder, format.quality);
+      return {};
+    case VideoCodec::Mpeg4:
+      // Its threads code bands of 16 rows; a picture with fewer bands gets fewer threads.
+      encoder.thread_count = std::clamp((format.height + 15) / 16, 1, kEncoderThreads);
+      UseKeyFrameEverySecond(encoder);
+      if (format.bit_rate_kbps > 0) {
+        UseBitRate(encoder, format.bit_rate_kbps);
+      } else {
+        UseFixedQuality(encoder, format.quality);
+      }
+      return {};
+    case VideoCodec::H264:
+      UseKeyFrameEverySecond(encoder);
+      return SetUpH264(encoder, format);
+    case VideoCodec::Ffv1:
+      // Version 3 codes slices in parallel; its slices lose pixels in pictures only a row or
+      // two high or wide, which version 1 keeps whole.
+      encoder.level =
+          format.width >= kSmallestSlicedSide && format.height >= kSmallestSlicedSide ? 3 : 1;
+      return {};
+  }
+  return {};
+}
+
 Result<CodecContextPtr> OpenVideoEncoder(const MovieFormat& format, const EncoderChoice& choice) {
-  const AVCodec* codec = avcodec_find_encoder(choice.codec);
+  const AVCodec* codec = avcodec_find_encoder_by_name(choice.encoder);
   if (codec == nullptr) {
-    return Error{std::string("FFmpeg has no ") + avcodec_get_name(choice.codec) + " encoder",
-                 "avcodec_find_encoder"};
+    return Error{std::string("FFmpeg has no ") + choice.encoder + " encoder",
+                 "avcodec_find_encoder_by_name"};
   }
   CodecContextPtr encoder(avcodec_alloc_context3(codec));
   if (!encoder) return OutOfMemory("avcodec_alloc_context3");
@@ -163,8 +279,10 @@ Result<CodecContextPtr> OpenVideoEncoder(const MovieFormat& format, const Encode
   encoder->framerate = rate;
   encoder->time_base = av_inv_q(rate);  // frame i has timestamp i
   encoder->pix_fmt = choice.pixels;
-  encoder->color_range = AVCOL_RANGE_JPEG;  // RGB and JPEG's YUV both span all levels
-  if (format.codec == VideoCodec::Mjpeg) UseFixedQuality(*encoder, format.quality);
+  encoder->color_range = choice.range;
+  if (choice.range == AVCOL_RANGE_MPEG) encoder->colorspace = AVCOL_SPC_SMPTE170M;
+  encoder->thread_count = kEncoderThreads;
+  if (auto set = SetUpCodec(*encoder, format); !set) return set.error();
   const int status = avcodec_open2(encoder.get(), codec, nullptr);
   if (status < 0) return FfmpegError("cannot open the video encoder", "avcodec_open2", status);
   return encoder;
@@ -186,9 +304,10 @@ Result<ScalerPtr> CreateScaler(const AVCodecContext& encoder) {
   const int* coefficients = sws_getCoefficients(SWS_CS_ITU601);
   constexpr int kFullRange = 1;
   constexpr int kUnitFixedPoint = 1 << 16;
+  const int target_range = encoder.color_range == AVCOL_RANGE_JPEG ? 1 : 0;
   const int status = sws_setColorspaceDetails(scaler.get(), coefficients, kFullRange, coefficients,
-                                              kFullRange, 0, kUnitFixedPoint, kUnitFixedPoint);
-  if (status < 0) return Error{"cannot convert to full-range pixels", "sws_setColorspaceDetails"};
+                                              target_range, 0, kUnitFixedPoint, kUnitFixedPoint);
+  if (status < 0) return Error{"cannot set the pixels' range", "sws_setColorspaceDetails"};
   return scaler;
 }
 
@@ -250,6 +369,7 @@ class AviMovieWriter final : public MovieWriter {
   ~AviMovieWriter() override { Close(); }  // a destructor has no one to report a failure to
 
   Result<void> WriteVideoFrame(const FrameView& frame) override;
+  Result<void> RepeatLastFrame() override;
   Result<void> WriteAudio(std::span<const std::uint8_t> pcm) override;
   Result<void> Close() override;
 
@@ -257,10 +377,16 @@ class AviMovieWriter final : public MovieWriter {
   struct VideoTrack {
     CodecContextPtr encoder;
     ScalerPtr scaler;
-    FramePtr picture;
+    FramePtr picture;  // the last picture handed to the encoder
     AVStream* stream = nullptr;
     bool bottom_up = false;
-    std::int64_t frames_written = 0;
+    // Each frame is coded on its own, so a repeated frame is the stored packet once more.
+    bool intra_only = false;
+    std::int64_t next_timestamp = 0;  // of the movie's next frame, in frames
+    // Intra-only codecs: the last packet out of the encoder, and the copies owed to each picture
+    // still inside it (frame threads hold a picture back for a while), oldest first.
+    PacketPtr last_packet;
+    std::deque<std::int64_t> copies_owed;
   };
   struct AudioTrack {
     AVStream* stream = nullptr;
@@ -279,6 +405,8 @@ class AviMovieWriter final : public MovieWriter {
   Result<void> StartFile(const std::string& path);
   Result<void> ConvertIntoPicture(const FrameView& frame);
   Result<void> Encode(const AVFrame* picture);
+  Result<void> WriteVideoPacket();
+  Result<void> WriteCopyOfLastPacket(std::int64_t timestamp);
   Result<void> WriteAudioPackets(std::size_t smallest_packet_bytes);
   Result<void> WriteAudioPacket(std::span<const std::uint8_t> bytes);
   Result<void> WritePacket(const AVStream& stream, AVRational packet_time_base);
@@ -330,8 +458,21 @@ Result<void> AviMovieWriter::AddVideoTrack(const MovieFormat& format) {
   // Without this the muxer marks raw RGB as top-down; the program's frames are bottom-up DIBs.
   status = av_opt_set_int(output_->priv_data, "flipped_raw_rgb", choice.bottom_up ? 1 : 0, 0);
   if (status < 0) return FfmpegError("cannot store bottom-up frames", "av_opt_set_int", status);
-  video_ = VideoTrack{std::move(*encoder), std::move(*scaler), std::move(*picture), stream,
-                      choice.bottom_up};
+  if (choice.tag != 0) stream->codecpar->codec_tag = choice.tag;
+  PacketPtr last_packet(av_packet_alloc());
+  if (!last_packet) return OutOfMemory("av_packet_alloc");
+  const AVCodecDescriptor* descriptor = avcodec_descriptor_get((*encoder)->codec_id);
+  const bool intra_only =
+      descriptor != nullptr && (descriptor->props & AV_CODEC_PROP_INTRA_ONLY) != 0;
+  video_ = VideoTrack{std::move(*encoder),
+                      std::move(*scaler),
+                      std::move(*picture),
+                      stream,
+                      choice.bottom_up,
+                      intra_only,
+                      0,
+                      std::move(last_packet),
+                      {}};
   return {};
 }
 
@@ -368,8 +509,24 @@ Result<void> AviMovieWriter::WriteVideoFrame(const FrameView& frame) {
   if (!open_) return Closed("WriteVideoFrame");
   if (auto checked = CheckFrame(frame, *video_.encoder); !checked) return checked;
   if (auto converted = ConvertIntoPicture(frame); !converted) return converted;
-  video_.picture->pts = video_.frames_written++;
+  video_.picture->pts = video_.next_timestamp++;
+  if (video_.intra_only) video_.copies_owed.push_back(0);
   return Encode(video_.picture.get());
+}
+
+Result<void> AviMovieWriter::RepeatLastFrame() {
+  if (!open_) return Closed("RepeatLastFrame");
+  if (video_.next_timestamp == 0) return Error{"there is no frame to repeat", "RepeatLastFrame"};
+  const std::int64_t timestamp = video_.next_timestamp++;
+  if (!video_.intra_only) {
+    video_.picture->pts = timestamp;
+    return Encode(video_.picture.get());
+  }
+  if (!video_.copies_owed.empty()) {  // the last picture has not come out of the encoder yet
+    ++video_.copies_owed.back();
+    return {};
+  }
+  return WriteCopyOfLastPacket(timestamp);
 }
 
 Result<void> AviMovieWriter::ConvertIntoPicture(const FrameView& frame) {
@@ -390,10 +547,41 @@ Result<void> AviMovieWriter::Encode(const AVFrame* picture) {
   int status = avcodec_send_frame(encoder, picture);
   if (status < 0) return FfmpegError("cannot encode a frame", "avcodec_send_frame", status);
   while ((status = avcodec_receive_packet(encoder, packet_.get())) >= 0) {
-    if (auto written = WritePacket(*video_.stream, encoder->time_base); !written) return written;
+    if (auto written = WriteVideoPacket(); !written) return written;
   }
   if (status == AVERROR(EAGAIN) || status == AVERROR_EOF) return {};
   return FfmpegError("cannot encode a frame", "avcodec_receive_packet", status);
+}
+
+// Writes the packet the encoder gave; an intra-only codec keeps it and adds the copies owed.
+Result<void> AviMovieWriter::WriteVideoPacket() {
+  const AVRational time_base = video_.encoder->time_base;
+  if (!video_.intra_only) return WritePacket(*video_.stream, time_base);
+  av_packet_unref(video_.last_packet.get());
+  const int status = av_packet_ref(video_.last_packet.get(), packet_.get());
+  if (status < 0) return FfmpegError("cannot keep the frame", "av_packet_ref", status);
+  std::int64_t copies = 0;
+  if (!video_.copies_owed.empty()) {
+    copies = video_.copies_owed.front();
+    video_.copies_owed.pop_front();
+  }
+  if (auto written = WritePacket(*video_.stream, time_base); !written) return written;
+  for (std::int64_t copy = 1; copy <= copies; ++copy) {
+    if (auto written = WriteCopyOfLastPacket(video_.last_packet->pts + copy); !written) {
+      return written;
+    }
+  }
+  return {};
+}
+
+// The stored packet's data is shared, not copied.
+Result<void> AviMovieWriter::WriteCopyOfLastPacket(std::int64_t timestamp) {
+  const int status = av_packet_ref(packet_.get(), video_.last_packet.get());
+  if (status < 0) return FfmpegError("cannot repeat the frame", "av_packet_ref", status);
+  packet_->pts = timestamp;
+  packet_->dts = timestamp;
+  packet_->duration = 1;
+  return WritePacket(*video_.stream, video_.encoder->time_base);
 }
 
 Result<void> AviMovieWriter::WriteAudio(std::span<const std::uint8_t> pcm) {
@@ -528,6 +716,10 @@ std::optional<AudioFormat> DescribeAudio(AVFormatContext& movie) {
 Result<std::unique_ptr<MovieWriter>> FfmpegMovieFiles::OpenWriter(const std::string& path,
                                                                   const MovieFormat& format) {
   return AviMovieWriter::Open(path, format);
+}
+
+bool FfmpegMovieFiles::CanEncode(VideoCodec codec) {
+  return avcodec_find_encoder_by_name(ChooseEncoder(codec).encoder) != nullptr;
 }
 
 Result<MovieInfo> FfmpegMovieFiles::ReadInfo(const std::string& path) {

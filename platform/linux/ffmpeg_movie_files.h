@@ -4,9 +4,29 @@
 // Writing: uncompressed movies hold the frames as classic bottom-up BI_RGB DIBs (rows padded to
 // four bytes by the muxer); Motion JPEG movies are encoded at a fixed quantiser taken from the
 // quality, 100 giving qscale 2 (best) and 1 giving qscale 31 (worst), linear in between. Both
-// codecs take any width and height, odd ones included. The frame rate is stored as an exact
-// rational (29.97 becomes 30000/1001). Audio, when asked for, is interleaved PCM cut into packets
-// of a tenth of a second; bytes that do not make a whole sample frame by Close are dropped.
+// codecs take any width and height, odd ones included.
+//
+// The other codecs:
+// - Mpeg4: FFmpeg's own MPEG-4 part 2 encoder in 4:2:0, stored as "DX50" so that DivX players
+//   take it. With a bit rate it aims at that average rate; without one it uses the same fixed
+//   quantiser as Motion JPEG. A key frame every second, no B-frames.
+// - H264: libx264 in 4:2:0 at its "veryfast" preset, tuned for low latency (no B-frames, no
+//   look-ahead), so packets leave the encoder in order, one per frame, as AVI needs. With a bit
+//   rate it aims at that average rate; without one it keeps a constant rate factor taken from
+//   the quality, 100 giving CRF 12 and 1 giving CRF 51, linear in between (75 gives 22). A key
+//   frame every second. The width and height must be even.
+// - Ffv1: lossless, 32-bit BGR; version 3, in slices coded in parallel, for pictures at least
+//   16 pixels wide and high, version 1 for smaller ones.
+// - HuffYuv: lossless, 24-bit RGB.
+// The encoders that can share work between threads use two.
+//
+// RepeatLastFrame stores the last coded frame again for the codecs that code each frame on its
+// own (uncompressed, Motion JPEG, FFV1, HuffYUV), which costs no encoding; MPEG-4 and H.264
+// encode the last picture again, which costs little as nothing has changed.
+//
+// The frame rate is stored as an exact rational (29.97 becomes 30000/1001). Audio, when asked
+// for, is interleaved PCM cut into packets of a tenth of a second; bytes that do not make a
+// whole sample frame by Close are dropped.
 //
 // Reading: only AVI files are accepted; anything else, missing or not, is an Error.
 
@@ -19,6 +39,9 @@ class FfmpegMovieFiles final : public MovieFiles {
   Result<std::unique_ptr<MovieWriter>> OpenWriter(const std::string& path,
                                                   const MovieFormat& format) override;
   Result<MovieInfo> ReadInfo(const std::string& path) override;
+
+  // Whether this machine's FFmpeg has the encoder the codec is written with.
+  static bool CanEncode(VideoCodec codec);
 };
 
 }  // namespace zr::platform::linux_impl

@@ -1,21 +1,18 @@
 #include "platform/sim/sim_event_loop.h"
 
 #include <algorithm>
-#include <limits>
 
 namespace zr::platform::sim {
 
 namespace {
-constexpr std::int64_t kNever = std::numeric_limits<std::int64_t>::max();
+constexpr std::int64_t kNever = TimerTable::kNever;
 }
 
 void SimEventLoop::Post(std::function<void()> event) { posted_.push_back(std::move(event)); }
 
-void SimEventLoop::StartTimer(TimerClient& timer, int interval_ms) {
-  timers_[&timer] = TimerEntry{now_ms_ + interval_ms, interval_ms, next_sequence_++};
-}
+void SimEventLoop::StartTimer(TimerClient& timer, int interval_ms) { timers_.Start(timer, interval_ms, now_ms_); }
 
-void SimEventLoop::StopTimer(TimerClient& timer) { timers_.erase(&timer); }
+void SimEventLoop::StopTimer(TimerClient& timer) { timers_.Stop(timer); }
 
 void SimEventLoop::Schedule(std::int64_t at_ms, WorkKind kind, std::function<void()> work) {
   work_.emplace(std::max(at_ms, now_ms_), Work{kind, std::move(work)});
@@ -29,35 +26,6 @@ void SimEventLoop::RunDueWork(std::int64_t up_to_ms) {
   }
 }
 
-// A timer does not fire again while its own handler is still running (inside a yield of it).
-bool SimEventLoop::RunOneDueTimer() {
-  const TimerClient* due = nullptr;
-  TimerEntry due_entry{kNever, 0, 0};
-  for (const auto& [timer, entry] : timers_) {
-    if (entry.due_ms > now_ms_) continue;
-    if (std::find(firing_.begin(), firing_.end(), timer) != firing_.end()) continue;
-    if (entry.due_ms < due_entry.due_ms ||
-        (entry.due_ms == due_entry.due_ms && entry.started < due_entry.started)) {
-      due = timer;
-      due_entry = entry;
-    }
-  }
-  if (!due) return false;
-  // Ticks missed while the loop could not run are coalesced into this one.
-  auto& entry = timers_[due];
-  entry.due_ms = std::max(entry.due_ms + entry.interval_ms, now_ms_ + 1);
-  firing_.push_back(due);
-  auto* client = const_cast<TimerClient*>(due);
-  try {
-    client->Fire();
-  } catch (...) {
-    std::erase(firing_, due);
-    throw;
-  }
-  std::erase(firing_, due);
-  return true;
-}
-
 void SimEventLoop::RunPostedEvents() {
   while (!posted_.empty()) {
     auto event = std::move(posted_.front());
@@ -68,7 +36,7 @@ void SimEventLoop::RunPostedEvents() {
 
 void SimEventLoop::RunDueNow() {
   RunDueWork(now_ms_);
-  while (RunOneDueTimer()) RunDueWork(now_ms_);
+  while (timers_.FireOneDue(now_ms_)) RunDueWork(now_ms_);
   RunPostedEvents();
 }
 
@@ -76,9 +44,7 @@ void SimEventLoop::Yield() { RunDueNow(); }
 
 std::int64_t SimEventLoop::NextDueMs(bool with_timers) const {
   std::int64_t next = work_.empty() ? kNever : work_.begin()->first;
-  if (with_timers) {
-    for (const auto& [timer, entry] : timers_) next = std::min(next, entry.due_ms);
-  }
+  if (with_timers) next = std::min(next, timers_.NextDueMs());
   return next;
 }
 

@@ -17,6 +17,7 @@
 #include <vector>
 
 #include "platform/event_loop.h"
+#include "platform/timer_table.h"
 
 namespace zr::platform::sim {
 
@@ -61,32 +62,24 @@ class SimEventLoop : public EventLoop {
   void RunDueNow();
 
   void SetInputSource(InputSource* input) { input_ = input; }
-  bool TimerRunning(const TimerClient& timer) const { return timers_.count(&timer) > 0; }
+  bool TimerRunning(const TimerClient& timer) const { return timers_.Running(timer); }
   // True while the program is inside a blocking call.
   bool Blocking() const { return blocking_ > 0; }
 
  private:
-  struct TimerEntry {
-    std::int64_t due_ms;
-    int interval_ms;
-    std::uint64_t started;  // order of starting: ties fire in that order
-  };
   struct Work {
     WorkKind kind;
     std::function<void()> run;
   };
 
   void RunDueWork(std::int64_t up_to_ms);
-  bool RunOneDueTimer();
   void RunPostedEvents();
   std::int64_t NextDueMs(bool with_timers) const;
 
   std::int64_t now_ms_ = 0;
-  std::uint64_t next_sequence_ = 0;
-  std::map<const TimerClient*, TimerEntry> timers_;
+  TimerTable timers_;
   std::multimap<std::int64_t, Work> work_;
   std::deque<std::function<void()>> posted_;
-  std::vector<const TimerClient*> firing_;
   InputSource* input_ = nullptr;
   int blocking_ = 0;
 };

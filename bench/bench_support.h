@@ -1,0 +1,55 @@
+#pragma once
+// What the benchmarks share: the real capture devices of the machine's built-in camera and
+// tone on a loop of their own, and the process's own figures (CPU time, resident memory).
+
+#include <sys/resource.h>
+
+#include <fstream>
+#include <functional>
+#include <memory>
+#include <string>
+
+#include "image/bmp.h"
+#include "platform/linux/capture_devices.h"
+#include "platform/linux/ffmpeg_movie_files.h"
+#include "platform/linux/headless_services.h"
+#include "platform/linux/poll_event_loop.h"
+#include "platform/linux/test_camera.h"
+#include "platform/linux/test_tone.h"
+
+namespace zr::bench {
+
+using namespace zr::platform;
+using namespace zr::platform::linux_impl;
+
+struct BuiltInDevices {
+  explicit BuiltInDevices(TestCameraSettings camera)
+      : devices(CaptureDeviceServices{loop, [this] { loop.Wake(); }, movies, clipboard, WriteBmpFile, nullptr, nullptr,
+                                      nullptr},
+                {{"Built-in Test Camera", "1.0", 0, [camera] { return MakeTestCamera(camera); }}},
+                {{"Built-in Test Tone", [] { return MakeTestTone(); }}}) {}
+
+  // Runs the loop until `done` holds.
+  void RunUntil(const std::function<bool()>& done) { loop.RunModal(done); }
+
+  PollEventLoop loop;
+  MemoryClipboard clipboard;
+  FfmpegMovieFiles movies;
+  RealCaptureDevices devices;
+};
+
+inline double CpuSeconds(int who) {
+  rusage usage{};
+  getrusage(who, &usage);
+  return usage.ru_utime.tv_sec + usage.ru_stime.tv_sec + (usage.ru_utime.tv_usec + usage.ru_stime.tv_usec) / 1e6;
+}
+
+// The resident memory of this process now, in megabytes.
+inline double ResidentMegabytes() {
+  std::ifstream status("/proc/self/status");
+  for (std::string line; std::getline(status, line);)
+    if (line.rfind("VmRSS:", 0) == 0) return std::stod(line.substr(6)) / 1024.0;
+  return 0;
+}
+
+}  // namespace zr::bench

@@ -1,0 +1,372 @@
+// The control kind on real sources: devices of the registry, IP cameras (device index -2 with
+// an address) and network streams, with the control's properties, methods and events.
+
+#include <cmath>
+
+#include "core/program_error.h"
+#include "platform/linux/capture_devices.h"
+#include "platform/linux/live_source.h"
+#include "platform/linux/movie_run.h"
+
+namespace zr::platform::linux_impl {
+
+namespace {
+
+constexpr int kHttpSourceIndex = -2;
+constexpr double kRateOfSourcesWithoutOne = 15.0;
+// The sound of the control's runs: its one compressor takes PCM at this format.
+constexpr AudioFormat kControlSoundFormat{44100, 1, 16};
+
+template <class T>
+const T& Entry(const std::vector<T>& entries, int index) {
+  if (index < 0 || index >= static_cast<int>(entries.size()))
+    throw DeviceError("no such entry: " + std::to_string(index));
+  return entries[static_cast<std::size_t>(index)];
+}
+
+void Require(const Result<void>& result) {
+  if (!result) throw DeviceError(result.error().message);
+}
+
+class RealCaptureControl final : public VideoCaptureControl, public ConnectedDevice {
+ public:
+  explicit RealCaptureControl(RealCaptureDevices& devices) : devices_(devices) {}
+  ~RealCaptureControl() override { CloseSource(); }
+
+  void SetEventSink(CaptureControlEvents* events) override { events_ = events; }
+
+  // ---- devices and inputs
+
+  int VideoDeviceCount() override { return static_cast<int>(devices_.VideoDevices().size()); }
+  std::string VideoDeviceName(int index) override {
+    return Entry(devices_.VideoDevices(), index).name;
+  }
+  int VideoDeviceIndex() override { return device_index_; }
+  void SetVideoDeviceIndex(int index) override { device_index_ = index; }
+  void SetNetworkSourceUrl(const std::string& url) override { url_ = url; }
+
+  int AudioDeviceCount() override { return static_cast<int>(devices_.AudioDevices().size()); }
+  std::string AudioDeviceName(int index) override {
+    return Entry(devices_.AudioDevices(), index).name;
+  }
+  int AudioDeviceIndex() override { return audio_device_; }
+  void SetAudioDeviceIndex(int index) override {
+    Entry(devices_.AudioDevices(), index);
+    audio_device_ = index;
+    sound_settings_.reset();
+  }
+  int AudioInputCount() override { return static_cast<int>(SoundSettings().Inputs().size()); }
+  std::string AudioInputName(int index) override { return Entry(SoundSettings().Inputs(), index); }
+  int AudioInputIndex() override { return SoundSettings().CurrentInput(); }
+  void SetAudioInputIndex(int index) override { Require(SoundSettings().SelectInput(index)); }
+  int AudioInputLevel(int pin) override { return SoundSettings().InputLevel(pin); }
+  void SelectAudioInputLevel(int pin) override { Require(SoundSettings().SelectInput(pin)); }
+
+  int VideoInputCount() override { return static_cast<int>(Connected().Source().Inputs().size()); }
+  std::string VideoInputName(int index) override {
+    return Entry(Connected().Source().Inputs(), index);
+  }
+  int VideoInputIndex() override { return Connected().Source().CurrentInput(); }
+  void SetVideoInputIndex(int index) override { Require(Connected().Source().SelectInput(index)); }
+  std::vector<VideoFormatRow> VideoFormatList() override {
+    std::vector<VideoFormatRow> rows;
+    for (const auto& format : Connected().Source().Formats())
+      rows.push_back(VideoFormatRow{format.width, format.height, format.bits_per_pixel});
+    return rows;
+  }
+  void SelectVideoFormat(int row) override { Require(Connected().Source().SelectFormat(row)); }
+
+  int VideoCompressorCount() override { return devices_.Compressors().Count(); }
+  std::string VideoCompressorName(int index) override {
+    if (index < 0 || index >= devices_.Compressors().Count())
+      throw DeviceError("no such compressor");
+    return devices_.Compressors().Name(index);
+  }
+  int VideoCompressorIndex() override { return devices_.Compressors().ControlCompressor(); }
+  void SetVideoCompressorIndex(int index) override {
+    if (index < 0 || index >= devices_.Compressors().Count())
+      throw DeviceError("no such compressor");
+    devices_.Compressors().SetControlCompressor(index);
+  }
+  int AudioCompressorCount() override { return 1; }
+  std::string AudioCompressorName(int index) override {
+    if (index != 0) throw DeviceError("no such compressor");
+    return "PCM";
+  }
+  int AudioCompressorIndex() override { return 0; }
+  void SetAudioCompressorIndex(int index) override {
+    if (index != 0) throw DeviceError("no such compressor");
+  }
+
+  // ---- dialogs
+
+  void ShowVideoCompressorDialog() override {
+    DeviceDialogHost& host = Host();
+    CompressorSettings& compressors = devices_.Compressors();
+    const int index = compressors.ControlCompressor();
+    if (const auto setting = compressors.Setting(index)) {
+      if (const auto value = host.EditCompressorSetting(compressors.Name(index), *setting))
+        compressors.SetValue(index, *value);
+    }
+  }
+  void ShowAudioCompressorDialog() override { Host(); }  // PCM has nothing to set
+  void ShowSourceDialog() override {
+    DeviceDialogHost& host = Host();
+    LiveSource& live = Connected();
+    if (live.Source().Controls().empty() && live.Source().Inputs().empty())
+      throw DeviceError("the device has no settings to show");
+    host.EditSource(live.Name(), live.Source());
+  }
+  void ShowFormatDialog() override {
+    DeviceDialogHost& host = Host();
+    LiveSource& live = Connected();
+    const auto formats = live.Source().Formats();
+    if (formats.empty()) throw DeviceError("the device has no formats to choose from");
+    if (const auto row = host.ChooseFormat(live.Name(), formats, CurrentFormatRow(live, formats)))
+      Require(live.Source().SelectFormat(*row));
+  }
+  void ShowDisplayDialog() override {
+    Host();
+    throw DeviceError("the device has no display settings");
+  }
+  void ShowCaptureDialog() override { ShowVideoCompressorDialog(); }
+
+  // ---- connection and display
+
+  void SetDeviceConnected(bool connected) override {
+    CloseSource();
+    if (!connected) return;
+    std::unique_ptr<FrameSource> source;
+    std::string name;
+    if (device_index_ == kHttpSourceIndex) {
+      source = devices_.Services().open_ip_camera(url_);
+      name = url_;
+      device_class_ = 0;
+    } else {
+      const VideoDeviceEntry& entry = Entry(devices_.VideoDevices(), device_index_);
+      source = entry.open();
+      name = entry.name;
+      device_class_ = entry.device_class;
+    }
+    OpenSource(std::move(source), name);
+  }
+  void SetPreviewEnabled(bool enabled) override { preview_ = enabled; }
+  void SetPreviewRate(int frames_per_second) override {
+    devices_.SetPreviewRate(frames_per_second);
+  }
+  void SetStretchPreview(bool stretch) override { stretch_ = stretch; }
+  bool OverlayEnabled() override {
+    return false;
+  }  // no overlay hardware: the picture is always drawn
+  void SetOverlayEnabled(bool enabled) override {
+    if (enabled) throw DeviceError("the device has no overlay");
+  }
+  void SetFullScreenMode(bool full_screen) override { full_screen_ = full_screen; }
+  bool AudioPreview() override { return audio_preview_; }
+  void SetAudioPreview(bool on) override { audio_preview_ = on; }
+  void SetUseVMR9(bool) override {}  // one renderer here: the face's
+  int VideoWidth() override { return Connected().Source().Width(); }
+  int VideoHeight() override { return Connected().Source().Height(); }
+  int DeviceClass() override { return device_class_; }
+
+  // ---- movie runs
+
+  std::string CaptureFileName() override { return capture_file_; }
+  void SetCaptureFileName(const std::string& path) override { capture_file_ = path; }
+  void SetCaptureAudio(bool on) override { capture_audio_ = on; }
+  void SetTimeLimitEnabled(bool enabled) override { limit_enabled_ = enabled; }
+  void SetTimeLimitSeconds(int seconds) override { limit_seconds_ = seconds; }
+
+  void StartCapture() override {
+    LiveSource& live = Connected();
+    if (IsCapturing()) throw DeviceError("a capture is already running");
+    EndRun(run_);
+    MovieRun::Request request;
+    request.path = capture_file_;
+    request.format =
+        devices_.Compressors().MovieFormatOf(devices_.Compressors().ControlCompressor());
+    const double rate = live.Source().FramesPerSecond();
+    request.format.frames_per_second = rate > 0 ? rate : kRateOfSourcesWithoutOne;
+    request.format.audio = kControlSoundFormat;
+    if (limit_enabled_) request.limit_seconds = limit_seconds_;
+    std::unique_ptr<AudioSource> sound;
+    if (capture_audio_ && !devices_.AudioDevices().empty())
+      sound = Entry(devices_.AudioDevices(), audio_device_).open();
+    run_ = std::make_unique<MovieRun>(devices_.Services().movies, live, std::move(sound), request,
+                                      [this](RecordingEnd, const std::string&) {
+                                        PostEvent(&CaptureControlEvents::CaptureStopped);
+                                      });
+    if (auto started = run_->Start(); !started) {
+      run_.reset();
+      throw DeviceError(started.error().message);
+    }
+    PostEvent(&CaptureControlEvents::CaptureStarted);
+  }
+  void StopCapture() override {
+    if (run_) run_->RequestStop();
+  }
+  bool IsCapturing() override { return run_ && run_->Running(); }
+  CaptureStats GetCaptureStats() override {
+    CaptureStats stats;
+    const MovieRun* counting = single_frames_ ? single_frames_.get() : run_.get();
+    if (const Recorder* recorder = counting ? counting->recorder() : nullptr) {
+      stats.frames_captured = static_cast<std::int32_t>(recorder->FramesWritten());
+      stats.frames_dropped = static_cast<std::int32_t>(recorder->FramesDropped());
+      stats.elapsed_ms = static_cast<std::int32_t>(recorder->ElapsedMs());
+    }
+    return stats;
+  }
+  std::shared_ptr<const Picture> GetSnapshot() override {
+    auto picture = Connected().Latest();
+    if (!picture) throw DeviceError("the device has not delivered a picture yet");
+    return picture;
+  }
+  void OpenFrameCapture(int frames_per_second) override {
+    LiveSource& live = Connected();
+    EndRun(single_frames_);
+    MovieRun::Request request;
+    request.path = capture_file_;
+    request.format =
+        devices_.Compressors().MovieFormatOf(devices_.Compressors().ControlCompressor());
+    request.format.frames_per_second = frames_per_second > 0 ? frames_per_second : 1;
+    request.pace = RecordingPace::FrameByFrame;
+    single_frames_ =
+        std::make_unique<MovieRun>(devices_.Services().movies, live, nullptr, request, nullptr);
+    if (auto started = single_frames_->Start(); !started) {
+      single_frames_.reset();
+      throw DeviceError(started.error().message);
+    }
+  }
+  void CaptureFrame() override {
+    if (!single_frames_) throw DeviceError("no frame capture is open");
+    Require(single_frames_->AddLatestFrame());
+  }
+  void CloseFrameCapture() override {
+    if (!single_frames_) throw DeviceError("no frame capture is open");
+    EndRun(single_frames_);
+  }
+
+  // ---- streams
+
+  void OpenStream(const std::string& url) override {
+    CloseSource();
+    OpenSource(devices_.Services().open_stream(url), url);
+    stream_playing_ = true;
+  }
+  void PlayStream() override {
+    LiveSource& live = Connected();
+    if (stream_playing_) return;
+    Require(live.Start());
+    stream_playing_ = true;
+  }
+  void StopStream() override {
+    Connected().Stop();
+    stream_playing_ = false;
+  }
+  void CloseStream() override { CloseSource(); }
+  void StreamFullScreen(int on) override { full_screen_ = on != 0; }
+  void StreamVideoSize(int& width, int& height) override {
+    width = live_ ? live_->Source().Width() : 0;
+    height = live_ ? live_->Source().Height() : 0;
+  }
+
+  // ---- burnt-in text and camcorder transport
+
+  void DrawVideoText(int, const std::string& text, int, int, const std::string&, int, std::int32_t,
+                     int) override {
+    if (!text.empty()) throw DeviceError("the device cannot burn text into its picture");
+  }
+  int DVCommand(int) override { return 0; }  // no camcorder: no transport
+  std::string DVTimeCode() override { return ""; }
+  std::string DVRecordDate() override { return ""; }
+
+  // ---- the face's hands on the picture
+
+  std::shared_ptr<const Picture> LatestPicture() const override {
+    return live_ ? live_->Latest() : nullptr;
+  }
+  std::string SourceMessage() const override { return live_ ? live_->EndMessage() : std::string(); }
+  void MousePressed(int button) override {
+    if (events_) events_->MouseDown(button);
+  }
+
+ private:
+  LiveSource& Connected() {
+    if (!live_) throw DeviceError("no device is connected");
+    return *live_;
+  }
+
+  DeviceDialogHost& Host() {
+    DeviceDialogHost* host = devices_.Services().dialogs;
+    if (!host) throw DeviceError("there is no window to show the dialog in");
+    return *host;
+  }
+
+  AudioSource& SoundSettings() {
+    if (!sound_settings_) sound_settings_ = Entry(devices_.AudioDevices(), audio_device_).open();
+    return *sound_settings_;
+  }
+
+  static int CurrentFormatRow(LiveSource& live, const std::vector<SourceFormat>& formats) {
+    for (std::size_t row = 0; row < formats.size(); ++row)
+      if (formats[row].width == live.Source().Width() &&
+          formats[row].height == live.Source().Height())
+        return static_cast<int>(row);
+    return 0;
+  }
+
+  void OpenSource(std::unique_ptr<FrameSource> source, const std::string& name) {
+    if (!source) throw DeviceError("the device " + name + " cannot be opened");
+    auto live = std::make_unique<LiveSource>(std::move(source), name, nullptr);
+    Require(live->Start());
+    live_ = std::move(live);
+    devices_.SetConnected(this);
+  }
+
+  void CloseSource() {
+    EndRun(run_);
+    EndRun(single_frames_);
+    devices_.Forget(this);
+    live_.reset();
+    stream_playing_ = false;
+  }
+
+  static void EndRun(std::unique_ptr<MovieRun>& run) {
+    if (!run) return;
+    run->RequestStop();
+    run->Finish();
+    run.reset();
+  }
+
+  // Events reach the logic thread through the loop, never from a back end's thread directly.
+  void PostEvent(void (CaptureControlEvents::*event)()) {
+    std::weak_ptr<bool> alive = alive_;
+    devices_.Services().loop.Post([this, event, alive] {
+      if (alive.lock() && events_) (events_->*event)();
+    });
+  }
+
+  RealCaptureDevices& devices_;
+  CaptureControlEvents* events_ = nullptr;
+  int device_index_ = 0;
+  std::string url_;
+  int audio_device_ = 0;
+  int device_class_ = 0;
+  bool preview_ = false, stretch_ = false, full_screen_ = false, audio_preview_ = false;
+  bool capture_audio_ = false, limit_enabled_ = false, stream_playing_ = false;
+  int limit_seconds_ = 0;
+  std::string capture_file_;
+  std::unique_ptr<AudioSource> sound_settings_;
+  std::unique_ptr<LiveSource> live_;
+  std::unique_ptr<MovieRun> run_;
+  std::unique_ptr<MovieRun> single_frames_;
+  std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);
+};
+
+}  // namespace
+
+std::unique_ptr<VideoCaptureControl> RealCaptureDevices::MakeCaptureControl() {
+  return std::make_unique<RealCaptureControl>(*this);
+}
+
+}  // namespace zr::platform::linux_impl

@@ -1,0 +1,102 @@
+#pragma once
+// The real capture devices of both kinds: the registry of video and sound devices (the built-in
+// test camera and test tone first, always there, then the V4L2 and ALSA devices of the machine),
+// the driver kind's capture windows and the capture control over them, and the face's hands on
+// the connected device (its live picture, a click on the picture).
+//
+// Threads: every call arrives on the logic thread (the face draws on it too). The back ends'
+// threads reach the logic only through EventLoop::Post and the driver's status callback.
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "platform/capture_backends.h"
+#include "platform/device_settings.h"
+#include "platform/event_loop.h"
+#include "platform/linux/audio_source.h"
+#include "platform/linux/compressors.h"
+#include "platform/linux/frame_source.h"
+#include "platform/movie_file.h"
+#include "platform/services.h"
+
+namespace zr::platform::linux_impl {
+
+struct VideoDeviceEntry {
+  std::string name;
+  std::string version;   // what the driver list shows beside the name
+  int device_class = 0;  // 1 a TV tuner, 2 or more a camcorder, otherwise a camera
+  std::function<std::unique_ptr<FrameSource>()> open;
+};
+
+struct AudioDeviceEntry {
+  std::string name;
+  std::function<std::unique_ptr<AudioSource>()> open;
+};
+
+// The devices of this machine: the built-in test camera and test tone, then the V4L2 capture
+// devices and the ALSA capture devices.
+std::vector<VideoDeviceEntry> ProbeVideoDevices();
+std::vector<AudioDeviceEntry> ProbeAudioDevices();
+
+struct CaptureDeviceServices {
+  EventLoop& loop;                  // control events are posted here
+  std::function<void()> wake_loop;  // makes a blocked loop look at its condition again
+  MovieFiles& movies;
+  Clipboard& clipboard;
+  // Writes a picture as a BMP file (the driver's "save DIB"); false when it cannot.
+  std::function<bool(const Picture&, const std::string&)> write_bmp;
+  DeviceDialogHost* dialogs = nullptr;  // none without windows: no dialog can be shown
+  // Opens the source of an IP camera or a network stream at an address.
+  std::function<std::unique_ptr<FrameSource>(const std::string& url)> open_ip_camera;
+  std::function<std::unique_ptr<FrameSource>(const std::string& url)> open_stream;
+};
+
+// A device connected by a capture window or the control.
+class ConnectedDevice {
+ public:
+  virtual std::shared_ptr<const Picture> LatestPicture() const = 0;
+  virtual std::string SourceMessage() const = 0;
+  virtual void MousePressed(int button) = 0;  // 1 left, 2 right, 4 middle
+
+ protected:
+  ~ConnectedDevice() = default;
+};
+
+class RealCaptureDevices {
+ public:
+  RealCaptureDevices(CaptureDeviceServices services, std::vector<VideoDeviceEntry> video,
+                     std::vector<AudioDeviceEntry> audio);
+
+  std::unique_ptr<VfwDriverSystem> MakeDriverSystem();
+  std::unique_ptr<VideoCaptureControl> MakeCaptureControl();
+
+  // The face's hands on the device connected last.
+  bool Connected() const { return connected_ != nullptr; }
+  std::shared_ptr<const Picture> LatestPicture() const;
+  std::string SourceMessage() const;  // why its source stopped; empty while it runs
+  void MousePressed(int button);
+  int PreviewRate() const { return preview_rate_; }
+
+  // ---- for the back ends
+  CaptureDeviceServices& Services() { return services_; }
+  const std::vector<VideoDeviceEntry>& VideoDevices() const { return video_; }
+  const std::vector<AudioDeviceEntry>& AudioDevices() const { return audio_; }
+  CompressorSettings& Compressors() { return compressors_; }
+  void SetConnected(ConnectedDevice* device) { connected_ = device; }
+  void Forget(ConnectedDevice* device) {
+    if (connected_ == device) connected_ = nullptr;
+  }
+  void SetPreviewRate(int frames_per_second) { preview_rate_ = frames_per_second; }
+
+ private:
+  CaptureDeviceServices services_;
+  std::vector<VideoDeviceEntry> video_;
+  std::vector<AudioDeviceEntry> audio_;
+  CompressorSettings compressors_;
+  ConnectedDevice* connected_ = nullptr;
+  int preview_rate_ = 15;
+};
+
+}  // namespace zr::platform::linux_impl

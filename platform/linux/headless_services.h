@@ -1,0 +1,54 @@
+#pragma once
+// The platform services of the program without windows: the wall clock of the machine, the
+// free space of the real file systems, a clipboard of its own, and dialogs told on the terminal
+// and answered as the operator who started the run from the command line would.
+//
+// Threads: all calls arrive on the logic thread.
+
+#include <iosfwd>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "platform/services.h"
+
+namespace zr::platform::linux_impl {
+
+class LocalWallClock final : public WallClock {
+ public:
+  DateTime Now() const override;  // the local time of the machine
+};
+
+// Free space by statvfs of the nearest existing folder on the way to the path.
+class StatvfsFileSystem final : public FileSystem {
+ public:
+  std::optional<std::uint64_t> FreeBytes(const std::string& path) override;
+};
+
+// Headless there is no desktop clipboard: pictures stay in the program.
+class MemoryClipboard final : public Clipboard {
+ public:
+  void SetPicture(const Picture& picture) override { picture_ = picture; }
+  std::optional<Picture> GetPicture() const override { return picture_; }
+  void Clear() override { picture_.reset(); }
+
+ private:
+  std::optional<Picture> picture_;
+};
+
+// A message goes to the terminal with its title and is answered with the box's first button
+// (OK, Yes, Abort, Retry): whoever started a headless run asked for what it does, so a question
+// such as replacing the file named on the command line is answered as going ahead. An input box
+// keeps its proposed text; a file dialog is cancelled.
+class TerminalDialogs final : public Dialogs {
+ public:
+  explicit TerminalDialogs(std::ostream& out) : out_(out) {}
+  MessageAnswer MessageBox(const MessageBoxRequest& request) override;
+  std::optional<std::string> InputBox(const InputBoxRequest& request) override;
+  std::optional<std::vector<std::string>> FileDialog(const FileDialogRequest& request) override;
+
+ private:
+  std::ostream& out_;
+};
+
+}  // namespace zr::platform::linux_impl

@@ -1,0 +1,162 @@
+#pragma once
+// A small HTTP/1.1 client on plain sockets, for IP cameras: GET of an http:// address with
+// Basic authorization from the address's user:password@, redirects (up to five), and a body read
+// either whole (a snapshot) or bit by bit (a Motion JPEG stream that never ends).
+//
+// Nothing waits without a bound: connecting is bounded by the connect timeout, and every wait
+// for the far end by the read timeout. Waits run in short slices that watch a stop token, so a
+// reader thread asked to stop leaves within a slice or two.
+//
+// Bodies: Content-Length and close-delimited bodies (every request asks for Connection: close);
+// chunked bodies are refused with an Error.
+//
+// Threads: a connection is used by one thread at a time; the stop token may be asked from any.
+
+#include <poll.h>
+
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <stop_token>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "platform/result.h"
+
+namespace zr::platform::linux_impl {
+
+// ---- Sockets and waits ------------------------------------------------------------------------
+
+// A socket descriptor, closed when its owner goes.
+class Socket {
+ public:
+  Socket() = default;
+  explicit Socket(int fd) : fd_(fd) {}
+  Socket(Socket&& other) noexcept : fd_(std::exchange(other.fd_, -1)) {}
+  Socket& operator=(Socket&& other) noexcept;
+  Socket(const Socket&) = delete;
+  Socket& operator=(const Socket&) = delete;
+  ~Socket();
+
+  int fd() const { return fd_; }
+  bool is_open() const { return fd_ >= 0; }
+
+ private:
+  int fd_ = -1;
+};
+
+// How long one slice of a wait lasts: the longest a stop request goes unnoticed.
+inline constexpr std::chrono::milliseconds kWaitSlice{50};
+
+enum class WaitOutcome { Ready, TimedOut, Stopped };
+
+// Waits until `fd` is ready for `events` (POLLIN, POLLOUT), or `timeout` has passed, or `stop`
+// was asked. An error or hang-up on the socket counts as ready: the next call on it tells.
+WaitOutcome WaitForSocket(int fd, short events, std::chrono::milliseconds timeout,
+                          const std::stop_token& stop);
+
+enum class SendOutcome { Sent, TimedOut, Stopped, Failed };
+
+// Sends every byte, waiting at most `timeout` each time the socket cannot take more.
+SendOutcome SendAll(int fd, std::string_view bytes, std::chrono::milliseconds timeout,
+                    const std::stop_token& stop);
+
+// Sleeps until `deadline`; false when `stop` was asked first.
+bool SleepUntil(std::chrono::steady_clock::time_point deadline, const std::stop_token& stop);
+
+// ---- Addresses --------------------------------------------------------------------------------
+
+struct HttpAddress {
+  std::string host;  // a name or an address; an IPv6 address without its brackets
+  int port = 80;
+  std::string target;     // the path with its query, "/" at least
+  std::string user_info;  // "user:password" with escapes undone; empty for none
+};
+
+// Splits an http:// address; an Error for any other scheme or a malformed one.
+Result<HttpAddress> ParseHttpAddress(std::string_view url);
+
+// The address as messages may show it: a password in it is left out ("rtsp://user@host/…").
+std::string AddressForMessages(std::string_view url);
+
+// ---- Requests ---------------------------------------------------------------------------------
+
+struct HttpOptions {
+  std::chrono::milliseconds connect_timeout{5000};
+  std::chrono::milliseconds read_timeout{5000};  // the longest wait for any byte of the answer
+  // How messages name the far end and what it failed to send:
+  // "The camera at http://… does not answer", "… sent no picture".
+  std::string far_end = "The server";
+  std::string awaited = "answer";
+  std::stop_token stop;  // a stop request ends every wait with an Error
+};
+
+struct HttpHeaders {
+  std::vector<std::pair<std::string, std::string>> lines;  // name and value, in the order sent
+
+  // The first header of that name, whatever its case.
+  std::optional<std::string> Get(std::string_view name) const;
+  std::optional<std::uint64_t> ContentLength() const;
+};
+
+// "Name: value" lines up to the first empty one, as the head of an answer or of a part of a
+// multipart body holds them; lines without a colon are passed over.
+HttpHeaders ParseHeaderLines(std::string_view lines);
+
+struct HttpResponse {
+  int status = 0;  // 200, 404, …
+  std::string reason;
+  HttpHeaders headers;
+
+  bool Succeeded() const { return status >= 200 && status < 300; }
+};
+
+// One GET and its answer: the status line and headers are read, the body waits for the reader.
+class HttpConnection {
+ public:
+  // Connects, sends the request and reads the head of the answer, following redirects. An Error
+  // when the far end does not answer, sends no answer in time, or sends something not HTTP;
+  // any status comes back as a connection (see CheckSucceeded).
+  static Result<HttpConnection> Get(std::string url, HttpOptions options);
+
+  HttpConnection(HttpConnection&&) = default;
+  HttpConnection& operator=(HttpConnection&&) = default;
+
+  const HttpResponse& Response() const { return response_; }
+  // An Error naming the status unless it is 2xx: "The camera at … answered 404 Not Found".
+  Result<void> CheckSucceeded() const;
+
+  // Reads what has arrived of the body, waiting for at least one byte; 0 once the body is over
+  // (its Content-Length reached, or the far end closed or reset the connection). An Error when
+  // nothing arrives within the read timeout or a stop was asked.
+  Result<std::size_t> ReadSome(std::span<std::uint8_t> buffer);
+  // The rest of the body; an Error when it is longer than `limit` or ends before its
+  // Content-Length.
+  Result<std::vector<std::uint8_t>> ReadBody(std::size_t limit);
+
+ private:
+  HttpConnection(std::string url, HttpOptions options)
+      : url_(std::move(url)), options_(std::move(options)) {}
+
+  Result<void> Exchange(const HttpAddress& address);
+  Result<void> ReadHead();
+  Result<std::size_t> Receive(std::span<std::uint8_t> buffer);
+  Error NoAnswer() const;
+  Error Silent() const;
+  Error Stopped() const;
+  Error NotHttp() const;
+
+  std::string url_;  // as the caller gave it, for messages
+  HttpOptions options_;
+  Socket socket_;
+  HttpResponse response_;
+  std::vector<std::uint8_t> early_body_;  // body bytes that arrived with the head
+  std::size_t early_body_used_ = 0;
+  std::optional<std::uint64_t> body_left_;  // what Content-Length still promises
+};
+
+}  // namespace zr::platform::linux_impl

@@ -1,0 +1,54 @@
+#pragma once
+// A connected device's picture as the back ends share it: the source runs from connect to
+// disconnect, the latest frame is kept for the live picture and snapshots, and a recorder, while
+// one is attached, gets every frame.
+//
+// Threads: Start, Stop, Attach, Detach on the logic thread; the frames and the end arrive on the
+// source's thread; Latest and Ended from any thread.
+
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <string>
+
+#include "platform/linux/frame_source.h"
+#include "platform/linux/recorder.h"
+
+namespace zr::platform::linux_impl {
+
+class LiveSource final : public FrameSink {
+ public:
+  // `on_ended` runs on the source's thread when the source stops by itself.
+  LiveSource(std::unique_ptr<FrameSource> source, std::string name,
+             std::function<void(const std::string& message)> on_ended);
+  ~LiveSource();
+  LiveSource(const LiveSource&) = delete;
+  LiveSource& operator=(const LiveSource&) = delete;
+
+  Result<void> Start();
+  void Stop();
+
+  FrameSource& Source() { return *source_; }
+  const std::string& Name() const { return name_; }
+  // The latest frame; nothing before the first one.
+  std::shared_ptr<const Picture> Latest() const;
+  // Why the source stopped by itself; empty while it runs.
+  std::string EndMessage() const;
+
+  void Attach(std::shared_ptr<Recorder> recorder);
+  void Detach();
+
+  void OnFrame(const CapturedFrame& frame) override;
+  void OnSourceEnded(const std::string& message) override;
+
+ private:
+  std::unique_ptr<FrameSource> source_;
+  std::string name_;
+  std::function<void(const std::string&)> on_ended_;
+  mutable std::mutex mutex_;  // guards latest_, recorder_, end_message_
+  std::shared_ptr<const Picture> latest_;
+  std::shared_ptr<Recorder> recorder_;
+  std::string end_message_;
+};
+
+}  // namespace zr::platform::linux_impl

@@ -1,0 +1,77 @@
+#include "platform/linux/movie_run.h"
+
+#include <cmath>
+
+namespace zr::platform::linux_impl {
+
+MovieRun::MovieRun(MovieFiles& movies, LiveSource& live, std::unique_ptr<AudioSource> sound,
+                   Request request, Recorder::EndHandler on_end)
+    : movies_(movies),
+      live_(live),
+      sound_(std::move(sound)),
+      request_(std::move(request)),
+      on_end_(std::move(on_end)) {}
+
+MovieRun::~MovieRun() {
+  RequestStop();
+  Finish();
+}
+
+Result<void> MovieRun::Start() {
+  RecordingSettings settings;
+  settings.path = request_.path;
+  settings.format = request_.format;
+  settings.pace = request_.pace;
+  // The movie takes the size of the picture the device delivers now.
+  int width = live_.Source().Width(), height = live_.Source().Height();
+  if (const auto latest = live_.Latest(); latest && (width <= 0 || height <= 0)) {
+    width = latest->width;
+    height = latest->height;
+  }
+  if (width <= 0 || height <= 0)
+    return Error{"the device has not delivered a picture yet", "MovieRun::Start"};
+  settings.format.width = width;
+  settings.format.height = height;
+  if (!sound_) settings.format.audio.reset();
+  if (request_.limit_seconds)
+    settings.limit_frames =
+        std::llround(*request_.limit_seconds * settings.format.frames_per_second);
+  recorder_ = std::make_shared<Recorder>(movies_, settings, on_end_);
+  if (auto started = recorder_->Start(); !started) {
+    recorder_.reset();
+    return started;
+  }
+  if (request_.pace == RecordingPace::Timed) live_.Attach(recorder_);
+  if (sound_ && settings.format.audio) {
+    if (auto sound = sound_->Start(*settings.format.audio, *recorder_); sound)
+      sound_started_ = true;
+    // A sound device that cannot open leaves a silent track of the right length: the picture
+    // is what the operator cannot get back, so the run goes on.
+  }
+  return {};
+}
+
+void MovieRun::RequestStop() {
+  if (recorder_) recorder_->RequestStop();
+}
+
+Result<void> MovieRun::AddLatestFrame() {
+  if (!recorder_ || !recorder_->Running())
+    return Error{"no frame-by-frame movie is open", "AddLatestFrame"};
+  auto latest = live_.Latest();
+  if (!latest) return Error{"the device has not delivered a picture yet", "AddLatestFrame"};
+  recorder_->AddFrame(std::move(latest));
+  return {};
+}
+
+void MovieRun::Finish() {
+  if (!recorder_) return;
+  live_.Detach();
+  if (sound_started_) {
+    sound_->Stop();
+    sound_started_ = false;
+  }
+  recorder_->Wait();
+}
+
+}  // namespace zr::platform::linux_impl

@@ -1,0 +1,94 @@
+// The program as a user runs it without windows: options, the built-in camera recorded with
+// sound, the set-up it leaves behind.
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <fstream>
+#include <string>
+
+#include "tests/support/movie_probe.h"
+
+namespace zr::testing {
+namespace {
+
+namespace fs = std::filesystem;
+
+class HeadlessProgramTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    folder_ = fs::temp_directory_path() / ("zr-headless-" + std::to_string(::getpid()) + "-" +
+                                           ::testing::UnitTest::GetInstance()->current_test_info()->name());
+    fs::create_directories(folder_ / "app");
+  }
+  void TearDown() override { fs::remove_all(folder_); }
+
+  // Runs the program with its settings and program folder in the test's own folder; gives its
+  // exit status and leaves what it printed in output_.
+  int Run(const std::string& arguments) {
+    const std::string command = "cd '" + folder_.string() + "' && XDG_CONFIG_HOME='" + (folder_ / "config").string() +
+                                "' HOME='" + folder_.string() + "' LANG=C " + ZR_ZANDRELL_PROGRAM +
+                                " --app-path '" + (folder_ / "app").string() + "' " + arguments + " 2>&1; echo \"exit=$?\"";
+    output_ = RunCommand(command);
+    const auto at = output_.rfind("exit=");
+    return at == std::string::npos ? -1 : std::stoi(output_.substr(at + 5));
+  }
+
+  std::string File(const std::string& name) const { return (folder_ / name).string(); }
+
+  fs::path folder_;
+  std::string output_;
+};
+
+TEST_F(HeadlessProgramTest, HelpNamesEveryOptionAndWrongOnesFail) {
+  EXPECT_EQ(Run("--help"), 0);
+  for (const char* option : {"--headless", "--record SECONDS FILE", "--device NAME", "--list-devices", "--app-path",
+                             "--lang", "PARAMETER_FILE"})
+    EXPECT_NE(output_.find(option), std::string::npos) << option;
+  EXPECT_EQ(Run("--frobnicate"), 2);
+  EXPECT_EQ(Run("--record zero movie.avi"), 2);
+  EXPECT_NE(output_.find("--record wants a number of seconds"), std::string::npos) << output_;
+}
+
+TEST_F(HeadlessProgramTest, ListsTheBuiltInDevices) {
+  EXPECT_EQ(Run("--list-devices"), 0);
+  EXPECT_NE(output_.find("Built-in Test Camera"), std::string::npos) << output_;
+  EXPECT_NE(output_.find("Built-in Test Tone"), std::string::npos) << output_;
+}
+
+// Five seconds from the built-in camera at 640x480 and 30 frames a second, Motion JPEG, with
+// 16-bit mono sound at 22050 Hz, as a parameter file sets them.
+TEST_F(HeadlessProgramTest, RecordsTheBuiltInCameraWithSound) {
+  std::ofstream(File("setup.zrp")) << "Frame Rate=30\n"
+                                      "Audio=yes\n"
+                                      "Audio Rate=22050\n"
+                                      "Audio Bits=16\n"
+                                      "Audio Channels=1\n"
+                                      "AVI Info=No\n";
+  ASSERT_EQ(Run("--headless --record 5 movie.avi setup.zrp"), 0) << output_;
+  EXPECT_NE(output_.find("Stopped: " + File("movie.avi")), std::string::npos) << output_;
+
+  const auto video = ProbeStream(File("movie.avi"), 'v', "codec_name,width,height,nb_read_frames");
+  EXPECT_EQ(video.at("codec_name"), "mjpeg");
+  EXPECT_EQ(video.at("width"), "640");
+  EXPECT_EQ(video.at("height"), "480");
+  EXPECT_NEAR(std::stol(video.at("nb_read_frames")), 150, 1);
+  EXPECT_NEAR(ProbeDurationSeconds(File("movie.avi")), 5.0, 0.05);
+  const auto sound = ProbeStream(File("movie.avi"), 'a', "codec_name,sample_rate,channels");
+  EXPECT_EQ(sound.at("codec_name"), "pcm_s16le");
+  EXPECT_EQ(sound.at("sample_rate"), "22050");
+  EXPECT_EQ(sound.at("channels"), "1");
+  // It closed as the operator closes it: the set-up is kept for the next start.
+  EXPECT_TRUE(fs::exists(folder_ / "app" / "zrsr.zr2"));
+}
+
+TEST_F(HeadlessProgramTest, AnUnknownDeviceRecordsNothing) {
+  EXPECT_EQ(Run("--headless --device 'No Such Camera' --record 1 movie.avi"), 1);
+  EXPECT_NE(output_.find("no device \"No Such Camera\""), std::string::npos) << output_;
+  EXPECT_NE(output_.find("Built-in Test Camera (VFW)"), std::string::npos) << output_;
+  EXPECT_FALSE(fs::exists(File("movie.avi")));
+}
+
+}  // namespace
+}  // namespace zr::testing

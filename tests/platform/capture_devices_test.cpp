@@ -1,0 +1,304 @@
+// The real back ends of both kinds, end to end: the built-in test camera and test tone, IP
+// cameras served on 127.0.0.1, and a stream from a file, recorded into movies that the ffmpeg
+// tools read back.
+
+#include "platform/linux/capture_devices.h"
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <chrono>
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "core/program_error.h"
+#include "image/bmp.h"
+#include "platform/linux/ffmpeg_movie_files.h"
+#include "platform/linux/headless_services.h"
+#include "platform/linux/ip_camera.h"
+#include "platform/linux/network_stream.h"
+#include "platform/linux/poll_event_loop.h"
+#include "platform/linux/test_camera.h"
+#include "platform/linux/test_tone.h"
+#include "tests/support/local_http_server.h"
+#include "tests/support/movie_probe.h"
+
+namespace zr::platform::linux_impl {
+namespace {
+
+namespace fs = std::filesystem;
+using zr::testing::LocalHttpServer;
+using zr::testing::ProbeStream;
+
+// What the driver's status callback was told, from whichever thread told it.
+struct StatusReports {
+  std::atomic<int> begins{0};
+  std::atomic<int> ends{0};
+  static void Record(void* context, std::int16_t id, const char*) {
+    auto* reports = static_cast<StatusReports*>(context);
+    if (id == kCaptureBeginStatusId) ++reports->begins;
+    if (id == kCaptureEndStatusId) ++reports->ends;
+  }
+};
+
+struct ControlEvents final : CaptureControlEvents {
+  int started = 0, stopped = 0, mouse = 0;
+  void CaptureStarted() override { ++started; }
+  void CaptureStopped() override { ++stopped; }
+  void DVExportFinished() override {}
+  void MouseDown(int button) override { mouse = button; }
+};
+
+long Frames(const std::string& path) {
+  const auto video = ProbeStream(path, 'v', "nb_read_frames");
+  return video.count("nb_read_frames") ? std::stol(video.at("nb_read_frames")) : -1;
+}
+
+class RealCaptureDevicesTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    folder_ = fs::temp_directory_path() / ("zr-devices-" + std::to_string(::getpid()) + "-" +
+                                           ::testing::UnitTest::GetInstance()->current_test_info()->name());
+    fs::create_directories(folder_);
+    std::vector<VideoDeviceEntry> video{
+        {"Built-in Test Camera", "1.0", 0, [] { return MakeTestCamera(TestCameraSettings{320, 240, 30}); }}};
+    std::vector<AudioDeviceEntry> audio{{"Built-in Test Tone", [] { return MakeTestTone(); }}};
+    const IpCameraTimeouts quick{std::chrono::milliseconds(1000), std::chrono::milliseconds(1000)};
+    devices_ = std::make_unique<RealCaptureDevices>(
+        CaptureDeviceServices{loop_, [this] { loop_.Wake(); }, movies_, clipboard_, WriteBmpFile, nullptr,
+                              [quick](const std::string& url) { return MakeIpCameraSource(url, quick); },
+                              [](const std::string& url) { return MakeNetworkStreamSource(url, 2000); }},
+        std::move(video), std::move(audio));
+  }
+  void TearDown() override {
+    devices_.reset();
+    fs::remove_all(folder_);
+  }
+
+  std::string File(const std::string& name) const { return (folder_ / name).string(); }
+
+  // Runs the loop until `condition` holds; false when `timeout_ms` passed first.
+  bool RunUntil(const std::function<bool()>& condition, int timeout_ms) {
+    const std::int64_t deadline = loop_.NowMs() + timeout_ms;
+    loop_.RunModal([&] { return condition() || loop_.NowMs() > deadline; });
+    return condition();
+  }
+
+  std::unique_ptr<VfwCaptureWindow> ConnectedWindow(StatusReports& reports) {
+    auto window = drivers_->CreateCaptureWindow("VIDEO WINDOW", 0, 0, 160, 120);
+    EXPECT_TRUE(window->Connect(0));
+    window->SetStatusCallback(&StatusReports::Record, &reports);
+    EXPECT_TRUE(RunUntil([&] { return devices_->LatestPicture() != nullptr; }, 2000));
+    return window;
+  }
+
+  PollEventLoop loop_;
+  MemoryClipboard clipboard_;
+  FfmpegMovieFiles movies_;
+  fs::path folder_;
+  std::unique_ptr<RealCaptureDevices> devices_;
+  std::unique_ptr<VfwDriverSystem> drivers_ = nullptr;
+};
+
+TEST_F(RealCaptureDevicesTest, DriverListsTheBuiltInCameraAndNothingPastIt) {
+  drivers_ = devices_->MakeDriverSystem();
+  ASSERT_TRUE(drivers_->Describe(0));
+  EXPECT_EQ(drivers_->Describe(0)->name, "Built-in Test Camera");
+  EXPECT_FALSE(drivers_->Describe(1));
+  auto window = drivers_->CreateCaptureWindow("VIDEO WINDOW", 0, 0, 160, 120);
+  EXPECT_FALSE(window->Connect(1));
+  CAPSTATUS status;
+  EXPECT_FALSE(window->GetStatus(status));
+}
+
+// An exclusive run (fYield 0) holds the logic thread until its limit; the movie has the run's
+// frame count and the sound format that was set.
+TEST_F(RealCaptureDevicesTest, ExclusiveDriverRunBlocksUntilItsLimitAndKeepsTheSoundFormat) {
+  drivers_ = devices_->MakeDriverSystem();
+  StatusReports reports;
+  auto window = ConnectedWindow(reports);
+  CAPTUREPARMS parms;
+  ASSERT_TRUE(window->GetSetup(parms));
+  parms.dwRequestMicroSecPerFrame = 33333;
+  parms.fLimitEnabled = 1;
+  parms.wTimeLimit = 2;
+  parms.fCaptureAudio = 1;
+  parms.fYield = 0;
+  ASSERT_TRUE(window->SetSetup(parms));
+  WAVEFORMATEX wave;
+  wave.nSamplesPerSec = 11025;
+  wave.wBitsPerSample = 8;
+  wave.nChannels = 1;
+  ASSERT_TRUE(window->SetAudioFormat(wave, window->GetAudioFormatSize()));
+  ASSERT_TRUE(window->SetCaptureFile(File("run.avi")));
+
+  const std::int64_t started = loop_.NowMs();
+  ASSERT_TRUE(window->StartSequence());
+  EXPECT_GE(loop_.NowMs() - started, 1900);
+  ASSERT_TRUE(RunUntil([&] { return reports.ends == 1; }, 3000));
+  EXPECT_EQ(reports.begins, 1);
+  CAPSTATUS status;
+  ASSERT_TRUE(window->GetStatus(status));
+  EXPECT_EQ(status.fCapturingNow, 0);
+  EXPECT_EQ(status.dwCurrentVideoFrame, 60u);
+  EXPECT_EQ(status.uiImageWidth, 320u);
+
+  EXPECT_NEAR(Frames(File("run.avi")), 60, 1);
+  const auto sound = ProbeStream(File("run.avi"), 'a', "codec_name,sample_rate,channels");
+  EXPECT_EQ(sound.at("codec_name"), "pcm_u8");
+  EXPECT_EQ(sound.at("sample_rate"), "11025");
+  EXPECT_EQ(sound.at("channels"), "1");
+}
+
+// With fYield 1 the call returns at once and a click on the picture ends the run.
+TEST_F(RealCaptureDevicesTest, ClickOnThePictureAbortsAYieldingRun) {
+  drivers_ = devices_->MakeDriverSystem();
+  StatusReports reports;
+  auto window = ConnectedWindow(reports);
+  CAPTUREPARMS parms;
+  ASSERT_TRUE(window->GetSetup(parms));
+  parms.dwRequestMicroSecPerFrame = 33333;
+  parms.fLimitEnabled = 0;
+  parms.fCaptureAudio = 0;
+  parms.fYield = 1;
+  parms.fAbortRightMouse = 0;
+  ASSERT_TRUE(window->SetSetup(parms));
+  ASSERT_TRUE(window->SetCaptureFile(File("clicked.avi")));
+  ASSERT_TRUE(window->StartSequence());
+  CAPSTATUS status;
+  ASSERT_TRUE(window->GetStatus(status));
+  EXPECT_EQ(status.fCapturingNow, 1);
+  ASSERT_TRUE(RunUntil([&] { return window->GetStatus(status) && status.dwCurrentVideoFrame >= 10; }, 3000));
+
+  devices_->MousePressed(2);  // the right button does not abort here
+  EXPECT_FALSE(RunUntil([&] { return reports.ends == 1; }, 200));
+  devices_->MousePressed(1);
+  ASSERT_TRUE(RunUntil([&] { return reports.ends == 1; }, 3000));
+  EXPECT_GT(Frames(File("clicked.avi")), 10);
+  EXPECT_TRUE(ProbeStream(File("clicked.avi"), 'a', "codec_name").empty());
+}
+
+TEST_F(RealCaptureDevicesTest, DriverSavesCopiesAndAppendsSingleFrames) {
+  drivers_ = devices_->MakeDriverSystem();
+  StatusReports reports;
+  auto window = ConnectedWindow(reports);
+  ASSERT_TRUE(window->SaveDib(File("still.bmp")));
+  const auto still = ReadBmpFile(File("still.bmp"));
+  ASSERT_TRUE(still);
+  EXPECT_EQ(still->width, 320);
+  ASSERT_TRUE(window->CopyFrame());
+  EXPECT_EQ(clipboard_.GetPicture()->height, 240);
+
+  ASSERT_TRUE(window->SetCaptureFile(File("frames.avi")));
+  ASSERT_TRUE(window->OpenSingleFrame());
+  for (int frame = 0; frame < 3; ++frame) EXPECT_TRUE(window->SingleFrame());
+  ASSERT_TRUE(window->CloseSingleFrame());
+  EXPECT_FALSE(window->SingleFrame());
+  EXPECT_EQ(Frames(File("frames.avi")), 3);
+}
+
+TEST_F(RealCaptureDevicesTest, ControlRecordsAnIpCameraInBothModesAndTakesAStill) {
+  for (auto mode : {LocalHttpServer::Mode::Snapshot, LocalHttpServer::Mode::Mjpeg}) {
+    LocalHttpServer camera(mode);
+    auto control = devices_->MakeCaptureControl();
+    ControlEvents events;
+    control->SetEventSink(&events);
+    control->SetVideoDeviceIndex(-2);
+    control->SetNetworkSourceUrl(camera.Url());
+    control->SetDeviceConnected(true);
+    ASSERT_TRUE(RunUntil([&] { return devices_->LatestPicture() != nullptr; }, 2000));
+    const auto still = control->GetSnapshot();
+    EXPECT_EQ(still->width, 160);
+    EXPECT_TRUE(LocalHttpServer::FrameNumberIn(*still));
+
+    const std::string movie = File(mode == LocalHttpServer::Mode::Snapshot ? "snapshots.avi" : "mjpeg.avi");
+    control->SetCaptureFileName(movie);
+    control->SetTimeLimitEnabled(true);
+    control->SetTimeLimitSeconds(1);
+    control->StartCapture();
+    ASSERT_TRUE(RunUntil([&] { return events.stopped == 1; }, 4000));
+    EXPECT_EQ(events.started, 1);
+    EXPECT_FALSE(control->IsCapturing());
+    EXPECT_NEAR(Frames(movie), 15, 1);  // a camera without a rate of its own records at 15
+  }
+}
+
+// A camera that goes away mid-run ends the run as a run ends, with a file that plays.
+TEST_F(RealCaptureDevicesTest, CameraKilledMidRunLeavesAPlayableMovie) {
+  LocalHttpServer camera(LocalHttpServer::Mode::Mjpeg);
+  auto control = devices_->MakeCaptureControl();
+  ControlEvents events;
+  control->SetEventSink(&events);
+  control->SetVideoDeviceIndex(-2);
+  control->SetNetworkSourceUrl(camera.Url());
+  control->SetDeviceConnected(true);
+  ASSERT_TRUE(RunUntil([&] { return devices_->LatestPicture() != nullptr; }, 2000));
+  control->SetCaptureFileName(File("killed.avi"));
+  control->StartCapture();
+  ASSERT_TRUE(RunUntil([&] { return control->GetCaptureStats().frames_captured >= 5; }, 3000));
+  camera.Stop();
+  ASSERT_TRUE(RunUntil([&] { return events.stopped == 1; }, 4000));
+  EXPECT_GE(Frames(File("killed.avi")), 5);
+  EXPECT_NE(devices_->SourceMessage().find("does not answer"), std::string::npos) << devices_->SourceMessage();
+}
+
+TEST_F(RealCaptureDevicesTest, CameraThatDoesNotAnswerFailsTheConnectInTime) {
+  LocalHttpServer camera(LocalHttpServer::Mode::Silent);
+  auto control = devices_->MakeCaptureControl();
+  control->SetVideoDeviceIndex(-2);
+  control->SetNetworkSourceUrl(camera.Url());
+  const auto started = std::chrono::steady_clock::now();
+  EXPECT_THROW(control->SetDeviceConnected(true), DeviceError);
+  EXPECT_LT(std::chrono::steady_clock::now() - started, std::chrono::seconds(3));
+  EXPECT_THROW(control->GetSnapshot(), DeviceError);
+}
+
+// A stream served from a local file records until the stream ends.
+TEST_F(RealCaptureDevicesTest, ControlRecordsAStreamUntilItEnds) {
+  const std::string source = File("source.avi");
+  ASSERT_EQ(std::system(("ffmpeg -v error -f lavfi -i testsrc2=s=320x240:r=10 -t 2 -c:v mjpeg '" + source + "'").c_str()), 0);
+  LocalHttpServer server(LocalHttpServer::Mode::Files, LocalHttpServer::Options{.folder = folder_});
+  auto control = devices_->MakeCaptureControl();
+  ControlEvents events;
+  control->SetEventSink(&events);
+  control->SetDeviceConnected(false);
+  control->OpenStream(server.Url("/file/source.avi"));
+  control->PlayStream();
+  ASSERT_TRUE(RunUntil([&] { return devices_->LatestPicture() != nullptr; }, 3000));
+  int width = 0, height = 0;
+  control->StreamVideoSize(width, height);
+  EXPECT_EQ(width, 320);
+  EXPECT_EQ(height, 240);
+  control->SetCaptureFileName(File("stream.avi"));
+  control->StartCapture();
+  ASSERT_TRUE(RunUntil([&] { return events.stopped == 1; }, 5000));
+  EXPECT_GT(Frames(File("stream.avi")), 5);
+  EXPECT_EQ(devices_->SourceMessage(), "The stream has ended");
+}
+
+TEST_F(RealCaptureDevicesTest, ControlListsItsDevicesCompressorsAndFormats) {
+  auto control = devices_->MakeCaptureControl();
+  EXPECT_EQ(control->VideoDeviceCount(), 1);
+  EXPECT_EQ(control->AudioDeviceName(0), "Built-in Test Tone");
+  EXPECT_EQ(control->AudioInputName(0), "Test Tone");
+  EXPECT_EQ(control->AudioCompressorName(0), "PCM");
+  EXPECT_EQ(control->VideoCompressorName(control->VideoCompressorIndex()), "MJPEG Compressor");
+  EXPECT_THROW(control->VideoFormatList(), DeviceError);  // nothing connected yet
+  control->SetVideoDeviceIndex(0);
+  control->SetDeviceConnected(true);
+  const auto formats = control->VideoFormatList();
+  ASSERT_FALSE(formats.empty());
+  EXPECT_EQ(formats.front().width, 160);
+  EXPECT_EQ(formats.back().width, 1920);
+  control->SelectVideoFormat(0);
+  EXPECT_EQ(control->VideoWidth(), 160);
+  EXPECT_THROW(control->ShowSourceDialog(), DeviceError);  // no window to show it in
+  EXPECT_EQ(control->DeviceClass(), 0);
+}
+
+}  // namespace
+}  // namespace zr::platform::linux_impl
