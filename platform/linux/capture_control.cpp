@@ -1,6 +1,7 @@
 // The control kind on real sources: devices of the registry, IP cameras (device index -2 with
 // an address) and network streams, with the control's properties, methods and events.
 
+#include <algorithm>
 #include <cmath>
 
 #include "core/program_error.h"
@@ -16,6 +17,8 @@ constexpr int kHttpSourceIndex = -2;
 constexpr double kRateOfSourcesWithoutOne = 15.0;
 // The sound of the control's runs: its one compressor takes PCM at this format.
 constexpr AudioFormat kControlSoundFormat{44100, 1, 16};
+constexpr const char* kRunningTimeCode = "SMPTE";
+constexpr double kPixelsPerPoint = 96.0 / 72.0;
 
 template <class T>
 const T& Entry(const std::vector<T>& entries, int index) {
@@ -272,9 +275,19 @@ class RealCaptureControl final : public VideoCaptureControl, public ConnectedDev
 
   // ---- burnt-in text and camcorder transport
 
-  void DrawVideoText(int, const std::string& text, int, int, const std::string&, int, std::int32_t,
+  // The control burns in its running time code ("SMPTE") or nothing (an empty text); the size
+  // is the font's in points, the colour red in the low byte.
+  void DrawVideoText(int, const std::string& text, int x, int y, const std::string&, int size, std::int32_t colour,
                      int) override {
-    if (!text.empty()) throw DeviceError("the device cannot burn text into its picture");
+    LiveSource& live = Connected();
+    if (text.empty()) {
+      live.SetTimeCode(std::nullopt);
+      return;
+    }
+    if (text != kRunningTimeCode) throw DeviceError("the device burns in its time code only");
+    const auto channel = [colour](int shift) { return static_cast<std::uint8_t>((colour >> shift) & 0xFF); };
+    const int pixels_high = std::lround(size * kPixelsPerPoint);
+    live.SetTimeCode(BurntInTimeCode{x, y, std::max(1, pixels_high / kGlyphRows), {channel(16), channel(8), channel(0)}});
   }
   int DVCommand(int) override { return 0; }  // no camcorder: no transport
   std::string DVTimeCode() override { return ""; }

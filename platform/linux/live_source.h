@@ -9,12 +9,23 @@
 #include <functional>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 
+#include "platform/linux/bitmap_font.h"
 #include "platform/linux/frame_source.h"
 #include "platform/linux/recorder.h"
 
 namespace zr::platform::linux_impl {
+
+// A running time code burnt into every frame, HH:MM:SS:FF of the source's own clock, at a
+// place of the picture (top left corner, y from the top) in a glyph size and colour.
+struct BurntInTimeCode {
+  int x = 0;
+  int y = 0;
+  int unit = 1;
+  BgrColour ink{255, 255, 255};
+};
 
 class LiveSource final : public FrameSink {
  public:
@@ -35,6 +46,9 @@ class LiveSource final : public FrameSink {
   // Why the source stopped by itself; empty while it runs.
   std::string EndMessage() const;
 
+  // Every frame from now on carries the time code, or none with nothing.
+  void SetTimeCode(std::optional<BurntInTimeCode> time_code);
+
   void Attach(std::shared_ptr<Recorder> recorder);
   void Detach();
 
@@ -49,6 +63,11 @@ class LiveSource final : public FrameSink {
   std::shared_ptr<const Picture> latest_;
   std::shared_ptr<Recorder> recorder_;
   std::string end_message_;
+  std::optional<BurntInTimeCode> time_code_;
 };
+
+// The time code of a frame taken `timestamp_us` after the source started: hours, minutes,
+// seconds and the frame within the second at `frames_per_second`, each of two digits.
+std::string TimeCodeText(std::int64_t timestamp_us, double frames_per_second);
 
 }  // namespace zr::platform::linux_impl

@@ -1,5 +1,7 @@
 #include "platform/linux/test_camera.h"
 
+#include "platform/linux/bitmap_font.h"
+
 #include <linux/videodev2.h>
 
 #include <algorithm>
@@ -80,53 +82,11 @@ class PicturePool : public std::enable_shared_from_this<PicturePool> {
 
 namespace {
 
-// ---- The font -------------------------------------------------------------------------------
-
-constexpr int kGlyphColumns = 5;
-constexpr int kGlyphRows = 7;
-using Glyph = std::array<std::uint8_t, kGlyphRows>;  // a row per byte, leftmost column in bit 4
-
-const Glyph& GlyphFor(char character) {
-  static constexpr Glyph kDigits[10] = {
-      {0x0E, 0x11, 0x13, 0x15, 0x19, 0x11, 0x0E}, {0x04, 0x0C, 0x04, 0x04, 0x04, 0x04, 0x0E},
-      {0x0E, 0x11, 0x01, 0x02, 0x04, 0x08, 0x1F}, {0x1F, 0x02, 0x04, 0x02, 0x01, 0x11, 0x0E},
-      {0x02, 0x06, 0x0A, 0x12, 0x1F, 0x02, 0x02}, {0x1F, 0x10, 0x1E, 0x01, 0x01, 0x11, 0x0E},
-      {0x06, 0x08, 0x10, 0x1E, 0x11, 0x11, 0x0E}, {0x1F, 0x01, 0x02, 0x04, 0x08, 0x08, 0x08},
-      {0x0E, 0x11, 0x11, 0x0E, 0x11, 0x11, 0x0E}, {0x0E, 0x11, 0x11, 0x0F, 0x01, 0x02, 0x0C}};
-  static constexpr Glyph kColon = {0x00, 0x0C, 0x0C, 0x00, 0x0C, 0x0C, 0x00};
-  static constexpr Glyph kDot = {0x00, 0x00, 0x00, 0x00, 0x00, 0x0C, 0x0C};
-  static constexpr Glyph kLowerF = {0x06, 0x09, 0x08, 0x1C, 0x08, 0x08, 0x08};
-  static constexpr Glyph kLowerR = {0x00, 0x00, 0x16, 0x19, 0x10, 0x10, 0x10};
-  static constexpr Glyph kLowerA = {0x00, 0x00, 0x0E, 0x01, 0x0F, 0x11, 0x0F};
-  static constexpr Glyph kLowerM = {0x00, 0x00, 0x1A, 0x15, 0x15, 0x11, 0x11};
-  static constexpr Glyph kLowerE = {0x00, 0x00, 0x0E, 0x11, 0x1F, 0x10, 0x0E};
-  static constexpr Glyph kBlank = {};
-  if (character >= '0' && character <= '9') return kDigits[character - '0'];
-  switch (character) {
-    case ':':
-      return kColon;
-    case '.':
-      return kDot;
-    case 'f':
-      return kLowerF;
-    case 'r':
-      return kLowerR;
-    case 'a':
-      return kLowerA;
-    case 'm':
-      return kLowerM;
-    case 'e':
-      return kLowerE;
-    default:
-      return kBlank;
-  }
-}
-
 // ---- The layout -----------------------------------------------------------------------------
 
 // Text measures in units of the text scale: a glyph cell is 6 wide (a column of space after the
 // glyph), a line 10 high.
-constexpr int kCellWidth = kGlyphColumns + 1;
+constexpr int kCellWidth = kGlyphCellWidth;
 constexpr int kLineAdvance = kGlyphRows + 3;
 constexpr int kClockChars = 11;  // HH:MM:SS.ff
 constexpr int kPanelChars = 14;  // "frame " and eight digits: over 900 hours at 30 frames a second
@@ -299,18 +259,8 @@ void TestPattern::FillArea(const Area& area, const Colour& colour, Picture& pict
 }
 
 void TestPattern::DrawText(const std::string& text, int x, int y, Picture& picture) const {
-  const int unit = text_scale_;
   const Colour ink = Adjusted({255, 255, 255});
-  for (std::size_t index = 0; index < text.size(); ++index) {
-    const Glyph& glyph = GlyphFor(text[index]);
-    const int cell_x = x + static_cast<int>(index) * kCellWidth * unit;
-    for (int row = 0; row < kGlyphRows; ++row) {
-      for (int column = 0; column < kGlyphColumns; ++column) {
-        if (glyph[row] & (1 << (kGlyphColumns - 1 - column)))
-          FillArea({cell_x + column * unit, y + row * unit, unit, unit}, ink, picture);
-      }
-    }
-  }
+  DrawBitmapText(text, x, y, text_scale_, ink, picture);
 }
 
 // ---- The device -----------------------------------------------------------------------------

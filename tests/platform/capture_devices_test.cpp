@@ -20,6 +20,7 @@
 #include "platform/linux/ffmpeg_movie_files.h"
 #include "platform/linux/headless_services.h"
 #include "platform/linux/ip_camera.h"
+#include "platform/linux/live_source.h"
 #include "platform/linux/network_stream.h"
 #include "platform/linux/poll_event_loop.h"
 #include "platform/linux/test_camera.h"
@@ -298,6 +299,42 @@ TEST_F(RealCaptureDevicesTest, ControlListsItsDevicesCompressorsAndFormats) {
   EXPECT_EQ(control->VideoWidth(), 160);
   EXPECT_THROW(control->ShowSourceDialog(), DeviceError);  // no window to show it in
   EXPECT_EQ(control->DeviceClass(), 0);
+}
+
+}  // namespace
+}  // namespace zr::platform::linux_impl
+
+namespace zr::platform::linux_impl {
+namespace {
+
+bool AreaHolds(const Picture& picture, int left, int top, int width, int height, BgrColour colour) {
+  for (int y = top; y < top + height; ++y)
+    for (int x = left; x < left + width; ++x) {
+      const std::uint8_t* pixel = picture.PixelFromTop(x, y);
+      if (pixel[0] == colour[0] && pixel[1] == colour[1] && pixel[2] == colour[2]) return true;
+    }
+  return false;
+}
+
+TEST(TimeCodeTextTest, SplitsTheSourceClockIntoHoursMinutesSecondsAndFrames) {
+  EXPECT_EQ(TimeCodeText(0, 30), "00:00:00:00");
+  EXPECT_EQ(TimeCodeText(3723'500'000, 30), "01:02:03:15");
+  EXPECT_EQ(TimeCodeText(59'999'999, 25), "00:00:59:24");
+}
+
+TEST_F(RealCaptureDevicesTest, ControlBurnsItsTimeCodeIntoThePictureAndClearsIt) {
+  auto control = devices_->MakeCaptureControl();
+  control->SetDeviceConnected(true);
+  const BgrColour ink{3, 2, 1};  // packed with red in the low byte: 0x030201 is blue 3, green 2, red 1
+  control->DrawVideoText(0, "SMPTE", 100, 150, "Arial", 12, 0x030201, 0);
+  ASSERT_TRUE(RunUntil([&] { return devices_->LatestPicture() && AreaHolds(*devices_->LatestPicture(), 100, 150, 130, 20, ink); }, 2000));
+  control->DrawVideoText(0, "", 0, 0, "0", 0, 0, 0);
+  std::shared_ptr<const Picture> cleared;
+  ASSERT_TRUE(RunUntil([&] {
+    cleared = devices_->LatestPicture();
+    return cleared && !AreaHolds(*cleared, 100, 150, 130, 20, ink);
+  }, 2000));
+  EXPECT_THROW(control->DrawVideoText(0, "Hello", 0, 0, "Arial", 12, 0, 0), DeviceError);
 }
 
 }  // namespace

@@ -1,7 +1,5 @@
 #include "platform/linux/ffmpeg_movie_files.h"
 
-#include "platform/linux/compressors.h"
-
 #include <gtest/gtest.h>
 #include <stdlib.h>
 
@@ -19,6 +17,8 @@
 #include <string>
 #include <tuple>
 #include <vector>
+
+#include "platform/linux/compressors.h"
 
 namespace zr::platform::linux_impl {
 namespace {
@@ -131,12 +131,18 @@ class MovieFileTest : public testing::Test {
 // What the reader reports as the stored tag, and how ffprobe spells it.
 std::string ReadFourcc(VideoCodec codec) {
   switch (codec) {
-    case VideoCodec::Uncompressed: return "DIB ";
-    case VideoCodec::Mjpeg: return "MJPG";
-    case VideoCodec::Mpeg4: return "DX50";
-    case VideoCodec::H264: return "H264";
-    case VideoCodec::Ffv1: return "FFV1";
-    case VideoCodec::HuffYuv: return "HFYU";
+    case VideoCodec::Uncompressed:
+      return "DIB ";
+    case VideoCodec::Mjpeg:
+      return "MJPG";
+    case VideoCodec::Mpeg4:
+      return "DX50";
+    case VideoCodec::H264:
+      return "H264";
+    case VideoCodec::Ffv1:
+      return "FFV1";
+    case VideoCodec::HuffYuv:
+      return "HFYU";
   }
   return "?";
 }
@@ -263,9 +269,10 @@ INSTANTIATE_TEST_SUITE_P(H264Even, WrittenPicture,
                          testing::Combine(testing::Values(VideoCodec::H264),
                                           testing::Values(320, 162), testing::Values(240, 122)));
 
-class LosslessPixels
-    : public testing::WithParamInterface<std::tuple<VideoCodec, std::tuple<int, int, int>>>,
-      public MovieFileTest {};
+using SizeAndPadding = std::tuple<int, int, int>;  // width, height, extra bytes a row
+class LosslessPixels : public MovieFileTest,
+                       public testing::WithParamInterface<std::tuple<VideoCodec, SizeAndPadding>> {
+};
 
 TEST_P(LosslessPixels, ComeBackExactly) {
   const auto [codec, size] = GetParam();
@@ -310,7 +317,8 @@ struct DetailCase {
 };
 
 void PrintTo(const DetailCase& c, std::ostream* out) {
-  *out << ReadFourcc(c.codec) << (c.quality_and_kbps[0].second > 0 ? " by bit rate" : " by quality");
+  *out << ReadFourcc(c.codec)
+       << (c.quality_and_kbps[0].second > 0 ? " by bit rate" : " by quality");
 }
 
 class MoreDetail : public MovieFileTest, public testing::WithParamInterface<DetailCase> {};
@@ -319,14 +327,16 @@ TEST_P(MoreDetail, MakesALargerMovie) {
   const DetailCase& c = GetParam();
   std::uintmax_t previous_size = 0;
   for (const auto& [quality, kbps] : c.quality_and_kbps) {
-    const std::string path = File("q" + std::to_string(quality) + "k" + std::to_string(kbps) + ".avi");
+    const std::string path =
+        File("q" + std::to_string(quality) + "k" + std::to_string(kbps) + ".avi");
     auto writer = files_.OpenWriter(path, {160, 120, 25, c.codec, quality, {}, kbps});
     ASSERT_TRUE(Ok(writer));
     for (std::uint32_t frame = 0; frame < 6; ++frame) {
       ASSERT_TRUE(Ok((*writer)->WriteVideoFrame(Grain(160, 120, frame).View())));
     }
     ASSERT_TRUE(Ok((*writer)->Close()));
-    EXPECT_GT(fs::file_size(path), previous_size) << "quality " << quality << ", " << kbps << " kbit/s";
+    EXPECT_GT(fs::file_size(path), previous_size)
+        << "quality " << quality << ", " << kbps << " kbit/s";
     previous_size = fs::file_size(path);
   }
 }
@@ -514,7 +524,8 @@ INSTANTIATE_TEST_SUITE_P(
 
 TEST_F(MovieFileTest, AQualityOutOfRangeIsIgnoredWhereABitRateDrives) {
   const std::string path = File("rate.avi");
-  EXPECT_TRUE(Write(path, {16, 16, 25, VideoCodec::Mpeg4, 0, {}, 500}, Picture(16, 16, Pattern), 2));
+  EXPECT_TRUE(
+      Write(path, {16, 16, 25, VideoCodec::Mpeg4, 0, {}, 500}, Picture(16, 16, Pattern), 2));
   EXPECT_EQ(files_.ReadInfo(path)->fourcc, "DX50");
 }
 
@@ -585,9 +596,9 @@ INSTANTIATE_TEST_SUITE_P(MissingEmptyOrText, NotAMovie,
 // ---- The compressor list --------------------------------------------------------------------
 
 TEST(CompressorList, OffersTheKnownCompressorsInOrderWhereTheMachineCanEncode) {
-  const std::vector<std::string> order = {"Uncompressed",     "MJPEG Compressor",
-                                          "MPEG-4 (DivX compatible)", "H.264",
-                                          "FFV1 (lossless)", "HuffYUV (lossless)"};
+  const std::vector<std::string> order = {
+      "Uncompressed", "MJPEG Compressor", "MPEG-4 (DivX compatible)",
+      "H.264",        "FFV1 (lossless)",  "HuffYUV (lossless)"};
   std::vector<std::string> known;
   for (const auto& compressor : KnownVideoCompressors()) known.push_back(compressor.name);
   EXPECT_EQ(known, order);

@@ -35,8 +35,8 @@ struct FakeMovie {
   std::vector<std::pair<int, int>> sizes;
   std::vector<std::uint8_t> audio;
   bool closed = false;
-  bool gate_open = true;        // closed: the writer stops inside WriteVideoFrame
-  bool writer_held = false;     // the writer is stopped at the gate
+  bool gate_open = true;     // closed: the writer stops inside WriteVideoFrame
+  bool writer_held = false;  // the writer is stopped at the gate
   std::optional<std::size_t> fail_at_frame;
   bool refuse_to_open = false;
 
@@ -144,7 +144,8 @@ class RecorderTest : public testing::Test {
                                         ++seen_.calls;
                                         seen_.end = end;
                                         seen_.message = message;
-                                        seen_.file_closed_first = movie_.closed || !files_used_fake_;
+                                        seen_.file_closed_first =
+                                            movie_.closed || !files_used_fake_;
                                       });
   }
 
@@ -156,7 +157,8 @@ class RecorderTest : public testing::Test {
 
   // Waits until the writer has written `frames` frames; false after a few seconds.
   static bool WaitForFrames(const Recorder& recorder, std::int64_t frames) {
-    for (auto until = std::chrono::steady_clock::now() + 5s; std::chrono::steady_clock::now() < until;) {
+    for (auto until = std::chrono::steady_clock::now() + 5s;
+         std::chrono::steady_clock::now() < until;) {
       if (recorder.FramesWritten() >= frames) return true;
       std::this_thread::sleep_for(1ms);
     }
@@ -546,7 +548,8 @@ TEST_F(RecordedMovieTest, TheSoundTrackEndsWithTheVideo) {
   for (int i = 1; i < 30; ++i) recorder->OnFrame(Frame(i, AtRate(i, 30), 64, 48));
   recorder->Wait();
   const std::string path = settings.path;
-  const std::string sound = RunCommand("ffmpeg -v error -i '" + path + "' -map 0:a -c copy -f data -");
+  const std::string sound =
+      RunCommand("ffmpeg -v error -i '" + path + "' -map 0:a -c copy -f data -");
   EXPECT_EQ(sound.size(), 2u * 8000);  // 30 frames at 30 a second
   EXPECT_EQ(files_.ReadInfo(path)->frame_count, 30);
 }
@@ -561,7 +564,8 @@ TEST_F(RecordedMovieTest, ARunEndedByItsSourceLeavesAPlayableMovie) {
   const std::string path = (folder_ / "run.avi").string();
   EXPECT_EQ(files_.ReadInfo(path)->frame_count, 5);
   EXPECT_EQ(RunCommand("ffprobe -v error -count_frames -select_streams v:0 -show_entries "
-                       "stream=nb_read_frames -of csv=p=0 '" + path + "'"),
+                       "stream=nb_read_frames -of csv=p=0 '" +
+                       path + "'"),
             "5\n");
 }
 

@@ -180,6 +180,22 @@ std::optional<std::pair<std::size_t, std::size_t>> ByteRange(std::string_view he
   return std::pair{first, std::min(last, size - 1)};
 }
 
+// /redirect/<n>/<path> leads to /redirect/<n-1>/<path>, and /redirect/0/<path> to /<path>.
+std::optional<std::string> RedirectTarget(std::string_view path) {
+  constexpr std::string_view kRedirect = "/redirect/";
+  if (!path.starts_with(kRedirect)) return std::nullopt;
+  const std::string_view rest = path.substr(kRedirect.size());
+  const auto slash = rest.find('/');
+  int hops = 0;
+  const auto [end, error] = std::from_chars(rest.data(), rest.data() + rest.size(), hops);
+  if (slash == std::string_view::npos || error != std::errc() || end != rest.data() + slash) {
+    return std::nullopt;
+  }
+  const std::string_view onward = rest.substr(slash);
+  if (hops == 0) return std::string(onward);
+  return std::string(kRedirect) + std::to_string(hops - 1) + std::string(onward);
+}
+
 std::optional<std::string> FileBytes(const std::filesystem::path& path) {
   std::ifstream file(path, std::ios::binary);
   if (!file) return std::nullopt;
@@ -378,7 +394,7 @@ void LocalHttpServer::State::Answer(int fd, const Request& request) {
                         "WWW-Authenticate: Basic realm=\"camera\"\r\n"));
     return;
   }
-  const std::string_view path = request.path;
+  const std::string_view path = std::string_view(request.path).substr(0, request.path.find('?'));
   if (path == "/snapshot.jpg") return SendSnapshot(fd);
   if (path == "/video.mjpg") return SendStream(fd);
   if (path.starts_with("/file/")) return SendFile(fd, request, path.substr(6));
@@ -392,16 +408,8 @@ void LocalHttpServer::State::Answer(int fd, const Request& request) {
          "the body ends where the connection does");
     return;
   }
-  constexpr std::string_view kRedirect = "/redirect/";
-  if (path.starts_with(kRedirect)) {
-    const std::string_view rest = path.substr(kRedirect.size());
-    const auto slash = rest.find('/');
-    int hops = 0;
-    std::from_chars(rest.data(), rest.data() + rest.size(), hops);
-    const std::string target = hops > 0 ? std::string(kRedirect) + std::to_string(hops - 1) +
-                                              std::string(rest.substr(slash))
-                                        : std::string(rest.substr(slash));
-    Send(fd, AnswerText("302 Found", "text/plain", "moved", "Location: " + target + "\r\n"));
+  if (const auto target = RedirectTarget(path)) {
+    Send(fd, AnswerText("302 Found", "text/plain", "moved", "Location: " + *target + "\r\n"));
     return;
   }
   Send(fd, AnswerText("404 Not Found", "text/plain", "no such thing"));
