@@ -1,5 +1,7 @@
 #include "platform/linux/ffmpeg_movie_files.h"
 
+#include "platform/linux/ffmpeg_handles.h"
+
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
@@ -21,44 +23,7 @@ extern "C" {
 namespace zr::platform::linux_impl {
 namespace {
 
-// ---- Ownership of FFmpeg objects ----------------------------------------------------------
-
-struct OutputContextDeleter {
-  void operator()(AVFormatContext* context) const {
-    avio_closep(&context->pb);
-    avformat_free_context(context);
-  }
-};
-struct InputContextDeleter {
-  void operator()(AVFormatContext* context) const { avformat_close_input(&context); }
-};
-struct CodecContextDeleter {
-  void operator()(AVCodecContext* context) const { avcodec_free_context(&context); }
-};
-struct FrameDeleter {
-  void operator()(AVFrame* frame) const { av_frame_free(&frame); }
-};
-struct PacketDeleter {
-  void operator()(AVPacket* packet) const { av_packet_free(&packet); }
-};
-struct ScalerDeleter {
-  void operator()(SwsContext* scaler) const { sws_freeContext(scaler); }
-};
-
-using OutputContextPtr = std::unique_ptr<AVFormatContext, OutputContextDeleter>;
-using InputContextPtr = std::unique_ptr<AVFormatContext, InputContextDeleter>;
-using CodecContextPtr = std::unique_ptr<AVCodecContext, CodecContextDeleter>;
-using FramePtr = std::unique_ptr<AVFrame, FrameDeleter>;
-using PacketPtr = std::unique_ptr<AVPacket, PacketDeleter>;
-using ScalerPtr = std::unique_ptr<SwsContext, ScalerDeleter>;
-
 // ---- Errors ---------------------------------------------------------------------------------
-
-std::string AvErrorText(int code) {
-  char text[AV_ERROR_MAX_STRING_SIZE] = {};
-  av_strerror(code, text, sizeof text);
-  return text;
-}
 
 Error FfmpegError(const std::string& what, const char* where, int code) {
   return Error{what + ": " + AvErrorText(code), where};

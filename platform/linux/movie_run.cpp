@@ -30,8 +30,10 @@ Result<void> MovieRun::Start() {
   }
   if (width <= 0 || height <= 0)
     return Error{"the device has not delivered a picture yet", "MovieRun::Start"};
-  settings.format.width = width;
-  settings.format.height = height;
+  // H.264 takes even sizes only: an odd picture is scaled to the even size just below it.
+  const bool even_only = settings.format.codec == VideoCodec::H264;
+  settings.format.width = even_only && width > 1 ? width & ~1 : width;
+  settings.format.height = even_only && height > 1 ? height & ~1 : height;
   if (!sound_) settings.format.audio.reset();
   if (request_.limit_seconds)
     settings.limit_frames =

@@ -1,5 +1,7 @@
 #include "platform/linux/network_stream.h"
 
+#include "platform/linux/ffmpeg_handles.h"
+
 #include <atomic>
 #include <cerrno>
 #include <chrono>
@@ -27,40 +29,6 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 using Microseconds = std::chrono::microseconds;
-
-// ---- Ownership of FFmpeg objects ----------------------------------------------------------
-
-struct InputContextDeleter {
-  void operator()(AVFormatContext* context) const { avformat_close_input(&context); }
-};
-struct CodecContextDeleter {
-  void operator()(AVCodecContext* context) const { avcodec_free_context(&context); }
-};
-struct FrameDeleter {
-  void operator()(AVFrame* frame) const { av_frame_free(&frame); }
-};
-struct PacketDeleter {
-  void operator()(AVPacket* packet) const { av_packet_free(&packet); }
-};
-struct ScalerDeleter {
-  void operator()(SwsContext* scaler) const { sws_freeContext(scaler); }
-};
-
-using InputContextPtr = std::unique_ptr<AVFormatContext, InputContextDeleter>;
-using CodecContextPtr = std::unique_ptr<AVCodecContext, CodecContextDeleter>;
-using FramePtr = std::unique_ptr<AVFrame, FrameDeleter>;
-using PacketPtr = std::unique_ptr<AVPacket, PacketDeleter>;
-using ScalerPtr = std::unique_ptr<SwsContext, ScalerDeleter>;
-struct BufferDeleter {
-  void operator()(std::uint8_t* buffer) const { av_free(buffer); }
-};
-using BufferPtr = std::unique_ptr<std::uint8_t, BufferDeleter>;
-
-std::string AvErrorText(int code) {
-  char text[AV_ERROR_MAX_STRING_SIZE] = {};
-  av_strerror(code, text, sizeof text);
-  return text;
-}
 
 constexpr AVRational kMicrosecondBase{1, 1'000'000};
 constexpr double kMostPlausibleRate = 1000;

@@ -1,5 +1,7 @@
 #include "platform/linux/recorder.h"
 
+#include "platform/linux/ffmpeg_handles.h"
+
 #include <algorithm>
 #include <chrono>
 #include <cmath>
@@ -33,10 +35,6 @@ struct QueuedFrame {
   std::int64_t repeats = 0;
 };
 
-struct ScalerDeleter {
-  void operator()(SwsContext* scaler) const { sws_freeContext(scaler); }
-};
-
 // Brings pictures of another size (a stream that changed its size) to the movie's size.
 class FrameScaler {
  public:
@@ -61,7 +59,7 @@ class FrameScaler {
   }
 
  private:
-  std::unique_ptr<SwsContext, ScalerDeleter> scaler_;
+  ScalerPtr scaler_;
   Picture scaled_;
 };
 

@@ -1,5 +1,7 @@
 #include "platform/linux/v4l2_device.h"
 
+#include "platform/linux/ffmpeg_handles.h"
+
 #include <fcntl.h>
 #include <linux/videodev2.h>
 #include <sys/mman.h>
@@ -532,11 +534,6 @@ class Stream {
 };
 
 // ---- Frames to pictures ----------------------------------------------------------------------
-
-struct ScalerDeleter {
-  void operator()(SwsContext* scaler) const { sws_freeContext(scaler); }
-};
-using ScalerPtr = std::unique_ptr<SwsContext, ScalerDeleter>;
 
 // Where the planes of a frame start and how far apart their rows are.
 struct SourcePlanes {

@@ -6,6 +6,7 @@
 #include <turbojpeg.h>
 
 #include <atomic>
+#include <cerrno>
 #include <charconv>
 #include <chrono>
 #include <cmath>

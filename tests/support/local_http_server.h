@@ -21,13 +21,15 @@
 //   /close-delimited       a text/plain body without Content-Length, ended by closing
 //   /redirect/<n>/<path>   302 to /redirect/<n-1>/<path>, and /redirect/0/<path> to /<path>
 //   anything else          404 Not Found
-// With credentials set, a request without them is answered 401 Unauthorized.
+// A query ("?…") after the path is ignored. With credentials set, a request without them is
+// answered 401 Unauthorized.
 //
 // Pictures: picture n (counted over the whole server, snapshots and streams alike, from 0) is
 // FrameColour(n) all over, except a white band across its top eighth; FrameNumberIn reads n
 // back from a decoded picture and also checks the band is at the top.
 //
-// Threads: all calls from the test's thread.
+// Threads: the server is driven from the test's thread; the static picture helpers and the
+// CollectingSink below may be used from any.
 
 #include <chrono>
 #include <condition_variable>
@@ -68,7 +70,7 @@ class LocalHttpServer {
     // The boundary as the Content-Type announces it. One that starts with "--" is sent as it
     // is, the way some cameras do; any other gets the usual "--" before it.
     std::string boundary = "zrframe";
-    std::string credentials = "";  // "user:password" that requests must carry; empty for none
+    std::string credentials = "";       // "user:password" that requests must carry; empty for none
     std::filesystem::path folder = {};  // what /file/ serves
   };
 
