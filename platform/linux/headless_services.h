@@ -1,7 +1,8 @@
 #pragma once
 // The platform services of the program without windows: the wall clock of the machine, the
-// free space of the real file systems, a clipboard of its own, and dialogs told on the terminal
-// and answered as the operator who started the run from the command line would.
+// free space of the real file systems, and dialogs told on the terminal and answered as the
+// operator who started the run from the command line would. Its clipboard is the program's own
+// (platform/memory_clipboard.h).
 //
 // Threads: all calls arrive on the logic thread.
 
@@ -10,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "platform/memory_clipboard.h"
 #include "platform/services.h"
 
 namespace zr::platform::linux_impl {
@@ -23,17 +25,6 @@ class LocalWallClock final : public WallClock {
 class StatvfsFileSystem final : public FileSystem {
  public:
   std::optional<std::uint64_t> FreeBytes(const std::string& path) override;
-};
-
-// Headless there is no desktop clipboard: pictures stay in the program.
-class MemoryClipboard final : public Clipboard {
- public:
-  void SetPicture(const Picture& picture) override { picture_ = picture; }
-  std::optional<Picture> GetPicture() const override { return picture_; }
-  void Clear() override { picture_.reset(); }
-
- private:
-  std::optional<Picture> picture_;
 };
 
 // A message goes to the terminal with its title and is answered with the box's first button

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "platform/event_loop.h"
+#include "platform/memory_clipboard.h"
 #include "platform/services.h"
 
 namespace zr::platform::sim {
@@ -54,15 +55,7 @@ class SimDialogs : public Dialogs {
   std::map<FileDialogKind, std::deque<std::optional<std::vector<std::string>>>> file_answers_;
 };
 
-class SimClipboard : public Clipboard {
- public:
-  void SetPicture(const Picture& picture) override { picture_ = picture; }
-  std::optional<Picture> GetPicture() const override { return picture_; }
-  void Clear() override { picture_.reset(); }
-
- private:
-  std::optional<Picture> picture_;
-};
+using SimClipboard = MemoryClipboard;
 
 class SimSettingsStore : public SettingsStore {
  public:

@@ -89,12 +89,38 @@ class RealCaptureDevicesTest : public ::testing::Test {
     return condition();
   }
 
+  // A run at 30 frames a second; no limit with 0 seconds.
+  static void SetUpRun(VfwCaptureWindow& window, int limit_seconds, bool sound, bool yield, bool abort_on_right = true) {
+    CAPTUREPARMS parms;
+    ASSERT_TRUE(window.GetSetup(parms));
+    parms.dwRequestMicroSecPerFrame = 33333;
+    parms.fLimitEnabled = limit_seconds > 0 ? 1 : 0;
+    parms.wTimeLimit = static_cast<UINT>(limit_seconds);
+    parms.fCaptureAudio = sound ? 1 : 0;
+    parms.fYield = yield ? 1 : 0;
+    parms.fAbortRightMouse = abort_on_right ? 1 : 0;
+    ASSERT_TRUE(window.SetSetup(parms));
+  }
+
   std::unique_ptr<VfwCaptureWindow> ConnectedWindow(StatusReports& reports) {
+    if (!drivers_) drivers_ = devices_->MakeDriverSystem();
     auto window = drivers_->CreateCaptureWindow("VIDEO WINDOW", 0, 0, 160, 120);
     EXPECT_TRUE(window->Connect(0));
     window->SetStatusCallback(&StatusReports::Record, &reports);
     EXPECT_TRUE(RunUntil([&] { return devices_->LatestPicture() != nullptr; }, 2000));
     return window;
+  }
+
+  // The control connected to the camera at the server's address (device index -2), with its
+  // first picture in.
+  std::unique_ptr<VideoCaptureControl> ConnectedIpCamera(LocalHttpServer& camera, ControlEvents& events) {
+    auto control = devices_->MakeCaptureControl();
+    control->SetEventSink(&events);
+    control->SetVideoDeviceIndex(-2);
+    control->SetNetworkSourceUrl(camera.Url());
+    control->SetDeviceConnected(true);
+    EXPECT_TRUE(RunUntil([&] { return devices_->LatestPicture() != nullptr; }, 2000));
+    return control;
   }
 
   PollEventLoop loop_;
@@ -119,17 +145,9 @@ TEST_F(RealCaptureDevicesTest, DriverListsTheBuiltInCameraAndNothingPastIt) {
 // An exclusive run (fYield 0) holds the logic thread until its limit; the movie has the run's
 // frame count and the sound format that was set.
 TEST_F(RealCaptureDevicesTest, ExclusiveDriverRunBlocksUntilItsLimitAndKeepsTheSoundFormat) {
-  drivers_ = devices_->MakeDriverSystem();
   StatusReports reports;
   auto window = ConnectedWindow(reports);
-  CAPTUREPARMS parms;
-  ASSERT_TRUE(window->GetSetup(parms));
-  parms.dwRequestMicroSecPerFrame = 33333;
-  parms.fLimitEnabled = 1;
-  parms.wTimeLimit = 2;
-  parms.fCaptureAudio = 1;
-  parms.fYield = 0;
-  ASSERT_TRUE(window->SetSetup(parms));
+  SetUpRun(*window, /*limit_seconds=*/2, /*sound=*/true, /*yield=*/false);
   WAVEFORMATEX wave;
   wave.nSamplesPerSec = 11025;
   wave.wBitsPerSample = 8;
@@ -157,17 +175,9 @@ TEST_F(RealCaptureDevicesTest, ExclusiveDriverRunBlocksUntilItsLimitAndKeepsTheS
 
 // With fYield 1 the call returns at once and a click on the picture ends the run.
 TEST_F(RealCaptureDevicesTest, ClickOnThePictureAbortsAYieldingRun) {
-  drivers_ = devices_->MakeDriverSystem();
   StatusReports reports;
   auto window = ConnectedWindow(reports);
-  CAPTUREPARMS parms;
-  ASSERT_TRUE(window->GetSetup(parms));
-  parms.dwRequestMicroSecPerFrame = 33333;
-  parms.fLimitEnabled = 0;
-  parms.fCaptureAudio = 0;
-  parms.fYield = 1;
-  parms.fAbortRightMouse = 0;
-  ASSERT_TRUE(window->SetSetup(parms));
+  SetUpRun(*window, /*limit_seconds=*/0, /*sound=*/false, /*yield=*/true, /*abort_on_right=*/false);
   ASSERT_TRUE(window->SetCaptureFile(File("clicked.avi")));
   ASSERT_TRUE(window->StartSequence());
   CAPSTATUS status;
@@ -184,7 +194,6 @@ TEST_F(RealCaptureDevicesTest, ClickOnThePictureAbortsAYieldingRun) {
 }
 
 TEST_F(RealCaptureDevicesTest, DriverSavesCopiesAndAppendsSingleFrames) {
-  drivers_ = devices_->MakeDriverSystem();
   StatusReports reports;
   auto window = ConnectedWindow(reports);
   ASSERT_TRUE(window->SaveDib(File("still.bmp")));
@@ -205,13 +214,8 @@ TEST_F(RealCaptureDevicesTest, DriverSavesCopiesAndAppendsSingleFrames) {
 TEST_F(RealCaptureDevicesTest, ControlRecordsAnIpCameraInBothModesAndTakesAStill) {
   for (auto mode : {LocalHttpServer::Mode::Snapshot, LocalHttpServer::Mode::Mjpeg}) {
     LocalHttpServer camera(mode);
-    auto control = devices_->MakeCaptureControl();
     ControlEvents events;
-    control->SetEventSink(&events);
-    control->SetVideoDeviceIndex(-2);
-    control->SetNetworkSourceUrl(camera.Url());
-    control->SetDeviceConnected(true);
-    ASSERT_TRUE(RunUntil([&] { return devices_->LatestPicture() != nullptr; }, 2000));
+    auto control = ConnectedIpCamera(camera, events);
     const auto still = control->GetSnapshot();
     EXPECT_EQ(still->width, 160);
     EXPECT_TRUE(LocalHttpServer::FrameNumberIn(*still));
@@ -231,13 +235,8 @@ TEST_F(RealCaptureDevicesTest, ControlRecordsAnIpCameraInBothModesAndTakesAStill
 // A camera that goes away mid-run ends the run as a run ends, with a file that plays.
 TEST_F(RealCaptureDevicesTest, CameraKilledMidRunLeavesAPlayableMovie) {
   LocalHttpServer camera(LocalHttpServer::Mode::Mjpeg);
-  auto control = devices_->MakeCaptureControl();
   ControlEvents events;
-  control->SetEventSink(&events);
-  control->SetVideoDeviceIndex(-2);
-  control->SetNetworkSourceUrl(camera.Url());
-  control->SetDeviceConnected(true);
-  ASSERT_TRUE(RunUntil([&] { return devices_->LatestPicture() != nullptr; }, 2000));
+  auto control = ConnectedIpCamera(camera, events);
   control->SetCaptureFileName(File("killed.avi"));
   control->StartCapture();
   ASSERT_TRUE(RunUntil([&] { return control->GetCaptureStats().frames_captured >= 5; }, 3000));

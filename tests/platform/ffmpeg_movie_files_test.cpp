@@ -19,9 +19,15 @@
 #include <vector>
 
 #include "platform/linux/compressors.h"
+#include "tests/support/platform_checks.h"
+#include "tests/support/movie_probe.h"
 
 namespace zr::platform::linux_impl {
 namespace {
+
+using zr::testing::Ok;
+using zr::testing::ProbeStream;
+using zr::testing::RunCommand;
 
 namespace fs = std::filesystem;
 
@@ -61,45 +67,13 @@ Bgr Pattern(int x, int y) {
           static_cast<std::uint8_t>(x ^ y)};
 }
 
-template <class T>
-testing::AssertionResult Ok(const Result<T>& result) {
-  if (result) return testing::AssertionSuccess();
-  return testing::AssertionFailure() << result.error().where << ": " << result.error().message;
-}
-
-struct PipeCloser {
-  void operator()(FILE* pipe) const { pclose(pipe); }
-};
-
-std::string RunCommand(const std::string& command) {
-  std::unique_ptr<FILE, PipeCloser> pipe(popen(command.c_str(), "r"));
-  std::string output;
-  char chunk[4096];
-  for (std::size_t got; pipe && (got = fread(chunk, 1, sizeof chunk, pipe.get())) > 0;) {
-    output.append(chunk, got);
-  }
-  return output;
-}
-
-// ffprobe's key=value lines for the first stream of a kind ('v' or 'a').
-std::map<std::string, std::string> Probe(const std::string& path, char kind,
-                                         const std::string& entries) {
-  std::istringstream lines(RunCommand("ffprobe -v error -count_frames -select_streams " +
-                                      std::string(1, kind) + ":0 -show_entries stream=" + entries +
-                                      " -of default=noprint_wrappers=1 '" + path + "'"));
-  std::map<std::string, std::string> values;
-  for (std::string line; std::getline(lines, line);) {
-    values[line.substr(0, line.find('='))] = line.substr(line.find('=') + 1);
-  }
-  return values;
-}
 
 // The first picture decoded by the ffmpeg tool, top row first, RGB.
 std::string DecodeFirstFrame(const std::string& path) {
   return RunCommand("ffmpeg -v error -i '" + path + "' -frames:v 1 -f rawvideo -pix_fmt rgb24 -");
 }
 
-class MovieFileTest : public testing::Test {
+class MovieFileTest : public ::testing::Test {
  protected:
   void SetUp() override {
     std::string pattern = (fs::temp_directory_path() / "zr_movie_XXXXXX").string();
@@ -114,7 +88,7 @@ class MovieFileTest : public testing::Test {
   std::string File(const std::string& name) const { return (folder_ / name).string(); }
 
   // Writes `frames` copies of the picture and closes the movie.
-  testing::AssertionResult Write(const std::string& path, const MovieFormat& format,
+  ::testing::AssertionResult Write(const std::string& path, const MovieFormat& format,
                                  const Picture& picture, int frames) {
     auto writer = files_.OpenWriter(path, format);
     if (!writer) return Ok(writer);
@@ -151,7 +125,7 @@ std::string ProbedTag(VideoCodec codec) {
   return codec == VideoCodec::Uncompressed ? "[0][0][0][0]" : ReadFourcc(codec);
 }
 
-std::string CodecName(const testing::TestParamInfo<VideoCodec>& codec) {
+std::string CodecName(const ::testing::TestParamInfo<VideoCodec>& codec) {
   const std::string fourcc = ReadFourcc(codec.param);
   return fourcc == "DIB " ? "DIB" : fourcc;
 }
@@ -175,7 +149,7 @@ void PrintTo(const MovieCase& c, std::ostream* out) {
   *out << ReadFourcc(c.codec) << " " << c.width << "x" << c.height << " at " << c.fps;
 }
 
-class WrittenMovie : public MovieFileTest, public testing::WithParamInterface<MovieCase> {
+class WrittenMovie : public MovieFileTest, public ::testing::WithParamInterface<MovieCase> {
  protected:
   std::string WriteCase() {
     const MovieCase& c = GetParam();
@@ -202,7 +176,7 @@ TEST_P(WrittenMovie, ReadsBackAsWritten) {
 TEST_P(WrittenMovie, FfprobeSeesTheFramesSizeTagAndExactRate) {
   const MovieCase& c = GetParam();
   auto probed =
-      Probe(WriteCase(), 'v', "nb_read_frames,width,height,codec_tag_string,r_frame_rate");
+      ProbeStream(WriteCase(), 'v', "nb_read_frames,width,height,codec_tag_string,r_frame_rate");
   EXPECT_EQ(probed["nb_read_frames"], std::to_string(c.frames));
   EXPECT_EQ(probed["width"], std::to_string(c.width));
   EXPECT_EQ(probed["height"], std::to_string(c.height));
@@ -214,7 +188,7 @@ TEST_P(WrittenMovie, DecodesWithoutComplaint) { EXPECT_EQ(DecodingComplaints(Wri
 
 INSTANTIATE_TEST_SUITE_P(
     SizesRatesAndCodecs, WrittenMovie,
-    testing::Values(MovieCase{VideoCodec::Uncompressed, 320, 240, 25, "25/1", 5},
+    ::testing::Values(MovieCase{VideoCodec::Uncompressed, 320, 240, 25, "25/1", 5},
                     MovieCase{VideoCodec::Uncompressed, 161, 121, 29.97, "30000/1001", 4},
                     MovieCase{VideoCodec::Uncompressed, 1, 1, 10, "10/1"},
                     MovieCase{VideoCodec::Mjpeg, 320, 240, 29.97, "30000/1001", 5},
@@ -233,7 +207,7 @@ INSTANTIATE_TEST_SUITE_P(
 // ---- Pictures -------------------------------------------------------------------------------
 
 using PictureCase = std::tuple<VideoCodec, int, int>;
-class WrittenPicture : public MovieFileTest, public testing::WithParamInterface<PictureCase> {};
+class WrittenPicture : public MovieFileTest, public ::testing::WithParamInterface<PictureCase> {};
 
 // Blue top left, green top right, red bottom left, white bottom right.
 Bgr Quadrant(int x, int y, int width, int height) {
@@ -261,17 +235,17 @@ TEST_P(WrittenPicture, IsUprightAndUnmirrored) {
 }
 
 INSTANTIATE_TEST_SUITE_P(CodecsOfAnySizeEvenAndOdd, WrittenPicture,
-                         testing::Combine(testing::Values(VideoCodec::Uncompressed,
+                         ::testing::Combine(::testing::Values(VideoCodec::Uncompressed,
                                                           VideoCodec::Mjpeg, VideoCodec::Mpeg4,
                                                           VideoCodec::Ffv1, VideoCodec::HuffYuv),
-                                          testing::Values(320, 161), testing::Values(240, 121)));
+                                          ::testing::Values(320, 161), ::testing::Values(240, 121)));
 INSTANTIATE_TEST_SUITE_P(H264Even, WrittenPicture,
-                         testing::Combine(testing::Values(VideoCodec::H264),
-                                          testing::Values(320, 162), testing::Values(240, 122)));
+                         ::testing::Combine(::testing::Values(VideoCodec::H264),
+                                          ::testing::Values(320, 162), ::testing::Values(240, 122)));
 
 using SizeAndPadding = std::tuple<int, int, int>;  // width, height, extra bytes a row
 class LosslessPixels : public MovieFileTest,
-                       public testing::WithParamInterface<std::tuple<VideoCodec, SizeAndPadding>> {
+                       public ::testing::WithParamInterface<std::tuple<VideoCodec, SizeAndPadding>> {
 };
 
 TEST_P(LosslessPixels, ComeBackExactly) {
@@ -293,9 +267,9 @@ TEST_P(LosslessPixels, ComeBackExactly) {
 
 INSTANTIATE_TEST_SUITE_P(
     CodecsAndRowPaddings, LosslessPixels,
-    testing::Combine(testing::Values(VideoCodec::Uncompressed, VideoCodec::Ffv1,
+    ::testing::Combine(::testing::Values(VideoCodec::Uncompressed, VideoCodec::Ffv1,
                                      VideoCodec::HuffYuv),
-                     testing::Values(std::tuple{161, 121, 0}, std::tuple{320, 240, 0},
+                     ::testing::Values(std::tuple{161, 121, 0}, std::tuple{320, 240, 0},
                                      std::tuple{3, 2, 8}, std::tuple{1, 5, 0})));
 
 // Soft gradients under a fine grain that moves from frame to frame: detail that rewards every
@@ -321,7 +295,7 @@ void PrintTo(const DetailCase& c, std::ostream* out) {
        << (c.quality_and_kbps[0].second > 0 ? " by bit rate" : " by quality");
 }
 
-class MoreDetail : public MovieFileTest, public testing::WithParamInterface<DetailCase> {};
+class MoreDetail : public MovieFileTest, public ::testing::WithParamInterface<DetailCase> {};
 
 TEST_P(MoreDetail, MakesALargerMovie) {
   const DetailCase& c = GetParam();
@@ -343,7 +317,7 @@ TEST_P(MoreDetail, MakesALargerMovie) {
 
 INSTANTIATE_TEST_SUITE_P(
     QualitiesAndBitRates, MoreDetail,
-    testing::Values(DetailCase{VideoCodec::Mjpeg, {{1, 0}, {50, 0}, {100, 0}}},
+    ::testing::Values(DetailCase{VideoCodec::Mjpeg, {{1, 0}, {50, 0}, {100, 0}}},
                     DetailCase{VideoCodec::Mpeg4, {{1, 0}, {50, 0}, {100, 0}}},
                     DetailCase{VideoCodec::Mpeg4, {{90, 30}, {90, 100}, {90, 300}}},
                     DetailCase{VideoCodec::H264, {{1, 0}, {50, 0}, {100, 0}}},
@@ -351,7 +325,7 @@ INSTANTIATE_TEST_SUITE_P(
 
 // ---- Repeated frames ------------------------------------------------------------------------
 
-class RepeatedFrames : public MovieFileTest, public testing::WithParamInterface<VideoCodec> {
+class RepeatedFrames : public MovieFileTest, public ::testing::WithParamInterface<VideoCodec> {
  protected:
   // The mean level of each decoded frame, in order.
   std::vector<int> DecodedLevels(const std::string& path, int width, int height) {
@@ -388,7 +362,7 @@ TEST_P(RepeatedFrames, AreStoredInOrderAndCounted) {
   ASSERT_TRUE(Ok(info));
   EXPECT_EQ(info->frame_count, 7);
   EXPECT_NEAR(info->duration_seconds, 7 / 25.0, 1e-9);
-  EXPECT_EQ(Probe(path, 'v', "nb_read_frames")["nb_read_frames"], "7");
+  EXPECT_EQ(ProbeStream(path, 'v', "nb_read_frames")["nb_read_frames"], "7");
   EXPECT_EQ(DecodingComplaints(path), "");
   const std::vector<int> levels = DecodedLevels(path, 32, 16);
   ASSERT_EQ(levels.size(), 7u);
@@ -409,14 +383,14 @@ TEST_P(RepeatedFrames, NeedAFrameBeforeAndAnOpenMovie) {
 }
 
 INSTANTIATE_TEST_SUITE_P(EveryCodec, RepeatedFrames,
-                         testing::Values(VideoCodec::Uncompressed, VideoCodec::Mjpeg,
+                         ::testing::Values(VideoCodec::Uncompressed, VideoCodec::Mjpeg,
                                          VideoCodec::Mpeg4, VideoCodec::H264, VideoCodec::Ffv1,
                                          VideoCodec::HuffYuv),
                          CodecName);
 
 // ---- Audio ----------------------------------------------------------------------------------
 
-class WrittenAudio : public MovieFileTest, public testing::WithParamInterface<AudioFormat> {
+class WrittenAudio : public MovieFileTest, public ::testing::WithParamInterface<AudioFormat> {
  protected:
   // A third of a second of samples, written in uneven pieces that split sample frames,
   // followed by an incomplete sample frame, which is dropped.
@@ -457,7 +431,7 @@ TEST_P(WrittenAudio, HasThePcmFormatAsked) {
   EXPECT_EQ(info.value().audio->samples_per_second, audio.samples_per_second);
   EXPECT_EQ(info.value().audio->channels, audio.channels);
   EXPECT_EQ(info.value().audio->bits_per_sample, audio.bits_per_sample);
-  auto probed = Probe(path, 'a', "codec_name,sample_rate,channels");
+  auto probed = ProbeStream(path, 'a', "codec_name,sample_rate,channels");
   EXPECT_EQ(probed["codec_name"], audio.bits_per_sample == 8 ? "pcm_u8" : "pcm_s16le");
   EXPECT_EQ(probed["sample_rate"], std::to_string(audio.samples_per_second));
   EXPECT_EQ(probed["channels"], std::to_string(audio.channels));
@@ -472,12 +446,12 @@ TEST_P(WrittenAudio, StoresEveryWholeSampleInOrder) {
 }
 
 INSTANTIATE_TEST_SUITE_P(RatesChannelsAndBits, WrittenAudio,
-                         testing::Values(AudioFormat{8000, 1, 8}, AudioFormat{11025, 2, 8},
+                         ::testing::Values(AudioFormat{8000, 1, 8}, AudioFormat{11025, 2, 8},
                                          AudioFormat{22050, 1, 16}, AudioFormat{44100, 2, 16}));
 
 // ---- Refusals -------------------------------------------------------------------------------
 
-class WrongFrame : public MovieFileTest, public testing::WithParamInterface<FrameView> {};
+class WrongFrame : public MovieFileTest, public ::testing::WithParamInterface<FrameView> {};
 
 TEST_P(WrongFrame, IsRefusedAndTheMovieGoesOn) {
   const std::string path = File("wrong.avi");
@@ -492,11 +466,11 @@ TEST_P(WrongFrame, IsRefusedAndTheMovieGoesOn) {
 const std::vector<std::uint8_t> kPixels(64 * 64 * 3);
 INSTANTIATE_TEST_SUITE_P(
     SizesAndRows, WrongFrame,
-    testing::Values(FrameView{33, 16, 100, kPixels.data()}, FrameView{32, 17, 96, kPixels.data()},
+    ::testing::Values(FrameView{33, 16, 100, kPixels.data()}, FrameView{32, 17, 96, kPixels.data()},
                     FrameView{16, 16, 48, kPixels.data()}, FrameView{32, 8, 96, kPixels.data()},
                     FrameView{32, 16, 95, kPixels.data()}, FrameView{32, 16, 96, nullptr}));
 
-class RefusedFormat : public MovieFileTest, public testing::WithParamInterface<MovieFormat> {};
+class RefusedFormat : public MovieFileTest, public ::testing::WithParamInterface<MovieFormat> {};
 
 TEST_P(RefusedFormat, OpensNoFile) {
   const std::string path = File("refused.avi");
@@ -507,7 +481,7 @@ TEST_P(RefusedFormat, OpensNoFile) {
 constexpr auto kMjpeg = VideoCodec::Mjpeg;
 INSTANTIATE_TEST_SUITE_P(
     BadValues, RefusedFormat,
-    testing::Values(MovieFormat{0, 16, 25, kMjpeg, 90, {}}, MovieFormat{16, -2, 25, kMjpeg, 90, {}},
+    ::testing::Values(MovieFormat{0, 16, 25, kMjpeg, 90, {}}, MovieFormat{16, -2, 25, kMjpeg, 90, {}},
                     MovieFormat{16, 16, 0, kMjpeg, 90, {}},
                     MovieFormat{16, 16, NAN, kMjpeg, 90, {}},
                     MovieFormat{16, 16, 25, kMjpeg, 0, {}},
@@ -546,7 +520,7 @@ TEST_F(MovieFileTest, DestroyingAnOpenWriterFinishesTheMovie) {
     for (int i = 0; i < 3; ++i) ASSERT_TRUE(Ok((*writer)->WriteVideoFrame(picture.View())));
   }
   EXPECT_EQ(files_.ReadInfo(path).value().frame_count, 3);
-  EXPECT_EQ(Probe(path, 'v', "nb_read_frames")["nb_read_frames"], "3");
+  EXPECT_EQ(ProbeStream(path, 'v', "nb_read_frames")["nb_read_frames"], "3");
 }
 
 TEST_F(MovieFileTest, AClosedOrSilentMovieRefusesMoreData) {
@@ -578,7 +552,7 @@ TEST_F(MovieFileTest, FramesAreCountedWhenTheHeadersLackTheLength) {
 
 // ---- Reading what is not a movie ------------------------------------------------------------
 
-class NotAMovie : public MovieFileTest, public testing::WithParamInterface<const char*> {};
+class NotAMovie : public MovieFileTest, public ::testing::WithParamInterface<const char*> {};
 
 TEST_P(NotAMovie, IsAnErrorNamingTheFile) {
   const std::string path = File("notes.txt");
@@ -589,7 +563,7 @@ TEST_P(NotAMovie, IsAnErrorNamingTheFile) {
 }
 
 INSTANTIATE_TEST_SUITE_P(MissingEmptyOrText, NotAMovie,
-                         testing::Values(nullptr, "", "Shot list\n1. wide\n2. close-up\n",
+                         ::testing::Values(nullptr, "", "Shot list\n1. wide\n2. close-up\n",
                                          "RIFF\x04\x01\x01\x01"
                                          "AVI LIST"));
 
@@ -616,7 +590,7 @@ TEST(CompressorList, OffersTheKnownCompressorsInOrderWhereTheMachineCanEncode) {
 }
 
 // Every compressor the list offers here writes a movie with its tag.
-class OfferedCompressor : public MovieFileTest, public testing::WithParamInterface<int> {};
+class OfferedCompressor : public MovieFileTest, public ::testing::WithParamInterface<int> {};
 
 TEST_P(OfferedCompressor, WritesAMovieWithItsSetting) {
   CompressorSettings settings;
@@ -633,7 +607,7 @@ TEST_P(OfferedCompressor, WritesAMovieWithItsSetting) {
   EXPECT_EQ(info->frame_count, 3);
 }
 
-INSTANTIATE_TEST_SUITE_P(ByIndex, OfferedCompressor, testing::Range(0, 6));
+INSTANTIATE_TEST_SUITE_P(ByIndex, OfferedCompressor, ::testing::Range(0, 6));
 
 const std::vector<VideoCompressor> kTwoCompressors = {
     {"Plain", VideoCodec::Uncompressed, CompressorSettingKind::None, 0, 0, 0},

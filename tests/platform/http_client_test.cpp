@@ -9,19 +9,18 @@
 
 #include "platform/linux/jpeg_decoder.h"
 #include "tests/support/local_http_server.h"
+#include "tests/support/platform_checks.h"
 
 namespace zr::platform::linux_impl {
 namespace {
+
+using zr::testing::Ok;
+using zr::testing::Since;
 
 using std::chrono::milliseconds;
 using testing::LocalHttpServer;
 using Clock = std::chrono::steady_clock;
 
-template <class T>
-::testing::AssertionResult Ok(const Result<T>& result) {
-  if (result) return ::testing::AssertionSuccess();
-  return ::testing::AssertionFailure() << result.error().where << ": " << result.error().message;
-}
 
 std::string Text(const std::vector<std::uint8_t>& bytes) { return {bytes.begin(), bytes.end()}; }
 
@@ -32,9 +31,6 @@ HttpOptions QuickOptions(milliseconds timeout = milliseconds(2000)) {
   return options;
 }
 
-milliseconds Since(Clock::time_point start) {
-  return std::chrono::duration_cast<milliseconds>(Clock::now() - start);
-}
 
 TEST(HttpAddressTest, SplitsHostPortTargetAndCredentials) {
   auto plain = ParseHttpAddress("http://camera.local/snapshot.jpg?size=large#top");

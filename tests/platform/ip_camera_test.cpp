@@ -9,9 +9,13 @@
 #include <tuple>
 
 #include "tests/support/local_http_server.h"
+#include "tests/support/platform_checks.h"
 
 namespace zr::platform::linux_impl {
 namespace {
+
+using zr::testing::Ok;
+using zr::testing::Since;
 
 using std::chrono::milliseconds;
 using testing::CollectingSink;
@@ -20,15 +24,7 @@ using Clock = std::chrono::steady_clock;
 
 constexpr milliseconds kPatience{2000};  // long enough for any frame a test waits for
 
-template <class T>
-::testing::AssertionResult Ok(const Result<T>& result) {
-  if (result) return ::testing::AssertionSuccess();
-  return ::testing::AssertionFailure() << result.error().where << ": " << result.error().message;
-}
 
-milliseconds Since(Clock::time_point start) {
-  return std::chrono::duration_cast<milliseconds>(Clock::now() - start);
-}
 
 IpCameraTimeouts ShortTimeouts(milliseconds timeout = milliseconds(1000)) {
   IpCameraTimeouts timeouts;

@@ -11,9 +11,13 @@
 
 #include "platform/linux/ffmpeg_movie_files.h"
 #include "tests/support/local_http_server.h"
+#include "tests/support/platform_checks.h"
 
 namespace zr::platform::linux_impl {
 namespace {
+
+using zr::testing::Ok;
+using zr::testing::Since;
 
 namespace fs = std::filesystem;
 using std::chrono::milliseconds;
@@ -25,15 +29,7 @@ constexpr int kFrames = 10;
 constexpr double kRate = 10;
 constexpr std::int64_t kPeriodUs = 100'000;
 
-template <class T>
-::testing::AssertionResult Ok(const Result<T>& result) {
-  if (result) return ::testing::AssertionSuccess();
-  return ::testing::AssertionFailure() << result.error().where << ": " << result.error().message;
-}
 
-milliseconds Since(Clock::time_point start) {
-  return std::chrono::duration_cast<milliseconds>(Clock::now() - start);
-}
 
 // Frame i of the test movies: white above, below a green that brightens with i, so the order,
 // the orientation and the colours of the delivered pictures all show.

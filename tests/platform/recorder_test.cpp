@@ -17,6 +17,7 @@
 #include <vector>
 
 #include "platform/linux/ffmpeg_movie_files.h"
+#include "tests/support/movie_probe.h"
 
 namespace zr::platform::linux_impl {
 namespace {
@@ -126,7 +127,7 @@ struct EndSeen {
   bool file_closed_first = false;
 };
 
-class RecorderTest : public testing::Test {
+class RecorderTest : public ::testing::Test {
  protected:
   RecordingSettings Settings(double fps, std::optional<std::int64_t> limit = std::nullopt) {
     RecordingSettings settings;
@@ -486,19 +487,7 @@ TEST_F(RecorderSoundTest, SoundWaitingTooLongGivesWayToNewerSound) {
 
 // ---- Real movies ------------------------------------------------------------------------------
 
-struct PipeCloser {
-  void operator()(FILE* pipe) const { pclose(pipe); }
-};
-
-std::string RunCommand(const std::string& command) {
-  std::unique_ptr<FILE, PipeCloser> pipe(popen(command.c_str(), "r"));
-  std::string output;
-  char chunk[4096];
-  for (std::size_t got; pipe && (got = fread(chunk, 1, sizeof chunk, pipe.get())) > 0;) {
-    output.append(chunk, got);
-  }
-  return output;
-}
+using zr::testing::RunCommand;
 
 class RecordedMovieTest : public RecorderTest {
  protected:
