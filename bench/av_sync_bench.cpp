@@ -6,6 +6,8 @@
 //
 // Usage: av_sync_bench [SECONDS]   (default 600)
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <atomic>
 #include <cmath>
@@ -52,7 +54,8 @@ std::vector<std::size_t> BeepOnsets(const std::vector<std::int16_t>& samples) {
 int main(int argc, char** argv) {
   using namespace zr::bench;
   const int seconds = argc > 1 ? std::max(3, std::atoi(argv[1])) : 600;
-  const std::string path = (std::filesystem::temp_directory_path() / "zr-av-sync-bench.avi").string();
+  const std::string path =
+      (std::filesystem::temp_directory_path() / ("zr-av-sync-bench-" + std::to_string(getpid()) + ".avi")).string();
 
   BuiltInDevices built_in(TestCameraSettings{640, 480, 30});
   auto drivers = built_in.devices.MakeDriverSystem();

@@ -8,6 +8,7 @@
 // Usage: recording_bench [SECONDS]   (default 20)
 
 #include <sys/wait.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cstdio>
@@ -20,7 +21,7 @@
 int main(int argc, char** argv) {
   using namespace zr::bench;
   const int seconds = argc > 1 ? std::max(1, std::atoi(argv[1])) : 20;
-  const std::filesystem::path folder = std::filesystem::temp_directory_path() / "zr-recording-bench";
+  const std::filesystem::path folder = std::filesystem::temp_directory_path() / ("zr-recording-bench-" + std::to_string(getpid()));
   std::filesystem::create_directories(folder);
   const std::string ours = (folder / "ours.avi").string();
   const std::string theirs = (folder / "ffmpeg.avi").string();
@@ -33,7 +34,7 @@ int main(int argc, char** argv) {
   for (int index = 0; index < compressors.Count(); ++index)
     if (compressors.At(index).codec == VideoCodec::Mjpeg) {
       (void)compressors.SetControlCompressor(index);
-      (void)compressors.SetValue(index, 97);  // the quantiser 3 of the tool's -q:v 3
+      (void)compressors.SetValue(index, 85);  // the pictures of the tool's -q:v 3 are about this size
     }
   built_in.RunUntil([&] { return built_in.devices.LatestPicture() != nullptr; });
   control->SetCaptureFileName(ours);
@@ -70,6 +71,9 @@ int main(int argc, char** argv) {
   } else {
     std::printf("  ffmpeg could not run: %s\n", command.c_str());
   }
+  std::error_code ignored;
+  std::printf("  movie sizes           %.1f MB, ffmpeg's %.1f MB\n", std::filesystem::file_size(ours, ignored) / 1e6,
+              std::filesystem::file_size(theirs, ignored) / 1e6);
   std::printf("  memory growth         %.1f MB       (target under 20 MB; %.1f MB at 2 s, %.1f MB peak)\n",
               memory_peak - memory_at_start, memory_at_start, memory_peak);
   std::filesystem::remove_all(folder);

@@ -2,14 +2,15 @@
 // Movie files on FFmpeg: AVI written through libavformat's muxer, read back through its demuxer.
 //
 // Writing: uncompressed movies hold the frames as classic bottom-up BI_RGB DIBs (rows padded to
-// four bytes by the muxer); Motion JPEG movies are encoded at a fixed quantiser taken from the
-// quality, 100 giving qscale 2 (best) and 1 giving qscale 31 (worst), linear in between. Both
-// codecs take any width and height, odd ones included.
+// four bytes by the muxer); Motion JPEG movies hold full-range 4:2:0 JFIF pictures coded by
+// libjpeg-turbo at the quality as given (1 coarsest, 100 finest). Both codecs take any width and
+// height, odd ones included.
 //
 // The other codecs:
 // - Mpeg4: FFmpeg's own MPEG-4 part 2 encoder in 4:2:0, stored as "DX50" so that DivX players
-//   take it. With a bit rate it aims at that average rate; without one it uses the same fixed
-//   quantiser as Motion JPEG. A key frame every second, no B-frames.
+//   take it. With a bit rate it aims at that average rate; without one it uses a fixed
+//   quantiser taken from the quality, 100 giving qscale 2 (best) and 1 giving qscale 31
+//   (worst), linear in between. A key frame every second, no B-frames.
 // - H264: libx264 in 4:2:0 at its "veryfast" preset, tuned for low latency (no B-frames, no
 //   look-ahead), so packets leave the encoder in order, one per frame, as AVI needs. With a bit
 //   rate it aims at that average rate; without one it keeps a constant rate factor taken from
