@@ -330,8 +330,11 @@ class RealCaptureControl final : public VideoCaptureControl, public ConnectedDev
 
   void OpenSource(std::unique_ptr<FrameSource> source, const std::string& name) {
     if (!source) throw DeviceError("the device " + name + " cannot be opened");
-    auto live = std::make_unique<LiveSource>(std::move(source), name, nullptr);
-    Require(live->Start());
+    auto live = std::make_unique<LiveSource>(std::move(source), name);
+    if (auto started = live->Start(); !started) {
+      devices_.ConnectFailed(started.error().message);
+      throw DeviceError(started.error().message);
+    }
     live_ = std::move(live);
     devices_.SetConnected(this);
   }

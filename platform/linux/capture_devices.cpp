@@ -44,7 +44,7 @@ std::shared_ptr<const Picture> RealCaptureDevices::LatestPicture() const {
 }
 
 std::string RealCaptureDevices::SourceMessage() const {
-  return connected_ ? connected_->SourceMessage() : std::string();
+  return connected_ ? connected_->SourceMessage() : connect_problem_;
 }
 
 void RealCaptureDevices::MousePressed(int button) {

@@ -75,7 +75,8 @@ class RealCaptureDevices {
   // The face's hands on the device connected last.
   bool Connected() const { return connected_ != nullptr; }
   std::shared_ptr<const Picture> LatestPicture() const;
-  std::string SourceMessage() const;  // why its source stopped; empty while it runs
+  // Why its source stopped, or why the last connect failed; empty while all is well.
+  std::string SourceMessage() const;
   void MousePressed(int button);
   int PreviewRate() const { return preview_rate_; }
 
@@ -84,7 +85,11 @@ class RealCaptureDevices {
   const std::vector<VideoDeviceEntry>& VideoDevices() const { return video_; }
   const std::vector<AudioDeviceEntry>& AudioDevices() const { return audio_; }
   CompressorSettings& Compressors() { return compressors_; }
-  void SetConnected(ConnectedDevice* device) { connected_ = device; }
+  void SetConnected(ConnectedDevice* device) {
+    connected_ = device;
+    connect_problem_.clear();
+  }
+  void ConnectFailed(const std::string& message) { connect_problem_ = message; }
   void Forget(ConnectedDevice* device) {
     if (connected_ == device) connected_ = nullptr;
   }
@@ -96,6 +101,7 @@ class RealCaptureDevices {
   std::vector<AudioDeviceEntry> audio_;
   CompressorSettings compressors_;
   ConnectedDevice* connected_ = nullptr;
+  std::string connect_problem_;
   int preview_rate_ = 15;
 };
 

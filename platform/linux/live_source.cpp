@@ -5,9 +5,8 @@
 
 namespace zr::platform::linux_impl {
 
-LiveSource::LiveSource(std::unique_ptr<FrameSource> source, std::string name,
-                       std::function<void(const std::string&)> on_ended)
-    : source_(std::move(source)), name_(std::move(name)), on_ended_(std::move(on_ended)) {}
+LiveSource::LiveSource(std::unique_ptr<FrameSource> source, std::string name)
+    : source_(std::move(source)), name_(std::move(name)) {}
 
 LiveSource::~LiveSource() { Stop(); }
 
@@ -87,7 +86,6 @@ void LiveSource::OnSourceEnded(const std::string& message) {
     recorder = recorder_;
   }
   if (recorder) recorder->OnSourceEnded(message);
-  if (on_ended_) on_ended_(message);
 }
 
 }  // namespace zr::platform::linux_impl

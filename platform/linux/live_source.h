@@ -6,7 +6,6 @@
 // Threads: Start, Stop, Attach, Detach on the logic thread; the frames and the end arrive on the
 // source's thread; Latest and Ended from any thread.
 
-#include <functional>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -29,9 +28,7 @@ struct BurntInTimeCode {
 
 class LiveSource final : public FrameSink {
  public:
-  // `on_ended` runs on the source's thread when the source stops by itself.
-  LiveSource(std::unique_ptr<FrameSource> source, std::string name,
-             std::function<void(const std::string& message)> on_ended);
+  LiveSource(std::unique_ptr<FrameSource> source, std::string name);
   ~LiveSource();
   LiveSource(const LiveSource&) = delete;
   LiveSource& operator=(const LiveSource&) = delete;
@@ -58,7 +55,6 @@ class LiveSource final : public FrameSink {
  private:
   std::unique_ptr<FrameSource> source_;
   std::string name_;
-  std::function<void(const std::string&)> on_ended_;
   mutable std::mutex mutex_;  // guards latest_, recorder_, end_message_
   std::shared_ptr<const Picture> latest_;
   std::shared_ptr<Recorder> recorder_;

@@ -54,8 +54,11 @@ class RealCaptureWindow final : public VfwCaptureWindow, public ConnectedDevice 
     const VideoDeviceEntry& entry = video[static_cast<std::size_t>(driver_index)];
     auto source = entry.open ? entry.open() : nullptr;
     if (!source) return false;
-    auto live = std::make_unique<LiveSource>(std::move(source), entry.name, nullptr);
-    if (!live->Start()) return false;
+    auto live = std::make_unique<LiveSource>(std::move(source), entry.name);
+    if (auto started = live->Start(); !started) {
+      devices_.ConnectFailed(started.error().message);
+      return false;
+    }
     live_ = std::move(live);
     device_name_ = entry.name;
     // The built-in camera sounds with the built-in tone; a real camera with the machine's first

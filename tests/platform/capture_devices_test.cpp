@@ -255,6 +255,7 @@ TEST_F(RealCaptureDevicesTest, CameraThatDoesNotAnswerFailsTheConnectInTime) {
   EXPECT_THROW(control->SetDeviceConnected(true), DeviceError);
   EXPECT_LT(std::chrono::steady_clock::now() - started, std::chrono::seconds(3));
   EXPECT_THROW(control->GetSnapshot(), DeviceError);
+  EXPECT_EQ(devices_->SourceMessage(), "The camera at " + camera.Url() + " sent no picture");
 }
 
 // A stream served from a local file records until the stream ends.
