@@ -10,8 +10,8 @@ namespace zr::platform::linux_impl {
 const std::vector<VideoCompressor>& KnownVideoCompressors() {
   using Kind = CompressorSettingKind;
   static const std::vector<VideoCompressor> known = {
-      {"Uncompressed", VideoCodec::Uncompressed, Kind::None, 0, 0, 0},
       {"MJPEG Compressor", VideoCodec::Mjpeg, Kind::Quality, 1, 100, 90},
+      {"Uncompressed", VideoCodec::Uncompressed, Kind::None, 0, 0, 0},
       {"MPEG-4 (DivX compatible)", VideoCodec::Mpeg4, Kind::BitRate, 64, 50000, 4000},
       {"H.264", VideoCodec::H264, Kind::Quality, 1, 100, 75},
       {"FFV1 (lossless)", VideoCodec::Ffv1, Kind::None, 0, 0, 0},

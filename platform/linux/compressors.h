@@ -1,6 +1,7 @@
 #pragma once
 // The compressors the capture back ends offer for movies: the video list that the capture
-// control and the capture window show, in a fixed order, holding only those this machine's
+// control and the capture window show, in a fixed order (Motion JPEG first, so that a set-up
+// that names compressor 0 records compressed movies), holding only those this machine's
 // FFmpeg can encode with; the one audio compressor, PCM; and the settings their configuration
 // dialogs keep.
 //

@@ -571,7 +571,7 @@ INSTANTIATE_TEST_SUITE_P(MissingEmptyOrText, NotAMovie,
 
 TEST(CompressorList, OffersTheKnownCompressorsInOrderWhereTheMachineCanEncode) {
   const std::vector<std::string> order = {
-      "Uncompressed", "MJPEG Compressor", "MPEG-4 (DivX compatible)",
+      "MJPEG Compressor", "Uncompressed", "MPEG-4 (DivX compatible)",
       "H.264",        "FFV1 (lossless)",  "HuffYUV (lossless)"};
   std::vector<std::string> known;
   for (const auto& compressor : KnownVideoCompressors()) known.push_back(compressor.name);
@@ -661,8 +661,8 @@ TEST(CompressorSettingsTest, EachKindOfBackEndHasItsOwnChoiceStartingWithMotionJ
   EXPECT_EQ(settings.Name(settings.ControlCompressor()), "MJPEG Compressor");
   EXPECT_EQ(settings.Name(settings.DriverCompressor()), "MJPEG Compressor");
   EXPECT_EQ(settings.At(settings.ControlCompressor()).default_value, 90);
-  ASSERT_TRUE(settings.SetControlCompressor(0));
-  EXPECT_EQ(settings.ControlCompressor(), 0);
+  ASSERT_TRUE(settings.SetControlCompressor(1));
+  EXPECT_EQ(settings.ControlCompressor(), 1);
   EXPECT_EQ(settings.Name(settings.DriverCompressor()), "MJPEG Compressor");
   EXPECT_FALSE(settings.SetDriverCompressor(settings.Count()));
   EXPECT_FALSE(settings.SetDriverCompressor(-1));
