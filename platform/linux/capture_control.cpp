@@ -153,18 +153,20 @@ class RealCaptureControl final : public VideoCaptureControl, public ConnectedDev
     }
     OpenSource(std::move(source), name);
   }
-  void SetPreviewEnabled(bool enabled) override { preview_ = enabled; }
+  // The picture is always delivered; how it is shown (preview, stretched, full screen) is the
+  // face's, drawn from the capture window's model.
+  void SetPreviewEnabled(bool) override {}
   void SetPreviewRate(int frames_per_second) override {
     devices_.SetPreviewRate(frames_per_second);
   }
-  void SetStretchPreview(bool stretch) override { stretch_ = stretch; }
+  void SetStretchPreview(bool) override {}
   bool OverlayEnabled() override {
     return false;
   }  // no overlay hardware: the picture is always drawn
   void SetOverlayEnabled(bool enabled) override {
     if (enabled) throw DeviceError("the device has no overlay");
   }
-  void SetFullScreenMode(bool full_screen) override { full_screen_ = full_screen; }
+  void SetFullScreenMode(bool) override {}
   bool AudioPreview() override { return audio_preview_; }
   void SetAudioPreview(bool on) override { audio_preview_ = on; }
   void SetUseVMR9(bool) override {}  // one renderer here: the face's
@@ -267,7 +269,7 @@ class RealCaptureControl final : public VideoCaptureControl, public ConnectedDev
     stream_playing_ = false;
   }
   void CloseStream() override { CloseSource(); }
-  void StreamFullScreen(int on) override { full_screen_ = on != 0; }
+  void StreamFullScreen(int) override {}
   void StreamVideoSize(int& width, int& height) override {
     width = live_ ? live_->Source().Width() : 0;
     height = live_ ? live_->Source().Height() : 0;
@@ -368,7 +370,7 @@ class RealCaptureControl final : public VideoCaptureControl, public ConnectedDev
   std::string url_;
   int audio_device_ = 0;
   int device_class_ = 0;
-  bool preview_ = false, stretch_ = false, full_screen_ = false, audio_preview_ = false;
+  bool audio_preview_ = false;
   bool capture_audio_ = false, limit_enabled_ = false, stream_playing_ = false;
   int limit_seconds_ = 0;
   std::string capture_file_;

@@ -139,7 +139,8 @@ Result<MultipartReader::Part> MultipartReader::NextPart() {
   auto head_end = FindBlankLine(after_delimiter);
   if (!head_end) return head_end.error();
   if (!*head_end) return Part();
-  const HttpHeaders headers = ParseHeaderLines(Text(after_delimiter, **head_end));
+  // The headers start on the line after the boundary's own.
+  const HttpHeaders headers = ParseHeaderLines(Text(**line_end + 1, **head_end));
   const std::size_t body_start = **head_end;
   if (const auto length = headers.ContentLength()) {
     if (*length > kLargestPicture) return Error{"a picture is too large", "MultipartReader"};
