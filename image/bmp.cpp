@@ -1,44 +1,27 @@
 #include "image/bmp.h"
 
-#include <array>
 #include <cstdint>
 #include <cstring>
 #include <fstream>
 #include <iterator>
 #include <vector>
 
+#include "image/dib.h"
+
 namespace zr {
-
-namespace {
-
-constexpr int kFileHeaderBytes = 14;
-constexpr int kInfoHeaderBytes = 40;
-
-void PutLittleEndian(std::vector<std::uint8_t>& bytes, std::size_t at, std::uint32_t value, int width) {
-  for (int i = 0; i < width; ++i) bytes[at + static_cast<std::size_t>(i)] = static_cast<std::uint8_t>(value >> (8 * i));
-}
-
-std::uint32_t GetLittleEndian(const std::vector<std::uint8_t>& bytes, std::size_t at, int width) {
-  std::uint32_t value = 0;
-  for (int i = width - 1; i >= 0; --i) value = (value << 8) | bytes[at + static_cast<std::size_t>(i)];
-  return value;
-}
-
-}  // namespace
 
 bool WriteBmpFile(const platform::Picture& picture, const std::string& path) {
   const std::uint32_t pixel_bytes = static_cast<std::uint32_t>(picture.bottom_up_bgr.size());
-  std::vector<std::uint8_t> header(kFileHeaderBytes + kInfoHeaderBytes, 0);
-  header[0] = 'B';
-  header[1] = 'M';
-  PutLittleEndian(header, 2, kFileHeaderBytes + kInfoHeaderBytes + pixel_bytes, 4);
-  PutLittleEndian(header, 10, kFileHeaderBytes + kInfoHeaderBytes, 4);
-  PutLittleEndian(header, 14, kInfoHeaderBytes, 4);
-  PutLittleEndian(header, 18, static_cast<std::uint32_t>(picture.width), 4);
-  PutLittleEndian(header, 22, static_cast<std::uint32_t>(picture.height), 4);
-  PutLittleEndian(header, 26, 1, 2);   // planes
-  PutLittleEndian(header, 28, 24, 2);  // bits per pixel
-  PutLittleEndian(header, 34, pixel_bytes, 4);
+  std::vector<std::uint8_t> header(kBitmapFileHeaderBytes + kBitmapInfoHeaderBytes, 0);
+  PutLittleEndian(header.data(), kBitmapFileType, 2);
+  PutLittleEndian(header.data() + 2, kBitmapFileHeaderBytes + kBitmapInfoHeaderBytes + pixel_bytes, 4);
+  PutLittleEndian(header.data() + 10, kBitmapFileHeaderBytes + kBitmapInfoHeaderBytes, 4);
+  PutLittleEndian(header.data() + 14, kBitmapInfoHeaderBytes, 4);
+  PutLittleEndian(header.data() + 18, static_cast<std::uint32_t>(picture.width), 4);
+  PutLittleEndian(header.data() + 22, static_cast<std::uint32_t>(picture.height), 4);
+  PutLittleEndian(header.data() + 26, 1, 2);   // planes
+  PutLittleEndian(header.data() + 28, 24, 2);  // bits per pixel
+  PutLittleEndian(header.data() + 34, pixel_bytes, 4);
   std::ofstream file(path, std::ios::binary | std::ios::trunc);
   if (!file) return false;
   file.write(reinterpret_cast<const char*>(header.data()), static_cast<std::streamsize>(header.size()));
@@ -50,13 +33,14 @@ std::optional<platform::Picture> ReadBmpFile(const std::string& path) {
   std::ifstream file(path, std::ios::binary);
   if (!file) return std::nullopt;
   std::vector<std::uint8_t> bytes((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
-  if (bytes.size() < kFileHeaderBytes + kInfoHeaderBytes || bytes[0] != 'B' || bytes[1] != 'M')
+  if (bytes.size() < kBitmapFileHeaderBytes + kBitmapInfoHeaderBytes ||
+      GetLittleEndian(bytes.data(), 2) != kBitmapFileType)
     return std::nullopt;
-  const std::uint32_t offset = GetLittleEndian(bytes, 10, 4);
-  const auto width = static_cast<std::int32_t>(GetLittleEndian(bytes, 18, 4));
-  const auto signed_height = static_cast<std::int32_t>(GetLittleEndian(bytes, 22, 4));
-  const std::uint32_t bits = GetLittleEndian(bytes, 28, 2);
-  const std::uint32_t compression = GetLittleEndian(bytes, 30, 4);
+  const std::uint32_t offset = GetLittleEndian(bytes.data() + 10, 4);
+  const auto width = static_cast<std::int32_t>(GetLittleEndian(bytes.data() + 18, 4));
+  const auto signed_height = static_cast<std::int32_t>(GetLittleEndian(bytes.data() + 22, 4));
+  const std::uint32_t bits = GetLittleEndian(bytes.data() + 28, 2);
+  const std::uint32_t compression = GetLittleEndian(bytes.data() + 30, 4);
   const int height = signed_height < 0 ? -signed_height : signed_height;
   if (bits != 24 || compression != 0 || width <= 0 || height <= 0 || width > 65535 || height > 65535)
     return std::nullopt;

@@ -3,6 +3,8 @@
 #include "core/formatting.h"
 #include "core/program_error.h"
 #include "image/bmp.h"
+#include "image/dib_section.h"
+#include "image/jpeg_file.h"
 
 namespace zr {
 
@@ -15,9 +17,14 @@ std::string Extension(const std::string& path) {
 
 }  // namespace
 
-void WritePictureFile(const platform::Picture& picture, const std::string& path, int) {
+void WritePictureFile(const platform::Picture& picture, const std::string& path, int quality) {
   const std::string extension = Extension(path);
-  if (extension == "jpg" || extension == "jpeg") throw NotBuiltYet("JPEG picture files");
+  if (extension == "jpg" || extension == "jpeg") {
+    cDIBSection dib;
+    dib.CreateFromPicture(picture);
+    if (!WriteJpegFile(dib, path, quality)) throw FileError("cannot write " + path);
+    return;
+  }
   if (!WriteBmpFile(picture, path)) throw FileError("cannot write " + path);
 }
 

@@ -9,7 +9,7 @@
 
 namespace zr {
 
-// Writes by extension (".bmp"; ".jpg" once the JPEG writer exists) at `quality` 0 to 100.
+// Writes by extension (".bmp", ".jpg" or ".jpeg") at `quality` 0 to 100.
 // Raises FileError when the file cannot be written.
 void WritePictureFile(const platform::Picture& picture, const std::string& path, int quality);
 

@@ -6,7 +6,7 @@ set -euo pipefail
 packages=(
   build-essential cmake ninja-build ccache pkg-config
   libavformat-dev libavcodec-dev libavutil-dev libswscale-dev libavdevice-dev
-  libturbojpeg0-dev libasound2-dev
+  libturbojpeg0-dev libasound2-dev libfreetype-dev libfontconfig-dev fonts-liberation
   libgtest-dev libgmock-dev libbenchmark-dev
   ffmpeg
 )

@@ -1,0 +1,83 @@
+#include "image/dib.h"
+
+#include <cstring>
+#include <fstream>
+
+namespace zr {
+
+void PutLittleEndian(std::uint8_t* at, std::uint32_t value, int width) {
+  for (int i = 0; i < width; ++i) at[i] = static_cast<std::uint8_t>(value >> (8 * i));
+}
+
+std::uint32_t GetLittleEndian(const std::uint8_t* at, int width) {
+  std::uint32_t value = 0;
+  for (int i = width - 1; i >= 0; --i) value = (value << 8) | at[i];
+  return value;
+}
+
+namespace {
+
+bool ReadAt(std::ifstream& file, std::streamoff position, std::uint8_t* into, std::size_t count) {
+  file.clear();
+  file.seekg(position);
+  file.read(reinterpret_cast<char*>(into), static_cast<std::streamsize>(count));
+  return static_cast<std::size_t>(file.gcount()) == count;
+}
+
+void Write(std::ostream& file, const std::uint8_t* bytes, std::size_t count) {
+  file.write(reinterpret_cast<const char*>(bytes), static_cast<std::streamsize>(count));
+}
+
+}  // namespace
+
+bool cDib::CreateFromFile(const std::string& name) {
+  std::ifstream file(name, std::ios::binary);
+  if (!file) return false;
+  std::array<std::uint8_t, kBitmapFileHeaderBytes> file_header{};
+  std::array<std::uint8_t, kBitmapInfoHeaderBytes> info_header{};
+  if (!ReadAt(file, 0, file_header.data(), file_header.size())) return false;
+  if (GetLittleEndian(file_header.data(), 2) != kBitmapFileType) return false;
+  if (!ReadAt(file, kBitmapFileHeaderBytes, info_header.data(), info_header.size())) return false;
+  const std::uint32_t offset = GetLittleEndian(file_header.data() + 10, 4);
+  if (offset < kBitmapFileHeaderBytes) return false;
+  // A file shorter than its headers say leaves the missing bytes zero.
+  std::vector<std::uint8_t> bits(GetLittleEndian(info_header.data() + 20, 4), 0);
+  ReadAt(file, offset, bits.data(), bits.size());
+  std::vector<std::uint8_t> info(offset - kBitmapFileHeaderBytes, 0);
+  ReadAt(file, kBitmapFileHeaderBytes, info.data(), info.size());
+  file_header_ = file_header;
+  info_header_ = info_header;
+  bits_ = std::move(bits);
+  info_ = std::move(info);
+  return true;
+}
+
+bool cDib::CreateFromPackedDIBPointer(const std::uint8_t* pointer) {
+  std::array<std::uint8_t, kBitmapInfoHeaderBytes> info_header{};
+  std::memcpy(info_header.data(), pointer, info_header.size());
+  const std::uint32_t bit_count = GetLittleEndian(info_header.data() + 14, 2);
+  const std::uint32_t image_size = GetLittleEndian(info_header.data() + 20, 4);
+  if (bit_count < 16 || image_size < 1) return false;
+  info_header_ = info_header;
+  bits_.assign(pointer + kBitmapInfoHeaderBytes, pointer + kBitmapInfoHeaderBytes + image_size);
+  info_.assign(info_header.begin(), info_header.end());
+  file_header_.fill(0);
+  PutLittleEndian(file_header_.data(), kBitmapFileType, 2);
+  // The size field counts one byte more than the file holds; readers go by the offset.
+  PutLittleEndian(file_header_.data() + 2, image_size + 55, 4);
+  PutLittleEndian(file_header_.data() + 10, kBitmapFileHeaderBytes + kBitmapInfoHeaderBytes, 4);
+  return true;
+}
+
+bool cDib::WriteToFile(const std::string& name) const {
+  // Opened for update so that an existing file is overwritten in place, not cut.
+  std::fstream file(name, std::ios::binary | std::ios::in | std::ios::out);
+  if (!file.is_open()) file.open(name, std::ios::binary | std::ios::out);
+  if (!file.is_open()) return false;
+  Write(file, file_header_.data(), file_header_.size());
+  Write(file, info_.data(), info_.size());
+  Write(file, bits_.data(), bits_.size());
+  return static_cast<bool>(file);
+}
+
+}  // namespace zr

@@ -1,0 +1,157 @@
+// The drawable bitmap: row sizes, blits, noise, the resampler's worked values and the clipboard.
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <cstring>
+
+#include "apps/scenario/world.h"
+#include "image/dib_section.h"
+
+namespace zr {
+namespace {
+
+TEST(DibSection, RowsArePaddedToFourBytes) {
+  cDIBSection dib;
+  const std::array<std::array<long, 2>, 4> cases{{{1, 4}, {4, 12}, {5, 16}, {3, 12}}};
+  for (const auto& [width, stride] : cases) {
+    ASSERT_TRUE(dib.Create(static_cast<int>(width), 2));
+    EXPECT_EQ(dib.BytesPerScanLine(), stride) << "width " << width;
+    EXPECT_EQ(dib.Width(), width);
+    EXPECT_EQ(dib.Height(), 2);
+  }
+  EXPECT_FALSE(dib.Create(0, 5));
+  EXPECT_EQ(dib.Width(), 0);
+  EXPECT_EQ(dib.DIBSectionBitsPtr(), nullptr);
+}
+
+platform::Picture NumberedPicture(int width, int height) {
+  platform::Picture picture = platform::Picture::Blank(width, height);
+  for (int y = 0; y < height; ++y)
+    for (int x = 0; x < width; ++x)
+      for (int c = 0; c < 3; ++c) picture.PixelFromTop(x, y)[c] = static_cast<std::uint8_t>(y * 40 + x * 3 + c);
+  return picture;
+}
+
+TEST(DibSection, BlitsCopyFromTheTopAndNegativeSizesMeanTheWholeBitmap) {
+  const platform::Picture source = NumberedPicture(5, 3);
+  cDIBSection dib;
+  ASSERT_TRUE(dib.CreateFromPicture(source));
+  EXPECT_EQ(dib.Pixels().bottom_up_bgr, source.bottom_up_bgr);
+
+  // A part of the source, from (1, 1): the rest of the bitmap stays black.
+  ASSERT_TRUE(dib.Create(3, 3));
+  dib.LoadPictureBlt(source, 1, 1, 2, 5);
+  EXPECT_EQ(dib.Pixels().PixelFromTop(0, 0)[0], source.PixelFromTop(1, 1)[0]);
+  EXPECT_EQ(dib.Pixels().PixelFromTop(1, 1)[2], source.PixelFromTop(2, 2)[2]);
+  EXPECT_EQ(dib.Pixels().PixelFromTop(2, 0)[0], 0);
+  EXPECT_EQ(dib.Pixels().PixelFromTop(0, 2)[1], 0);
+
+  // Painting the whole bitmap at (2, 1) of a larger picture, clipped at its right edge.
+  platform::Picture target = platform::Picture::Blank(4, 4);
+  dib.PaintPicture(target, 2, 1, -1, -1);
+  EXPECT_EQ(target.PixelFromTop(2, 1)[0], source.PixelFromTop(1, 1)[0]);
+  EXPECT_EQ(target.PixelFromTop(3, 2)[1], source.PixelFromTop(2, 2)[1]);
+  EXPECT_EQ(target.PixelFromTop(1, 1)[0], 0);
+  EXPECT_EQ(target.PixelFromTop(2, 0)[0], 0);
+}
+
+TEST(DibSection, NoiseFollowsItsSeedAndLeavesThePaddingAlone) {
+  cDIBSection first, second, other;
+  for (cDIBSection* dib : {&first, &second, &other}) ASSERT_TRUE(dib->Create(5, 4));
+  first.RandomiseBits(true, 42);
+  second.RandomiseBits(true, 42);
+  other.RandomiseBits(true, 43);
+  EXPECT_EQ(first.Pixels().bottom_up_bgr, second.Pixels().bottom_up_bgr);
+  EXPECT_NE(first.Pixels().bottom_up_bgr, other.Pixels().bottom_up_bgr);
+  bool varied = false;
+  for (int y = 0; y < 4; ++y) {
+    for (int x = 0; x < 5; ++x) {
+      const std::uint8_t* pixel = first.Pixels().PixelFromTop(x, y);
+      EXPECT_EQ(pixel[0], pixel[1]);
+      EXPECT_EQ(pixel[1], pixel[2]);
+      varied = varied || pixel[0] != first.Pixels().PixelFromTop(0, 0)[0];
+    }
+    EXPECT_EQ(first.Pixels().PixelFromTop(4, y)[3], 0) << "padding of row " << y;
+  }
+  EXPECT_TRUE(varied);
+
+  first.RandomiseBits(false, 7);
+  bool green_differs_from_red = false;
+  for (int y = 0; y < 4; ++y)
+    for (int x = 0; x < 5; ++x) {
+      const std::uint8_t* pixel = first.Pixels().PixelFromTop(x, y);
+      EXPECT_EQ(pixel[0], 0);
+      green_differs_from_red = green_differs_from_red || pixel[1] != pixel[2];
+    }
+  EXPECT_TRUE(green_differs_from_red);
+}
+
+TEST(DibSection, ResampleTwoByTwoToFourByFourFollowsTheBilinearRule) {
+  cDIBSection source;
+  ASSERT_TRUE(source.Create(2, 2));
+  // Rows in memory order, 8 bytes each: blue differs per pixel, green 7, red 250.
+  const std::array<std::uint8_t, 16> bits{0, 7, 250, 100, 7, 250, 0, 0,    //
+                                          200, 7, 250, 40, 7, 250, 0, 0};  //
+  std::memcpy(source.DIBSectionBitsPtr(), bits.data(), bits.size());
+
+  const cDIBSection resampled = source.Resample(4, 4);
+  ASSERT_EQ(resampled.Width(), 4);
+  ASSERT_EQ(resampled.Height(), 4);
+  // Scales 0.25: rows mix row 0 and 1 by 0, 1/4, 1/2, 3/4 and round; then columns the same.
+  // The last column (sx = 0.75) never reaches the right pixel alone. Halves round to even:
+  // 67.5 gives 68, 92.5 gives 92, 102.5 gives 102.
+  const std::array<std::array<int, 4>, 4> expected_blue{{{0, 25, 50, 75},
+                                                         {50, 59, 68, 76},
+                                                         {100, 92, 85, 78},
+                                                         {150, 126, 102, 79}}};
+  for (int y = 0; y < 4; ++y)
+    for (int x = 0; x < 4; ++x) {
+      const std::uint8_t* pixel = resampled.DIBSectionBitsPtr() + y * resampled.BytesPerScanLine() + x * 3;
+      EXPECT_EQ(pixel[0], expected_blue[y][x]) << "x " << x << " y " << y;
+      EXPECT_EQ(pixel[1], 7);
+      EXPECT_EQ(pixel[2], 250);
+    }
+}
+
+TEST(DibSection, ResampleToTheSameSizeIsAPlainCopy) {
+  cDIBSection source;
+  ASSERT_TRUE(source.Create(7, 3));
+  source.RandomiseBits(false, 1234);
+  const cDIBSection copy = source.Resample(3, 7);
+  EXPECT_EQ(copy.Pixels().bottom_up_bgr, source.Pixels().bottom_up_bgr);
+  EXPECT_NE(copy.DIBSectionBitsPtr(), source.DIBSectionBitsPtr());
+  // A one-pixel source stays inside its bytes when it grows.
+  cDIBSection column;
+  ASSERT_TRUE(column.Create(1, 1));
+  column.DIBSectionBitsPtr()[0] = 90;
+  EXPECT_EQ(column.Resample(2, 2).DIBSectionBitsPtr()[0], 90);
+}
+
+TEST(DibSection, ClipboardTakesPicturesButNotTheDibFormat) {
+  scenario::World world;
+  Program& program = world.MakeProgram();
+  cDIBSection dib;
+  ASSERT_TRUE(dib.Create(3, 2));
+  dib.RandomiseBits(true, 5);
+
+  EXPECT_FALSE(dib.CopyToClipboard(program, true));
+  ASSERT_EQ(world.dialogs.Shown().size(), 1u);
+  EXPECT_EQ(world.dialogs.Shown()[0].message.text,
+            "I don't know how to put a DIB on the clipboard! Copy as bitmap instead!!!");
+  EXPECT_EQ(world.dialogs.Shown()[0].message.title, kAppTitle);
+  EXPECT_FALSE(world.clipboard.GetPicture().has_value());
+
+  EXPECT_TRUE(dib.CopyToClipboard(program, false));
+  const auto copied = world.clipboard.GetPicture();
+  ASSERT_TRUE(copied.has_value());
+  EXPECT_EQ(copied->bottom_up_bgr, dib.Pixels().bottom_up_bgr);
+  EXPECT_EQ(world.dialogs.Shown().size(), 1u);
+
+  dib.ClearUp();
+  EXPECT_EQ(dib.Width(), 0);
+  EXPECT_FALSE(dib.CopyToClipboard(program, false));
+}
+
+}  // namespace
+}  // namespace zr

@@ -1,0 +1,146 @@
+// JPEG files from the bitmap: decoded back by the compressor's own reader and by ffprobe, the
+// quality passed through, odd widths with their padding, and the failure messages.
+
+#include <gtest/gtest.h>
+#include <turbojpeg.h>
+
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <vector>
+
+#include "apps/scenario/world.h"
+#include "core/master.h"
+#include "core/program_error.h"
+#include "image/jpeg_file.h"
+#include "image/picture_writer.h"
+#include "tests/support/movie_probe.h"
+
+namespace zr {
+namespace {
+
+struct Decoded {
+  int width = 0;
+  int height = 0;
+  std::vector<std::uint8_t> top_down_rgb;
+  const std::uint8_t* Pixel(int x, int y) const { return top_down_rgb.data() + (y * width + x) * 3; }
+};
+
+Decoded Decode(const std::string& path) {
+  std::ifstream file(path, std::ios::binary);
+  std::vector<unsigned char> jpeg{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+  Decoded decoded;
+  tjhandle handle = tjInitDecompress();
+  int subsampling = 0, colourspace = 0;
+  if (tjDecompressHeader3(handle, jpeg.data(), jpeg.size(), &decoded.width, &decoded.height, &subsampling,
+                          &colourspace) == 0) {
+    decoded.top_down_rgb.resize(static_cast<std::size_t>(decoded.width) * decoded.height * 3);
+    if (tjDecompress2(handle, jpeg.data(), jpeg.size(), decoded.top_down_rgb.data(), decoded.width, 0,
+                      decoded.height, TJPF_RGB, 0) != 0)
+      decoded = Decoded{};
+  }
+  tjDestroy(handle);
+  return decoded;
+}
+
+// Red above, blue below, as the operator sees it.
+platform::Picture RedOverBlue(int width, int height) {
+  platform::Picture picture = platform::Picture::Blank(width, height);
+  for (int y = 0; y < height; ++y)
+    for (int x = 0; x < width; ++x) {
+      std::uint8_t* pixel = picture.PixelFromTop(x, y);
+      pixel[y < height / 2 ? 2 : 0] = 255;
+    }
+  return picture;
+}
+
+class JpegFiles : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    folder_ = std::filesystem::temp_directory_path() /
+              ("zr-jpeg-" + std::to_string(::testing::UnitTest::GetInstance()->random_seed()) + "-" +
+               ::testing::UnitTest::GetInstance()->current_test_info()->name());
+    std::filesystem::create_directories(folder_);
+  }
+  void TearDown() override { std::filesystem::remove_all(folder_); }
+  std::string File(const std::string& name) const { return (folder_ / name).string(); }
+
+  scenario::World world;
+  std::filesystem::path folder_;
+};
+
+TEST_F(JpegFiles, OddWidthsComeOutTheRightWayUpAtTheirSize) {
+  Program& program = world.MakeProgram();
+  for (const int width : {33, 34, 35, 36}) {
+    SCOPED_TRACE("width " + std::to_string(width));
+    cDIBSection dib;
+    ASSERT_TRUE(dib.CreateFromPicture(RedOverBlue(width, 24)));
+    EXPECT_EQ(dib.BytesPerScanLine() - width * 3, (4 - width * 3 % 4) % 4);
+    const std::string path = File("odd" + std::to_string(width) + ".jpg");
+    ASSERT_TRUE(SaveJPG(program, dib, path, 90));
+
+    const Decoded decoded = Decode(path);
+    ASSERT_EQ(decoded.width, width);
+    ASSERT_EQ(decoded.height, 24);
+    // Rows read with the wrong pitch would slant the edge; bottom-up read as top-down flips it.
+    for (const int x : {0, width / 2, width - 1}) {
+      EXPECT_GT(decoded.Pixel(x, 2)[0], 200);
+      EXPECT_LT(decoded.Pixel(x, 2)[2], 60);
+      EXPECT_GT(decoded.Pixel(x, 21)[2], 200);
+      EXPECT_LT(decoded.Pixel(x, 21)[0], 60);
+    }
+    const auto probed = testing::ProbeStream(path, 'v', "width,height");
+    EXPECT_EQ(probed.count("width") ? probed.at("width") : "", std::to_string(width));
+    EXPECT_EQ(probed.count("height") ? probed.at("height") : "", "24");
+  }
+  EXPECT_TRUE(world.dialogs.Shown().empty());
+}
+
+TEST_F(JpegFiles, QualityIsPassedThrough) {
+  Program& program = world.MakeProgram();
+  cDIBSection dib;
+  ASSERT_TRUE(dib.Create(64, 48));
+  dib.RandomiseBits(false, 99);
+  ASSERT_TRUE(SaveJPG(program, dib, File("q1.jpg"), 1));
+  ASSERT_TRUE(SaveJPG(program, dib, File("q100.jpg"), 100));
+  const auto low = std::filesystem::file_size(File("q1.jpg"));
+  const auto high = std::filesystem::file_size(File("q100.jpg"));
+  EXPECT_GT(high, low * 3);
+  EXPECT_EQ(Decode(File("q1.jpg")).width, 64);
+  EXPECT_EQ(Decode(File("q100.jpg")).height, 48);
+}
+
+TEST_F(JpegFiles, AFileThatCannotBeWrittenSaysSo) {
+  world.Start();
+  Program& program = world.program();
+  cDIBSection dib;
+  ASSERT_TRUE(dib.Create(8, 8));
+  const std::string path = File("no-such-folder/x.jpg");
+  const std::size_t shown_before = world.dialogs.Shown().size();
+  EXPECT_FALSE(SaveJPG(program, dib, path, 75));
+  ASSERT_EQ(world.dialogs.Shown().size(), shown_before + 1);
+  const auto& box = world.dialogs.Shown().back().message;
+  EXPECT_EQ(box.text, "Failed to save to JPG");
+  EXPECT_EQ(box.icon, platform::MessageIcon::Exclamation);
+  EXPECT_EQ(box.title, kAppTitle);
+
+  SaveJPEGPicture(program, RedOverBlue(8, 8), path, 75);
+  EXPECT_EQ(program.Master().StatusString.Caption.get(), "Error writing " + path + "JPEG File.");
+  EXPECT_EQ(world.dialogs.Shown().back().message.text, "Failed to save to JPG");
+
+  SaveJPEGPicture(program, RedOverBlue(8, 8), File("fine.jpg"), 75);
+  EXPECT_EQ(Decode(File("fine.jpg")).width, 8);
+}
+
+TEST_F(JpegFiles, ThePictureWriterWritesJpegByExtension) {
+  const platform::Picture picture = RedOverBlue(21, 10);
+  WritePictureFile(picture, File("still.JPEG"), 80);
+  const Decoded decoded = Decode(File("still.JPEG"));
+  EXPECT_EQ(decoded.width, 21);
+  EXPECT_EQ(decoded.height, 10);
+  EXPECT_GT(decoded.Pixel(10, 1)[0], 200);
+  EXPECT_THROW(WritePictureFile(picture, File("missing/still.jpg"), 80), FileError);
+}
+
+}  // namespace
+}  // namespace zr
