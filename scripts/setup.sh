@@ -8,7 +8,7 @@ packages=(
   libavformat-dev libavcodec-dev libavutil-dev libswscale-dev libavdevice-dev
   libturbojpeg0-dev libasound2-dev libfreetype-dev libfontconfig-dev fonts-liberation
   libgtest-dev libgmock-dev libbenchmark-dev
-  ffmpeg
+  ffmpeg libjpeg-turbo-progs
 )
 
 missing=()
