@@ -13,33 +13,24 @@ namespace {
 
 TEST(DibSection, RowsArePaddedToFourBytes) {
   cDIBSection dib;
-  const std::array<std::array<long, 2>, 4> cases{{{1, 4}, {4, 12}, {5, 16}, {3, 12}}};
-  for (const auto& [width, stride] : cases) {
+  for (const auto& [width, stride] : std::array<std::array<long, 2>, 4>{{{1, 4}, {4, 12}, {5, 16}, {3, 12}}}) {
     ASSERT_TRUE(dib.Create(static_cast<int>(width), 2));
     EXPECT_EQ(dib.BytesPerScanLine(), stride) << "width " << width;
-    EXPECT_EQ(dib.Width(), width);
-    EXPECT_EQ(dib.Height(), 2);
   }
   EXPECT_FALSE(dib.Create(0, 5));
-  EXPECT_EQ(dib.Width(), 0);
   EXPECT_EQ(dib.DIBSectionBitsPtr(), nullptr);
 }
 
-platform::Picture NumberedPicture(int width, int height) {
-  platform::Picture picture = platform::Picture::Blank(width, height);
-  for (int y = 0; y < height; ++y)
-    for (int x = 0; x < width; ++x)
-      for (int c = 0; c < 3; ++c) picture.PixelFromTop(x, y)[c] = static_cast<std::uint8_t>(y * 40 + x * 3 + c);
-  return picture;
-}
-
 TEST(DibSection, BlitsCopyFromTheTopAndNegativeSizesMeanTheWholeBitmap) {
-  const platform::Picture source = NumberedPicture(5, 3);
+  platform::Picture source = platform::Picture::Blank(5, 3);  // numbered pixels, black padding
+  for (int y = 0; y < 3; ++y)
+    for (int x = 0; x < 5; ++x)
+      for (int c = 0; c < 3; ++c) source.PixelFromTop(x, y)[c] = static_cast<std::uint8_t>(y * 40 + x * 3 + c + 1);
   cDIBSection dib;
   ASSERT_TRUE(dib.CreateFromPicture(source));
   EXPECT_EQ(dib.Pixels().bottom_up_bgr, source.bottom_up_bgr);
 
-  // A part of the source, from (1, 1): the rest of the bitmap stays black.
+  // A part of the source from (1, 1); the rest of the bitmap stays black.
   ASSERT_TRUE(dib.Create(3, 3));
   dib.LoadPictureBlt(source, 1, 1, 2, 5);
   EXPECT_EQ(dib.Pixels().PixelFromTop(0, 0)[0], source.PixelFromTop(1, 1)[0]);
@@ -47,7 +38,7 @@ TEST(DibSection, BlitsCopyFromTheTopAndNegativeSizesMeanTheWholeBitmap) {
   EXPECT_EQ(dib.Pixels().PixelFromTop(2, 0)[0], 0);
   EXPECT_EQ(dib.Pixels().PixelFromTop(0, 2)[1], 0);
 
-  // Painting the whole bitmap at (2, 1) of a larger picture, clipped at its right edge.
+  // The whole bitmap painted at (2, 1) of a larger picture, clipped at its right edge.
   platform::Picture target = platform::Picture::Blank(4, 4);
   dib.PaintPicture(target, 2, 1, -1, -1);
   EXPECT_EQ(target.PixelFromTop(2, 1)[0], source.PixelFromTop(1, 1)[0]);
@@ -57,33 +48,27 @@ TEST(DibSection, BlitsCopyFromTheTopAndNegativeSizesMeanTheWholeBitmap) {
 }
 
 TEST(DibSection, NoiseFollowsItsSeedAndLeavesThePaddingAlone) {
-  cDIBSection first, second, other;
-  for (cDIBSection* dib : {&first, &second, &other}) ASSERT_TRUE(dib->Create(5, 4));
-  first.RandomiseBits(true, 42);
+  cDIBSection first, second, coloured;
+  for (cDIBSection* dib : {&first, &second, &coloured}) ASSERT_TRUE(dib->Create(5, 4));
+  first.RandomiseBits(true, 43);
   second.RandomiseBits(true, 42);
-  other.RandomiseBits(true, 43);
+  EXPECT_NE(first.Pixels().bottom_up_bgr, second.Pixels().bottom_up_bgr);
+  first.RandomiseBits(true, 42);
   EXPECT_EQ(first.Pixels().bottom_up_bgr, second.Pixels().bottom_up_bgr);
-  EXPECT_NE(first.Pixels().bottom_up_bgr, other.Pixels().bottom_up_bgr);
-  bool varied = false;
+  coloured.RandomiseBits(false, 7);
+  bool grey_varies = false, green_differs_from_red = false;
   for (int y = 0; y < 4; ++y) {
     for (int x = 0; x < 5; ++x) {
-      const std::uint8_t* pixel = first.Pixels().PixelFromTop(x, y);
-      EXPECT_EQ(pixel[0], pixel[1]);
-      EXPECT_EQ(pixel[1], pixel[2]);
-      varied = varied || pixel[0] != first.Pixels().PixelFromTop(0, 0)[0];
+      const std::uint8_t* grey = first.Pixels().PixelFromTop(x, y);
+      EXPECT_TRUE(grey[0] == grey[1] && grey[1] == grey[2]) << x << ", " << y;
+      grey_varies = grey_varies || grey[0] != first.Pixels().PixelFromTop(0, 0)[0];
+      const std::uint8_t* colour = coloured.Pixels().PixelFromTop(x, y);
+      EXPECT_EQ(colour[0], 0);
+      green_differs_from_red = green_differs_from_red || colour[1] != colour[2];
     }
     EXPECT_EQ(first.Pixels().PixelFromTop(4, y)[3], 0) << "padding of row " << y;
   }
-  EXPECT_TRUE(varied);
-
-  first.RandomiseBits(false, 7);
-  bool green_differs_from_red = false;
-  for (int y = 0; y < 4; ++y)
-    for (int x = 0; x < 5; ++x) {
-      const std::uint8_t* pixel = first.Pixels().PixelFromTop(x, y);
-      EXPECT_EQ(pixel[0], 0);
-      green_differs_from_red = green_differs_from_red || pixel[1] != pixel[2];
-    }
+  EXPECT_TRUE(grey_varies);
   EXPECT_TRUE(green_differs_from_red);
 }
 
@@ -122,10 +107,9 @@ TEST(DibSection, ResampleToTheSameSizeIsAPlainCopy) {
   EXPECT_EQ(copy.Pixels().bottom_up_bgr, source.Pixels().bottom_up_bgr);
   EXPECT_NE(copy.DIBSectionBitsPtr(), source.DIBSectionBitsPtr());
   // A one-pixel source stays inside its bytes when it grows.
-  cDIBSection column;
-  ASSERT_TRUE(column.Create(1, 1));
-  column.DIBSectionBitsPtr()[0] = 90;
-  EXPECT_EQ(column.Resample(2, 2).DIBSectionBitsPtr()[0], 90);
+  ASSERT_TRUE(source.Create(1, 1));
+  source.DIBSectionBitsPtr()[0] = 90;
+  EXPECT_EQ(source.Resample(2, 2).DIBSectionBitsPtr()[0], 90);
 }
 
 TEST(DibSection, ClipboardTakesPicturesButNotTheDibFormat) {
@@ -139,17 +123,13 @@ TEST(DibSection, ClipboardTakesPicturesButNotTheDibFormat) {
   ASSERT_EQ(world.dialogs.Shown().size(), 1u);
   EXPECT_EQ(world.dialogs.Shown()[0].message.text,
             "I don't know how to put a DIB on the clipboard! Copy as bitmap instead!!!");
-  EXPECT_EQ(world.dialogs.Shown()[0].message.title, kAppTitle);
   EXPECT_FALSE(world.clipboard.GetPicture().has_value());
 
   EXPECT_TRUE(dib.CopyToClipboard(program, false));
   const auto copied = world.clipboard.GetPicture();
   ASSERT_TRUE(copied.has_value());
   EXPECT_EQ(copied->bottom_up_bgr, dib.Pixels().bottom_up_bgr);
-  EXPECT_EQ(world.dialogs.Shown().size(), 1u);
-
   dib.ClearUp();
-  EXPECT_EQ(dib.Width(), 0);
   EXPECT_FALSE(dib.CopyToClipboard(program, false));
 }
 
