@@ -244,7 +244,6 @@ void VideoScreen::ShowTCR() {
   auto& master = program_.Master();
   ResumeNext([&] {
     if (master.MovieToolbar.Button("tcr").Value == 1 && program_.state.CaptureType == "movie") {
-      constexpr double kTwipsPerPixel = 15;
       constexpr double kCodeWidthEm = 8 * 0.556 + 3 * 0.278;  // "00:00:00:00"
       constexpr double kLineHeightEm = 1.15;
       int size = RoundHalfEven(control_->VideoHeight() * control_->VideoWidth() * 0.00005);
@@ -254,7 +253,7 @@ void VideoScreen::ShowTCR() {
       const double text_height = kLineHeightEm * size * 20;
       const double control_width = Width * kTwipsPerPixel;
       const double control_height = Height * kTwipsPerPixel;
-      const int x = RoundHalfEven(RoundHalfEven((control_width - text_width) / 2) / kTwipsPerPixel);
+      const int x = RoundHalfEven(RoundHalfEven((control_width - text_width) / 2) / static_cast<double>(kTwipsPerPixel));
       const int y = RoundHalfEven(control_height / kTwipsPerPixel - 2 * text_height / kTwipsPerPixel);
       control_->DrawVideoText(0, "SMPTE", x, y, "Arial", size, ui::Rgb(255, 255, 255), 0);
     } else {

@@ -56,6 +56,10 @@ std::string LeadingBlank(double value);
 // range; a number too small for a double is 0.
 double NumericPrefix(std::string_view text);
 
+// The screen's unit of the windows' sizes and positions: 15 twips to the pixel (96 dots to
+// the inch, 1440 twips to the inch).
+inline constexpr int kTwipsPerPixel = 15;
+
 // A floating value to the nearest integer, halves to the even neighbour: 2.5 -> 2, 3.5 -> 4,
 // -2.5 -> -2. Raises OverflowError when the rounded value is beyond the 32-bit range, and for
 // NaN.

@@ -16,7 +16,6 @@ namespace zr {
 
 namespace {
 
-constexpr int kTwipsPerPixel = 15;
 constexpr int kDefaultWidthPixels = 800;
 constexpr int kDefaultHeightPixels = 600;
 constexpr int kMinimumWidthPixels = 665;

@@ -10,6 +10,7 @@
 #include <string>
 #include <string_view>
 
+#include "core/formatting.h"
 #include "platform/picture.h"
 #include "platform/result.h"
 
@@ -18,8 +19,7 @@ struct FT_FaceRec_;
 
 namespace zr {
 
-// Screen resolution the point sizes are taken at: 15 twips to the pixel.
-inline constexpr int kTwipsPerPixel = 15;
+// Screen resolution the point sizes are taken at.
 inline constexpr int kScreenDotsPerInch = 1440 / kTwipsPerPixel;
 
 struct FontRequest {
