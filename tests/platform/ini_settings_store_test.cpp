@@ -27,26 +27,23 @@ fs::path MakeTemporaryFolder() {
   return pattern;
 }
 
+std::string ReadText(const std::string& path) {
+  std::ifstream in(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+}
+
 class IniSettingsStoreTest : public ::testing::Test {
  protected:
   ~IniSettingsStoreTest() override { fs::remove_all(root_); }
 
-  std::string FilePath(const std::string& application) const {
-    return folder_ + application + ".ini";
-  }
-  std::string ReadText(const std::string& path) const {
-    std::ifstream in(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
-  }
+  std::string FilePath(const std::string& application) const { return folder_ + application + ".ini"; }
   void WriteText(const std::string& path, const std::string& text) const {
     fs::create_directories(folder_);
     std::ofstream(path, std::ios::binary) << text;
   }
   std::vector<std::string> FolderEntries() const {
     std::vector<std::string> names;
-    for (const auto& entry : fs::directory_iterator(folder_)) {
-      names.push_back(entry.path().filename().string());
-    }
+    for (const auto& entry : fs::directory_iterator(folder_)) names.push_back(entry.path().filename().string());
     std::sort(names.begin(), names.end());
     return names;
   }
@@ -72,17 +69,10 @@ TEST_F(IniSettingsStoreTest, MissingFolderFileSectionOrKeyGiveTheDefaultSilently
 }
 
 TEST_F(IniSettingsStoreTest, ValuesComeBackByteForByte) {
-  const std::vector<std::string> values = {"a=b=c",
-                                           "  blanks both sides  ",
-                                           "",
-                                           "one\ntwo\r\nthree\r",
-                                           R"(C:\new\\path\)",
-                                           "caf\xe9 Latin-1",
-                                           "UTF-8 \xc3\xbc\xc3\xa9",
+  const std::vector<std::string> values = {"a=b=c", "  blanks both sides  ", "", "one\ntwo\r\nthree\r",
+                                           R"(C:\new\\path\)", "caf\xe9 Latin-1", "UTF-8 \xc3\xbc\xc3\xa9",
                                            std::string("nul\0inside", 10)};
-  for (std::size_t i = 0; i < values.size(); ++i) {
-    store_.Save("ZR", "Values", "V" + std::to_string(i), values[i]);
-  }
+  for (std::size_t i = 0; i < values.size(); ++i) store_.Save("ZR", "Values", "V" + std::to_string(i), values[i]);
   IniSettingsStore fresh(folder_, errors_);
   for (std::size_t i = 0; i < values.size(); ++i) {
     EXPECT_EQ(fresh.Find("ZR", "Values", "V" + std::to_string(i)), values[i]) << i;
@@ -106,76 +96,51 @@ TEST_F(IniSettingsStoreTest, NamesMatchWithoutAsciiCaseAndKeepTheirFirstSpelling
 }
 
 TEST_F(IniSettingsStoreTest, HandWrittenFileIsReadAndNothingElseIsLostOnRewrite) {
-  WriteText(FilePath("Video Zandrell"),
-            "; written by hand\r\n"
-            "Orphan=before any section\r\n"
-            "\r\n"
-            "  [ window ]  \r\n"
-            "# Top=999 is only a comment\r\n"
-            "  Top = 120\r\n"
-            "Unknown=kept\r\n"
-            "junk without equals\r\n"
-            "[System]\r\n"
-            "LastDevice=Cam\r\n"
-            "[Window]\r\n"
-            "Left=1\r\n"
-            "Width=5");
-  EXPECT_EQ(store_.Get("Video Zandrell", "Window", "Top", ""), " 120");
-  EXPECT_EQ(store_.Get("Video Zandrell", "Window", "Left", "none"), "1");
-  EXPECT_EQ(store_.Get("Video Zandrell", "Window", "Width", ""), "5");
+  const std::string app = "Video Zandrell";
+  WriteText(FilePath(app),
+            "; written by hand\r\nOrphan=before any section\r\n\r\n  [ window ]  \r\n# Top=999 is only a comment\r\n"
+            "  Top = 120\r\nUnknown=kept\r\njunk without equals\r\n[System]\r\nLastDevice=Cam\r\n"
+            "[Window]\r\nLeft=1\r\nWidth=5");
+  EXPECT_EQ(store_.Get(app, "Window", "Top", ""), " 120");
+  EXPECT_EQ(store_.Get(app, "Window", "Left", "none"), "1");
+  EXPECT_EQ(store_.Get(app, "Window", "Width", ""), "5");
 
-  store_.Save("Video Zandrell", "Window", "Top", "7");
-  store_.Save("Video Zandrell", "Window", "Height", "600");
-  store_.Save("Video Zandrell", "Window", "Left", "2");
-  store_.Save("Video Zandrell", "WebShare", "Port", "8080");
-  EXPECT_EQ(ReadText(FilePath("Video Zandrell")),
-            "; written by hand\n"
-            "Orphan=before any section\n"
-            "\n"
-            "  [ window ]  \n"
-            "# Top=999 is only a comment\n"
-            "  Top =7\n"
-            "Unknown=kept\n"
-            "Height=600\n"
-            "junk without equals\n"
-            "[System]\n"
-            "LastDevice=Cam\n"
-            "[Window]\n"
-            "Left=2\n"
-            "Width=5\n"
-            "\n"
-            "[WebShare]\n"
-            "Port=8080\n");
-  EXPECT_EQ(store_.Get("Video Zandrell", "Window", "Top", ""), "7");
+  store_.Save(app, "Window", "Top", "7");
+  store_.Save(app, "Window", "Height", "600");
+  store_.Save(app, "Window", "Left", "2");
+  store_.Save(app, "WebShare", "Port", "8080");
+  EXPECT_EQ(ReadText(FilePath(app)),
+            "; written by hand\nOrphan=before any section\n\n  [ window ]  \n# Top=999 is only a comment\n"
+            "  Top =7\nUnknown=kept\nHeight=600\njunk without equals\n[System]\nLastDevice=Cam\n"
+            "[Window]\nLeft=2\nWidth=5\n\n[WebShare]\nPort=8080\n");
+  EXPECT_EQ(store_.Get(app, "Window", "Top", ""), "7");
 }
 
 TEST_F(IniSettingsStoreTest, EachApplicationRootHasItsOwnFile) {
-  for (const std::string application : {"Video Zandrell", "ZR", "ZZANDRELL", "ZANDRELL"}) {
+  const std::string odd = "odd/name\twith\x01 controls";
+  for (const std::string application : {"Video Zandrell", "ZR", "ZZANDRELL", "ZANDRELL", odd.c_str()}) {
     store_.Save(application, "S", "K", application + " value");
   }
-  store_.Save("odd/name\twith\x01 controls", "S", "K", "odd value");
-  EXPECT_EQ(FolderEntries(),
-            (std::vector<std::string>{"Video Zandrell.ini", "ZANDRELL.ini", "ZR.ini",
-                                      "ZZANDRELL.ini", "odd_name_with_ controls.ini"}));
+  EXPECT_EQ(FolderEntries(), (std::vector<std::string>{"Video Zandrell.ini", "ZANDRELL.ini", "ZR.ini",
+                                                       "ZZANDRELL.ini", "odd_name_with_ controls.ini"}));
   EXPECT_EQ(store_.Get("ZR", "S", "K", ""), "ZR value");
   EXPECT_EQ(store_.Get("ZANDRELL", "S", "K", ""), "ZANDRELL value");
-  EXPECT_EQ(store_.Get("odd/name\twith\x01 controls", "S", "K", ""), "odd value");
+  EXPECT_EQ(store_.Get(odd, "S", "K", ""), odd + " value");
 }
 
 TEST_F(IniSettingsStoreTest, SaveWritesAPrivateFileAtomicallyWhateverTheUmask) {
+  const auto owner_rw = fs::perms::owner_read | fs::perms::owner_write;
   const mode_t old_umask = ::umask(0);
   store_.Save("ZR", "ZR", "AP", "1");
   store_.Save("ZR", "ZR", "PUMV", "0");
   ::umask(old_umask);
   EXPECT_EQ(fs::status(folder_).permissions(), fs::perms::owner_all);
-  EXPECT_EQ(fs::status(FilePath("ZR")).permissions(),
-            fs::perms::owner_read | fs::perms::owner_write);
+  EXPECT_EQ(fs::status(FilePath("ZR")).permissions(), owner_rw);
   EXPECT_EQ(FolderEntries(), std::vector<std::string>{"ZR.ini"});
 
   fs::permissions(FilePath("ZR"), fs::perms::all);
   store_.Save("ZR", "ZR", "AP", "0");
-  EXPECT_EQ(fs::status(FilePath("ZR")).permissions(),
-            fs::perms::owner_read | fs::perms::owner_write);
+  EXPECT_EQ(fs::status(FilePath("ZR")).permissions(), owner_rw);
 }
 
 TEST_F(IniSettingsStoreTest, UnreadableFileGivesDefaultsOneMessageAndIsNotOverwritten) {
@@ -191,8 +156,7 @@ TEST_F(IniSettingsStoreTest, UnreadableFileGivesDefaultsOneMessageAndIsNotOverwr
     fs::create_directory(path);
   }
   EXPECT_EQ(store_.Get("ZR", "ZR", "ES", "1"), "1");
-  EXPECT_EQ(store_.Get("ZR", "ZR", "AP", "a"), "a");
-  EXPECT_EQ(store_.Find("ZR", "ZR", "ES"), std::nullopt);
+  EXPECT_EQ(store_.Find("ZR", "ZR", "AP"), std::nullopt);
   EXPECT_EQ(MessageCount(), 1);
   EXPECT_NE(errors_.str().find(path), std::string::npos) << errors_.str();
 
@@ -210,7 +174,6 @@ TEST_F(IniSettingsStoreTest, UnreadableFileGivesDefaultsOneMessageAndIsNotOverwr
 TEST_F(IniSettingsStoreTest, FailedSaveReportsKeepsTheValueAndWritesItNextTime) {
   fs::create_directories(root_ / "config");
   std::ofstream(root_ / "config" / "video-zandrell") << "a file where the folder belongs";
-
   EXPECT_NO_THROW(store_.Save("ZR", "JPEG", "Compression", "90"));
   EXPECT_EQ(MessageCount(), 1);
   EXPECT_NE(errors_.str().find("Compression"), std::string::npos) << errors_.str();
@@ -227,56 +190,44 @@ TEST_F(IniSettingsStoreTest, FailedSaveReportsKeepsTheValueAndWritesItNextTime) 
 TEST_F(IniSettingsStoreTest, StoresSeeEachOthersWritesAndChangesByHand) {
   IniSettingsStore other(folder_, errors_);
   store_.Save("ZR", "NET", "HANGUP", "0");
-  EXPECT_EQ(other.Get("ZR", "NET", "HANGUP", "1"), "0");
   other.Save("ZR", "MD", "OQ", "0");
+  EXPECT_EQ(other.Get("ZR", "NET", "HANGUP", "1"), "0");
   EXPECT_EQ(store_.Get("ZR", "MD", "OQ", "1"), "0");
-  EXPECT_EQ(store_.Get("ZR", "NET", "HANGUP", "1"), "0");
-
   WriteText(FilePath("ZR"), "[NET]\nHANGUP=1\n");
   EXPECT_EQ(store_.Get("ZR", "NET", "HANGUP", ""), "1");
   EXPECT_EQ(store_.Find("ZR", "MD", "OQ"), std::nullopt);
 }
 
 TEST_F(IniSettingsStoreTest, NamesThatCannotBeStoredAreRefused) {
-  EXPECT_THROW(store_.Save("ZR", "S", "a=b", "v"), std::invalid_argument);
-  EXPECT_THROW(store_.Save("ZR", "S", ";key", "v"), std::invalid_argument);
-  EXPECT_THROW(store_.Save("ZR", "S", " key", "v"), std::invalid_argument);
+  for (const char* key : {"a=b", ";key", " key"}) EXPECT_THROW(store_.Save("ZR", "S", key, "v"), std::invalid_argument);
   EXPECT_THROW(store_.Save("ZR", "line\nbreak", "key", "v"), std::invalid_argument);
   EXPECT_FALSE(fs::exists(FilePath("ZR")));
 }
 
+// Sets HOME and XDG_CONFIG_HOME for one test and puts the old values back after it.
 class DefaultSettingsFolderTest : public ::testing::Test {
  protected:
-  DefaultSettingsFolderTest()
-      : config_home_(Variable("XDG_CONFIG_HOME")), home_(Variable("HOME")) {}
   ~DefaultSettingsFolderTest() override {
-    Restore("XDG_CONFIG_HOME", config_home_);
-    Restore("HOME", home_);
+    for (const auto& [name, value] : saved_) value ? ::setenv(name, value->c_str(), 1) : ::unsetenv(name);
   }
+
+ private:
   static std::optional<std::string> Variable(const char* name) {
     const char* value = ::getenv(name);
     return value ? std::optional<std::string>(value) : std::nullopt;
   }
-  static void Restore(const char* name, const std::optional<std::string>& value) {
-    if (value) {
-      ::setenv(name, value->c_str(), 1);
-    } else {
-      ::unsetenv(name);
-    }
-  }
-
- private:
-  std::optional<std::string> config_home_, home_;
+  std::vector<std::pair<const char*, std::optional<std::string>>> saved_ = {
+      {"XDG_CONFIG_HOME", Variable("XDG_CONFIG_HOME")}, {"HOME", Variable("HOME")}};
 };
 
 TEST_F(DefaultSettingsFolderTest, UsesAnAbsoluteXdgConfigHomeElseHome) {
   ::setenv("HOME", "/home/operator", 1);
   ::setenv("XDG_CONFIG_HOME", "/srv/config/", 1);
   EXPECT_EQ(DefaultSettingsFolder(), "/srv/config/video-zandrell/");
-  ::setenv("XDG_CONFIG_HOME", "relative/config", 1);
-  EXPECT_EQ(DefaultSettingsFolder(), "/home/operator/.config/video-zandrell/");
-  ::setenv("XDG_CONFIG_HOME", "", 1);
-  EXPECT_EQ(DefaultSettingsFolder(), "/home/operator/.config/video-zandrell/");
+  for (const char* ignored : {"relative/config", ""}) {
+    ::setenv("XDG_CONFIG_HOME", ignored, 1);
+    EXPECT_EQ(DefaultSettingsFolder(), "/home/operator/.config/video-zandrell/") << ignored;
+  }
   ::unsetenv("XDG_CONFIG_HOME");
   EXPECT_EQ(DefaultSettingsFolder(), "/home/operator/.config/video-zandrell/");
 }
