@@ -46,6 +46,7 @@ void Master::DeviceToolbar_ButtonClick(ui::ToolbarButton& button) {
   else if (key == "overlay") screen.Overlay();
   else if (key == "preview") screen.Preview(program_.state.PreviewRate);
   else if (key == "info") program_.VideoInfo.ShowModal(program_.services.loop);
+  else if (key == "snapshot") TakeSnapshot(false);
   else throw NotBuiltYet("the device toolbar command \"" + key + "\"");
 }
 
@@ -81,6 +82,17 @@ void Master::FileMenu_Click(int index) {
   else if (index == 10) program_.Preferences.ShowModal(program_.services.loop);
   else if (index == 13) program_.Master.Unload(ui::UnloadMode::FromCode);
   else if (index == 5 || index == 11) throw NotBuiltYet("the file menu entry " + std::to_string(index));
+}
+
+void Master::EditMenu_Click(int index) {
+  if (index == 0) TakeSnapshot(false);
+  else if (index == 4) TakeSnapshot(true);
+  else if (index == 2) throw NotBuiltYet("the other information window");
+}
+
+// The counter of a series' file names; "insert" is a pressed state read at each shot.
+void Master::imagesettings_ButtonClick(ui::ToolbarButton& button) {
+  if (button.Key() == "filenames") AskImageCounter();
 }
 
 // The name's last three letters choose what to do with the chosen file.

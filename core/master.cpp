@@ -106,6 +106,7 @@ const char* const kFileMenu[] = {
       "Movie Capture... (CTRL+M)", "Image Capture... (CTRL+I)", "Multiple Image Capture... (CTRL+U)",
       "AVI Builder... (CTRL+A)", "Webcam Broadcast... (CTRL+W)", "Windows Media Broadcast...", "-",
       "&Open Capture File...", "&Save Capture File...", "-", "&Preferences", "&System Information...", "-", "E&xit"};
+const char* const kEditMenu[] = {"Capture Frame", "-", "Other Information", "-", "Put On Clipboard"};
 const char* const kViewMenu[] = {"Overlay Mode", "Preview Mode", "-", "Full Screen"};
 const char* const kVideoMenu[] = {
       "Video Source...", "Video Format...", "Video Display...", "-", "Video Compression", "Video Codecs",
@@ -129,6 +130,7 @@ void SetMenuCaptions(const Program& program, ui::ControlArray<ui::Menu>& menu, c
 
 void Master::CreateMenus() {
   AddMenuEntries(*this, FileMenu, "FileMenu", kFileMenu);
+  AddMenuEntries(*this, EditMenu, "EditMenu", kEditMenu);
   AddMenuEntries(*this, ViewMenu, "ViewMenu", kViewMenu);
   AddMenuEntries(*this, VideoMenu, "VideoMenu", kVideoMenu);
   AddMenuEntries(*this, AudioMenu, "AudioMenu", kAudioMenu);
@@ -136,6 +138,7 @@ void Master::CreateMenus() {
   AudioMenu(11).Enabled = false;
   AudioMenu(13).Enabled = false;
   AddMenuEntries(*this, Toolbars, "Toolbars", kToolbars);
+  for (const auto& [index, entry] : EditMenu.Elements()) entry->OnClick = [this, i = index] { EditMenu_Click(i); };
   for (const auto& [index, entry] : Toolbars.Elements()) entry->Checked = true;
   AddMenuEntries(*this, cpu_priority, "cpu_priority", kPriorities);
 }
@@ -157,6 +160,7 @@ const Trigger kTriggers[] = {{"manual", "Manual Trigger", "manual"},
 // The fixed captions of the window, in the operator's language. A separator stays a separator.
 void Master::LanguageControls() {
   SetMenuCaptions(program_, FileMenu, kFileMenu);
+  SetMenuCaptions(program_, EditMenu, kEditMenu);
   SetMenuCaptions(program_, ViewMenu, kViewMenu);
   SetMenuCaptions(program_, VideoMenu, kVideoMenu);
   SetMenuCaptions(program_, AudioMenu, kAudioMenu);
@@ -221,6 +225,10 @@ void Master::ConnectHandlers() {
   for (const auto& [index, entry] : AudioMenu.Elements()) entry->OnClick = [this, i = index] { AudioMenu_Click(i); };
   MasterTimer.OnTimer = [this] { MasterTimer_Timer(); };
   MasterTimer2.OnTimer = [this] { MasterTimer2_Timer(); };
+  MultipleImageTimer.OnTimer = [this] { MultipleImageTimer_Timer(); };
+  Shooter.OnClick = [this] { ShootImageOfSeries(); };
+  for (const auto& [index, bar] : imagesettings.Elements())
+    bar->OnButtonClick = [this](ui::ToolbarButton& button) { imagesettings_ButtonClick(button); };
 }
 
 // The rate of a movie: kept in the state and shown beside the control; a preview faster than

@@ -16,6 +16,8 @@
 
 namespace zr {
 
+class Image;
+
 class Master : public ui::Window {
  public:
   explicit Master(Program& program);
@@ -94,6 +96,7 @@ class Master : public ui::Window {
 
   // ---- menus
   ui::ControlArray<ui::Menu> FileMenu;
+  ui::ControlArray<ui::Menu> EditMenu;
   ui::ControlArray<ui::Menu> ViewMenu;
   ui::ControlArray<ui::Menu> VideoMenu;
   ui::ControlArray<ui::Menu> AudioMenu;
@@ -131,6 +134,14 @@ class Master : public ui::Window {
   void AllControls(bool enabled);
   void OperationBar_ButtonClick(ui::ToolbarButton& button);
 
+  // ---- still capture and the image store
+  // The present frame into a new picture window of its own, and onto the clipboard if asked.
+  void TakeSnapshot(bool to_clipboard);
+  // One picture of a series, stored by the rule of MultipleImageMode.
+  void ShootImage();
+  // Hands a stored file to the upload window and shows it.
+  void SendToFtp(const std::string& file, const std::string& remote_name);
+
   // ---- main timers and status panel
   void MasterTimer_Timer();
   void MasterTimer2_Timer();
@@ -149,6 +160,13 @@ class Master : public ui::Window {
   void MovieLimitControl_Change(ui::RangeControl& control, ui::Label& display);
   void MovieDisableLimit_Click();
   void FileMenu_Click(int index);
+  void EditMenu_Click(int index);
+  void imagesettings_ButtonClick(ui::ToolbarButton& button);
+  void MultipleImageTimer_Timer();
+  void ShootImageOfSeries();
+  void AskImageCounter();
+  void TakeClipboardStillInto(Image& window);
+  void DrawInsertion(Image& window);
   void Toolbars_Click(int index);
   void cpu_priority_Click(int index);
   void AudioMenu_Click(int index);

@@ -7,8 +7,11 @@
 #include "core/master.h"
 #include "core/message_window.h"
 #include "core/preferences.h"
+#include "core/program_error.h"
 #include "core/settings_keys.h"
 #include "core/splash.h"
+#include "image/image_window.h"
+#include "image/text_renderer.h"
 
 namespace zr {
 
@@ -17,6 +20,10 @@ namespace {
 template <class W>
 ui::WindowSlot<W> MakeSlot(Program& program, const char* name) {
   return ui::WindowSlot<W>(name, [&program] { return std::make_unique<W>(program); });
+}
+
+ui::WindowSlot<zr::Image> MakeImageSlot(Program& program, const char* name) {
+  return ui::WindowSlot<zr::Image>(name, [&program, name] { return std::make_unique<zr::Image>(program, name); });
 }
 
 }  // namespace
@@ -30,6 +37,8 @@ Program::Program(Services given_services, std::string program_folder)
       VideoInfo(MakeSlot<zr::VideoInfo>(*this, "VideoInfo")),
       Preferences(MakeSlot<zr::Preferences>(*this, "Preferences")),
       Msg(MakeSlot<zr::Msg>(*this, "Msg")),
+      Image(MakeImageSlot(*this, "Image")),
+      MultiImage(MakeImageSlot(*this, "MultiImage")),
       ProgramFolder(std::move(program_folder)) {
   state.AppPath = ProgramFolder;
 }
@@ -37,7 +46,7 @@ Program::Program(Services given_services, std::string program_folder)
 Program::~Program() = default;
 
 std::vector<ui::WindowSlotBase*> Program::Windows() {
-  return {&Master, &VideoScreen, &Splash, &ChooseDevice, &VideoInfo, &Preferences, &Msg};
+  return {&Master, &VideoScreen, &Splash, &ChooseDevice, &VideoInfo, &Preferences, &Msg, &Image, &MultiImage};
 }
 
 ui::WindowSlotBase* Program::FindWindow(std::string_view name) {
@@ -48,6 +57,15 @@ ui::WindowSlotBase* Program::FindWindow(std::string_view name) {
 
 void Program::ReleaseUnloadedWindows() {
   for (auto* slot : Windows()) slot->ReleaseUnloaded();
+}
+
+const TextRenderer& Program::InsertionRenderer() {
+  if (!insertion_renderer_) {
+    auto opened = TextRenderer::Open(InsertionFont());
+    if (!opened) throw FileError(opened.error().message);
+    insertion_renderer_ = std::make_unique<TextRenderer>(std::move(*opened));
+  }
+  return *insertion_renderer_;
 }
 
 // The flag is kept for the callers, which all pass 0.

@@ -25,6 +25,8 @@ class ChooseDevice;
 class VideoInfo;
 class Preferences;
 class Msg;
+class Image;
+class TextRenderer;
 
 struct Services {
   platform::EventLoop& loop;
@@ -59,6 +61,10 @@ class Program {
   ui::WindowSlot<zr::VideoInfo> VideoInfo;
   ui::WindowSlot<zr::Preferences> Preferences;
   ui::WindowSlot<zr::Msg> Msg;
+  // The still of "image" mode; snapshots are extra instances of the same window.
+  ui::WindowSlot<zr::Image> Image;
+  // The last picture of a series.
+  ui::WindowSlot<zr::Image> MultiImage;
 
   // The windows by name, as the faces find them.
   ui::WindowSlotBase* FindWindow(std::string_view name);
@@ -88,6 +94,10 @@ class Program {
 
   void Yield() { services.loop.Yield(); }
 
+  // The font of the insertion texts, opened on first use; a FileError when no font file can
+  // be found or opened.
+  const TextRenderer& InsertionRenderer();
+
   // What the process entry learns from its surroundings: the program folder (AppPath, with its
   // trailing separator), the command line and the system's version number, read as a decimal
   // (the device menu offers control-kind devices above 5.0).
@@ -106,6 +116,9 @@ class Program {
     return std::find(KeysDown.begin(), KeysDown.end(), key) != KeysDown.end();
   }
   std::string ForegroundWindow = "Master";
+
+ private:
+  std::unique_ptr<TextRenderer> insertion_renderer_;
 };
 
 }  // namespace zr

@@ -100,8 +100,6 @@ void Master::ArmMotionDetectorFromOperationBar() {
   MotionTimer.Enabled = true;
 }
 
-void Master::PlaceStillInImageWindow() { throw NotBuiltYet("the picture window"); }
-
 void Master::ArmMotionDetector() {
   RecordButton().Image = "stop";
   OperationBar.Button("motion").Enabled = false;

@@ -3,6 +3,8 @@
 #include <turbojpeg.h>
 
 #include <fstream>
+#include <iterator>
+#include <vector>
 #include <memory>
 
 #include "core/master.h"
@@ -16,6 +18,11 @@ struct CompressorCloser {
   void operator()(void* handle) const { tjDestroy(handle); }
 };
 using Compressor = std::unique_ptr<void, CompressorCloser>;
+
+struct DecompressorCloser {
+  void operator()(void* handle) const { tjDestroy(handle); }
+};
+using Decompressor = std::unique_ptr<void, DecompressorCloser>;
 
 struct JpegBufferFreer {
   void operator()(unsigned char* buffer) const { tjFree(buffer); }
@@ -44,6 +51,25 @@ platform::Result<void> WriteJpegFile(const cDIBSection& dib, const std::string& 
   const JpegBuffer owned(compressed);
   if (failed != 0) return platform::Error{tjGetErrorStr2(compressor.get()), "tjCompress2"};
   return WriteBytes(name, owned.get(), compressed_size);
+}
+
+std::optional<platform::Picture> ReadJpegFile(const std::string& name) {
+  std::ifstream file(name, std::ios::binary);
+  if (!file) return std::nullopt;
+  const std::vector<unsigned char> bytes((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
+  const Decompressor decompressor(tjInitDecompress());
+  if (!decompressor || bytes.empty()) return std::nullopt;
+  int width = 0;
+  int height = 0;
+  int subsampling = 0;
+  int colourspace = 0;
+  if (tjDecompressHeader3(decompressor.get(), bytes.data(), bytes.size(), &width, &height, &subsampling, &colourspace) != 0)
+    return std::nullopt;
+  platform::Picture picture = platform::Picture::Blank(width, height);
+  if (tjDecompress2(decompressor.get(), bytes.data(), bytes.size(), picture.bottom_up_bgr.data(), width,
+                    picture.Stride(), height, TJPF_BGR, TJFLAG_BOTTOMUP) != 0)
+    return std::nullopt;
+  return picture;
 }
 
 bool SaveJPG(Program& program, const cDIBSection& dib, const std::string& name, int quality) {

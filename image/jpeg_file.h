@@ -1,6 +1,7 @@
 #pragma once
 // JPEG picture files: the bitmap's bottom-up BGR rows, padding and all, compressed as they stand.
 
+#include <optional>
 #include <string>
 
 #include "image/dib_section.h"
@@ -16,6 +17,9 @@ inline constexpr const char* kJpegInitStage = "tjInitCompress";
 
 // Writes `dib` to `name` at `quality` (1 to 100, passed to the compressor as it is).
 platform::Result<void> WriteJpegFile(const cDIBSection& dib, const std::string& name, int quality);
+
+// A JPEG file as a bottom-up BGR picture; nothing when the file cannot be read or decoded.
+std::optional<platform::Picture> ReadJpegFile(const std::string& name);
 
 // WriteJpegFile with the program's messages: a compressor that does not start, or a file that
 // is not written, shows a message box and answers false.

@@ -30,6 +30,7 @@ void WritePictureFile(const platform::Picture& picture, const std::string& path,
 
 std::shared_ptr<const platform::Picture> LoadPictureFile(const std::string& path) {
   auto picture = ReadBmpFile(path);
+  if (!picture) picture = ReadJpegFile(path);
   if (!picture) return nullptr;
   return std::make_shared<const platform::Picture>(std::move(*picture));
 }

@@ -13,7 +13,7 @@ namespace zr {
 // Raises FileError when the file cannot be written.
 void WritePictureFile(const platform::Picture& picture, const std::string& path, int quality);
 
-// Nothing when the file is not a picture the program reads.
+// A BMP or JPEG file; nothing when the file is not a picture the program reads.
 std::shared_ptr<const platform::Picture> LoadPictureFile(const std::string& path);
 
 }  // namespace zr

@@ -95,6 +95,9 @@ class Desktop {
   // Whether the desktop has a sound mixer the program can open for the recording and playback
   // volumes.
   virtual bool HasVolumeControl() const = 0;
+  // Plays a sound file to its end before returning. A missing file, a file that is no sound,
+  // or a machine without a sound device plays nothing, without a message.
+  virtual void PlaySoundFile(const std::string& path) = 0;
 };
 
 // ---- Wall clock

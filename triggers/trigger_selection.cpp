@@ -1,6 +1,7 @@
 // What fires the next picture of a series: the pressed button of the trigger toolbar, and the
 // controls that belong to it. The toolbar is the only record of the choice.
 
+#include "core/formatting.h"
 #include "core/master.h"
 
 namespace zr {
@@ -17,6 +18,21 @@ void Master::SelectTrigger(const std::string& key) {
            &MultipleImageMinutesControl, &MultipleImageSecondsDisplay, &MultipleImageSecondsControl})
     control->Visible = by_timer;
   MotionLabel.Visible = key == "motion";
+}
+
+// The interval is a count of ticks, not a time of day: a store that takes longer than a tick
+// delays the count.
+void Master::MultipleImageTimer_Timer() {
+  auto& state = program_.state;
+  state.ShotElapsed += 1;
+  const double interval = state.ShotInterval.value_or(0);
+  if (state.ShotElapsed < interval) {
+    StatusString.Caption = LeadingBlank(interval - state.ShotElapsed) + program_.Translate(" seconds to capture another frame");
+    return;
+  }
+  state.ShotElapsed = 0;
+  StatusString.Caption = program_.Translate("Capturing");
+  ShootImageOfSeries();
 }
 
 }  // namespace zr

@@ -240,6 +240,8 @@ class PictureBox : public Control {
   int Height = 0;  // pixels
   int Left = 0;
   int Top = 0;
+  // Persistent drawing: what is printed on the box becomes part of its picture.
+  Property<bool> AutoRedraw{false};
   std::optional<Value> Get(std::string_view property, std::optional<int> element) const override;
 };
 

@@ -13,7 +13,7 @@
 #include "apps/scenario/world.h"
 #include "core/formatting.h"
 #include "core/master.h"
-#include "image/bmp.h"
+#include "image/picture_writer.h"
 
 namespace zr::scenario {
 
@@ -566,8 +566,8 @@ class Runner final : public platform::sim::InputSource {
     }
   }
   platform::Picture ReadImage(const std::string& path) {
-    const auto picture = ReadBmpFile(PathOf(path));
-    if (!picture) Fail("a BMP picture at " + path, "none");
+    const auto picture = LoadPictureFile(PathOf(path));
+    if (!picture) Fail("a BMP or JPEG picture at " + path, "none");
     return *picture;
   }
   void Do(const ExpectImageSize& expect) {

@@ -1,26 +1,19 @@
 #include "platform/linux/alsa_audio.h"
 
-// alsa-lib declares its per-thread error handler outside its own extern "C" block.
-extern "C" {
-#include <alsa/asoundlib.h>
-}
-
 #include <atomic>
 #include <cerrno>
-#include <cstdarg>
 #include <optional>
 #include <span>
 #include <thread>
 #include <utility>
+
+#include "platform/linux/alsa_handles.h"
 
 namespace zr::platform::linux_impl {
 namespace {
 
 // ---- Ownership of ALSA objects --------------------------------------------------------------
 
-struct PcmCloser {
-  void operator()(snd_pcm_t* pcm) const { snd_pcm_close(pcm); }
-};
 struct ControlCloser {
   void operator()(snd_ctl_t* control) const { snd_ctl_close(control); }
 };
@@ -40,7 +33,6 @@ struct ElementIdFreer {
   void operator()(snd_mixer_selem_id_t* id) const { snd_mixer_selem_id_free(id); }
 };
 
-using PcmHandle = std::unique_ptr<snd_pcm_t, PcmCloser>;
 using ControlHandle = std::unique_ptr<snd_ctl_t, ControlCloser>;
 using MixerHandle = std::unique_ptr<snd_mixer_t, MixerCloser>;
 using CardInfo = std::unique_ptr<snd_ctl_card_info_t, CardInfoFreer>;
@@ -56,21 +48,6 @@ Owner Allocate(Allocator allocate) {
   if (allocate(&raw) < 0) return Owner();
   return Owner(raw);
 }
-
-// ALSA prints its own complaints to stderr while it probes cards and looks up PCM names. The
-// failures come back to us as values, so on this thread, for the life of this object, its
-// messages go nowhere. (The handler is per thread: other threads keep theirs.)
-class QuietAlsaErrors {
- public:
-  QuietAlsaErrors() : previous_(snd_lib_error_set_local(&Discard)) {}
-  ~QuietAlsaErrors() { snd_lib_error_set_local(previous_); }
-  QuietAlsaErrors(const QuietAlsaErrors&) = delete;
-  QuietAlsaErrors& operator=(const QuietAlsaErrors&) = delete;
-
- private:
-  static void Discard(const char*, int, const char*, int, const char*, va_list) {}
-  snd_local_error_handler_t previous_;
-};
 
 Error DeviceError(const AlsaCaptureDevice& device, const std::string& what, int code,
                   const char* where) {

@@ -7,6 +7,8 @@
 #include <sstream>
 #include <system_error>
 
+#include "platform/linux/sound_player.h"
+
 namespace zr::platform::linux_impl {
 
 namespace {
@@ -39,6 +41,9 @@ std::string DataFolder() {
 bool LinuxDesktop::HasVolumeControl() const {
   return OnPath("pavucontrol") || OnPath("pulsemixer") || OnPath("alsamixer");
 }
+
+// The sound is a courtesy: without a sound device or without the file there is nothing to play.
+void LinuxDesktop::PlaySoundFile(const std::string& path) { (void)PlayWaveFile(path); }
 
 std::string ResolveProgramFolder(const std::string& executable_folder, const std::string& override_folder) {
   if (!override_folder.empty()) return WithSeparator(std::filesystem::absolute(override_folder).string());

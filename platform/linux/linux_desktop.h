@@ -15,6 +15,8 @@ class LinuxDesktop final : public Desktop {
   ScreenSize Screen() const override { return screen_; }
   // A sound mixer on the PATH: pavucontrol, pulsemixer or alsamixer.
   bool HasVolumeControl() const override;
+  // Through ALSA's default output; see PlayWaveFile.
+  void PlaySoundFile(const std::string& path) override;
 
  private:
   ScreenSize screen_;

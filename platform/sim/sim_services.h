@@ -88,8 +88,11 @@ class SimDesktop : public Desktop {
  public:
   ScreenSize Screen() const override { return screen; }
   bool HasVolumeControl() const override { return volume_control; }
+  void PlaySoundFile(const std::string& path) override { played_sounds.push_back(path); }
   ScreenSize screen{1920, 1080};
   bool volume_control = true;
+  // The sound files asked for, in order, whether they exist or not.
+  std::vector<std::string> played_sounds;
 };
 
 // The wall clock: a set date and time plus the virtual time that has passed since it was set.

@@ -1,0 +1,148 @@
+// The roads from a trigger to a still: a snapshot into a window of its own, the still of
+// "image" mode into the one Image window, and one picture of a series stored by the rule of
+// the series' mode. Also the counter that numbers the files of a series.
+
+#include <filesystem>
+#include <system_error>
+
+#include "capture/video_screen.h"
+#include "core/formatting.h"
+#include "core/master.h"
+#include "image/image_window.h"
+#include "image/jpeg_file.h"
+#include "image/picture_writer.h"
+
+namespace zr {
+
+namespace {
+
+// The modes of MultipleImageMode that store a picture, by list index.
+enum SeriesMode { kSeriesMovie = 0, kNumberedBitmap, kNumberedJpeg, kRefreshBitmap, kRefreshJpeg, kSeriesClipboard };
+
+void DeleteIgnoringMissing(const std::string& path) {
+  std::error_code ignored;
+  std::filesystem::remove(path, ignored);
+}
+
+std::string ColonsToUnderscores(std::string text) {
+  for (char& c : text)
+    if (c == ':') c = '_';
+  return text;
+}
+
+// The capture name less its last four characters: the folder and stem of a name with a
+// three-letter extension.
+std::string StillBaseName(const std::string& capture_filename) {
+  if (capture_filename.size() < 4) throw ProgramError("Invalid procedure call or argument");
+  return capture_filename.substr(0, capture_filename.size() - 4);
+}
+
+}  // namespace
+
+void Master::TakeSnapshot(bool to_clipboard) {
+  auto& state = program_.state;
+  const std::string temporary = state.AppPath + "zreltmp.tmp";
+  DeleteIgnoringMissing(temporary);
+  program_.VideoScreen().SaveStill(temporary, 100, false);
+  if (state.ShutterSound == "1") program_.services.desktop.PlaySoundFile(state.AppPath + "camera.wav");
+
+  Image& snapshot = program_.Image.NewInstance();
+  snapshot.ShowPicture(LoadPictureFile(temporary));
+  DeleteIgnoringMissing(temporary);
+  snapshot.KeepResetPicture();
+  program_.Yield();
+  snapshot.Caption = program_.Translate("Untitled");
+  // A camcorder feeding the picture: the caption carries the tape position and the time the
+  // scene was shot.
+  auto& screen = program_.VideoScreen();
+  if (screen.DVStatus.Enabled) {
+    snapshot.Caption = "Untitled_DV_" + ColonsToUnderscores(screen.DVpos.Caption) + "_" + program_.Translate("Taken") +
+                       " " + ColonsToUnderscores(screen.DVtaken.Caption);
+  }
+  if (to_clipboard) {
+    snapshot.Caption = "Image On Clipboard";
+    if (snapshot.MasterImage.Picture) program_.services.clipboard.SetPicture(*snapshot.MasterImage.Picture);
+  }
+  snapshot.Show();
+}
+
+// The still the capture window put on the clipboard goes into the window's holder.
+void Master::TakeClipboardStillInto(Image& window) {
+  auto& clipboard = program_.services.clipboard;
+  const auto still = clipboard.GetPicture();
+  window.ShowPicture(still ? std::make_shared<const platform::Picture>(*still) : nullptr);
+  clipboard.Clear();
+  program_.Yield();
+  window.Caption = program_.Translate("Untitled ");
+  window.Show();
+}
+
+void Master::PlaceStillInImageWindow() {
+  Image& window = program_.Image();
+  TakeClipboardStillInto(window);
+  window.PrepareImageDrawing();
+  if (imagesettings(0).Button("insert").Value == 1) DrawInsertion(window);
+  program_.Yield();
+  window.KeepResetPicture();
+}
+
+void Master::DrawInsertion(Image& window) {
+  window.DrawInsertionFile(program_.state.InsertionFile, program_.services.clock, program_.InsertionRenderer());
+}
+
+void Master::ShootImage() {
+  auto& state = program_.state;
+  state.ImageCount += 1;
+  StatusString.Caption = program_.Translate("Image no.") + LeadingBlank(state.ImageCount);
+  const int mode = MultipleImageMode.ListIndex;
+  if (mode == kSeriesMovie) {
+    program_.VideoScreen().CaptureSingle();
+    return;
+  }
+  program_.VideoScreen().SaveStill("", 0, true);
+  Image& window = program_.MultiImage();
+  TakeClipboardStillInto(window);
+  window.PrepareImageDrawing();
+  if (imagesettings(1).Button("insert").Value == 1) DrawInsertion(window);
+
+  if (mode == kSeriesClipboard) {
+    program_.services.clipboard.Clear();
+    if (window.MasterImage.Picture) program_.services.clipboard.SetPicture(*window.MasterImage.Picture);
+    window.Caption = "Clipboard";
+    return;
+  }
+  const bool numbered = mode == kNumberedBitmap || mode == kNumberedJpeg;
+  const bool jpeg = mode == kNumberedJpeg || mode == kRefreshJpeg;
+  const std::string number =
+      numbered ? FormatNumber(static_cast<double>(state.ImageCount) + state.ImageCounterStart, state.ImageCounterFormat)
+               : "";
+  const std::string file = StillBaseName(state.CaptureFilename) + number + (jpeg ? ".jpg" : ".bmp");
+  if (!jpeg) StatusString.Caption = (numbered ? "Writing... " : "Refresh... ") + file;
+  if (!window.MasterImage.Picture) throw FileError("No picture to write to " + file);
+  if (jpeg) SaveJPEGPicture(program_, *window.MasterImage.Picture, file, state.JpegQuality);
+  else WritePictureFile(*window.MasterImage.Picture, file, 100);
+  window.Caption = file;
+  if (MultipleImageToolbar.Button("ftp").Value == 1) SendToFtp(file, std::filesystem::path(file).filename().string());
+}
+
+void Master::SendToFtp(const std::string&, const std::string&) { throw NotBuiltYet("the FTP upload"); }
+
+// A shot that fails to store ends that shot only; the series goes on with the next.
+void Master::ShootImageOfSeries() { ResumeNext([&] { ShootImage(); }); }
+
+// The answer's length gives the number of digits, its value the number the counting starts
+// from; a cancelled box is an empty answer.
+void Master::AskImageCounter() {
+  auto& state = program_.state;
+  const std::string prompt = program_.Translate("Enter the offset on image counter:") + "\r\n\r\n" +
+                             program_.Translate("Example: 0000010 to define number of zeros");
+  const std::string answer =
+      program_.services.dialogs
+          .InputBox(platform::InputBoxRequest{prompt, Caption, FormatNumber(state.ImageCounterStart, state.ImageCounterFormat)})
+          .value_or("");
+  state.ImageCounterFormat = "#" + std::string(answer.size(), '0');
+  // A number beyond the counter's range leaves the start as it was.
+  ResumeNext([&] { state.ImageCounterStart = RoundHalfEven(NumericPrefix(answer)); });
+}
+
+}  // namespace zr

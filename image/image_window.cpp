@@ -1,0 +1,36 @@
+#include "image/image_window.h"
+
+#include <utility>
+
+namespace zr {
+
+Image::Image(Program& program, std::string name) : ui::Window(program.services.loop, std::move(name)) {
+  ResetPicture.Visible = false;
+}
+
+void Image::ShowPicture(std::shared_ptr<const platform::Picture> picture) {
+  MasterImage.Picture = std::move(picture);
+  MasterImage.AutoRedraw = true;
+}
+
+void Image::PrepareImageDrawing() {
+  MasterImage.AutoRedraw = true;
+  zr::PrepareImageDrawing(pen_);
+}
+
+// The pen draws on its own copy, which then becomes the holder's picture; the picture the
+// holder had may still be shared with the restore point or the clipboard.
+void Image::DrawInsertionFile(const std::string& path, const platform::WallClock& clock,
+                              const TextRenderer& renderer) {
+  MasterImage.AutoRedraw = true;
+  if (!MasterImage.Picture || path.empty()) {
+    zr::PrepareImageDrawing(pen_);
+    return;
+  }
+  pen_.picture = *MasterImage.Picture;
+  zr::DrawInsertionFile(pen_, path, clock, renderer);
+  MasterImage.Picture = std::make_shared<const platform::Picture>(std::move(pen_.picture));
+  pen_.picture = {};
+}
+
+}  // namespace zr

@@ -1,0 +1,28 @@
+// What the scenarios cannot see of a snapshot: the shutter sound asked of the desktop.
+
+#include <gtest/gtest.h>
+
+#include "apps/scenario/world.h"
+#include "core/master.h"
+#include "image/image_window.h"
+
+namespace zr {
+namespace {
+
+TEST(StillStore, TheShutterSoundPlaysOnlyWhenSwitchedOnAndEachSnapshotHasItsWindow) {
+  scenario::World world;
+  world.Start();
+  Program& program = world.program();
+  program.state.ShutterSound = "0";
+  program.Master().TakeSnapshot(false);
+  EXPECT_TRUE(world.desktop.played_sounds.empty());
+
+  program.state.ShutterSound = "1";
+  program.Master().TakeSnapshot(true);
+  ASSERT_EQ(world.desktop.played_sounds.size(), 1u);
+  EXPECT_EQ(world.desktop.played_sounds[0], program.state.AppPath + "camera.wav");
+  EXPECT_EQ(program.Image.ExtraInstanceCount(), 2);
+}
+
+}  // namespace
+}  // namespace zr
