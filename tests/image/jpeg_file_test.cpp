@@ -127,6 +127,13 @@ TEST_F(JpegFiles, ThePictureWriterWritesJpegByExtension) {
   EXPECT_EQ(decoded.width, 21);
   EXPECT_EQ(decoded.height, 10);
   EXPECT_GT(decoded.Pixel(10, 1)[0], 200);
+  // And read back the right way up, as the picture window opens it.
+  const auto loaded = LoadPictureFile(File("still.JPEG"));
+  ASSERT_TRUE(loaded);
+  EXPECT_EQ(loaded->width, 21);
+  EXPECT_GT(loaded->PixelFromTop(10, 1)[2], 200);
+  EXPECT_GT(loaded->PixelFromTop(10, 8)[0], 200);
+  EXPECT_FALSE(LoadPictureFile(File("odd-name.jpg")));
   EXPECT_THROW(WritePictureFile(picture, File("missing/still.jpg"), 80), FileError);
 }
 
