@@ -31,6 +31,15 @@ class TimerTable {
     return next;
   }
 
+  // The next due time of a timer that can fire now: one whose handler is running (a modal
+  // window inside it) waits until that handler ends.
+  std::int64_t NextDueMsOfIdleTimers() const {
+    std::int64_t next = kNever;
+    for (const auto& [timer, entry] : timers_)
+      if (std::find(firing_.begin(), firing_.end(), timer) == firing_.end()) next = std::min(next, entry.due_ms);
+    return next;
+  }
+
   // Fires the first timer due at `now_ms`; false when none is.
   bool FireOneDue(std::int64_t now_ms) {
     const TimerClient* due = nullptr;

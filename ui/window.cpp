@@ -6,7 +6,12 @@
 namespace zr::ui {
 
 // A change of size or state raises the window's Resize event, as the toolkit does.
-Window::Window(platform::EventLoop& loop, std::string name) : loop_(loop), name_(std::move(name)) {
+namespace {
+std::uint64_t next_window_serial = 1;
+}  // namespace
+
+Window::Window(platform::EventLoop& loop, std::string name)
+    : loop_(loop), name_(std::move(name)), serial_(next_window_serial++) {
   Width.OnChange([this] { Resize(); });
   Height.OnChange([this] { Resize(); });
   WindowState.OnChange([this] { Resize(); });

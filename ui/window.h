@@ -2,6 +2,7 @@
 // A window of the model: a named set of controls with a load/unload life. The logic reads and
 // writes its controls directly; the faces find them by name.
 
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -34,6 +35,8 @@ class Window {
 
   const std::string& Name() const { return name_; }
   platform::EventLoop& Loop() const { return loop_; }
+  // Unique for the life of the process: tells a window from a later one at the same address.
+  std::uint64_t Serial() const { return serial_; }
 
   Property<std::string> Caption;
   Property<bool> Visible{false};
@@ -68,6 +71,7 @@ class Window {
  private:
   platform::EventLoop& loop_;
   std::string name_;
+  std::uint64_t serial_;
   std::vector<Control*> controls_;
 };
 

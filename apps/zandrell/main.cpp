@@ -1,33 +1,30 @@
-// The program. Without windows (--headless, and wherever no desktop window can be opened) it
-// starts as an operator starts it, connects a device in the device chooser, records a movie of
-// the asked length from it, says what it wrote and closes as the operator closes it, saving its
-// set-up.
+// The program. On a desktop it opens its windows. Without windows (--headless, and wherever no
+// display can be opened) it starts as an operator starts it, connects a device in the device
+// chooser, records a movie of the asked length from it, says what it wrote and closes as the
+// operator closes it, saving its set-up.
 
 #include <cstdlib>
 #include <filesystem>
+#include <functional>
 #include <iostream>
 #include <optional>
 #include <string>
 #include <vector>
 
+#include "apps/zandrell/program_parts.h"
 #include "capture/choose_device.h"
 #include "capture/video_screen.h"
 #include "core/master.h"
 #include "core/program_error.h"
-#include "image/bmp.h"
-#include "platform/linux/capture_devices.h"
-#include "platform/linux/ffmpeg_movie_files.h"
-#include "platform/linux/headless_services.h"
-#include "platform/linux/ini_settings_store.h"
-#include "platform/linux/ip_camera.h"
-#include "platform/linux/linux_desktop.h"
-#include "platform/linux/network_stream.h"
+#include "gui/desktop_toolkit.h"
 #include "platform/linux/poll_event_loop.h"
 
 namespace {
 
 using namespace zr::platform;
 using namespace zr::platform::linux_impl;
+using zr::ProgramParts;
+using zr::ProgramStart;
 
 constexpr int kDefaultSeconds = 3;
 // How long past its limit a run may take to close its file before the program stops it.
@@ -36,10 +33,10 @@ constexpr std::int64_t kClosingGraceMs = 15000;
 void PrintHelp() {
   std::cout
       << "Usage: zandrell [OPTIONS] [PARAMETER_FILE]\n"
-         "Records a movie from a capture device.\n\n"
-         "  --headless              run without windows (the desktop window is not built yet,\n"
-         "                          so every run is headless for now)\n"
-         "  --record SECONDS FILE   record a movie of SECONDS seconds into FILE\n"
+         "Opens the capture program's windows; without a display, or with --headless, records a\n"
+         "movie from a capture device without windows.\n\n"
+         "  --headless              run without windows\n"
+         "  --record SECONDS FILE   without windows: record a movie of SECONDS seconds into FILE\n"
          "                          (default: 3 seconds into zandrell.avi in the current folder)\n"
          "  --device NAME           the device to connect, as the device chooser lists it,\n"
          "                          e.g. \"Built-in Test Camera (VFW)\" or \"Built-in Test Camera\";\n"
@@ -53,10 +50,12 @@ void PrintHelp() {
          "                          (frame rate, sound format, ...)\n"
          "  --help                  this text\n\n"
          "Settings are kept in $XDG_CONFIG_HOME/video-zandrell (default ~/.config/video-zandrell).\n"
-         "Exit status: 0 when the movie was written, 1 when it was not, 2 for a wrong option.\n";
+         "Exit status without windows: 0 when the movie was written, 1 when it was not, 2 for a\n"
+         "wrong option.\n";
 }
 
 struct Options {
+  bool headless = false;
   int seconds = kDefaultSeconds;
   std::string output = (std::filesystem::current_path() / "zandrell.avi").string();
   std::string device;
@@ -84,8 +83,9 @@ std::optional<Options> ParseOptions(const std::vector<std::string>& arguments) {
   for (std::size_t i = 0; i < arguments.size(); ++i) {
     const std::string& option = arguments[i];
     const bool has_value = i + 1 < arguments.size();
-    if (option == "--headless") continue;
-    if (option == "--list-devices") {
+    if (option == "--headless") {
+      options.headless = true;
+    } else if (option == "--list-devices") {
       options.list_devices = true;
     } else if (option == "--record" && i + 2 < arguments.size()) {
       const auto seconds = Seconds(arguments[++i]);
@@ -198,6 +198,63 @@ void ReportMovie(MovieFiles& movies, const std::string& path) {
   std::cout << "\n";
 }
 
+ProgramStart StartOf(const Options& options, const std::string& app_path) {
+  const char* home = std::getenv("HOME");
+  return ProgramStart{app_path, options.command_line,
+                      home && *home == '/' ? std::filesystem::path(home).string() + "/" : "",
+                      options.language.value_or(zr::DesktopLanguage(Environment("LC_ALL"), Environment("LC_MESSAGES"),
+                                                                    Environment("LANG")))};
+}
+
+int RunWithWindows(zr::gui::DesktopToolkit& toolkit, const Options& options, const std::string& app_path,
+                   std::vector<VideoDeviceEntry> video, std::vector<AudioDeviceEntry> audio) {
+  ProgramParts parts(toolkit.Loop(), [] {}, toolkit.Dialogs(), toolkit.Clipboard(), toolkit.Screen(),
+                     StartOf(options, app_path), std::move(video), std::move(audio));
+  auto& devices = parts.devices;
+  return toolkit.Run(parts.program, zr::gui::LiveVideo{[&devices] { return devices.LatestPicture(); },
+                                                       [&devices] { return devices.PreviewRate(); },
+                                                       [&devices](int button) { devices.MousePressed(button); },
+                                                       [&devices] { return devices.SourceMessage(); }});
+}
+
+int RunWithoutWindows(const Options& options, const std::string& app_path, std::vector<VideoDeviceEntry> video,
+                      std::vector<AudioDeviceEntry> audio) {
+  PollEventLoop loop;
+  TerminalDialogs dialogs(std::cerr);
+  MemoryClipboard clipboard;
+  ProgramParts parts(loop, [&loop] { loop.Wake(); }, dialogs, clipboard, ScreenSize{1920, 1080},
+                     StartOf(options, app_path), std::move(video), std::move(audio));
+  zr::Program& program = parts.program;
+  auto& devices = parts.devices;
+  HeadlessOperator headless_operator(program, options.device);
+  loop.SetOperator([&headless_operator] { headless_operator.Act(); });
+  try {
+    program.Main();
+  } catch (const zr::NotBuiltYet& missing) {
+    std::cerr << "zandrell: " << missing.what() << "\n";
+    return 1;
+  }
+  loop.SetOperator(nullptr);
+
+  bool recorded = false;
+  if (!devices.Connected()) {
+    std::cerr << "zandrell: no device is connected"
+              << (devices.SourceMessage().empty() ? "" : ": " + devices.SourceMessage()) << "\n";
+  } else {
+    try {
+      recorded = RecordMovie(program, loop, options);
+    } catch (const zr::NotBuiltYet& missing) {
+      // The movie is closed before any later step of the close-out runs.
+      std::cerr << "zandrell: " << missing.what() << "\n";
+    }
+    if (const std::string message = devices.SourceMessage(); !message.empty()) std::cerr << "zandrell: " << message << "\n";
+    std::cout << program.Master().StatusString.Caption.get() << ": " << options.output << "\n";
+    if (recorded) ReportMovie(parts.movies, options.output);
+  }
+  program.Master.Unload(zr::ui::UnloadMode::FromCode);
+  return recorded && std::filesystem::exists(options.output) ? 0 : 1;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -223,53 +280,11 @@ int main(int argc, char** argv) {
 
   const std::string executable_folder = std::filesystem::absolute(argv[0]).parent_path().string();
   const std::string app_path = ResolveProgramFolder(executable_folder, options.app_path);
-  PollEventLoop loop;
-  TerminalDialogs dialogs(std::cerr);
-  MemoryClipboard clipboard;
-  IniSettingsStore settings(DefaultSettingsFolder());
-  StatvfsFileSystem files;
-  LocalWallClock clock;
-  LinuxDesktop desktop;
-  FfmpegMovieFiles movies;
-  RealCaptureDevices devices(
-      CaptureDeviceServices{loop, [&loop] { loop.Wake(); }, movies, clipboard, zr::WriteBmpFile, nullptr,
-                            [](const std::string& url) { return MakeIpCameraSource(url); },
-                            [](const std::string& url) { return MakeNetworkStreamSource(url); }},
-      std::move(video_devices), std::move(audio_devices));
-  auto drivers = devices.MakeDriverSystem();
-  zr::Program program(zr::Services{loop, dialogs, clipboard, settings, files, clock, desktop, movies, *drivers,
-                                   [&devices] { return devices.MakeCaptureControl(); }},
-                      app_path);
-  program.CommandLine = options.command_line;
-  if (const char* home = std::getenv("HOME"); home && *home == '/')
-    program.HomeFolder = std::filesystem::path(home).string() + "/";
-  program.language = options.language.value_or(
-      zr::DesktopLanguage(Environment("LC_ALL"), Environment("LC_MESSAGES"), Environment("LANG")));
-  HeadlessOperator headless_operator(program, options.device);
-  loop.SetOperator([&headless_operator] { headless_operator.Act(); });
-  try {
-    program.Main();
-  } catch (const zr::NotBuiltYet& missing) {
-    std::cerr << "zandrell: " << missing.what() << "\n";
-    return 1;
+  if (!options.headless) {
+    if (auto toolkit = zr::gui::DesktopToolkit::Open(argc, argv))
+      return RunWithWindows(*toolkit, options, app_path, std::move(video_devices), std::move(audio_devices));
+    std::cerr << "zandrell: no display to open windows on; recording " << options.seconds
+              << " s from the capture device without windows instead\n";
   }
-  loop.SetOperator(nullptr);
-
-  bool recorded = false;
-  if (!devices.Connected()) {
-    std::cerr << "zandrell: no device is connected"
-              << (devices.SourceMessage().empty() ? "" : ": " + devices.SourceMessage()) << "\n";
-  } else {
-    try {
-      recorded = RecordMovie(program, loop, options);
-    } catch (const zr::NotBuiltYet& missing) {
-      // The movie is closed before any later step of the close-out runs.
-      std::cerr << "zandrell: " << missing.what() << "\n";
-    }
-    if (const std::string message = devices.SourceMessage(); !message.empty()) std::cerr << "zandrell: " << message << "\n";
-    std::cout << program.Master().StatusString.Caption.get() << ": " << options.output << "\n";
-    if (recorded) ReportMovie(movies, options.output);
-  }
-  program.Master.Unload(zr::ui::UnloadMode::FromCode);
-  return recorded && std::filesystem::exists(options.output) ? 0 : 1;
+  return RunWithoutWindows(options, app_path, std::move(video_devices), std::move(audio_devices));
 }

@@ -1,0 +1,63 @@
+#pragma once
+// The services and devices every run of the program shares (settings, files, clock, desktop,
+// movie files, the real capture devices) around the loop, dialogs and clipboard of the face it
+// runs with: the desktop windows or none.
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "core/program.h"
+#include "image/bmp.h"
+#include "platform/linux/capture_devices.h"
+#include "platform/linux/ffmpeg_movie_files.h"
+#include "platform/linux/headless_services.h"
+#include "platform/linux/ini_settings_store.h"
+#include "platform/linux/ip_camera.h"
+#include "platform/linux/linux_desktop.h"
+#include "platform/linux/network_stream.h"
+
+namespace zr {
+
+// What the process learnt from its surroundings.
+struct ProgramStart {
+  std::string app_path;      // with its trailing separator
+  std::string command_line;  // the parameter file named on the command line, or empty
+  std::string home_folder;   // with its trailing separator, or empty
+  Language language = Language::English;
+};
+
+struct ProgramParts {
+  ProgramParts(platform::EventLoop& loop, std::function<void()> wake, platform::Dialogs& dialogs,
+               platform::Clipboard& clipboard, platform::ScreenSize screen, const ProgramStart& start,
+               std::vector<platform::linux_impl::VideoDeviceEntry> video,
+               std::vector<platform::linux_impl::AudioDeviceEntry> audio)
+      : settings(platform::linux_impl::DefaultSettingsFolder()),
+        desktop(screen),
+        devices(platform::linux_impl::CaptureDeviceServices{
+                    loop, std::move(wake), movies, clipboard, WriteBmpFile, nullptr,
+                    [](const std::string& url) { return platform::linux_impl::MakeIpCameraSource(url); },
+                    [](const std::string& url) { return platform::linux_impl::MakeNetworkStreamSource(url); }},
+                std::move(video), std::move(audio)),
+        drivers(devices.MakeDriverSystem()),
+        program(Services{loop, dialogs, clipboard, settings, files, clock, desktop, movies, *drivers,
+                         [this] { return devices.MakeCaptureControl(); }},
+                start.app_path) {
+    program.CommandLine = start.command_line;
+    program.HomeFolder = start.home_folder;
+    program.language = start.language;
+  }
+
+  platform::linux_impl::IniSettingsStore settings;
+  platform::linux_impl::StatvfsFileSystem files;
+  platform::linux_impl::LocalWallClock clock;
+  platform::linux_impl::LinuxDesktop desktop;
+  platform::linux_impl::FfmpegMovieFiles movies;
+  platform::linux_impl::RealCaptureDevices devices;
+  std::unique_ptr<platform::VfwDriverSystem> drivers;
+  Program program;
+};
+
+}  // namespace zr

@@ -1,0 +1,437 @@
+#include "gui/control_bindings.h"
+
+#include <QCheckBox>
+#include <QComboBox>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QLineEdit>
+#include <QListWidget>
+#include <QMenu>
+#include <QMouseEvent>
+#include <QPainter>
+#include <QPushButton>
+#include <QRadioButton>
+#include <QSpinBox>
+#include <QTabBar>
+#include <QToolBar>
+#include <QToolButton>
+#include <vector>
+
+#include "gui/icons.h"
+#include "gui/picture_image.h"
+
+namespace zr::gui {
+
+namespace {
+
+QString Text(const std::string& text) { return QString::fromStdString(text); }
+
+// The visible and enabled flags every control has.
+void ShowFlags(QWidget& widget, const ui::Control& control) {
+  if (widget.isVisibleTo(widget.parentWidget()) != control.Visible.get()) widget.setVisible(control.Visible.get());
+  if (widget.isEnabled() != control.Enabled.get()) widget.setEnabled(control.Enabled.get());
+}
+
+void SetTextIfChanged(QLabel& label, const QString& text) {
+  if (label.text() != text) label.setText(text);
+}
+
+QColor ToolkitColour(ui::Colour colour) { return QColor(colour & 0xFF, (colour >> 8) & 0xFF, (colour >> 16) & 0xFF); }
+
+template <class W, class C>
+class BindingOf : public Binding {
+ public:
+  BindingOf(C& control, W* widget, Guard guard) : control_(control), widget_(widget), guard_(std::move(guard)) {}
+  QWidget* Widget() const override { return widget_; }
+
+ protected:
+  void Operator(const std::function<void()>& action) { guard_(action); }
+  C& control_;
+  W* widget_;
+  Guard guard_;
+};
+
+// ---- labels
+
+class ClickableLabel final : public QLabel {
+ public:
+  using QLabel::QLabel;
+  std::function<void()> on_click;
+
+ protected:
+  void mouseReleaseEvent(QMouseEvent* event) override {
+    if (event->button() == Qt::LeftButton && on_click) on_click();
+  }
+};
+
+class LabelBinding final : public BindingOf<ClickableLabel, ui::Label> {
+ public:
+  LabelBinding(ui::Label& label, const Guard& guard, QWidget* parent)
+      : BindingOf(label, new ClickableLabel(parent), guard) {
+    widget_->setObjectName(Text(label.Name()));
+    widget_->on_click = [this] { Operator([this] { control_.Click(); }); };
+  }
+  void Refresh() override {
+    SetTextIfChanged(*widget_, Text(control_.Caption));
+    QFont font = widget_->font();
+    if (font.bold() != control_.FontBold.get()) {
+      font.setBold(control_.FontBold);
+      widget_->setFont(font);
+    }
+    const QString style = control_.ForeColor.get() == ui::kBlack
+                              ? QString()
+                              : QString("color: %1;").arg(ToolkitColour(control_.ForeColor).name());
+    if (widget_->styleSheet() != style) widget_->setStyleSheet(style);
+    ShowFlags(*widget_, control_);
+  }
+};
+
+// ---- text boxes, buttons, check boxes, ranges
+
+class TextBoxBinding final : public BindingOf<QLineEdit, ui::TextBox> {
+ public:
+  TextBoxBinding(ui::TextBox& box, const Guard& guard, QWidget* parent) : BindingOf(box, new QLineEdit(parent), guard) {
+    widget_->setObjectName(Text(box.Name()));
+    QObject::connect(widget_, &QLineEdit::textEdited, widget_, [this](const QString& text) {
+      Operator([this, text] { control_.Set("Text", ui::Value{text.toStdString()}); });
+    });
+  }
+  void Refresh() override {
+    if (widget_->text() != Text(control_.Text)) widget_->setText(Text(control_.Text));
+    ShowFlags(*widget_, control_);
+  }
+};
+
+class CommandButtonBinding final : public BindingOf<QPushButton, ui::CommandButton> {
+ public:
+  CommandButtonBinding(ui::CommandButton& button, const Guard& guard, QWidget* parent)
+      : BindingOf(button, new QPushButton(parent), guard) {
+    widget_->setObjectName(Text(button.Name()));
+    QObject::connect(widget_, &QPushButton::clicked, widget_, [this] { Operator([this] { control_.Click(); }); });
+  }
+  void Refresh() override {
+    if (widget_->text() != Text(control_.Caption)) widget_->setText(Text(control_.Caption));
+    ShowFlags(*widget_, control_);
+  }
+};
+
+class CheckBoxBinding final : public BindingOf<QAbstractButton, ui::CheckBox> {
+ public:
+  CheckBoxBinding(ui::CheckBox& box, const Guard& guard, QWidget* parent)
+      : BindingOf(box, box.is_option_button ? static_cast<QAbstractButton*>(new QRadioButton(parent))
+                                            : static_cast<QAbstractButton*>(new QCheckBox(parent)),
+                  guard) {
+    widget_->setObjectName(Text(box.Name()));
+    if (box.is_option_button) static_cast<QRadioButton*>(widget_)->setAutoExclusive(false);
+    QObject::connect(widget_, &QAbstractButton::clicked, widget_, [this] {
+      Operator([this] { control_.Click(); });
+      Refresh();
+    });
+  }
+  void Refresh() override {
+    if (widget_->text() != Text(control_.Caption)) widget_->setText(Text(control_.Caption));
+    const bool checked = control_.Value != 0;
+    if (widget_->isChecked() != checked) widget_->setChecked(checked);
+    ShowFlags(*widget_, control_);
+  }
+};
+
+class RangeBinding final : public BindingOf<QSpinBox, ui::RangeControl> {
+ public:
+  RangeBinding(ui::RangeControl& range, const Guard& guard, QWidget* parent)
+      : BindingOf(range, new QSpinBox(parent), guard) {
+    widget_->setObjectName(Text(range.Name()));
+    QObject::connect(widget_, &QSpinBox::valueChanged, widget_, [this](int value) {
+      if (refreshing_ || value == control_.Value) return;
+      Operator([this, value] { control_.Set("Value", ui::Value{static_cast<std::int64_t>(value)}); });
+    });
+  }
+  void Refresh() override {
+    refreshing_ = true;
+    if (widget_->minimum() != control_.Min || widget_->maximum() != control_.Max)
+      widget_->setRange(control_.Min, control_.Max);
+    if (widget_->value() != control_.Value) widget_->setValue(control_.Value);
+    refreshing_ = false;
+    ShowFlags(*widget_, control_);
+  }
+
+ private:
+  bool refreshing_ = false;
+};
+
+// ---- lists
+
+std::vector<QString> ItemTexts(const ui::ListControl& list) {
+  std::vector<QString> texts;
+  for (const auto& item : list.Items) texts.push_back(Text(item.text));
+  return texts;
+}
+
+class ComboBinding final : public BindingOf<QComboBox, ui::ListControl> {
+ public:
+  ComboBinding(ui::ListControl& list, const Guard& guard, QWidget* parent)
+      : BindingOf(list, new QComboBox(parent), guard) {
+    widget_->setObjectName(Text(list.Name()));
+    QObject::connect(widget_, &QComboBox::activated, widget_, [this](int index) {
+      Operator([this, index] { control_.ClickEntry(index); });
+    });
+  }
+  void Refresh() override {
+    const auto texts = ItemTexts(control_);
+    if (texts != shown_) {
+      widget_->clear();
+      for (const QString& text : texts) widget_->addItem(text);
+      shown_ = texts;
+    }
+    if (widget_->currentIndex() != control_.ListIndex) widget_->setCurrentIndex(control_.ListIndex);
+    ShowFlags(*widget_, control_);
+  }
+
+ private:
+  std::vector<QString> shown_;
+};
+
+class ListBoxBinding final : public BindingOf<QListWidget, ui::ListControl> {
+ public:
+  ListBoxBinding(ui::ListControl& list, const Guard& guard, QWidget* parent)
+      : BindingOf(list, new QListWidget(parent), guard) {
+    widget_->setObjectName(Text(list.Name()));
+    QObject::connect(widget_, &QListWidget::itemClicked, widget_, [this](QListWidgetItem* item) {
+      const int row = widget_->row(item);
+      Operator([this, row] { control_.ClickEntry(row); });
+    });
+    QObject::connect(widget_, &QListWidget::itemDoubleClicked, widget_, [this](QListWidgetItem* item) {
+      const int row = widget_->row(item);
+      Operator([this, row] { control_.DblClickEntry(row); });
+    });
+  }
+  void Refresh() override {
+    const auto texts = ItemTexts(control_);
+    if (texts != shown_) {
+      widget_->clear();
+      for (std::size_t row = 0; row < texts.size(); ++row) {
+        auto* item = new QListWidgetItem(texts[row], widget_);
+        QFont font = item->font();
+        font.setBold(control_.Items[row].bold);
+        item->setFont(font);
+      }
+      shown_ = texts;
+    }
+    if (widget_->currentRow() != control_.ListIndex) widget_->setCurrentRow(control_.ListIndex);
+    ShowFlags(*widget_, control_);
+  }
+
+ private:
+  std::vector<QString> shown_;
+};
+
+// ---- toolbars
+
+class ToolbarBinding final : public BindingOf<QToolBar, ui::Toolbar> {
+ public:
+  ToolbarBinding(ui::Toolbar& bar, const Guard& guard, QWidget* parent) : BindingOf(bar, new QToolBar(parent), guard) {
+    widget_->setObjectName(Text(bar.Name()));
+    widget_->setIconSize(QSize(24, 24));
+    widget_->setToolButtonStyle(Qt::ToolButtonIconOnly);
+  }
+  void Refresh() override {
+    if (shown_count_ != control_.Buttons().size()) Rebuild();
+    for (std::size_t index = 0; index < control_.Buttons().size(); ++index)
+      ShowButton(*control_.Buttons()[index], *buttons_[index]);
+    ShowFlags(*widget_, control_);
+  }
+
+ private:
+  struct ShownButton {
+    QToolButton* tool = nullptr;
+    QAction* action = nullptr;
+    std::string image;
+    std::size_t menu_count = 0;
+  };
+
+  void Rebuild() {
+    widget_->clear();
+    buttons_.clear();
+    for (const auto& button : control_.Buttons()) {
+      auto shown = std::make_unique<ShownButton>();
+      if (button->Style() == ui::ButtonStyle::Separator) {
+        shown->action = widget_->addSeparator();
+      } else {
+        shown->tool = new QToolButton(widget_);
+        shown->tool->setObjectName(Text(button->Key()));
+        shown->tool->setAutoRaise(true);
+        const bool checkable = button->Style() == ui::ButtonStyle::Check || button->Style() == ui::ButtonStyle::Group;
+        shown->tool->setCheckable(checkable);
+        ui::ToolbarButton* model = button.get();
+        QObject::connect(shown->tool, &QToolButton::clicked, shown->tool, [this, model] {
+          Operator([this, model] { control_.ClickButton(*model); });
+          Refresh();
+        });
+        shown->action = widget_->addWidget(shown->tool);
+      }
+      buttons_.push_back(std::move(shown));
+    }
+    shown_count_ = control_.Buttons().size();
+  }
+
+  void ShowButton(ui::ToolbarButton& model, ShownButton& shown) {
+    shown.action->setVisible(model.Visible);
+    if (!shown.tool) return;
+    if (shown.image != model.Image.get()) {
+      shown.tool->setIcon(ToolbarIcon(model.Image.get()));
+      shown.image = model.Image.get();
+    }
+    const QString tip = Text(model.ToolTipText.get().empty() ? model.Caption.get() : model.ToolTipText.get());
+    if (shown.tool->toolTip() != tip) shown.tool->setToolTip(tip);
+    if (shown.tool->text() != Text(model.Caption)) shown.tool->setText(Text(model.Caption));
+    shown.tool->setToolButtonStyle(model.Caption.get().empty() ? Qt::ToolButtonIconOnly : Qt::ToolButtonTextBesideIcon);
+    if (shown.tool->isEnabled() != model.Enabled.get()) shown.tool->setEnabled(model.Enabled);
+    if (shown.tool->isCheckable() && shown.tool->isChecked() != (model.Value == 1)) shown.tool->setChecked(model.Value == 1);
+    if (model.Style() == ui::ButtonStyle::Dropdown) ShowMenu(model, shown);
+  }
+
+  void ShowMenu(ui::ToolbarButton& model, ShownButton& shown) {
+    if (!shown.tool->menu()) {
+      shown.tool->setMenu(new QMenu(shown.tool));
+      shown.tool->setPopupMode(QToolButton::MenuButtonPopup);
+    }
+    QMenu& menu = *shown.tool->menu();
+    if (shown.menu_count != model.ButtonMenus.size()) {
+      menu.clear();
+      for (const auto& entry : model.ButtonMenus) {
+        ui::ButtonMenu* item = entry.get();
+        QAction* action = entry->Text.get() == "-" ? menu.addSeparator() : menu.addAction(Text(entry->Text));
+        QObject::connect(action, &QAction::triggered, &menu, [this, &model, item] {
+          Operator([this, &model, item] { control_.ClickButtonMenu(model, *item); });
+        });
+      }
+      shown.menu_count = model.ButtonMenus.size();
+    }
+    const auto actions = menu.actions();
+    for (std::size_t index = 0; index < model.ButtonMenus.size() && index < static_cast<std::size_t>(actions.size()); ++index) {
+      const ui::ButtonMenu& entry = *model.ButtonMenus[index];
+      QAction& action = *actions[static_cast<qsizetype>(index)];
+      if (!action.isSeparator() && action.text() != Text(entry.Text)) action.setText(Text(entry.Text));
+      action.setEnabled(entry.Enabled);
+      action.setVisible(entry.Visible);
+      action.setCheckable(entry.Checked);
+      action.setChecked(entry.Checked);
+    }
+  }
+
+  std::vector<std::unique_ptr<ShownButton>> buttons_;
+  std::size_t shown_count_ = static_cast<std::size_t>(-1);
+};
+
+// ---- status bars, pictures, tabs
+
+class StatusBarBinding final : public BindingOf<QWidget, ui::StatusBar> {
+ public:
+  StatusBarBinding(ui::StatusBar& bar, const Guard& guard, QWidget* parent)
+      : BindingOf(bar, new QWidget(parent), guard) {
+    widget_->setObjectName(Text(bar.Name()));
+    auto* layout = new QHBoxLayout(widget_);
+    layout->setContentsMargins(2, 1, 2, 1);
+    layout->setSpacing(2);
+  }
+  void Refresh() override {
+    while (panels_.size() < static_cast<std::size_t>(control_.PanelCount())) AddPanel(static_cast<int>(panels_.size()) + 1);
+    for (int number = 1; number <= control_.PanelCount(); ++number) {
+      ui::Panel& panel = control_.Panels(number);
+      QLabel& label = *panels_[static_cast<std::size_t>(number - 1)];
+      SetTextIfChanged(label, Text(panel.Text));
+      label.setFrameShadow(panel.Bevel.get() == ui::BevelStyle::Raised ? QFrame::Raised : QFrame::Sunken);
+    }
+    ShowFlags(*widget_, control_);
+  }
+
+ private:
+  void AddPanel(int number) {
+    auto* label = new ClickableLabel(widget_);
+    label->setFrameShape(QFrame::Panel);
+    label->setObjectName(Text(control_.Panels(number).key));
+    label->on_click = [this, number] { Operator([this, number] { control_.ClickPanel(control_.Panels(number)); }); };
+    widget_->layout()->addWidget(label);
+    panels_.push_back(label);
+  }
+  std::vector<QLabel*> panels_;
+};
+
+// Draws the holder's picture scaled into the widget, keeping its shape.
+class PictureWidget final : public QWidget {
+ public:
+  using QWidget::QWidget;
+  std::shared_ptr<const platform::Picture> shown;
+  QImage image;
+
+ protected:
+  void paintEvent(QPaintEvent*) override {
+    QPainter painter(this);
+    if (image.isNull()) return;
+    const QSize fitted = image.size().scaled(size(), Qt::KeepAspectRatio);
+    painter.drawImage(QRect(QPoint((width() - fitted.width()) / 2, (height() - fitted.height()) / 2), fitted), image);
+  }
+};
+
+class PictureBinding final : public BindingOf<PictureWidget, ui::PictureBox> {
+ public:
+  PictureBinding(ui::PictureBox& box, const Guard& guard, QWidget* parent)
+      : BindingOf(box, new PictureWidget(parent), guard) {
+    widget_->setObjectName(Text(box.Name()));
+    widget_->setMinimumSize(64, 48);
+  }
+  void Refresh() override {
+    if (widget_->shown != control_.Picture) {
+      widget_->shown = control_.Picture;
+      widget_->image = control_.Picture ? ToQImage(*control_.Picture) : QImage();
+      if (!widget_->image.isNull()) widget_->setMinimumSize(widget_->image.size().boundedTo(QSize(640, 480)));
+      widget_->update();
+    }
+    ShowFlags(*widget_, control_);
+  }
+};
+
+class TabBinding final : public BindingOf<QTabBar, ui::TabStrip> {
+ public:
+  TabBinding(ui::TabStrip& tabs, const Guard& guard, QWidget* parent) : BindingOf(tabs, new QTabBar(parent), guard) {
+    widget_->setObjectName(Text(tabs.Name()));
+    for (const auto& caption : tabs.Tabs) widget_->addTab(Text(caption));
+    QObject::connect(widget_, &QTabBar::tabBarClicked, widget_, [this](int index) {
+      Operator([this, index] { control_.ClickTab(index + 1); });
+    });
+  }
+  void Refresh() override {
+    if (widget_->currentIndex() != control_.SelectedIndex - 1) widget_->setCurrentIndex(control_.SelectedIndex - 1);
+    ShowFlags(*widget_, control_);
+  }
+};
+
+template <class B, class C>
+std::unique_ptr<Binding> Make(C& control, const Guard& guard, QWidget* parent) {
+  auto binding = std::make_unique<B>(control, guard, parent);
+  binding->Refresh();
+  return binding;
+}
+
+}  // namespace
+
+bool ShowsAsListBox(const ui::ListControl& list) { return list.Name() == "devices" || list.Name() == "lstDIBList"; }
+
+std::unique_ptr<Binding> BindControl(ui::Control& control, const Guard& guard, QWidget* parent) {
+  if (auto* label = dynamic_cast<ui::Label*>(&control)) return Make<LabelBinding>(*label, guard, parent);
+  if (auto* box = dynamic_cast<ui::TextBox*>(&control)) return Make<TextBoxBinding>(*box, guard, parent);
+  if (auto* button = dynamic_cast<ui::CommandButton*>(&control)) return Make<CommandButtonBinding>(*button, guard, parent);
+  if (auto* check = dynamic_cast<ui::CheckBox*>(&control)) return Make<CheckBoxBinding>(*check, guard, parent);
+  if (auto* range = dynamic_cast<ui::RangeControl*>(&control)) return Make<RangeBinding>(*range, guard, parent);
+  if (auto* list = dynamic_cast<ui::ListControl*>(&control)) {
+    if (ShowsAsListBox(*list)) return Make<ListBoxBinding>(*list, guard, parent);
+    return Make<ComboBinding>(*list, guard, parent);
+  }
+  if (auto* bar = dynamic_cast<ui::Toolbar*>(&control)) return Make<ToolbarBinding>(*bar, guard, parent);
+  if (auto* status = dynamic_cast<ui::StatusBar*>(&control)) return Make<StatusBarBinding>(*status, guard, parent);
+  if (auto* picture = dynamic_cast<ui::PictureBox*>(&control)) return Make<PictureBinding>(*picture, guard, parent);
+  if (auto* tabs = dynamic_cast<ui::TabStrip*>(&control)) return Make<TabBinding>(*tabs, guard, parent);
+  return nullptr;
+}
+
+}  // namespace zr::gui

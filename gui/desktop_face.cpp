@@ -1,0 +1,221 @@
+#include "gui/desktop_face.h"
+
+#include <QApplication>
+#include <QKeyEvent>
+#include <QMdiSubWindow>
+#include <QMessageBox>
+#include <algorithm>
+
+#include "capture/video_screen.h"
+#include "core/master.h"
+#include "core/program_error.h"
+
+namespace zr::gui {
+
+namespace {
+
+// How often the windows are brought in step with the model.
+constexpr int kSyncMs = 40;
+
+bool ShowsInChildArea(const std::string& name) {
+  return name == "VideoScreen" || name == "Image" || name == "MultiImage";
+}
+
+}  // namespace
+
+DesktopFace::DesktopFace(Program& program, QtEventLoop& loop, QtDialogs& dialogs, LiveVideo live)
+    : program_(program), loop_(loop), dialogs_(dialogs), live_(std::move(live)) {
+  guard_ = [this](const std::function<void()>& action) {
+    loop_.Guarded(action);
+    Sync();
+  };
+  loop_.SetErrorHandler([this](const std::exception& failure) { ShowFailure(failure); });
+  connect(&sync_, &QTimer::timeout, this, [this] { Sync(); });
+  sync_.start(kSyncMs);
+  qApp->installEventFilter(this);
+}
+
+DesktopFace::~DesktopFace() {
+  qApp->removeEventFilter(this);
+  loop_.SetErrorHandler(nullptr);
+  for (auto& [key, shown] : shown_)
+    if (!shown.child) delete shown.widget;
+}
+
+void DesktopFace::Sync() {
+  if (syncing_) return;
+  syncing_ = true;
+  SyncMaster();
+  std::map<WindowKey, bool> live;
+  for (ui::WindowSlotBase* slot : program_.Windows()) {
+    if (slot->Name() == "Master") continue;
+    if (ui::Window* window = slot->LoadedWindow()) {
+      live[{window, window->Serial()}] = true;
+      SyncWindow(*slot, *window, false);
+    }
+    for (int number = 1; number <= slot->ExtraInstanceCount(); ++number) {
+      ui::Window* extra = slot->ExtraInstance(number);
+      live[{extra, extra->Serial()}] = true;
+      SyncWindow(*slot, *extra, true);
+    }
+  }
+  DropWindowsNotIn(live);
+  // The face has let go of every unloaded window: now they may be destroyed.
+  program_.ReleaseUnloadedWindows();
+  dialogs_.SetParentWindow(QApplication::activeWindow() ? QApplication::activeWindow() : master_.get());
+  syncing_ = false;
+}
+
+void DesktopFace::SyncMaster() {
+  auto* model = program_.Master.IfLoaded();
+  if (!model) {
+    if (!master_) return;
+    std::map<WindowKey, bool> none;
+    DropWindowsNotIn(none);
+    // Deleted later: this may run inside a handler of the main window itself.
+    master_->Detach();
+    master_->hide();
+    master_.release()->deleteLater();
+    if (ended_) ended_();
+    return;
+  }
+  if (!model->Visible) return;
+  if (!master_) {
+    master_ = std::make_unique<MasterWindow>(program_, guard_);
+    master_->show();
+  }
+  master_->Refresh();
+}
+
+void DesktopFace::SyncWindow(ui::WindowSlotBase& slot, ui::Window& window, bool extra) {
+  const WindowKey key{&window, window.Serial()};
+  auto found = shown_.find(key);
+  if (!window.Visible) {
+    if (found != shown_.end()) {
+      QWidget* frame = found->second.child ? found->second.widget->parentWidget() : found->second.widget;
+      if (frame->isVisible()) frame->hide();
+    }
+    return;
+  }
+  if (found == shown_.end()) {
+    if (ShowsInChildArea(window.Name()) && !master_) return;
+    found = shown_.emplace(key, MakeShown(slot, window, extra)).first;
+  }
+  found->second.refresh();
+  QWidget* frame = found->second.child ? found->second.widget->parentWidget() : found->second.widget;
+  if (!frame->isVisible()) frame->show();
+}
+
+DesktopFace::Shown DesktopFace::MakeShown(ui::WindowSlotBase& slot, ui::Window& window, bool extra) {
+  auto close_box = [this, &slot, &window, extra] {
+    guard_([&slot, &window, extra] {
+      if (extra) slot.UnloadExtra(window, ui::UnloadMode::CloseBox);
+      else slot.Unload(ui::UnloadMode::CloseBox);
+    });
+  };
+  Shown shown;
+  if (window.Name() == "Splash") {
+    auto* splash = new SplashWindow(window, guard_);
+    shown.widget = splash;
+    shown.refresh = [splash] { splash->Refresh(); };
+    return shown;
+  }
+  if (window.Name() == "VideoScreen") {
+    auto& screen = static_cast<zr::VideoScreen&>(window);
+    auto* video = new VideoWindow(screen, guard_, live_, close_box);
+    QMdiSubWindow* frame = master_->ChildArea().addSubWindow(video);
+    frame->setWindowIcon(master_->windowIcon());
+    shown.widget = video;
+    shown.child = true;
+    shown.refresh = [video, frame, &screen, applied = QSize()]() mutable {
+      video->Refresh();
+      if (frame->windowTitle() != QString::fromStdString(screen.Caption)) frame->setWindowTitle(QString::fromStdString(screen.Caption));
+      const QSize wanted = video->sizeHint();
+      if (wanted != applied) {
+        frame->resize(frame->size() - video->size() + wanted);
+        applied = wanted;
+      }
+    };
+    return shown;
+  }
+  auto* plain = new PlainWindow(window, guard_, close_box);
+  shown.widget = plain;
+  if (ShowsInChildArea(window.Name())) {
+    QMdiSubWindow* frame = master_->ChildArea().addSubWindow(plain);
+    frame->setAttribute(Qt::WA_DeleteOnClose, false);
+    shown.child = true;
+    shown.refresh = [plain, frame] {
+      plain->Refresh();
+      if (frame->windowTitle() != plain->windowTitle()) frame->setWindowTitle(plain->windowTitle());
+    };
+    return shown;
+  }
+  plain->setParent(master_.get(), Qt::Dialog);
+  if (window.Width > 0 && window.Height > 0) plain->resize(std::max(window.Width.get(), 240), std::max(window.Height.get(), 120));
+  shown.refresh = [plain] { plain->Refresh(); };
+  return shown;
+}
+
+void DesktopFace::DropWindowsNotIn(const std::map<WindowKey, bool>& live) {
+  for (auto it = shown_.begin(); it != shown_.end();) {
+    if (live.count(it->first)) {
+      ++it;
+      continue;
+    }
+    QWidget* frame = it->second.child ? it->second.widget->parentWidget() : it->second.widget;
+    frame->hide();
+    frame->deleteLater();
+    // The widget's bindings refer to the window that is going: they must not run again.
+    frame->setParent(nullptr);
+    it = shown_.erase(it);
+  }
+}
+
+QWidget* DesktopFace::WidgetOf(const ui::Window& window) const {
+  const auto found = shown_.find({&window, window.Serial()});
+  if (found != shown_.end()) return found->second.widget;
+  return &window == program_.Master.IfLoaded() ? master_.get() : nullptr;
+}
+
+void DesktopFace::ShowFailure(const std::exception& failure) {
+  const bool missing = dynamic_cast<const NotBuiltYet*>(&failure) != nullptr;
+  const QString text = missing ? QString("This part of %1 is not built yet.\n\n%2").arg(QString::fromStdString(kAppTitle), failure.what())
+                               : QString("The last command failed: %1").arg(failure.what());
+  QMessageBox::warning(QApplication::activeWindow(), QString::fromStdString(kAppTitle), text);
+}
+
+bool DesktopFace::eventFilter(QObject* watched, QEvent* event) {
+  TrackKey(event);
+  return QObject::eventFilter(watched, event);
+}
+
+void DesktopFace::TrackKey(QEvent* event) {
+  auto& keys = program_.KeysDown;
+  if (event->type() == QEvent::ApplicationDeactivate) {
+    keys.clear();
+    return;
+  }
+  if (event->type() == QEvent::WindowActivate || event->type() == QEvent::ApplicationActivate) {
+    QWidget* active = QApplication::activeWindow();
+    program_.ForegroundWindow = active ? active->objectName().toStdString() : "";
+    return;
+  }
+  if (event->type() != QEvent::KeyPress && event->type() != QEvent::KeyRelease) return;
+  const auto* key_event = static_cast<QKeyEvent*>(event);
+  if (key_event->isAutoRepeat()) return;
+  const std::string name = KeyStateName(key_event->key());
+  if (name.empty()) return;
+  const auto held = std::find(keys.begin(), keys.end(), name);
+  if (event->type() == QEvent::KeyPress && held == keys.end()) keys.push_back(name);
+  if (event->type() == QEvent::KeyRelease && held != keys.end()) keys.erase(held);
+}
+
+std::string KeyStateName(int toolkit_key) {
+  if (toolkit_key == Qt::Key_Control) return "ctrl";
+  if (toolkit_key == Qt::Key_Shift) return "shift";
+  if (toolkit_key >= Qt::Key_A && toolkit_key <= Qt::Key_Z) return std::string(1, static_cast<char>('A' + (toolkit_key - Qt::Key_A)));
+  if (toolkit_key >= Qt::Key_F1 && toolkit_key <= Qt::Key_F12) return "F" + std::to_string(toolkit_key - Qt::Key_F1 + 1);
+  return "";
+}
+
+}  // namespace zr::gui

@@ -1,0 +1,73 @@
+#include "gui/desktop_toolkit.h"
+
+#include <QApplication>
+#include <QGuiApplication>
+#include <QScreen>
+#include <cstdlib>
+#include <iostream>
+
+#include "core/master.h"
+#include "gui/desktop_face.h"
+#include "gui/icons.h"
+#include "gui/qt_event_loop.h"
+#include "gui/qt_services.h"
+
+namespace zr::gui {
+
+namespace {
+
+// Whether a display server is there to talk to; the toolkit would abort the process without.
+bool DisplayAvailable() {
+  const char* platform = std::getenv("QT_QPA_PLATFORM");
+  if (platform && *platform) return true;
+  const char* x11 = std::getenv("DISPLAY");
+  const char* wayland = std::getenv("WAYLAND_DISPLAY");
+  return (x11 && *x11) || (wayland && *wayland);
+}
+
+class QtDesktopToolkit final : public DesktopToolkit {
+ public:
+  QtDesktopToolkit(int& argc, char** argv) : application_(argc, argv) {
+    QApplication::setApplicationName(QString::fromStdString(kAppTitle));
+    QApplication::setWindowIcon(ApplicationIcon());
+    // The program ends when its main window is gone, not when its last window closes.
+    QApplication::setQuitOnLastWindowClosed(false);
+  }
+
+  platform::EventLoop& Loop() override { return loop_; }
+  platform::Dialogs& Dialogs() override { return dialogs_; }
+  platform::Clipboard& Clipboard() override { return clipboard_; }
+  platform::ScreenSize Screen() const override {
+    const QScreen* screen = QGuiApplication::primaryScreen();
+    if (!screen) return {1920, 1080};
+    return {screen->geometry().width(), screen->geometry().height()};
+  }
+
+  int Run(Program& program, LiveVideo live) override {
+    DesktopFace face(program, loop_, dialogs_, std::move(live));
+    bool ended = false;
+    face.OnProgramEnd([&ended] {
+      ended = true;
+      QApplication::quit();
+    });
+    loop_.Guarded([&program] { program.Main(); });
+    face.Sync();
+    if (!ended && program.Master.Loaded()) QApplication::exec();
+    return 0;
+  }
+
+ private:
+  QApplication application_;
+  QtEventLoop loop_;
+  QtDialogs dialogs_;
+  QtClipboard clipboard_;
+};
+
+}  // namespace
+
+std::unique_ptr<DesktopToolkit> DesktopToolkit::Open(int& argc, char** argv) {
+  if (!DisplayAvailable()) return nullptr;
+  return std::make_unique<QtDesktopToolkit>(argc, argv);
+}
+
+}  // namespace zr::gui

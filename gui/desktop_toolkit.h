@@ -1,0 +1,31 @@
+#pragma once
+// The toolkit's side of the desktop program, behind a header free of the toolkit: its
+// application object, event loop, dialogs and clipboard, and the run of the program's windows.
+
+#include <memory>
+
+#include "core/program.h"
+#include "gui/live_video.h"
+#include "platform/event_loop.h"
+#include "platform/services.h"
+
+namespace zr::gui {
+
+class DesktopToolkit {
+ public:
+  // The toolkit on the desktop's display; nothing when there is no display to open windows on.
+  static std::unique_ptr<DesktopToolkit> Open(int& argc, char** argv);
+  virtual ~DesktopToolkit() = default;
+
+  virtual platform::EventLoop& Loop() = 0;
+  virtual platform::Dialogs& Dialogs() = 0;
+  virtual platform::Clipboard& Clipboard() = 0;
+  // The size of the screen the windows open on.
+  virtual platform::ScreenSize Screen() const = 0;
+
+  // Starts the program (its entry, with the device chooser) and shows its windows until the
+  // main window is gone. Returns the process's exit status.
+  virtual int Run(Program& program, LiveVideo live) = 0;
+};
+
+}  // namespace zr::gui

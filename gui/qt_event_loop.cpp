@@ -1,0 +1,99 @@
+#include "gui/qt_event_loop.h"
+
+#include <QCoreApplication>
+#include <QThread>
+#include <algorithm>
+#include <chrono>
+#include <thread>
+
+namespace zr::gui {
+
+namespace {
+// How often a modal wait looks at its condition even when no event arrives, and how long a
+// blocking wait sleeps between looks.
+constexpr int kModalLookMs = 20;
+constexpr auto kBlockLook = std::chrono::milliseconds(5);
+}  // namespace
+
+QtEventLoop::QtEventLoop() {
+  clock_.start();
+  pump_.setSingleShot(true);
+  pump_.setTimerType(Qt::PreciseTimer);
+  connect(&pump_, &QTimer::timeout, this, [this] { RunDueTimers(); });
+}
+
+std::int64_t QtEventLoop::NowMs() const { return clock_.elapsed(); }
+
+void QtEventLoop::Post(std::function<void()> event) {
+  {
+    std::lock_guard lock(mutex_);
+    posted_.push_back(std::move(event));
+  }
+  QMetaObject::invokeMethod(this, [this] { RunPostedEvents(); }, Qt::QueuedConnection);
+}
+
+void QtEventLoop::Yield() {
+  QCoreApplication::processEvents(QEventLoop::AllEvents);
+  RunDueTimers();
+  RunPostedEvents();
+}
+
+void QtEventLoop::RunModal(const std::function<bool()>& finished) {
+  QTimer look;
+  look.start(kModalLookMs);
+  while (!finished()) QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+}
+
+void QtEventLoop::Block(const std::function<bool()>& finished) {
+  while (!finished()) std::this_thread::sleep_for(kBlockLook);
+}
+
+void QtEventLoop::StartTimer(platform::TimerClient& timer, int interval_ms) {
+  timers_.Start(timer, interval_ms, NowMs());
+  ArmPump();
+}
+
+void QtEventLoop::StopTimer(platform::TimerClient& timer) {
+  timers_.Stop(timer);
+  ArmPump();
+}
+
+void QtEventLoop::Guarded(const std::function<void()>& action) {
+  try {
+    action();
+  } catch (const std::exception& failure) {
+    if (on_error_) on_error_(failure);
+  }
+}
+
+void QtEventLoop::RunDueTimers() {
+  Guarded([this] {
+    while (timers_.FireOneDue(NowMs())) {
+    }
+  });
+  ArmPump();
+}
+
+void QtEventLoop::RunPostedEvents() {
+  for (;;) {
+    std::function<void()> event;
+    {
+      std::lock_guard lock(mutex_);
+      if (posted_.empty()) return;
+      event = std::move(posted_.front());
+      posted_.pop_front();
+    }
+    Guarded(event);
+  }
+}
+
+void QtEventLoop::ArmPump() {
+  const std::int64_t due = timers_.NextDueMsOfIdleTimers();
+  if (due == platform::TimerTable::kNever) {
+    pump_.stop();
+    return;
+  }
+  pump_.start(static_cast<int>(std::clamp<std::int64_t>(due - NowMs(), 0, 24 * 3600 * 1000)));
+}
+
+}  // namespace zr::gui

@@ -1,0 +1,53 @@
+#pragma once
+// The event loop of the desktop program, on the toolkit's own loop: timers keep the rules of
+// every loop of the program (the shared timer table), driven by one toolkit timer set to the
+// next due time; posted events are queued to the GUI thread. A handler that fails does not
+// take the process down: the failure goes to the error handler (the face shows it).
+//
+// Threads: Post from any thread; everything else on the GUI thread.
+
+#include <QElapsedTimer>
+#include <QObject>
+#include <QTimer>
+#include <deque>
+#include <exception>
+#include <functional>
+#include <mutex>
+
+#include "platform/event_loop.h"
+#include "platform/timer_table.h"
+
+namespace zr::gui {
+
+class QtEventLoop final : public QObject, public platform::EventLoop {
+ public:
+  QtEventLoop();
+
+  std::int64_t NowMs() const override;
+  void Post(std::function<void()> event) override;
+  void Yield() override;
+  void RunModal(const std::function<bool()>& finished) override;
+  // The window does not answer while a blocking capture runs, as the operator asked for an
+  // exclusive run; the back ends go on on their own threads.
+  void Block(const std::function<bool()>& finished) override;
+  void StartTimer(platform::TimerClient& timer, int interval_ms) override;
+  void StopTimer(platform::TimerClient& timer) override;
+
+  // Runs `action` on behalf of the operator or the loop; a failure goes to the error handler.
+  void Guarded(const std::function<void()>& action);
+  void SetErrorHandler(std::function<void(const std::exception&)> handler) { on_error_ = std::move(handler); }
+
+ private:
+  void RunDueTimers();
+  void RunPostedEvents();
+  void ArmPump();
+
+  QElapsedTimer clock_;
+  platform::TimerTable timers_;
+  QTimer pump_;
+  std::mutex mutex_;  // guards posted_
+  std::deque<std::function<void()>> posted_;
+  std::function<void(const std::exception&)> on_error_;
+};
+
+}  // namespace zr::gui

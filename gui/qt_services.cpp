@@ -1,0 +1,126 @@
+#include "gui/qt_services.h"
+
+#include <QClipboard>
+#include <QFileDialog>
+#include <QGuiApplication>
+#include <QInputDialog>
+#include <QMessageBox>
+#include <QPushButton>
+#include <utility>
+#include <vector>
+
+#include "gui/picture_image.h"
+
+namespace zr::gui {
+
+namespace {
+
+using platform::MessageAnswer;
+using platform::MessageButtons;
+using platform::MessageIcon;
+
+QString Text(const std::string& text) { return QString::fromStdString(text); }
+
+QMessageBox::Icon ToolkitIcon(MessageIcon icon) {
+  switch (icon) {
+    case MessageIcon::Stop: return QMessageBox::Critical;
+    case MessageIcon::Question: return QMessageBox::Question;
+    case MessageIcon::Exclamation: return QMessageBox::Warning;
+    case MessageIcon::Information: return QMessageBox::Information;
+    case MessageIcon::None: break;
+  }
+  return QMessageBox::NoIcon;
+}
+
+// The buttons of each set, in the order they stand, with the answer each gives.
+std::vector<std::pair<QMessageBox::StandardButton, MessageAnswer>> ButtonsOf(MessageButtons buttons) {
+  switch (buttons) {
+    case MessageButtons::Ok: return {{QMessageBox::Ok, MessageAnswer::Ok}};
+    case MessageButtons::OkCancel: return {{QMessageBox::Ok, MessageAnswer::Ok}, {QMessageBox::Cancel, MessageAnswer::Cancel}};
+    case MessageButtons::AbortRetryIgnore:
+      return {{QMessageBox::Abort, MessageAnswer::Abort}, {QMessageBox::Retry, MessageAnswer::Retry},
+              {QMessageBox::Ignore, MessageAnswer::Ignore}};
+    case MessageButtons::YesNoCancel:
+      return {{QMessageBox::Yes, MessageAnswer::Yes}, {QMessageBox::No, MessageAnswer::No},
+              {QMessageBox::Cancel, MessageAnswer::Cancel}};
+    case MessageButtons::YesNo: return {{QMessageBox::Yes, MessageAnswer::Yes}, {QMessageBox::No, MessageAnswer::No}};
+    case MessageButtons::RetryCancel:
+      return {{QMessageBox::Retry, MessageAnswer::Retry}, {QMessageBox::Cancel, MessageAnswer::Cancel}};
+  }
+  return {{QMessageBox::Ok, MessageAnswer::Ok}};
+}
+
+}  // namespace
+
+MessageAnswer QtDialogs::MessageBox(const platform::MessageBoxRequest& request) {
+  QMessageBox box(ToolkitIcon(request.icon), Text(request.title), Text(request.text), QMessageBox::NoButton, parent_);
+  const auto buttons = ButtonsOf(request.buttons);
+  QMessageBox::StandardButtons standard;
+  for (const auto& [button, answer] : buttons) standard |= button;
+  box.setStandardButtons(standard);
+  box.setDefaultButton(buttons.front().first);
+  // Closing the box answers as its last button does (Cancel or No), or OK when it has one.
+  box.setEscapeButton(buttons.back().first);
+  const auto clicked = static_cast<QMessageBox::StandardButton>(box.exec());
+  for (const auto& [button, answer] : buttons)
+    if (button == clicked) return answer;
+  return buttons.back().second;
+}
+
+std::optional<std::string> QtDialogs::InputBox(const platform::InputBoxRequest& request) {
+  bool accepted = false;
+  const QString answer = QInputDialog::getText(parent_, Text(request.title), Text(request.prompt), QLineEdit::Normal,
+                                               Text(request.default_text), &accepted);
+  if (!accepted) return std::nullopt;
+  return answer.toStdString();
+}
+
+std::optional<std::vector<std::string>> QtDialogs::FileDialog(const platform::FileDialogRequest& request) {
+  const QString title = Text(request.title);
+  const QString filter = ToolkitFileFilter(request.filter);
+  QStringList chosen;
+  switch (request.kind) {
+    case platform::FileDialogKind::Open:
+      if (request.multiple) chosen = QFileDialog::getOpenFileNames(parent_, title, Text(request.file_name), filter);
+      else chosen << QFileDialog::getOpenFileName(parent_, title, Text(request.file_name), filter);
+      break;
+    case platform::FileDialogKind::Save:
+      chosen << QFileDialog::getSaveFileName(parent_, title, Text(request.file_name), filter, nullptr,
+                                             QFileDialog::DontConfirmOverwrite);
+      break;
+    case platform::FileDialogKind::Folder:
+      chosen << QFileDialog::getExistingDirectory(parent_, title, Text(request.file_name));
+      break;
+  }
+  chosen.removeAll(QString());
+  if (chosen.isEmpty()) return std::nullopt;
+  std::vector<std::string> paths;
+  for (const QString& path : chosen) paths.push_back(path.toStdString());
+  return paths;
+}
+
+QString ToolkitFileFilter(const std::string& filter) {
+  const QStringList parts = Text(filter).split('|');
+  QStringList entries;
+  for (qsizetype at = 0; at + 1 < parts.size(); at += 2) {
+    if (parts[at].isEmpty() && parts[at + 1].isEmpty()) continue;
+    QString patterns = parts[at + 1];
+    patterns.replace(';', ' ');
+    entries << parts[at].trimmed() + " (" + patterns.trimmed() + ")";
+  }
+  return entries.join(";;");
+}
+
+void QtClipboard::SetPicture(const platform::Picture& picture) {
+  QGuiApplication::clipboard()->setImage(ToQImage(picture));
+}
+
+std::optional<platform::Picture> QtClipboard::GetPicture() const {
+  const QImage image = QGuiApplication::clipboard()->image();
+  if (image.isNull()) return std::nullopt;
+  return FromQImage(image);
+}
+
+void QtClipboard::Clear() { QGuiApplication::clipboard()->clear(); }
+
+}  // namespace zr::gui

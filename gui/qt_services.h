@@ -1,0 +1,35 @@
+#pragma once
+// The desktop's dialogs and clipboard for the program: real message boxes, input boxes and
+// file dialogs with the program's titles, buttons, icons and filters; the system clipboard.
+
+#include <QWidget>
+#include <string>
+
+#include "platform/services.h"
+
+namespace zr::gui {
+
+class QtDialogs final : public platform::Dialogs {
+ public:
+  // Dialogs open over the window the face says is in front.
+  void SetParentWindow(QWidget* parent) { parent_ = parent; }
+  platform::MessageAnswer MessageBox(const platform::MessageBoxRequest& request) override;
+  std::optional<std::string> InputBox(const platform::InputBoxRequest& request) override;
+  std::optional<std::vector<std::string>> FileDialog(const platform::FileDialogRequest& request) override;
+
+ private:
+  QWidget* parent_ = nullptr;
+};
+
+class QtClipboard final : public platform::Clipboard {
+ public:
+  void SetPicture(const platform::Picture& picture) override;
+  std::optional<platform::Picture> GetPicture() const override;
+  void Clear() override;
+};
+
+// The program's filter ("Movie (*.avi)|*.avi|All|*.*|") in the toolkit's form
+// ("Movie (*.avi) (*.avi);;All (*.*)").
+QString ToolkitFileFilter(const std::string& filter);
+
+}  // namespace zr::gui

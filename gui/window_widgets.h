@@ -1,0 +1,131 @@
+#pragma once
+// The toolkit windows that show the model's windows: the main window (menus, cool bar, status
+// panel, status bar, the area of child windows), the capture window with the live picture,
+// and a plain window for every other model window (dialogs, picture windows), laid out from
+// its controls.
+
+#include <QMainWindow>
+#include <QMdiArea>
+#include <QTimer>
+#include <functional>
+#include <memory>
+#include <vector>
+
+#include "core/program.h"
+#include "gui/control_bindings.h"
+#include "gui/live_video.h"
+#include "platform/picture.h"
+
+namespace zr {
+class Master;
+class VideoScreen;
+}  // namespace zr
+
+namespace zr::gui {
+
+// The bindings of one window's controls.
+class BoundControls {
+ public:
+  void Add(std::unique_ptr<Binding> binding) {
+    if (binding) bindings_.push_back(std::move(binding));
+  }
+  void Refresh() {
+    for (auto& binding : bindings_) binding->Refresh();
+  }
+
+ private:
+  std::vector<std::unique_ptr<Binding>> bindings_;
+};
+
+// Any model window but the main and capture windows: its controls one under the other.
+class PlainWindow : public QWidget {
+ public:
+  PlainWindow(ui::Window& model, const Guard& guard, std::function<void()> close_box, QWidget* parent = nullptr);
+  void Refresh();
+
+ protected:
+  void closeEvent(QCloseEvent* event) override;
+
+ private:
+  ui::Window& model_;
+  BoundControls controls_;
+  std::function<void()> close_box_;
+};
+
+// The start-up picture: our logo with the version line.
+class SplashWindow : public QWidget {
+ public:
+  SplashWindow(ui::Window& model, const Guard& guard);
+  void Refresh();
+
+ private:
+  ui::Window& model_;
+  BoundControls controls_;
+};
+
+// The capture window: the live picture at the preview rate, its tool bar and status bar.
+class VideoWindow : public QWidget {
+ public:
+  VideoWindow(zr::VideoScreen& model, const Guard& guard, LiveVideo live, std::function<void()> close_box);
+  void Refresh();
+  QSize sizeHint() const override;
+
+ protected:
+  void paintEvent(QPaintEvent* event) override;
+  void mousePressEvent(QMouseEvent* event) override;
+  void mouseMoveEvent(QMouseEvent* event) override;
+  void closeEvent(QCloseEvent* event) override;
+
+ private:
+  QRect PictureArea() const;
+  zr::VideoScreen& model_;
+  LiveVideo live_;
+  std::function<void()> close_box_;
+  BoundControls controls_;
+  QWidget* top_ = nullptr;
+  QWidget* bottom_ = nullptr;
+  QTimer repaint_;
+  int shown_rate_ = 0;
+  QPoint drag_start_;
+};
+
+// The main window.
+class MasterWindow : public QMainWindow {
+ public:
+  MasterWindow(Program& program, const Guard& guard);
+  void Refresh();
+  QMdiArea& ChildArea() { return *area_; }
+  // The model window is gone: nothing the operator does here reaches it any more.
+  void Detach() { detached_ = true; }
+
+ protected:
+  void closeEvent(QCloseEvent* event) override;
+  void resizeEvent(QResizeEvent* event) override;
+  void moveEvent(QMoveEvent* event) override;
+
+ private:
+  void BuildMenus();
+  void BuildCoolBar();
+  QWidget* BuildStatusPanel();
+  void RefreshMenus();
+  void RefreshBands();
+
+  Program& program_;
+  zr::Master& model_;
+  Guard guard_;
+  BoundControls controls_;
+  QMdiArea* area_ = nullptr;
+  struct MenuEntry {
+    ui::Menu* model;
+    QAction* action;
+  };
+  std::vector<MenuEntry> menu_entries_;
+  struct BandFrame {
+    std::string key;
+    QWidget* frame;
+  };
+  std::vector<BandFrame> bands_;
+  bool detached_ = false;
+};
+
+}  // namespace zr::gui
