@@ -90,7 +90,9 @@ void DesktopFace::SyncMaster() {
 void DesktopFace::SyncWindow(ui::WindowSlotBase& slot, ui::Window& window, bool extra) {
   const WindowKey key{&window, window.Serial()};
   auto found = shown_.find(key);
-  if (!window.Visible) {
+  // The capture window is a child of the main window that shows from its load on.
+  const bool visible = window.Visible || window.Name() == "VideoScreen";
+  if (!visible) {
     if (found != shown_.end()) {
       QWidget* frame = found->second.child ? found->second.widget->parentWidget() : found->second.widget;
       if (frame->isVisible()) frame->hide();

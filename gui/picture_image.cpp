@@ -4,12 +4,12 @@
 
 namespace zr::gui {
 
-// The rows are read bottom-up through a negative line step, then copied once the right way up.
 QImage ToQImage(const platform::Picture& picture) {
   if (picture.width <= 0 || picture.height <= 0) return {};
-  const uchar* top_row = picture.bottom_up_bgr.data() + static_cast<std::size_t>(picture.height - 1) * picture.Stride();
-  const QImage view(top_row, picture.width, picture.height, -picture.Stride(), QImage::Format_BGR888);
-  return view.copy();
+  QImage image(picture.width, picture.height, QImage::Format_BGR888);
+  for (int y = 0; y < picture.height; ++y)
+    std::memcpy(image.scanLine(y), picture.PixelFromTop(0, y), static_cast<std::size_t>(picture.width) * 3);
+  return image;
 }
 
 platform::Picture FromQImage(const QImage& image) {

@@ -227,8 +227,9 @@ MasterWindow::MasterWindow(Program& program, const Guard& guard)
 }
 
 void MasterWindow::BuildMenus() {
+  menu_bar_ = new QMenuBar(this);
   for (const auto& menu_of_bar : kMenus) {
-    QMenu* menu = menuBar()->addMenu(Text(program_.Translate(menu_of_bar.title)));
+    QMenu* menu = menu_bar_->addMenu(Text(program_.Translate(menu_of_bar.title)));
     for (const auto& [index, entry] : (model_.*menu_of_bar.entries).Elements()) {
       ui::Menu* model = entry.get();
       QAction* action = entry->Caption.get() == "-" ? menu->addSeparator() : menu->addAction(Text(entry->Caption));
@@ -236,7 +237,7 @@ void MasterWindow::BuildMenus() {
       menu_entries_.push_back({model, action});
     }
     if (menu_of_bar.entries == &Master::Toolbars) {
-      QMenu* window = menuBar()->addMenu(Text(program_.Translate("&Window")));
+      QMenu* window = menu_bar_->addMenu(Text(program_.Translate("&Window")));
       window->addAction(Text(program_.Translate("Tile")), this, [this] { area_->tileSubWindows(); });
       window->addAction(Text(program_.Translate("Cascade")), this, [this] { area_->cascadeSubWindows(); });
       window->addAction(Text(program_.Translate("Arrange Icons")), this, [this] {
@@ -249,7 +250,7 @@ void MasterWindow::BuildMenus() {
       });
     }
   }
-  QMenu* help = menuBar()->addMenu(Text(program_.Translate("&Help")));
+  QMenu* help = menu_bar_->addMenu(Text(program_.Translate("&Help")));
   help->addAction(Text(program_.Translate("About")), this, [this] {
     QMessageBox::about(this, Text(kAppTitle),
                        Text(kAppTitle + "\n" + program_.VersionText + "\n" + program_.state.ProductSite));
@@ -294,12 +295,12 @@ void MasterWindow::BuildCoolBar() {
   }
   first_row->addWidget(BuildStatusPanel());
   first_row->addStretch();
-  setMenuWidget(nullptr);
+  // The menu bar and the cool bar stand together above the child area.
   auto* top = new QWidget(this);
   auto* top_layout = new QVBoxLayout(top);
   top_layout->setContentsMargins(0, 0, 0, 0);
   top_layout->setSpacing(0);
-  top_layout->addWidget(menuBar());
+  top_layout->addWidget(menu_bar_);
   top_layout->addWidget(bar);
   setMenuWidget(top);
 }

@@ -6,6 +6,7 @@
 
 #include <QMainWindow>
 #include <QMdiArea>
+#include <QMenuBar>
 #include <QTimer>
 #include <functional>
 #include <memory>
@@ -115,6 +116,7 @@ class MasterWindow : public QMainWindow {
   Guard guard_;
   BoundControls controls_;
   QMdiArea* area_ = nullptr;
+  QMenuBar* menu_bar_ = nullptr;
   struct MenuEntry {
     ui::Menu* model;
     QAction* action;

@@ -1,0 +1,152 @@
+// The widgets show the model and hand the operator's input to it: a change of the model shows
+// after a refresh, a click or a change on the widget reaches the control's handler.
+
+#include "gui/control_bindings.h"
+
+#include <gtest/gtest.h>
+
+#include <QApplication>
+#include <QComboBox>
+#include <QLabel>
+#include <QListWidget>
+#include <QPushButton>
+#include <QSpinBox>
+#include <QToolBar>
+#include <QToolButton>
+#include <stdexcept>
+
+#include "gui/picture_image.h"
+#include "gui/qt_event_loop.h"
+#include "gui/qt_services.h"
+#include "ui/window.h"
+
+namespace zr::gui {
+namespace {
+
+class Panel : public ui::Window {
+ public:
+  explicit Panel(platform::EventLoop& loop) : ui::Window(loop, "Panel") {}
+  ui::Label Caption{*this, "CaptionLabel"};
+  ui::CommandButton Go{*this, "Go"};
+  ui::Toolbar Bar{*this, "Bar"};
+  ui::ListControl Choice{*this, "Choice"};
+  ui::ListControl devices{*this, "devices"};
+  ui::RangeControl Seconds{*this, "Seconds"};
+};
+
+class Bindings : public ::testing::Test {
+ protected:
+  Bindings() {
+    for (ui::Control* control : panel.Controls()) bindings.push_back(BindControl(*control, guard, &host));
+  }
+  void RefreshAll() {
+    for (auto& binding : bindings) binding->Refresh();
+  }
+  template <class W>
+  W* Find(const char* name) {
+    return host.findChild<W*>(name);
+  }
+
+  QtEventLoop loop;
+  Panel panel{loop};
+  QWidget host;
+  std::vector<std::string> failures;
+  Guard guard = [this](const std::function<void()>& action) {
+    try {
+      action();
+    } catch (const std::exception& failure) {
+      failures.push_back(failure.what());
+    }
+  };
+  std::vector<std::unique_ptr<Binding>> bindings;
+};
+
+TEST_F(Bindings, ModelChangesShowAfterARefresh) {
+  panel.Caption.Caption = "Stopped";
+  panel.Caption.ForeColor = ui::Rgb(255, 0, 0);
+  panel.Go.Enabled = false;
+  panel.Choice.AddItem("Mono");
+  panel.Choice.AddItem("Stereo");
+  panel.Choice.ListIndex = 1;
+  panel.Seconds.Max = 59;
+  panel.Seconds.Value = 42;
+  panel.Bar.AddButton("record", ui::ButtonStyle::Default, "record").Caption = "Rec/Stop";
+  RefreshAll();
+  EXPECT_EQ(Find<QLabel>("CaptionLabel")->text(), "Stopped");
+  EXPECT_TRUE(Find<QLabel>("CaptionLabel")->styleSheet().contains("#ff0000"));
+  EXPECT_FALSE(Find<QPushButton>("Go")->isEnabled());
+  EXPECT_EQ(Find<QComboBox>("Choice")->count(), 2);
+  EXPECT_EQ(Find<QComboBox>("Choice")->currentText(), "Stereo");
+  EXPECT_EQ(Find<QSpinBox>("Seconds")->value(), 42);
+  EXPECT_EQ(Find<QToolButton>("record")->text(), "Rec/Stop");
+
+  panel.Bar.Button("record").Image = "stop";
+  panel.Bar.Button("record").Visible = false;
+  panel.Choice.Clear();
+  RefreshAll();
+  EXPECT_EQ(Find<QComboBox>("Choice")->count(), 0);
+  EXPECT_FALSE(Find<QToolButton>("record")->isVisibleTo(&host));
+}
+
+TEST_F(Bindings, TheOperatorsInputReachesTheHandlers) {
+  std::vector<std::string> heard;
+  panel.Go.OnClick = [&] { heard.push_back("go"); };
+  auto& insert = panel.Bar.AddButton("insert", ui::ButtonStyle::Check, "insert");
+  panel.Bar.OnButtonClick = [&](ui::ToolbarButton& button) {
+    heard.push_back(button.Key() + "=" + std::to_string(button.Value.get()));
+  };
+  panel.devices.AddItem("Built-in Test Camera (VFW)");
+  panel.devices.AddItem("Built-in Test Camera");
+  panel.devices.OnClick = [&] { heard.push_back("device " + std::to_string(panel.devices.ListIndex.get())); };
+  panel.Seconds.Max = 59;
+  panel.Seconds.OnChange = [&] { heard.push_back("seconds " + std::to_string(panel.Seconds.Value.get())); };
+  RefreshAll();
+
+  Find<QPushButton>("Go")->click();
+  Find<QToolButton>("insert")->click();
+  auto* list = Find<QListWidget>("devices");
+  emit list->itemClicked(list->item(1));
+  Find<QSpinBox>("Seconds")->setValue(7);
+  EXPECT_EQ(heard, (std::vector<std::string>{"go", "insert=1", "device 1", "seconds 7"}));
+  EXPECT_EQ(insert.Value.get(), 1);
+  EXPECT_TRUE(Find<QToolButton>("insert")->isChecked());
+
+  // A handler that fails is reported, and the widget goes on showing the model.
+  panel.Go.OnClick = [] { throw std::runtime_error("no device"); };
+  Find<QPushButton>("Go")->click();
+  EXPECT_EQ(failures, std::vector<std::string>{"no device"});
+}
+
+TEST(PictureImages, RowsComeOutTopDownAndGoBackBottomUp) {
+  platform::Picture picture = platform::Picture::Blank(3, 2);  // odd width: padded rows
+  picture.PixelFromTop(0, 0)[2] = 255;                         // red at the top left
+  picture.PixelFromTop(2, 1)[0] = 255;                         // blue at the bottom right
+  const QImage image = ToQImage(picture);
+  EXPECT_EQ(image.pixelColor(0, 0), QColor(255, 0, 0));
+  EXPECT_EQ(image.pixelColor(2, 1), QColor(0, 0, 255));
+  EXPECT_EQ(FromQImage(image).bottom_up_bgr, picture.bottom_up_bgr);
+}
+
+TEST(FileFilters, TheProgramsFilterReadsAsTheToolkitsOwn) {
+  EXPECT_EQ(ToolkitFileFilter("All files |*.zrp;*.bmp|Movie File (*.avi)|*.avi|"),
+            "All files (*.zrp *.bmp);;Movie File (*.avi) (*.avi)");
+}
+
+TEST(QtLoop, TimersFireOnTheToolkitsLoopAndPostedEventsRun) {
+  QtEventLoop loop;
+  struct Counter final : platform::TimerClient {
+    int fired = 0;
+    void Fire() override { ++fired; }
+  } counter;
+  bool posted = false;
+  loop.StartTimer(counter, 10);
+  loop.Post([&] { posted = true; });
+  const std::int64_t start = loop.NowMs();
+  loop.RunModal([&] { return counter.fired >= 3 || loop.NowMs() - start > 2000; });
+  loop.StopTimer(counter);
+  EXPECT_GE(counter.fired, 3);
+  EXPECT_TRUE(posted);
+}
+
+}  // namespace
+}  // namespace zr::gui

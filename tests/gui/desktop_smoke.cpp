@@ -1,0 +1,175 @@
+// The desktop program on a real display server (run under xvfb-run): the operator picks the
+// built-in camera in the chooser, sees live video, records two seconds with Rec/Stop and quits.
+// The movie must be playable; a picture of the main window with live video is left in the
+// screenshots folder.
+
+#include <QAbstractButton>
+#include <QApplication>
+#include <QCheckBox>
+#include <QListWidget>
+#include <QMessageBox>
+#include <QPushButton>
+#include <QSpinBox>
+#include <QTest>
+#include <QTimer>
+#include <QToolBar>
+#include <QToolButton>
+#include <cstdlib>
+#include <filesystem>
+#include <iostream>
+#include <string>
+
+#include "apps/zandrell/program_parts.h"
+#include "capture/video_screen.h"
+#include "core/master.h"
+#include "gui/desktop_toolkit.h"
+#include "tests/support/movie_probe.h"
+
+namespace {
+
+// Gives up on a step that does not come.
+constexpr std::int64_t kStepTimeoutMs = 20000;
+constexpr int kRecordSeconds = 2;
+
+template <class W>
+W* FindWidget(const char* name) {
+  for (QWidget* top : QApplication::topLevelWidgets()) {
+    if (top->objectName() == name && top->isVisible()) return qobject_cast<W*>(top);
+    if (auto* found = top->findChild<W*>(name); found && found->isVisible()) return found;
+  }
+  return nullptr;
+}
+
+// The operator: each tick does the next thing the screen allows.
+class Operator {
+ public:
+  Operator(zr::ProgramParts& parts, std::string screenshot) : parts_(parts), screenshot_(std::move(screenshot)) {
+    clock_.start();
+    QObject::connect(&tick_, &QTimer::timeout, [this] { Act(); });
+    tick_.start(100);
+  }
+  std::string failure;
+
+ private:
+  void Fail(const std::string& why) {
+    if (failure.empty()) failure = why;
+    step_ = Step::Quit;
+  }
+
+  void Act() {
+    if (step_ != Step::Quit && clock_.elapsed() - step_started_ > kStepTimeoutMs) Fail("a step did not come: " + std::to_string(static_cast<int>(step_)));
+    if (auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget())) {
+      if (step_ != Step::Quit) Fail("a message box came up: " + box->text().toStdString());
+      if (auto* yes = box->button(QMessageBox::Yes)) yes->click();
+      else box->accept();
+      return;
+    }
+    switch (step_) {
+      case Step::PickCamera: PickCamera(); break;
+      case Step::WaitForLiveVideo: WaitForLiveVideo(); break;
+      case Step::Recording: WatchRecording(); break;
+      case Step::Quit: Quit(); break;
+    }
+  }
+
+  void Next(int step) {
+    std::cout << "step " << step << " at " << clock_.elapsed() << " ms" << std::endl;
+    step_ = static_cast<Step>(step);
+    step_started_ = clock_.elapsed();
+  }
+
+  void PickCamera() {
+    auto* devices = FindWidget<QListWidget>("devices");
+    auto* start = FindWidget<QPushButton>("start");
+    if (!devices || !start) return;
+    const auto found = devices->findItems("Built-in Test Camera (VFW)", Qt::MatchExactly);
+    if (found.isEmpty()) return Fail("the chooser does not list the built-in camera");
+    QTest::mouseClick(devices->viewport(), Qt::LeftButton, {}, devices->visualItemRect(found.front()).center());
+    QTest::mouseClick(start, Qt::LeftButton);
+    Next(1);
+  }
+
+  void WaitForLiveVideo() {
+    if (!parts_.devices.LatestPicture()) return;
+    auto* seconds = FindWidget<QSpinBox>("MovieSecondsControl");
+    auto* minutes = FindWidget<QSpinBox>("MovieMinutesControl");
+    auto* unlimited = FindWidget<QCheckBox>("MovieDisableLimit");
+    auto* record = FindButtonOf("OperationBar", "record");
+    if (!seconds || !minutes || !record) return;
+    if (unlimited && unlimited->isChecked()) QTest::mouseClick(unlimited, Qt::LeftButton);
+    minutes->setValue(0);
+    seconds->setValue(kRecordSeconds);
+    QTest::mouseClick(record, Qt::LeftButton);
+    Next(2);
+  }
+
+  void WatchRecording() {
+    auto& master = parts_.program.Master();
+    if (!shot_ && clock_.elapsed() - step_started_ > 1000) {
+      std::filesystem::create_directories(std::filesystem::path(screenshot_).parent_path());
+      shot_ = FindWidget<QWidget>("Master")->grab().save(QString::fromStdString(screenshot_));
+    }
+    if (master.RecordButton().Image.get() == "record" && clock_.elapsed() - step_started_ > kRecordSeconds * 1000) Next(3);
+  }
+
+  // The close runs after this tick, so that the next ticks can answer the question it asks.
+  void Quit() {
+    if (closing_) return;
+    if (auto* main = FindWidget<QWidget>("Master")) {
+      closing_ = true;
+      QTimer::singleShot(0, main, [main] { main->close(); });
+    }
+  }
+
+  static QAbstractButton* FindButtonOf(const char* bar_name, const char* key) {
+    auto* bar = FindWidget<QToolBar>(bar_name);
+    return bar ? bar->findChild<QToolButton*>(key) : nullptr;
+  }
+
+  enum class Step { PickCamera, WaitForLiveVideo, Recording, Quit };
+  zr::ProgramParts& parts_;
+  std::string screenshot_;
+  QElapsedTimer clock_;
+  QTimer tick_;
+  Step step_ = Step::PickCamera;
+  std::int64_t step_started_ = 0;
+  bool shot_ = false;
+  bool closing_ = false;
+};
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  const std::filesystem::path folder = std::filesystem::temp_directory_path() / "zr-desktop-smoke";
+  std::filesystem::remove_all(folder);
+  std::filesystem::create_directories(folder / "config");
+  setenv("XDG_CONFIG_HOME", (folder / "config").c_str(), 1);
+  auto toolkit = zr::gui::DesktopToolkit::Open(argc, argv);
+  if (!toolkit) {
+    std::cerr << "FAIL: no display to open windows on\n";
+    return 1;
+  }
+  zr::ProgramParts parts(toolkit->Loop(), [] {}, toolkit->Dialogs(), toolkit->Clipboard(), toolkit->Screen(),
+                         zr::ProgramStart{folder.string() + "/", "", folder.string() + "/", zr::Language::English},
+                         zr::platform::linux_impl::ProbeVideoDevices(), zr::platform::linux_impl::ProbeAudioDevices());
+  Operator operator_(parts, ZR_SCREENSHOT_DIR "/main_window.png");
+  auto& devices = parts.devices;
+  toolkit->Run(parts.program, zr::gui::LiveVideo{[&devices] { return devices.LatestPicture(); },
+                                                 [&devices] { return devices.PreviewRate(); },
+                                                 [&devices](int button) { devices.MousePressed(button); },
+                                                 [&devices] { return devices.SourceMessage(); }});
+  if (!operator_.failure.empty()) {
+    std::cerr << "FAIL: " << operator_.failure << "\n";
+    return 1;
+  }
+  const std::string movie = parts.program.state.CaptureFilename;
+  const double seconds = zr::testing::ProbeDurationSeconds(movie);
+  std::cout << "movie " << movie << ": " << seconds << " s\n";
+  if (seconds < kRecordSeconds - 0.3 || seconds > kRecordSeconds + 0.5) {
+    std::cerr << "FAIL: the movie is not a playable two-second movie\n";
+    return 1;
+  }
+  std::filesystem::remove_all(folder);
+  std::cout << "PASS\n";
+  return 0;
+}
