@@ -19,6 +19,13 @@ constexpr TextTranslations kTable[] = {
     {"Version", "Versão", "Versión", "Version", "Version"},
     {"Build", "Compilação", "Compilación", "Build", "Build"},
 
+    // ---- The desktop window's frame: the Window and Help menus
+    {"&Window", "&Janela", "&Ventana", "&Fenêtre", "&Fenster"},
+    {"Tile", "Lado a lado", "Mosaico", "Mosaïque", "Nebeneinander"},
+    {"Cascade", "Cascata", "Cascada", "Cascade", "Überlappend"},
+    {"Arrange Icons", "Organizar ícones", "Organizar iconos", "Réorganiser les icônes", "Symbole anordnen"},
+    {"About", "Sobre", "Acerca de", "À propos", "Info"},
+
     // ---- Start and end of the program
     {"Cannot open ", "Não é possível abrir ", "No se puede abrir ", "Impossible d'ouvrir ", "Fehler beim Öffnen von "},
     {"Are you sure you want to quit ?",

@@ -9,6 +9,7 @@ packages=(
   libturbojpeg0-dev libasound2-dev libfreetype-dev libfontconfig-dev fonts-liberation
   libgtest-dev libgmock-dev libbenchmark-dev
   ffmpeg libjpeg-turbo-progs
+  qt6-base-dev xvfb xauth
 )
 
 missing=()

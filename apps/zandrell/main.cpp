@@ -283,8 +283,9 @@ int main(int argc, char** argv) {
   if (!options.headless) {
     if (auto toolkit = zr::gui::DesktopToolkit::Open(argc, argv))
       return RunWithWindows(*toolkit, options, app_path, std::move(video_devices), std::move(audio_devices));
-    std::cerr << "zandrell: no display to open windows on; recording " << options.seconds
-              << " s from the capture device without windows instead\n";
+    std::cerr << "zandrell: no display to open windows on; recording " << options.seconds << " s from "
+              << (options.device.empty() ? "the built-in test camera" : options.device)
+              << " without windows instead\n";
   }
   return RunWithoutWindows(options, app_path, std::move(video_devices), std::move(audio_devices));
 }

@@ -43,7 +43,7 @@ W* FindWidget(const char* name) {
 // The operator: each tick does the next thing the screen allows.
 class Operator {
  public:
-  Operator(zr::ProgramParts& parts, std::string screenshot) : parts_(parts), screenshot_(std::move(screenshot)) {
+  Operator(zr::ProgramParts& parts, std::string screenshots) : parts_(parts), screenshots_(std::move(screenshots)) {
     clock_.start();
     QObject::connect(&tick_, &QTimer::timeout, [this] { Act(); });
     tick_.start(100);
@@ -73,7 +73,6 @@ class Operator {
   }
 
   void Next(int step) {
-    std::cout << "step " << step << " at " << clock_.elapsed() << " ms" << std::endl;
     step_ = static_cast<Step>(step);
     step_started_ = clock_.elapsed();
   }
@@ -84,6 +83,7 @@ class Operator {
     if (!devices || !start) return;
     const auto found = devices->findItems("Built-in Test Camera (VFW)", Qt::MatchExactly);
     if (found.isEmpty()) return Fail("the chooser does not list the built-in camera");
+    Screenshot(devices->window(), "choose_device.png");
     QTest::mouseClick(devices->viewport(), Qt::LeftButton, {}, devices->visualItemRect(found.front()).center());
     QTest::mouseClick(start, Qt::LeftButton);
     Next(1);
@@ -105,10 +105,7 @@ class Operator {
 
   void WatchRecording() {
     auto& master = parts_.program.Master();
-    if (!shot_ && clock_.elapsed() - step_started_ > 1000) {
-      std::filesystem::create_directories(std::filesystem::path(screenshot_).parent_path());
-      shot_ = FindWidget<QWidget>("Master")->grab().save(QString::fromStdString(screenshot_));
-    }
+    if (!shot_ && clock_.elapsed() - step_started_ > 1000) shot_ = Screenshot(FindWidget<QWidget>("Master"), "main_window.png");
     if (master.RecordButton().Image.get() == "record" && clock_.elapsed() - step_started_ > kRecordSeconds * 1000) Next(3);
   }
 
@@ -121,6 +118,11 @@ class Operator {
     }
   }
 
+  bool Screenshot(QWidget* window, const char* name) const {
+    std::filesystem::create_directories(screenshots_);
+    return window && window->grab().save(QString::fromStdString(screenshots_ + "/" + name));
+  }
+
   static QAbstractButton* FindButtonOf(const char* bar_name, const char* key) {
     auto* bar = FindWidget<QToolBar>(bar_name);
     return bar ? bar->findChild<QToolButton*>(key) : nullptr;
@@ -128,7 +130,7 @@ class Operator {
 
   enum class Step { PickCamera, WaitForLiveVideo, Recording, Quit };
   zr::ProgramParts& parts_;
-  std::string screenshot_;
+  std::string screenshots_;
   QElapsedTimer clock_;
   QTimer tick_;
   Step step_ = Step::PickCamera;
@@ -152,7 +154,7 @@ int main(int argc, char** argv) {
   zr::ProgramParts parts(toolkit->Loop(), [] {}, toolkit->Dialogs(), toolkit->Clipboard(), toolkit->Screen(),
                          zr::ProgramStart{folder.string() + "/", "", folder.string() + "/", zr::Language::English},
                          zr::platform::linux_impl::ProbeVideoDevices(), zr::platform::linux_impl::ProbeAudioDevices());
-  Operator operator_(parts, ZR_SCREENSHOT_DIR "/main_window.png");
+  Operator operator_(parts, ZR_SCREENSHOT_DIR);
   auto& devices = parts.devices;
   toolkit->Run(parts.program, zr::gui::LiveVideo{[&devices] { return devices.LatestPicture(); },
                                                  [&devices] { return devices.PreviewRate(); },
