@@ -84,6 +84,34 @@ void Master::FileMenu_Click(int index) {
   else if (index == 5 || index == 11) throw NotBuiltYet("the file menu entry " + std::to_string(index));
 }
 
+void Master::ViewMenu_Click(int index) {
+  auto& screen = program_.VideoScreen();
+  if (index == 0) screen.Overlay();
+  else if (index == 1) screen.Preview(program_.state.PreviewRate);
+  else if (index == 3) throw NotBuiltYet("the full-screen view");
+}
+
+// The device's own dialogs are followed by a refresh of the window, whose size they may change.
+void Master::VideoMenu_Click(int index) {
+  auto& screen = program_.VideoScreen();
+  switch (index) {
+    case 0: screen.VideoSource(); screen.RefreshWindow(); break;
+    case 1: screen.VideoFormat(); screen.RefreshWindow(); break;
+    case 2: screen.VideoDisplay(); screen.RefreshWindow(); break;
+    case 4: screen.VideoCompressionDialog(); break;
+    case 10: program_.VideoInfo.ShowModal(program_.services.loop); break;
+    case 12: {
+      auto& entry = VideoMenu(12);
+      entry.Checked = !entry.Checked;
+      program_.services.settings.Save(kAppTitle, "System", "VMR", entry.Checked ? "Yes" : "No");
+      screen.ResizeWDM();
+      break;
+    }
+    case 5: case 6: case 8: case 14: case 15: throw NotBuiltYet("the video menu entry " + std::to_string(index));
+    default: break;
+  }
+}
+
 void Master::EditMenu_Click(int index) {
   if (index == 0) TakeSnapshot(false);
   else if (index == 4) TakeSnapshot(true);

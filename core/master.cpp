@@ -139,6 +139,8 @@ void Master::CreateMenus() {
   AudioMenu(13).Enabled = false;
   AddMenuEntries(*this, Toolbars, "Toolbars", kToolbars);
   for (const auto& [index, entry] : EditMenu.Elements()) entry->OnClick = [this, i = index] { EditMenu_Click(i); };
+  for (const auto& [index, entry] : ViewMenu.Elements()) entry->OnClick = [this, i = index] { ViewMenu_Click(i); };
+  for (const auto& [index, entry] : VideoMenu.Elements()) entry->OnClick = [this, i = index] { VideoMenu_Click(i); };
   for (const auto& [index, entry] : Toolbars.Elements()) entry->Checked = true;
   AddMenuEntries(*this, cpu_priority, "cpu_priority", kPriorities);
 }

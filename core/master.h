@@ -161,6 +161,8 @@ class Master : public ui::Window {
   void MovieDisableLimit_Click();
   void FileMenu_Click(int index);
   void EditMenu_Click(int index);
+  void ViewMenu_Click(int index);
+  void VideoMenu_Click(int index);
   void imagesettings_ButtonClick(ui::ToolbarButton& button);
   void MultipleImageTimer_Timer();
   void ShootImageOfSeries();
