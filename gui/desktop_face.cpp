@@ -153,6 +153,7 @@ DesktopFace::Shown DesktopFace::MakeShown(ui::WindowSlotBase& slot, ui::Window& 
     return shown;
   }
   plain->setParent(master_.get(), Qt::Dialog);
+  if (slot.ShownModally(window)) plain->setWindowModality(Qt::ApplicationModal);
   if (window.Width > 0 && window.Height > 0) plain->resize(std::max(window.Width.get(), 240), std::max(window.Height.get(), 120));
   shown.refresh = [plain] { plain->Refresh(); };
   return shown;

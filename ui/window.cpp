@@ -79,7 +79,9 @@ void WindowSlotBase::ShowModal(platform::EventLoop& loop) {
   Window* window = &Touch();
   if (current_.get() != window) return;  // its load unloaded it again
   window->Show();
+  shown_modally_ = window;
   loop.RunModal([this, window] { return current_.get() != window || !window->Visible; });
+  if (shown_modally_ == window) shown_modally_ = nullptr;
 }
 
 bool WindowSlotBase::Unload(UnloadMode mode) {

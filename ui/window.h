@@ -89,6 +89,8 @@ class WindowSlotBase {
   bool Loaded() const { return current_ != nullptr; }
   // Loads and shows the window modally: returns when it is hidden or unloaded.
   void ShowModal(platform::EventLoop& loop);
+  // Whether `window` is this slot's window shown modally now: the other windows wait for it.
+  bool ShownModally(const Window& window) const { return shown_modally_ == &window; }
   // Runs QueryUnload and Unload; false when QueryUnload cancelled.
   bool Unload(UnloadMode mode = UnloadMode::FromCode);
 
@@ -111,6 +113,7 @@ class WindowSlotBase {
   std::unique_ptr<Window> current_;
   std::vector<std::unique_ptr<Window>> extras_;
   std::vector<std::unique_ptr<Window>> unloaded_;
+  const Window* shown_modally_ = nullptr;
 };
 
 template <class W>
