@@ -25,10 +25,7 @@ QtEventLoop::QtEventLoop() {
 std::int64_t QtEventLoop::NowMs() const { return clock_.elapsed(); }
 
 void QtEventLoop::Post(std::function<void()> event) {
-  {
-    std::lock_guard lock(mutex_);
-    posted_.push_back(std::move(event));
-  }
+  posted_.Push(std::move(event));
   QMetaObject::invokeMethod(this, [this] { RunPostedEvents(); }, Qt::QueuedConnection);
 }
 
@@ -75,16 +72,7 @@ void QtEventLoop::RunDueTimers() {
 }
 
 void QtEventLoop::RunPostedEvents() {
-  for (;;) {
-    std::function<void()> event;
-    {
-      std::lock_guard lock(mutex_);
-      if (posted_.empty()) return;
-      event = std::move(posted_.front());
-      posted_.pop_front();
-    }
-    Guarded(event);
-  }
+  posted_.RunAll([this](const std::function<void()>& event) { Guarded(event); });
 }
 
 void QtEventLoop::ArmPump() {

@@ -9,12 +9,11 @@
 #include <QElapsedTimer>
 #include <QObject>
 #include <QTimer>
-#include <deque>
 #include <exception>
 #include <functional>
-#include <mutex>
 
 #include "platform/event_loop.h"
+#include "platform/posted_event_queue.h"
 #include "platform/timer_table.h"
 
 namespace zr::gui {
@@ -45,8 +44,7 @@ class QtEventLoop final : public QObject, public platform::EventLoop {
   QElapsedTimer clock_;
   platform::TimerTable timers_;
   QTimer pump_;
-  std::mutex mutex_;  // guards posted_
-  std::deque<std::function<void()>> posted_;
+  platform::PostedEventQueue posted_;
   std::function<void(const std::exception&)> on_error_;
 };
 

@@ -19,12 +19,8 @@ std::int64_t PollEventLoop::NowMs() const {
 }
 
 void PollEventLoop::Post(std::function<void()> event) {
-  {
-    std::lock_guard lock(mutex_);
-    posted_.push_back(std::move(event));
-    woken_ = true;
-  }
-  wake_.notify_all();
+  posted_.Push(std::move(event));
+  Wake();
 }
 
 void PollEventLoop::Wake() {
@@ -47,16 +43,7 @@ void PollEventLoop::RunDueTimers() {
 }
 
 void PollEventLoop::RunPostedEvents() {
-  for (;;) {
-    std::function<void()> event;
-    {
-      std::lock_guard lock(mutex_);
-      if (posted_.empty()) return;
-      event = std::move(posted_.front());
-      posted_.pop_front();
-    }
-    event();
-  }
+  posted_.RunAll([](const std::function<void()>& event) { event(); });
 }
 
 void PollEventLoop::Yield() {
@@ -65,8 +52,8 @@ void PollEventLoop::Yield() {
 }
 
 void PollEventLoop::WaitUntil(std::int64_t due_ms, PostedEvents posted) {
+  if (posted == PostedEvents::EndTheWait && !posted_.Empty()) return;
   std::unique_lock lock(mutex_);
-  if (posted == PostedEvents::EndTheWait && !posted_.empty()) return;
   const std::int64_t wait_ms = std::clamp<std::int64_t>(due_ms - NowMs(), 0, kLongestSleepMs);
   wake_.wait_for(lock, std::chrono::milliseconds(wait_ms), [this] { return woken_; });
   woken_ = false;

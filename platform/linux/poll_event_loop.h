@@ -8,11 +8,11 @@
 #include <chrono>
 #include <condition_variable>
 #include <cstdint>
-#include <deque>
 #include <functional>
 #include <mutex>
 
 #include "platform/event_loop.h"
+#include "platform/posted_event_queue.h"
 #include "platform/timer_table.h"
 
 namespace zr::platform::linux_impl {
@@ -48,9 +48,9 @@ class PollEventLoop final : public EventLoop {
 
   const std::chrono::steady_clock::time_point start_;
   TimerTable timers_;
-  std::mutex mutex_;  // guards posted_ and woken_
+  std::mutex mutex_;  // guards woken_
   std::condition_variable wake_;
-  std::deque<std::function<void()>> posted_;
+  PostedEventQueue posted_;
   bool woken_ = false;
   std::function<void()> operator_;
 };
