@@ -14,6 +14,8 @@
 #include <QTimer>
 #include <QToolBar>
 #include <QToolButton>
+#include <unistd.h>
+
 #include <cstdlib>
 #include <filesystem>
 #include <iostream>
@@ -57,7 +59,11 @@ class Operator {
   }
 
   void Act() {
-    if (step_ != Step::Quit && clock_.elapsed() - step_started_ > kStepTimeoutMs) Fail("a step did not come: " + std::to_string(static_cast<int>(step_)));
+    if (step_ != Step::Quit && clock_.elapsed() - step_started_ > kStepTimeoutMs) {
+      const std::string status =
+          parts_.program.Master.Loaded() ? parts_.program.Master().StatusString.Caption.get() : "no main window";
+      Fail("step " + std::to_string(static_cast<int>(step_)) + " did not end; the status reads \"" + status + "\"");
+    }
     if (auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget())) {
       if (step_ != Step::Quit) Fail("a message box came up: " + box->text().toStdString());
       if (auto* yes = box->button(QMessageBox::Yes)) yes->click();
@@ -142,7 +148,8 @@ class Operator {
 }  // namespace
 
 int main(int argc, char** argv) {
-  const std::filesystem::path folder = std::filesystem::temp_directory_path() / "zr-desktop-smoke";
+  const std::filesystem::path folder =
+      std::filesystem::temp_directory_path() / ("zr-desktop-smoke-" + std::to_string(getpid()));
   std::filesystem::remove_all(folder);
   std::filesystem::create_directories(folder / "config");
   setenv("XDG_CONFIG_HOME", (folder / "config").c_str(), 1);
