@@ -39,7 +39,8 @@ struct ProgramParts {
         devices(platform::linux_impl::CaptureDeviceServices{
                     loop, std::move(wake), movies, clipboard, WriteBmpFile, nullptr,
                     [](const std::string& url) { return platform::linux_impl::MakeIpCameraSource(url); },
-                    [](const std::string& url) { return platform::linux_impl::MakeNetworkStreamSource(url); }},
+                    [](const std::string& url) { return platform::linux_impl::MakeNetworkStreamSource(url); },
+                    start.app_path + "capture.avi"},
                 std::move(video), std::move(audio)),
         drivers(devices.MakeDriverSystem()),
         program(Services{loop, dialogs, clipboard, settings, files, clock, desktop, movies, *drivers,

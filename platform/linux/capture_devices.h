@@ -51,6 +51,8 @@ struct CaptureDeviceServices {
   // Opens the source of an IP camera or a network stream at an address.
   std::function<std::unique_ptr<FrameSource>(const std::string& url)> open_ip_camera;
   std::function<std::unique_ptr<FrameSource>(const std::string& url)> open_stream;
+  // A driver's capture file until the program names one, as every driver has one.
+  std::string default_capture_file;
 };
 
 // A device connected by a capture window or the control.

@@ -44,7 +44,8 @@ WAVEFORMATEX DefaultWaveFormat() {
 
 class RealCaptureWindow final : public VfwCaptureWindow, public ConnectedDevice {
  public:
-  explicit RealCaptureWindow(RealCaptureDevices& devices) : devices_(devices) {}
+  explicit RealCaptureWindow(RealCaptureDevices& devices)
+      : devices_(devices), capture_file_(devices.Services().default_capture_file) {}
   ~RealCaptureWindow() override { Disconnect(); }
 
   bool Connect(int driver_index) override {

@@ -62,7 +62,10 @@ class Operator {
     if (step_ != Step::Quit && clock_.elapsed() - step_started_ > kStepTimeoutMs) {
       const std::string status =
           parts_.program.Master.Loaded() ? parts_.program.Master().StatusString.Caption.get() : "no main window";
-      Fail("step " + std::to_string(static_cast<int>(step_)) + " did not end; the status reads \"" + status + "\"");
+      Fail("step " + std::to_string(static_cast<int>(step_)) + " did not end; the status reads \"" + status +
+           "\", the device says \"" + parts_.devices.SourceMessage() + "\", last result " +
+           std::to_string(parts_.program.state.LastResult) + ", capturing " +
+           std::to_string(parts_.program.state.CapStatus.fCapturingNow) + ", file \"" + parts_.program.state.CaptureFilename + "\"");
     }
     if (auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget())) {
       if (step_ != Step::Quit) Fail("a message box came up: " + box->text().toStdString());
@@ -84,6 +87,7 @@ class Operator {
   }
 
   void PickCamera() {
+    if (auto* splash = FindWidget<QWidget>("Splash"); splash && !splash_shot_) splash_shot_ = Screenshot(splash, "splash.png");
     auto* devices = FindWidget<QListWidget>("devices");
     auto* start = FindWidget<QPushButton>("start");
     if (!devices || !start) return;
@@ -143,6 +147,7 @@ class Operator {
   std::int64_t step_started_ = 0;
   bool shot_ = false;
   bool closing_ = false;
+  bool splash_shot_ = false;
 };
 
 }  // namespace

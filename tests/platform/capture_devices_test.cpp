@@ -72,7 +72,7 @@ class RealCaptureDevicesTest : public ::testing::Test {
     devices_ = std::make_unique<RealCaptureDevices>(
         CaptureDeviceServices{loop_, [this] { loop_.Wake(); }, movies_, clipboard_, WriteBmpFile, nullptr,
                               [quick](const std::string& url) { return MakeIpCameraSource(url, quick); },
-                              [](const std::string& url) { return MakeNetworkStreamSource(url, 2000); }},
+                              [](const std::string& url) { return MakeNetworkStreamSource(url, 2000); }, ""},
         std::move(video), std::move(audio));
   }
   void TearDown() override {
