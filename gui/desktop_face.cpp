@@ -62,7 +62,9 @@ void DesktopFace::Sync() {
   DropWindowsNotIn(live);
   // The face has let go of every unloaded window: now they may be destroyed.
   program_.ReleaseUnloadedWindows();
-  dialogs_.SetParentWindow(QApplication::activeWindow() ? QApplication::activeWindow() : master_.get());
+  QWidget* parent = QApplication::activeWindow() ? QApplication::activeWindow() : master_.get();
+  dialogs_.SetParentWindow(parent);
+  if (tell_parent_) tell_parent_(parent);
   syncing_ = false;
 }
 

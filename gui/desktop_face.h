@@ -29,6 +29,8 @@ class DesktopFace final : public QObject {
   QWidget* WidgetOf(const ui::Window& window) const;
   // Called once the main window is gone for good.
   void OnProgramEnd(std::function<void()> ended) { ended_ = std::move(ended); }
+  // Told the window that dialogs open over, whenever the face has looked at the windows.
+  void OnParentWindow(std::function<void(QWidget*)> tell) { tell_parent_ = std::move(tell); }
 
  protected:
   bool eventFilter(QObject* watched, QEvent* event) override;
@@ -58,6 +60,7 @@ class DesktopFace final : public QObject {
   QTimer sync_;
   bool syncing_ = false;
   std::function<void()> ended_;
+  std::function<void(QWidget*)> tell_parent_;
 };
 
 // The key names the main window's key-state query uses ("ctrl", "shift", "A", "F12"); empty

@@ -8,6 +8,7 @@
 
 #include "core/master.h"
 #include "gui/desktop_face.h"
+#include "gui/device_dialogs.h"
 #include "gui/icons.h"
 #include "gui/qt_event_loop.h"
 #include "gui/qt_services.h"
@@ -48,6 +49,7 @@ class QtDesktopToolkit final : public DesktopToolkit {
   platform::EventLoop& Loop() override { return loop_; }
   platform::Dialogs& Dialogs() override { return dialogs_; }
   platform::Clipboard& Clipboard() override { return clipboard_; }
+  platform::DeviceDialogHost& DeviceDialogs() override { return device_dialogs_; }
   platform::ScreenSize Screen() const override {
     const QScreen* screen = QGuiApplication::primaryScreen();
     if (!screen) return {1920, 1080};
@@ -56,6 +58,7 @@ class QtDesktopToolkit final : public DesktopToolkit {
 
   int Run(Program& program, LiveVideo live) override {
     DesktopFace face(program, loop_, dialogs_, std::move(live));
+    face.OnParentWindow([this](QWidget* parent) { device_dialogs_.SetParentWindow(parent); });
     bool ended = false;
     face.OnProgramEnd([&ended] {
       ended = true;
@@ -72,6 +75,7 @@ class QtDesktopToolkit final : public DesktopToolkit {
   QtEventLoop loop_;
   QtDialogs dialogs_;
   QtClipboard clipboard_;
+  QtDeviceDialogs device_dialogs_;
 };
 
 }  // namespace

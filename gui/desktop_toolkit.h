@@ -6,6 +6,7 @@
 
 #include "core/program.h"
 #include "gui/live_video.h"
+#include "platform/device_settings.h"
 #include "platform/event_loop.h"
 #include "platform/services.h"
 
@@ -20,6 +21,8 @@ class DesktopToolkit {
   virtual platform::EventLoop& Loop() = 0;
   virtual platform::Dialogs& Dialogs() = 0;
   virtual platform::Clipboard& Clipboard() = 0;
+  // The capture devices' own dialogs (format, source, compressor).
+  virtual platform::DeviceDialogHost& DeviceDialogs() = 0;
   // The size of the screen the windows open on.
   virtual platform::ScreenSize Screen() const = 0;
 

@@ -208,7 +208,8 @@ ProgramStart StartOf(const Options& options, const std::string& app_path) {
 
 int RunWithWindows(zr::gui::DesktopToolkit& toolkit, const Options& options, const std::string& app_path,
                    std::vector<VideoDeviceEntry> video, std::vector<AudioDeviceEntry> audio) {
-  ProgramParts parts(toolkit.Loop(), [] {}, toolkit.Dialogs(), toolkit.Clipboard(), toolkit.Screen(),
+  ProgramParts parts(toolkit.Loop(), [] {}, toolkit.Dialogs(), toolkit.Clipboard(), &toolkit.DeviceDialogs(),
+                     toolkit.Screen(),
                      StartOf(options, app_path), std::move(video), std::move(audio));
   auto& devices = parts.devices;
   return toolkit.Run(parts.program, zr::gui::LiveVideo{[&devices] { return devices.LatestPicture(); },
@@ -222,7 +223,7 @@ int RunWithoutWindows(const Options& options, const std::string& app_path, std::
   PollEventLoop loop;
   TerminalDialogs dialogs(std::cerr);
   MemoryClipboard clipboard;
-  ProgramParts parts(loop, [&loop] { loop.Wake(); }, dialogs, clipboard, ScreenSize{1920, 1080},
+  ProgramParts parts(loop, [&loop] { loop.Wake(); }, dialogs, clipboard, nullptr, ScreenSize{1920, 1080},
                      StartOf(options, app_path), std::move(video), std::move(audio));
   zr::Program& program = parts.program;
   auto& devices = parts.devices;

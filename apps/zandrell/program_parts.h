@@ -30,14 +30,16 @@ struct ProgramStart {
 };
 
 struct ProgramParts {
+  // `device_dialogs` is null without windows: the devices' own dialogs cannot be shown then.
   ProgramParts(platform::EventLoop& loop, std::function<void()> wake, platform::Dialogs& dialogs,
-               platform::Clipboard& clipboard, platform::ScreenSize screen, const ProgramStart& start,
+               platform::Clipboard& clipboard, platform::DeviceDialogHost* device_dialogs, platform::ScreenSize screen,
+               const ProgramStart& start,
                std::vector<platform::linux_impl::VideoDeviceEntry> video,
                std::vector<platform::linux_impl::AudioDeviceEntry> audio)
       : settings(platform::linux_impl::DefaultSettingsFolder()),
         desktop(screen),
         devices(platform::linux_impl::CaptureDeviceServices{
-                    loop, std::move(wake), movies, clipboard, WriteBmpFile, nullptr,
+                    loop, std::move(wake), movies, clipboard, WriteBmpFile, device_dialogs,
                     [](const std::string& url) { return platform::linux_impl::MakeIpCameraSource(url); },
                     [](const std::string& url) { return platform::linux_impl::MakeNetworkStreamSource(url); },
                     start.app_path + "capture.avi"},

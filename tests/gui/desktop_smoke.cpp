@@ -163,7 +163,8 @@ int main(int argc, char** argv) {
     std::cerr << "FAIL: no display to open windows on\n";
     return 1;
   }
-  zr::ProgramParts parts(toolkit->Loop(), [] {}, toolkit->Dialogs(), toolkit->Clipboard(), toolkit->Screen(),
+  zr::ProgramParts parts(toolkit->Loop(), [] {}, toolkit->Dialogs(), toolkit->Clipboard(), &toolkit->DeviceDialogs(),
+                         toolkit->Screen(),
                          zr::ProgramStart{folder.string() + "/", "", folder.string() + "/", zr::Language::English},
                          zr::platform::linux_impl::ProbeVideoDevices(), zr::platform::linux_impl::ProbeAudioDevices());
   Operator operator_(parts, ZR_SCREENSHOT_DIR);
