@@ -13,4 +13,4 @@ ctest --test-dir build --output-on-failure -j "$jobs"
 
 cmake --preset asan >/dev/null
 cmake --build --preset asan -j "$jobs" --target zr_core_tests zr_capture_tests zr_ui_tests zr_image_tests zr_platform_tests zr_apps_tests zandrell-scenario
-ASAN_OPTIONS=detect_leaks=1 ctest --test-dir build/asan --output-on-failure -j "$jobs" -L 'core|ui|capture|image|platform|apps|scenario'
+ASAN_OPTIONS=detect_leaks=1 ctest --test-dir build/asan --output-on-failure -j "$jobs" -L '^(core|ui|capture|image|platform|apps|scenario)$'
