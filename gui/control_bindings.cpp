@@ -167,6 +167,14 @@ std::vector<QString> ItemTexts(const ui::ListControl& list) {
   return texts;
 }
 
+// True when the list's entries are no longer those shown; `shown` then holds the new ones.
+bool EntriesChanged(const ui::ListControl& list, std::vector<QString>& shown) {
+  auto texts = ItemTexts(list);
+  if (texts == shown) return false;
+  shown = std::move(texts);
+  return true;
+}
+
 class ComboBinding final : public BindingOf<QComboBox, ui::ListControl> {
  public:
   ComboBinding(ui::ListControl& list, const Guard& guard, QWidget* parent)
@@ -177,11 +185,9 @@ class ComboBinding final : public BindingOf<QComboBox, ui::ListControl> {
     });
   }
   void Refresh() override {
-    const auto texts = ItemTexts(control_);
-    if (texts != shown_) {
+    if (EntriesChanged(control_, shown_)) {
       widget_->clear();
-      for (const QString& text : texts) widget_->addItem(text);
-      shown_ = texts;
+      for (const QString& text : shown_) widget_->addItem(text);
     }
     if (widget_->currentIndex() != control_.ListIndex) widget_->setCurrentIndex(control_.ListIndex);
     ShowFlags(*widget_, control_);
@@ -206,16 +212,14 @@ class ListBoxBinding final : public BindingOf<QListWidget, ui::ListControl> {
     });
   }
   void Refresh() override {
-    const auto texts = ItemTexts(control_);
-    if (texts != shown_) {
+    if (EntriesChanged(control_, shown_)) {
       widget_->clear();
-      for (std::size_t row = 0; row < texts.size(); ++row) {
-        auto* item = new QListWidgetItem(texts[row], widget_);
+      for (std::size_t row = 0; row < shown_.size(); ++row) {
+        auto* item = new QListWidgetItem(shown_[row], widget_);
         QFont font = item->font();
         font.setBold(control_.Items[row].bold);
         item->setFont(font);
       }
-      shown_ = texts;
     }
     if (widget_->currentRow() != control_.ListIndex) widget_->setCurrentRow(control_.ListIndex);
     ShowFlags(*widget_, control_);

@@ -168,10 +168,12 @@ void DesktopFace::DropWindowsNotIn(const std::map<WindowKey, bool>& live) {
       continue;
     }
     QWidget* frame = it->second.child ? it->second.widget->parentWidget() : it->second.widget;
+    // The widget's bindings refer to the window that is going: with its entry gone they are
+    // never refreshed again. It leaves the child area now and is deleted once no handler of
+    // it can still be running.
     frame->hide();
-    frame->deleteLater();
-    // The widget's bindings refer to the window that is going: they must not run again.
     frame->setParent(nullptr);
+    frame->deleteLater();
     it = shown_.erase(it);
   }
 }

@@ -211,11 +211,7 @@ int RunWithWindows(zr::gui::DesktopToolkit& toolkit, const Options& options, con
   ProgramParts parts(toolkit.Loop(), [] {}, toolkit.Dialogs(), toolkit.Clipboard(), &toolkit.DeviceDialogs(),
                      toolkit.Screen(),
                      StartOf(options, app_path), std::move(video), std::move(audio));
-  auto& devices = parts.devices;
-  return toolkit.Run(parts.program, zr::gui::LiveVideo{[&devices] { return devices.LatestPicture(); },
-                                                       [&devices] { return devices.PreviewRate(); },
-                                                       [&devices](int button) { devices.MousePressed(button); },
-                                                       [&devices] { return devices.SourceMessage(); }});
+  return toolkit.Run(parts.program, parts.LiveVideo());
 }
 
 int RunWithoutWindows(const Options& options, const std::string& app_path, std::vector<VideoDeviceEntry> video,

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "core/program.h"
+#include "gui/live_video.h"
 #include "image/bmp.h"
 #include "platform/linux/capture_devices.h"
 #include "platform/linux/ffmpeg_movie_files.h"
@@ -51,6 +52,13 @@ struct ProgramParts {
     program.CommandLine = start.command_line;
     program.HomeFolder = start.home_folder;
     program.language = start.language;
+  }
+
+  // What the desktop face shows of the connected device beside the model.
+  gui::LiveVideo LiveVideo() {
+    return gui::LiveVideo{[this] { return devices.LatestPicture(); }, [this] { return devices.PreviewRate(); },
+                          [this](int button) { devices.MousePressed(button); },
+                          [this] { return devices.SourceMessage(); }};
   }
 
   platform::linux_impl::IniSettingsStore settings;

@@ -2,7 +2,6 @@
 
 #include <cstring>
 #include <fstream>
-#include <iterator>
 
 #include "platform/linux/alsa_handles.h"
 
@@ -24,13 +23,15 @@ Error NoWave(const std::string& path, const std::string& why) {
 }  // namespace
 
 Result<WaveSound> ReadWaveFile(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
+  std::ifstream file(path, std::ios::binary | std::ios::ate);
   if (!file) return NoWave(path, "cannot be opened");
-  std::vector<std::uint8_t> bytes;
-  bytes.resize(kLargestWaveFile + 1);
+  const std::streamoff length = file.tellg();
+  if (length < 0) return NoWave(path, "cannot be read");
+  if (static_cast<std::size_t>(length) > kLargestWaveFile) return NoWave(path, "is too long for a sound effect");
+  std::vector<std::uint8_t> bytes(static_cast<std::size_t>(length));
+  file.seekg(0);
   file.read(reinterpret_cast<char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
   bytes.resize(static_cast<std::size_t>(file.gcount()));
-  if (bytes.size() > kLargestWaveFile) return NoWave(path, "is too long for a sound effect");
   if (bytes.size() < 12 || std::memcmp(bytes.data(), "RIFF", 4) != 0 || std::memcmp(bytes.data() + 8, "WAVE", 4) != 0)
     return NoWave(path, "is no WAVE file");
 

@@ -168,11 +168,7 @@ int main(int argc, char** argv) {
                          zr::ProgramStart{folder.string() + "/", "", folder.string() + "/", zr::Language::English},
                          zr::platform::linux_impl::ProbeVideoDevices(), zr::platform::linux_impl::ProbeAudioDevices());
   Operator operator_(parts, ZR_SCREENSHOT_DIR);
-  auto& devices = parts.devices;
-  toolkit->Run(parts.program, zr::gui::LiveVideo{[&devices] { return devices.LatestPicture(); },
-                                                 [&devices] { return devices.PreviewRate(); },
-                                                 [&devices](int button) { devices.MousePressed(button); },
-                                                 [&devices] { return devices.SourceMessage(); }});
+  toolkit->Run(parts.program, parts.LiveVideo());
   if (!operator_.failure.empty()) {
     std::cerr << "FAIL: " << operator_.failure << "\n";
     return 1;
