@@ -1,6 +1,6 @@
 #include "capture/capture_device.h"
 
-#include "core/formatting.h"
+#include "base/formatting.h"
 #include "core/program.h"
 
 namespace zr {
@@ -10,7 +10,7 @@ namespace {
 constexpr int kSuccess = -1;
 constexpr int kFailure = 0;
 
-int Result(bool done) { return done ? kSuccess : kFailure; }
+int OperationResult(bool done) { return done ? kSuccess : kFailure; }
 
 void ShowDialogOrSay(Program& program, platform::VfwCaptureWindow& window, platform::DriverDialog dialog,
                      const std::string& failure_text) {
@@ -50,7 +50,7 @@ std::unique_ptr<VfwCaptureWindow> capCreateWindow(platform::VfwDriverSystem& dri
   return drivers.CreateCaptureWindow("VIDEO WINDOW", 0, 0, 160, 120);
 }
 
-int capConnect(VfwCaptureWindow& window, int index) { return Result(window.Connect(index)); }
+int capConnect(VfwCaptureWindow& window, int index) { return OperationResult(window.Connect(index)); }
 
 int capDestroy(std::unique_ptr<VfwCaptureWindow>& window) {
   if (!window) return kFailure;
@@ -59,23 +59,23 @@ int capDestroy(std::unique_ptr<VfwCaptureWindow>& window) {
   return kSuccess;
 }
 
-int capGetCaps(VfwCaptureWindow& window, CAPDRIVERCAPS& caps) { return Result(window.GetCaps(caps)); }
-int capGetStatus(VfwCaptureWindow& window, CAPSTATUS& status) { return Result(window.GetStatus(status)); }
+int capGetCaps(VfwCaptureWindow& window, CAPDRIVERCAPS& caps) { return OperationResult(window.GetCaps(caps)); }
+int capGetStatus(VfwCaptureWindow& window, CAPSTATUS& status) { return OperationResult(window.GetStatus(status)); }
 
 int capSetStatusCallback(VfwCaptureWindow& window, bool install, void* status_words) {
-  return Result(window.SetStatusCallback(install ? &CaptureStatusCallback : nullptr, status_words));
+  return OperationResult(window.SetStatusCallback(install ? &CaptureStatusCallback : nullptr, status_words));
 }
 
-int capGetSetup(VfwCaptureWindow& window, CAPTUREPARMS& parms) { return Result(window.GetSetup(parms)); }
-int capSetSetup(VfwCaptureWindow& window, const CAPTUREPARMS& parms) { return Result(window.SetSetup(parms)); }
+int capGetSetup(VfwCaptureWindow& window, CAPTUREPARMS& parms) { return OperationResult(window.GetSetup(parms)); }
+int capSetSetup(VfwCaptureWindow& window, const CAPTUREPARMS& parms) { return OperationResult(window.SetSetup(parms)); }
 int capGetAudioFormatSize(VfwCaptureWindow& window) { return window.GetAudioFormatSize(); }
 
 int capSetAudioFormat(VfwCaptureWindow& window, const WAVEFORMATEX& format, int size) {
-  return Result(window.SetAudioFormat(format, size));
+  return OperationResult(window.SetAudioFormat(format, size));
 }
 
 int capGetAudioFormat(VfwCaptureWindow& window, WAVEFORMATEX& format, int size) {
-  return Result(window.GetAudioFormat(format, size));
+  return OperationResult(window.GetAudioFormat(format, size));
 }
 
 void capShowFormatDialog(Program& program, VfwCaptureWindow& window) {
@@ -105,11 +105,11 @@ int capPreview(Program& program, VfwCaptureWindow& window, int frames_per_second
   if (!result.rate_set)
     program.MessageBox(program.Translate("Tessavue: Cannot set preview mode."), platform::MessageButtons::Ok,
                        platform::MessageIcon::Stop);
-  return Result(result.preview_on);
+  return OperationResult(result.preview_on);
 }
 
-int capOverlay(VfwCaptureWindow& window) { return Result(window.Overlay()); }
-int capSetScale(VfwCaptureWindow& window, bool scale) { return Result(window.SetScale(scale)); }
+int capOverlay(VfwCaptureWindow& window) { return OperationResult(window.Overlay()); }
+int capSetScale(VfwCaptureWindow& window, bool scale) { return OperationResult(window.SetScale(scale)); }
 
 // Zero in all four takes the image size from the status at the same place; a size moves and
 // sizes; otherwise the window is only moved. The Z order is never changed.
@@ -129,7 +129,7 @@ int capResize(VfwCaptureWindow& window, int x, int y, int width, int height) {
 }
 
 int capSetCaptureFile(VfwCaptureWindow& window, const std::string& path) {
-  return Result(window.SetCaptureFile(path));
+  return OperationResult(window.SetCaptureFile(path));
 }
 
 // The name as the driver keeps it: a buffer of 128 bytes, cut at its first zero.
@@ -140,13 +140,13 @@ std::string capGetCaptureFile(VfwCaptureWindow& window) {
   return path;
 }
 
-int capSaveDib(VfwCaptureWindow& window, const std::string& path) { return Result(window.SaveDib(path)); }
-int capCopyFrame(VfwCaptureWindow& window) { return Result(window.CopyFrame()); }
-int capStartSequence(VfwCaptureWindow& window) { return Result(window.StartSequence()); }
-int capStop(VfwCaptureWindow& window) { return Result(window.Stop()); }
-int capOpenSingleFrame(VfwCaptureWindow& window) { return Result(window.OpenSingleFrame()); }
-int capCloseSingleFrame(VfwCaptureWindow& window) { return Result(window.CloseSingleFrame()); }
-int capSingleFrame(VfwCaptureWindow& window) { return Result(window.SingleFrame()); }
+int capSaveDib(VfwCaptureWindow& window, const std::string& path) { return OperationResult(window.SaveDib(path)); }
+int capCopyFrame(VfwCaptureWindow& window) { return OperationResult(window.CopyFrame()); }
+int capStartSequence(VfwCaptureWindow& window) { return OperationResult(window.StartSequence()); }
+int capStop(VfwCaptureWindow& window) { return OperationResult(window.Stop()); }
+int capOpenSingleFrame(VfwCaptureWindow& window) { return OperationResult(window.OpenSingleFrame()); }
+int capCloseSingleFrame(VfwCaptureWindow& window) { return OperationResult(window.CloseSingleFrame()); }
+int capSingleFrame(VfwCaptureWindow& window) { return OperationResult(window.SingleFrame()); }
 
 }  // namespace vfw
 

@@ -4,7 +4,7 @@
 
 #include "capture/capture_device.h"
 #include "capture/video_screen.h"
-#include "core/formatting.h"
+#include "base/formatting.h"
 #include "core/master.h"
 
 namespace zr {

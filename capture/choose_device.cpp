@@ -1,9 +1,9 @@
 #include "capture/choose_device.h"
 
 #include "capture/video_screen.h"
-#include "core/formatting.h"
+#include "base/formatting.h"
 #include "core/master.h"
-#include "core/program_error.h"
+#include "base/program_error.h"
 #include "core/settings_keys.h"
 
 namespace zr {

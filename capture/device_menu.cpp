@@ -3,7 +3,7 @@
 #include "capture/capture_device.h"
 #include "capture/video_screen.h"
 #include "core/master.h"
-#include "core/program_error.h"
+#include "base/program_error.h"
 
 namespace zr {
 

@@ -12,7 +12,7 @@
 #include <optional>
 
 #include "capture/video_screen.h"
-#include "core/formatting.h"
+#include "base/formatting.h"
 #include "core/master.h"
 #include "core/message_window.h"
 #include "platform/atomic_file.h"

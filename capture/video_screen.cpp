@@ -6,7 +6,7 @@
 #include "capture/video_info.h"
 #include "capture/parameter_file.h"
 #include "core/settings_keys.h"
-#include "core/formatting.h"
+#include "base/formatting.h"
 #include "core/master.h"
 
 namespace zr {

@@ -5,7 +5,7 @@
 
 #include "capture/capture_status.h"
 #include "capture/video_screen.h"
-#include "core/formatting.h"
+#include "base/formatting.h"
 #include "core/master.h"
 
 namespace zr {

@@ -5,7 +5,7 @@
 #include "capture/parameter_file.h"
 #include "capture/video_info.h"
 #include "capture/video_screen.h"
-#include "core/formatting.h"
+#include "base/formatting.h"
 #include "core/master.h"
 #include "core/preferences.h"
 #include "core/settings_keys.h"

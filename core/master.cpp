@@ -1,6 +1,6 @@
 #include "core/master.h"
 
-#include "core/formatting.h"
+#include "base/formatting.h"
 
 namespace zr {
 

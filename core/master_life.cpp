@@ -8,7 +8,7 @@
 #include "capture/device_menu.h"
 #include "capture/parameter_file.h"
 #include "capture/video_screen.h"
-#include "core/formatting.h"
+#include "base/formatting.h"
 #include "core/master.h"
 #include "core/settings_keys.h"
 

@@ -2,7 +2,7 @@
 // toolbar, a visible option band, a set of enabled Toolbars entries and the extension of the
 // capture file name; SetOperationMode is the only writer of all of them.
 
-#include "core/formatting.h"
+#include "base/formatting.h"
 #include "core/master.h"
 #include "core/settings_keys.h"
 

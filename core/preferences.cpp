@@ -1,6 +1,6 @@
 #include "core/preferences.h"
 
-#include "core/formatting.h"
+#include "base/formatting.h"
 #include "core/settings_keys.h"
 
 namespace zr {

@@ -3,14 +3,14 @@
 #include "capture/choose_device.h"
 #include "capture/video_info.h"
 #include "capture/video_screen.h"
-#include "core/formatting.h"
+#include "base/formatting.h"
 #include "core/master.h"
 #include "core/message_window.h"
 #include "core/preferences.h"
-#include "core/program_error.h"
+#include "base/program_error.h"
 #include "core/settings_keys.h"
 #include "core/splash.h"
-#include "image/image_window.h"
+#include "image/windows/image_window.h"
 #include "image/text_renderer.h"
 
 namespace zr {

@@ -5,7 +5,7 @@
 #include <system_error>
 
 #include "capture/video_screen.h"
-#include "core/formatting.h"
+#include "base/formatting.h"
 #include "core/master.h"
 
 namespace zr {

@@ -2,7 +2,7 @@
 
 #include <array>
 
-#include "core/formatting.h"
+#include "base/formatting.h"
 
 namespace zr {
 

@@ -6,10 +6,10 @@
 #include <system_error>
 
 #include "capture/video_screen.h"
-#include "core/formatting.h"
+#include "base/formatting.h"
 #include "core/master.h"
-#include "image/image_window.h"
-#include "image/jpeg_file.h"
+#include "image/windows/image_window.h"
+#include "image/windows/picture_commands.h"
 #include "image/picture_writer.h"
 
 namespace zr {
@@ -119,7 +119,11 @@ void Master::ShootImage() {
   const std::string file = StillBaseName(state.CaptureFilename) + number + (jpeg ? ".jpg" : ".bmp");
   if (!jpeg) StatusString.Caption = (numbered ? "Writing... " : "Refresh... ") + file;
   if (!window.MasterImage.Picture) throw FileError("No picture to write to " + file);
-  if (jpeg) SaveJPEGPicture(program_, *window.MasterImage.Picture, file, state.JpegQuality);
+  if (jpeg) {
+    cDIBSection dib;
+    dib.CreateFromPicture(*window.MasterImage.Picture);
+    if (!SaveJPG(program_, dib, file, state.JpegQuality)) StatusString.Caption = "Error writing " + file + "JPEG File.";
+  }
   else WritePictureFile(*window.MasterImage.Picture, file, 100);
   window.Caption = file;
   if (MultipleImageToolbar.Button("ftp").Value == 1) SendToFtp(file, std::filesystem::path(file).filename().string());

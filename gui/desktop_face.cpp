@@ -8,7 +8,7 @@
 
 #include "capture/video_screen.h"
 #include "core/master.h"
-#include "core/program_error.h"
+#include "base/program_error.h"
 
 namespace zr::gui {
 

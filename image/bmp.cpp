@@ -2,13 +2,21 @@
 
 #include <cstdint>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <vector>
 
 #include "image/dib.h"
+#include "image/picture_limits.h"
 
 namespace zr {
+
+namespace {
+
+// No bitmap the reader accepts is longer: 16384 by 16384 pixels of 24 bits and its headers.
+constexpr std::uintmax_t kLargestBmpFileBytes = std::uintmax_t{1} << 30;
+
+}  // namespace
 
 bool WriteBmpFile(const platform::Picture& picture, const std::string& path) {
   const std::uint32_t pixel_bytes = static_cast<std::uint32_t>(picture.bottom_up_bgr.size());
@@ -30,10 +38,13 @@ bool WriteBmpFile(const platform::Picture& picture, const std::string& path) {
 }
 
 std::optional<platform::Picture> ReadBmpFile(const std::string& path) {
+  std::error_code error;
+  const std::uintmax_t length = std::filesystem::file_size(path, error);
+  if (error || length < kBitmapFileHeaderBytes + kBitmapInfoHeaderBytes || length > kLargestBmpFileBytes)
+    return std::nullopt;
   std::ifstream file(path, std::ios::binary);
-  if (!file) return std::nullopt;
-  std::vector<std::uint8_t> bytes((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
-  if (bytes.size() < kBitmapFileHeaderBytes + kBitmapInfoHeaderBytes ||
+  std::vector<std::uint8_t> bytes(static_cast<std::size_t>(length));
+  if (!file.read(reinterpret_cast<char*>(bytes.data()), static_cast<std::streamsize>(length)) ||
       GetLittleEndian(bytes.data(), 2) != kBitmapFileType)
     return std::nullopt;
   const std::uint32_t offset = GetLittleEndian(bytes.data() + 10, 4);
@@ -42,11 +53,12 @@ std::optional<platform::Picture> ReadBmpFile(const std::string& path) {
   const std::uint32_t bits = GetLittleEndian(bytes.data() + 28, 2);
   const std::uint32_t compression = GetLittleEndian(bytes.data() + 30, 4);
   const int height = signed_height < 0 ? -signed_height : signed_height;
-  if (bits != 24 || compression != 0 || width <= 0 || height <= 0 || width > 65535 || height > 65535)
+  // The rows must all be in the file before the picture is made for them.
+  if (bits != 24 || compression != 0 || signed_height == INT32_MIN || !PlausiblePictureSize(width, height, bytes.size(), 1))
     return std::nullopt;
-  platform::Picture picture = platform::Picture::Blank(width, height);
-  const std::size_t stride = static_cast<std::size_t>(picture.Stride());
+  const std::size_t stride = static_cast<std::size_t>(platform::Picture::StrideFor(width));
   if (bytes.size() < offset + stride * static_cast<std::size_t>(height)) return std::nullopt;
+  platform::Picture picture = platform::Picture::Blank(width, height);
   for (int row = 0; row < height; ++row) {
     // Top-down files (negative height) store the top row first.
     const int stored = signed_height < 0 ? height - 1 - row : row;

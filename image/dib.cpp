@@ -1,6 +1,7 @@
 #include "image/dib.h"
 
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 
 namespace zr {
@@ -40,8 +41,14 @@ bool cDib::CreateFromFile(const std::string& name) {
   if (!ReadAt(file, kBitmapFileHeaderBytes, info_header.data(), info_header.size())) return false;
   const std::uint32_t offset = GetLittleEndian(file_header.data() + 10, 4);
   if (offset < kBitmapFileHeaderBytes) return false;
+  const std::uint32_t image_size = GetLittleEndian(info_header.data() + 20, 4);
+  // Neither block may be longer than the whole file: a header that promises more is not
+  // believed, and nothing is allocated for it.
+  std::error_code error;
+  const std::uintmax_t length = std::filesystem::file_size(name, error);
+  if (error || image_size > length || offset > length) return false;
   // A file shorter than its headers say leaves the missing bytes zero.
-  std::vector<std::uint8_t> bits(GetLittleEndian(info_header.data() + 20, 4), 0);
+  std::vector<std::uint8_t> bits(image_size, 0);
   ReadAt(file, offset, bits.data(), bits.size());
   std::vector<std::uint8_t> info(offset - kBitmapFileHeaderBytes, 0);
   ReadAt(file, kBitmapFileHeaderBytes, info.data(), info.size());

@@ -4,7 +4,6 @@
 #include <cmath>
 #include <cstring>
 
-#include "core/program.h"
 
 namespace zr {
 
@@ -56,14 +55,11 @@ std::uint8_t ClampToByte(long value) { return static_cast<std::uint8_t>(std::cla
 
 }  // namespace
 
-bool cDIBSection::CopyToClipboard(Program& program, bool as_dib) const {
-  if (as_dib) {
-    program.MessageBox("I don't know how to put a DIB on the clipboard! Copy as bitmap instead!!!");
-    return false;
-  }
-  if (pixels_.width <= 0 || pixels_.height <= 0) return false;
-  program.services.clipboard.SetPicture(pixels_);
-  return true;
+ClipboardCopy cDIBSection::CopyToClipboard(platform::Clipboard& clipboard, bool as_dib) const {
+  if (as_dib) return ClipboardCopy::DibFormatRefused;
+  if (pixels_.width <= 0 || pixels_.height <= 0) return ClipboardCopy::NothingToCopy;
+  clipboard.SetPicture(pixels_);
+  return ClipboardCopy::Copied;
 }
 
 bool cDIBSection::CreateFromPicture(const platform::Picture& picture) {

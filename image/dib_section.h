@@ -7,16 +7,18 @@
 #include <cstdint>
 
 #include "platform/picture.h"
+#include "platform/services.h"
 
 namespace zr {
 
-class Program;
+// What became of a copy to the clipboard.
+enum class ClipboardCopy { Copied, NothingToCopy, DibFormatRefused };
 
 class cDIBSection {
  public:
-  // Without the bitmap format the program cannot hand a DIB over: it says so and answers false.
-  // Otherwise the pixels go to the clipboard as a picture.
-  bool CopyToClipboard(Program& program, bool as_dib) const;
+  // The pixels go to the clipboard as a picture. The bitmap format cannot be handed over; the
+  // window that asked says so.
+  ClipboardCopy CopyToClipboard(platform::Clipboard& clipboard, bool as_dib) const;
   // Takes the size of `picture` and copies it in.
   bool CreateFromPicture(const platform::Picture& picture);
   // A black bitmap of this size, replacing what was held; false for a size the bitmap refuses.

@@ -5,7 +5,7 @@
 #include <iterator>
 #include <sstream>
 
-#include "core/formatting.h"
+#include "base/formatting.h"
 #include "platform/atomic_file.h"
 
 namespace zr {

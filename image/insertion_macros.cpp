@@ -1,6 +1,6 @@
 #include "image/insertion_macros.h"
 
-#include "core/formatting.h"
+#include "base/formatting.h"
 
 namespace zr {
 namespace {

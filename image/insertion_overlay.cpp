@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include "core/formatting.h"
+#include "base/formatting.h"
 #include "image/insertion_macros.h"
 
 namespace zr {

@@ -1,7 +1,7 @@
 #include "image/picture_writer.h"
 
-#include "core/formatting.h"
-#include "core/program_error.h"
+#include "base/formatting.h"
+#include "base/program_error.h"
 #include "image/bmp.h"
 #include "image/dib_section.h"
 #include "image/jpeg_file.h"

@@ -10,9 +10,9 @@
 #include <string>
 #include <string_view>
 
-#include "core/formatting.h"
+#include "base/formatting.h"
 #include "platform/picture.h"
-#include "platform/result.h"
+#include "base/result.h"
 
 struct FT_LibraryRec_;
 struct FT_FaceRec_;

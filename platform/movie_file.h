@@ -12,7 +12,7 @@
 #include <span>
 #include <string>
 
-#include "platform/result.h"
+#include "base/result.h"
 
 namespace zr::platform {
 

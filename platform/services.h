@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "base/date_time.h"
 #include "platform/picture.h"
 
 namespace zr::platform {
@@ -102,14 +103,7 @@ class Desktop {
 
 // ---- Wall clock
 
-struct DateTime {
-  int year = 2026;
-  int month = 1;
-  int day = 15;
-  int hour = 10;
-  int minute = 0;
-  int second = 0;
-};
+using zr::DateTime;
 
 class WallClock {
  public:

@@ -3,7 +3,7 @@
 #include <cmath>
 #include <stdexcept>
 
-#include "core/formatting.h"
+#include "base/formatting.h"
 #include "ui/window.h"
 
 namespace zr::ui {

@@ -11,7 +11,7 @@
 #include "apps/scenario/procedures.h"
 #include "apps/scenario/script.h"
 #include "apps/scenario/world.h"
-#include "core/formatting.h"
+#include "base/formatting.h"
 #include "core/master.h"
 #include "image/picture_writer.h"
 

@@ -15,7 +15,7 @@
 #include "capture/choose_device.h"
 #include "capture/video_screen.h"
 #include "core/master.h"
-#include "core/program_error.h"
+#include "base/program_error.h"
 #include "gui/desktop_toolkit.h"
 #include "platform/linux/poll_event_loop.h"
 

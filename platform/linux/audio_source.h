@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "platform/movie_file.h"
-#include "platform/result.h"
+#include "base/result.h"
 
 namespace zr::platform::linux_impl {
 

@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include "core/program_error.h"
+#include "base/program_error.h"
 #include "platform/linux/capture_devices.h"
 #include "platform/linux/live_source.h"
 #include "platform/linux/movie_run.h"

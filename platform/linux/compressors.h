@@ -20,7 +20,7 @@
 
 #include "platform/device_settings.h"
 #include "platform/movie_file.h"
-#include "platform/result.h"
+#include "base/result.h"
 
 namespace zr::platform::linux_impl {
 

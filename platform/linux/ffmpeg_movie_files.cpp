@@ -1,9 +1,5 @@
 #include "platform/linux/ffmpeg_movie_files.h"
 
-#include "platform/linux/ffmpeg_handles.h"
-
-#include <turbojpeg.h>
-
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
@@ -21,6 +17,9 @@ extern "C" {
 #include <libavutil/pixdesc.h>
 #include <libswscale/swscale.h>
 }
+
+#include "image/jpeg_codec.h"
+#include "platform/linux/ffmpeg_handles.h"
 
 namespace zr::platform::linux_impl {
 namespace {
@@ -171,36 +170,22 @@ EncoderChoice ChooseEncoder(VideoCodec codec) {
 class JpegFrameCoder {
  public:
   explicit JpegFrameCoder(int quality) : quality_(quality) {}
-  ~JpegFrameCoder() {
-    if (handle_) tjDestroy(handle_);
-  }
-  JpegFrameCoder(const JpegFrameCoder&) = delete;
-  JpegFrameCoder& operator=(const JpegFrameCoder&) = delete;
 
   // Codes `frame` into `packet` (its old content is dropped).
   Result<void> Code(const FrameView& frame, AVPacket& packet) {
-    if (!handle_) return Error{"the JPEG coder cannot start", "tjInitCompress"};
-    // A buffer of the largest size a picture can take, so the coder never reallocates it.
-    const unsigned long largest = tjBufSize(frame.width, frame.height, TJSAMP_420);
-    if (buffer_.size() < largest) buffer_.resize(largest);
-    unsigned char* coded = buffer_.data();
-    unsigned long coded_bytes = largest;
-    if (tjCompress2(handle_, frame.bottom_up_bgr, frame.width, frame.stride_bytes, frame.height, TJPF_BGR,
-                    &coded, &coded_bytes, TJSAMP_420, quality_, TJFLAG_BOTTOMUP | TJFLAG_NOREALLOC) != 0) {
-      return Error{std::string("cannot code the frame as JPEG: ") + tjGetErrorStr2(handle_), "tjCompress2"};
-    }
+    const auto coded = encoder_.Encode(frame, quality_);
+    if (!coded) return coded.error();
     av_packet_unref(&packet);
-    const int status = av_new_packet(&packet, static_cast<int>(coded_bytes));
+    const int status = av_new_packet(&packet, static_cast<int>(coded->size()));
     if (status < 0) return FfmpegError("cannot hold the coded frame", "av_new_packet", status);
-    std::memcpy(packet.data, coded, coded_bytes);
+    std::memcpy(packet.data, coded->data(), coded->size());
     packet.flags |= AV_PKT_FLAG_KEY;
     return {};
   }
 
  private:
-  tjhandle handle_ = tjInitCompress();
+  JpegEncoder encoder_;
   int quality_;
-  std::vector<unsigned char> buffer_;
 };
 
 

@@ -15,7 +15,7 @@
 
 #include "platform/device_settings.h"
 #include "platform/picture.h"
-#include "platform/result.h"
+#include "base/result.h"
 
 namespace zr::platform::linux_impl {
 

@@ -25,7 +25,7 @@
 #include <utility>
 #include <vector>
 
-#include "platform/result.h"
+#include "base/result.h"
 
 namespace zr::platform::linux_impl {
 

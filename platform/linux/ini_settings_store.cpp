@@ -14,7 +14,7 @@
 #include <utility>
 
 #include "platform/atomic_file.h"
-#include "platform/result.h"
+#include "base/result.h"
 
 namespace zr::platform::linux_impl {
 namespace {

@@ -13,7 +13,7 @@
 #include <vector>
 
 #include "platform/linux/http_client.h"
-#include "platform/linux/jpeg_decoder.h"
+#include "image/jpeg_codec.h"
 
 namespace zr::platform::linux_impl {
 namespace {

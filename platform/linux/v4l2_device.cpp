@@ -25,7 +25,7 @@
 #include <thread>
 #include <utility>
 
-#include "platform/linux/jpeg_decoder.h"
+#include "image/jpeg_codec.h"
 
 extern "C" {
 #include <libavutil/pixfmt.h>

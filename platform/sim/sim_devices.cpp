@@ -2,7 +2,7 @@
 
 #include <cmath>
 
-#include "core/program_error.h"
+#include "base/program_error.h"
 #include "image/bmp.h"
 #include "platform/sim/sim_recording.h"
 

@@ -4,7 +4,7 @@
 
 #include "apps/scenario/world.h"
 #include "core/master.h"
-#include "image/image_window.h"
+#include "image/windows/image_window.h"
 
 namespace zr {
 namespace {

@@ -5,8 +5,8 @@
 #include <array>
 #include <cstring>
 
-#include "apps/scenario/world.h"
 #include "image/dib_section.h"
+#include "platform/memory_clipboard.h"
 
 namespace zr {
 namespace {
@@ -113,24 +113,19 @@ TEST(DibSection, ResampleToTheSameSizeIsAPlainCopy) {
 }
 
 TEST(DibSection, ClipboardTakesPicturesButNotTheDibFormat) {
-  scenario::World world;
-  Program& program = world.MakeProgram();
+  platform::MemoryClipboard clipboard;
   cDIBSection dib;
   ASSERT_TRUE(dib.Create(3, 2));
   dib.RandomiseBits(true, 5);
 
-  EXPECT_FALSE(dib.CopyToClipboard(program, true));
-  ASSERT_EQ(world.dialogs.Shown().size(), 1u);
-  EXPECT_EQ(world.dialogs.Shown()[0].message.text,
-            "I don't know how to put a DIB on the clipboard! Copy as bitmap instead!!!");
-  EXPECT_FALSE(world.clipboard.GetPicture().has_value());
-
-  EXPECT_TRUE(dib.CopyToClipboard(program, false));
-  const auto copied = world.clipboard.GetPicture();
+  EXPECT_EQ(dib.CopyToClipboard(clipboard, true), ClipboardCopy::DibFormatRefused);
+  EXPECT_FALSE(clipboard.GetPicture().has_value());
+  EXPECT_EQ(dib.CopyToClipboard(clipboard, false), ClipboardCopy::Copied);
+  const auto copied = clipboard.GetPicture();
   ASSERT_TRUE(copied.has_value());
   EXPECT_EQ(copied->bottom_up_bgr, dib.Pixels().bottom_up_bgr);
   dib.ClearUp();
-  EXPECT_FALSE(dib.CopyToClipboard(program, false));
+  EXPECT_EQ(dib.CopyToClipboard(clipboard, false), ClipboardCopy::NothingToCopy);
 }
 
 }  // namespace

@@ -102,6 +102,39 @@ TEST_F(DibFiles, RefusesFilesThatAreNotBitmapsAndPackedBitmapsWithPalettes) {
   EXPECT_FALSE(dib.CreateFromPackedDIBPointer(empty.data()));
 }
 
+// A header may promise any size; neither reader allocates more than the file could fill, and a
+// file a little short of its header still reads with the missing bytes zero.
+TEST_F(DibFiles, HeadersThatPromiseMoreThanTheFileHoldsAreRefused) {
+  const platform::Picture picture = platform::Picture::Blank(4, 2);
+  ASSERT_TRUE(WriteBmpFile(picture, File("good.bmp")));
+  const Bytes good = ReadAll(File("good.bmp"));
+  struct Lie {
+    const char* what;
+    std::size_t at;
+    std::uint32_t value;
+    bool cdib_reads;
+    bool picture_reads;
+  };
+  for (const Lie& lie : {Lie{"huge image size", 34, 0xFFFFFFF0u, false, true},
+                         Lie{"huge bits offset", 10, 0xFFFFFFF0u, false, false},
+                         Lie{"width past the limit", 18, 16385, true, false},
+                         Lie{"rows the file lacks", 22, 16000, true, false}}) {
+    SCOPED_TRACE(lie.what);
+    Bytes bytes = good;
+    PutLittleEndian(bytes.data() + lie.at, lie.value, 4);
+    WriteAll(File("lying.bmp"), bytes);
+    cDib dib;
+    EXPECT_EQ(dib.CreateFromFile(File("lying.bmp")), lie.cdib_reads);
+    EXPECT_EQ(ReadBmpFile(File("lying.bmp")).has_value(), lie.picture_reads);
+  }
+  Bytes short_by_four = good;
+  short_by_four.resize(good.size() - 4);
+  WriteAll(File("short.bmp"), short_by_four);
+  cDib dib;
+  ASSERT_TRUE(dib.CreateFromFile(File("short.bmp")));
+  EXPECT_EQ(dib.SizeImage(), good.size() - 54);
+}
+
 TEST_F(DibFiles, WritingOverALongerFileKeepsItsTail) {
   const std::string path = File("longer.bmp");
   WriteAll(path, Bytes(1000, 0xAA));

@@ -1,9 +1,10 @@
 // JPEG files from the bitmap: decoded back by the compressor's own reader and by ffprobe, the
-// quality passed through, odd widths with their padding, and the failure messages.
+// quality passed through, odd widths with their padding, failures, and headers that lie.
 
 #include <gtest/gtest.h>
 #include <turbojpeg.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -11,9 +12,7 @@
 #include <memory>
 #include <vector>
 
-#include "apps/scenario/world.h"
-#include "core/master.h"
-#include "core/program_error.h"
+#include "base/program_error.h"
 #include "image/jpeg_file.h"
 #include "image/picture_writer.h"
 #include "tests/support/movie_probe.h"
@@ -57,20 +56,18 @@ class JpegFiles : public ::testing::Test {
   void TearDown() override { std::filesystem::remove_all(folder_); }
   std::string File(const std::string& name) const { return (folder_ / name).string(); }
 
-  scenario::World world;
   std::filesystem::path folder_ = std::filesystem::temp_directory_path() /
                                   ("zr-jpeg-" + std::to_string(::testing::UnitTest::GetInstance()->random_seed()) +
                                    "-" + ::testing::UnitTest::GetInstance()->current_test_info()->name());
 };
 
 TEST_F(JpegFiles, OddWidthsComeOutTheRightWayUpAtTheirSize) {
-  Program& program = world.MakeProgram();
   for (const int width : {33, 34, 35, 36}) {  // rows padded by 3, 2, 1 and 0 bytes
     SCOPED_TRACE("width " + std::to_string(width));
     cDIBSection dib;
     ASSERT_TRUE(dib.CreateFromPicture(RedOverBlue(width, 24)));
     const std::string path = File("odd" + std::to_string(width) + ".jpg");
-    ASSERT_TRUE(SaveJPG(program, dib, path, 90));
+    ASSERT_TRUE(WriteJpegFile(dib, path, 90));
 
     const Decoded decoded = Decode(path);
     ASSERT_EQ(decoded.width, width);
@@ -85,39 +82,55 @@ TEST_F(JpegFiles, OddWidthsComeOutTheRightWayUpAtTheirSize) {
     const auto probed = testing::ProbeStream(path, 'v', "width,height");
     EXPECT_EQ(probed, (std::map<std::string, std::string>{{"width", std::to_string(width)}, {"height", "24"}}));
   }
-  EXPECT_TRUE(world.dialogs.Shown().empty());
 }
 
 TEST_F(JpegFiles, QualityIsPassedThrough) {
-  Program& program = world.MakeProgram();
   cDIBSection dib;
   ASSERT_TRUE(dib.Create(64, 48));
   dib.RandomiseBits(false, 99);
-  ASSERT_TRUE(SaveJPG(program, dib, File("q1.jpg"), 1));
-  ASSERT_TRUE(SaveJPG(program, dib, File("q100.jpg"), 100));
+  ASSERT_TRUE(WriteJpegFile(dib, File("q1.jpg"), 1));
+  ASSERT_TRUE(WriteJpegFile(dib, File("q100.jpg"), 100));
   EXPECT_GT(std::filesystem::file_size(File("q100.jpg")), std::filesystem::file_size(File("q1.jpg")) * 3);
   EXPECT_EQ(Decode(File("q1.jpg")).width, 64);
 }
 
-TEST_F(JpegFiles, AFileThatCannotBeWrittenSaysSo) {
-  world.Start();
-  Program& program = world.program();
+TEST_F(JpegFiles, AFileThatCannotBeWrittenFailsAtTheWrite) {
   cDIBSection dib;
   ASSERT_TRUE(dib.Create(8, 8));
-  const std::string path = File("no-such-folder/x.jpg");
-  const std::size_t shown_before = world.dialogs.Shown().size();
-  EXPECT_FALSE(SaveJPG(program, dib, path, 75));
-  ASSERT_EQ(world.dialogs.Shown().size(), shown_before + 1);
-  const auto& box = world.dialogs.Shown().back().message;
-  EXPECT_EQ(box.text, "Failed to save to JPG");
-  EXPECT_EQ(box.icon, platform::MessageIcon::Exclamation);
-  EXPECT_EQ(box.title, kAppTitle);
+  const auto written = WriteJpegFile(dib, File("no-such-folder/x.jpg"), 75);
+  ASSERT_FALSE(written);
+  EXPECT_EQ(written.error().where, "open");
+}
 
-  SaveJPEGPicture(program, RedOverBlue(8, 8), path, 75);
-  EXPECT_EQ(program.Master().StatusString.Caption.get(), "Error writing " + path + "JPEG File.");
-  EXPECT_EQ(world.dialogs.Shown().size(), shown_before + 2);
-  SaveJPEGPicture(program, RedOverBlue(8, 8), File("fine.jpg"), 75);
-  EXPECT_EQ(Decode(File("fine.jpg")).width, 8);
+// Headers that promise more than the data could hold are refused before anything is made for
+// them: a side beyond the limit, or a picture far larger than its few bytes could describe.
+TEST_F(JpegFiles, HeadersThatPromiseTooMuchAreRefused) {
+  cDIBSection dib;
+  ASSERT_TRUE(dib.Create(16, 16));
+  ASSERT_TRUE(WriteJpegFile(dib, File("small.jpg"), 75));
+  std::ifstream in(File("small.jpg"), std::ios::binary);
+  std::vector<std::uint8_t> bytes{std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+  ASSERT_TRUE(JpegDecoder().Decode(bytes));
+  // The frame header (SOF0) holds the height and the width, big-endian, after its length and
+  // precision.
+  const std::uint8_t start_of_frame[] = {0xFF, 0xC0};
+  const auto frame = std::search(bytes.begin(), bytes.end(), std::begin(start_of_frame), std::end(start_of_frame));
+  ASSERT_NE(frame, bytes.end());
+  const auto size_at = static_cast<std::size_t>(frame - bytes.begin()) + 5;
+  for (const auto& [width, height] : {std::pair{16385, 16}, std::pair{16000, 16000}}) {
+    SCOPED_TRACE(std::to_string(width) + "x" + std::to_string(height));
+    std::vector<std::uint8_t> lying = bytes;
+    lying[size_at] = static_cast<std::uint8_t>(height >> 8);
+    lying[size_at + 1] = static_cast<std::uint8_t>(height & 0xFF);
+    lying[size_at + 2] = static_cast<std::uint8_t>(width >> 8);
+    lying[size_at + 3] = static_cast<std::uint8_t>(width & 0xFF);
+    const auto decoded = JpegDecoder().Decode(lying);
+    ASSERT_FALSE(decoded);
+    EXPECT_NE(decoded.error().message.find("impossible size"), std::string::npos);
+    std::ofstream(File("lying.jpg"), std::ios::binary).write(reinterpret_cast<const char*>(lying.data()),
+                                                            static_cast<std::streamsize>(lying.size()));
+    EXPECT_FALSE(ReadJpegFile(File("lying.jpg")));
+  }
 }
 
 TEST_F(JpegFiles, ThePictureWriterWritesJpegByExtension) {

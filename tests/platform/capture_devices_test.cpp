@@ -15,7 +15,7 @@
 #include <string>
 #include <vector>
 
-#include "core/program_error.h"
+#include "base/program_error.h"
 #include "image/bmp.h"
 #include "platform/linux/ffmpeg_movie_files.h"
 #include "platform/linux/headless_services.h"

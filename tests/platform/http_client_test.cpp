@@ -8,7 +8,7 @@
 #include <thread>
 #include <utility>
 
-#include "platform/linux/jpeg_decoder.h"
+#include "image/jpeg_codec.h"
 #include "tests/support/local_http_server.h"
 #include "tests/support/platform_checks.h"
 

@@ -6,7 +6,7 @@
 
 #include <chrono>
 
-#include "platform/result.h"
+#include "base/result.h"
 
 namespace zr::testing {
 

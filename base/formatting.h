@@ -7,8 +7,8 @@
 #include <string>
 #include <string_view>
 
-#include "core/program_error.h"
-#include "platform/services.h"
+#include "base/program_error.h"
+#include "base/date_time.h"
 
 namespace zr {
 
@@ -88,7 +88,7 @@ namespace zr {
 std::string LowerCase(std::string_view text);
 
 // The date and time forms the program writes into its files: "2026-11-21" and "14:30:00".
-std::string DateText(const platform::DateTime& when);
-std::string TimeText(const platform::DateTime& when);
+std::string DateText(const DateTime& when);
+std::string TimeText(const DateTime& when);
 
 }  // namespace zr

@@ -1,4 +1,4 @@
-#include "core/formatting.h"
+#include "base/formatting.h"
 
 #include <algorithm>
 #include <array>
@@ -348,11 +348,11 @@ namespace {
 std::string TwoDigits(int number) { return FormatNumber(number, "00"); }
 }  // namespace
 
-std::string DateText(const platform::DateTime& when) {
+std::string DateText(const DateTime& when) {
   return FormatNumber(when.year, "0000") + "-" + TwoDigits(when.month) + "-" + TwoDigits(when.day);
 }
 
-std::string TimeText(const platform::DateTime& when) {
+std::string TimeText(const DateTime& when) {
   return TwoDigits(when.hour) + ":" + TwoDigits(when.minute) + ":" + TwoDigits(when.second);
 }
 

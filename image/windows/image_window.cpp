@@ -1,4 +1,4 @@
-#include "image/image_window.h"
+#include "image/windows/image_window.h"
 
 #include <utility>
 

@@ -6,7 +6,7 @@
 #include <utility>
 #include <variant>
 
-namespace zr::platform {
+namespace zr {
 
 struct Error {
   std::string message;  // what went wrong, for the operator's eyes or a log
@@ -50,4 +50,11 @@ class Result<void> {
   bool failed_ = false;
 };
 
+}  // namespace zr
+
+// The platform seams name them as their own.
+namespace zr::platform {
+using zr::Done;
+using zr::Error;
+using zr::Result;
 }  // namespace zr::platform
