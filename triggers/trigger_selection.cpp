@@ -1,7 +1,7 @@
 // What fires the next picture of a series: the pressed button of the trigger toolbar, and the
 // controls that belong to it. The toolbar is the only record of the choice.
 
-#include "core/formatting.h"
+#include "base/formatting.h"
 #include "core/master.h"
 
 namespace zr {
