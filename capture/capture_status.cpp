@@ -1,11 +1,14 @@
 #include "capture/capture_status.h"
 
+#include "core/window_registry.h"
 #include <cmath>
 
 #include "capture/capture_device.h"
 #include "capture/video_screen.h"
 #include "base/formatting.h"
-#include "core/master.h"
+#include "capture/movie_run_panel.h"
+#include "capture/series_panel.h"
+#include "core/main_window.h"
 
 namespace zr {
 
@@ -28,7 +31,7 @@ std::string FrameCountTime(double frames, double display_rate) {
          "." + FormatNumber(remainder_frames, "#00");
 }
 
-void ShowDrops(const Program& program, Master& master, const CAPSTATUS& status, const CAPTUREPARMS& parms) {
+void ShowDrops(const Program& program, MainWindow& master, const CAPSTATUS& status, const CAPTUREPARMS& parms) {
   const double frames = status.dwCurrentVideoFrame;
   const double dropped = status.dwCurrentVideoFramesDropped;
   if (frames == 0 || dropped == 0) {
@@ -41,7 +44,7 @@ void ShowDrops(const Program& program, Master& master, const CAPSTATUS& status, 
   master.DroppedString.ForeColor = within ? kDropsWithinLimit : kDropsPastLimit;
 }
 
-void ShowRunning(Program& program, Master& master) {
+void ShowRunning(Program& program, MainWindow& master) {
   auto& state = program.state;
   auto& record = master.RecordButton();
   if (record.Image != "stop") {
@@ -53,7 +56,7 @@ void ShowRunning(Program& program, Master& master) {
     return;
   }
   if (master.MasterBar.Bands("multiple").Visible) {
-    master.StatusString.Caption = master.Shooter.Visible
+    master.StatusString.Caption = program.MainPanel<SeriesPanel>().Shooter.Visible
                                       ? NumberText(state.CapStatus.dwCurrentVideoFrame) + program.Translate(" frames captured")
                                       : program.Translate("Recording");
   }
@@ -64,10 +67,10 @@ void ShowRunning(Program& program, Master& master) {
     master.DroppedString.Caption = "";
 }
 
-void CloseOutRun(Program& program, Master& master) {
+void CloseOutRun(Program& program, MainWindow& master) {
   auto& state = program.state;
   state.captureStatus.CaptureEnded.store(False, std::memory_order_relaxed);
-  if (master.MovieToolbar.Button("writeinfo").Value == 1 || master.MultipleImageToolbar.Button("writeinfo").Value == 1) {
+  if (program.MainPanel<MovieRunPanel>().MovieToolbar.Button("writeinfo").Value == 1 || program.MainPanel<SeriesPanel>().MultipleImageToolbar.Button("writeinfo").Value == 1) {
     master.StatusString.Caption = program.Translate("Writing Info");
     WriteInformationChunk(program, state.CaptureFilename);
   }
@@ -86,9 +89,9 @@ void CloseOutRun(Program& program, Master& master) {
 void CaptureStatusUpdate(Program& program) {
   auto& state = program.state;
   if (state.captureStatus.CaptureStatusId.load(std::memory_order_relaxed) == 0) return;
-  auto* window = program.VideoScreen().CaptureWindow();
+  auto* window = program.Window<VideoScreen>().CaptureWindow();
   if (!window) return;
-  auto& master = program.Master();
+  auto& master = program.MainWindow();
   state.LastResult = vfw::capGetStatus(*window, state.CapStatus);
   auto& record = master.RecordButton();
   if (state.CapStatus.fCapturingNow != 1 && master.MasterBar.Bands("movie").Visible && record.Image != "record")
@@ -102,5 +105,13 @@ void CaptureStatusUpdate(Program& program) {
 void WriteInformationChunk(Program&, const std::string&) { throw NotBuiltYet("the information chunk of a movie"); }
 
 void PopUpMovieViewer(Program&, const std::string&) { throw NotBuiltYet("the movie viewer"); }
+
+namespace {
+
+const ProgramProcedures kProcedures{{
+    {"CaptureStatusUpdate", [](Program& p, const ProcedureArguments& a) { a.Expect(0); CaptureStatusUpdate(p); }},
+}};
+
+}  // namespace
 
 }  // namespace zr

@@ -1,8 +1,12 @@
 #include "capture/choose_device.h"
 
+#include "core/window_registry.h"
+
 #include "capture/video_screen.h"
 #include "base/formatting.h"
-#include "core/master.h"
+#include "capture/movie_run_panel.h"
+#include "capture/series_panel.h"
+#include "core/main_window.h"
 #include "base/program_error.h"
 #include "core/settings_keys.h"
 
@@ -17,12 +21,12 @@ ChooseDevice::ChooseDevice(Program& program) : ui::Window(program.services.loop,
   devices.OnClick = [this] { StopCountDown(); };
   devices.OnDblClick = [this] { start_Click(); };
   start.OnClick = [this] { start_Click(); };
-  Cancel.OnClick = [this] { program_.ChooseDevice.Unload(); };
+  Cancel.OnClick = [this] { program_.SlotOf<ChooseDevice>().Unload(); };
 }
 
 void ChooseDevice::Load() {
   const std::string last = ReadSetting(program_.services.settings, settings::LastDevice);
-  for (const auto& entry : program_.Master().DeviceToolbar.Button("device").ButtonMenus) {
+  for (const auto& entry : program_.MainWindow().DeviceToolbar.Button("device").ButtonMenus) {
     if (entry->tag != "vfw" && entry->tag != "wdm") continue;
     devices.Items.push_back(ui::ListItem{entry->Text, entry->key, entry->tag, entry->Text == last});
     if (entry->Text == last) devices.ListIndex = devices.ListCount() - 1;
@@ -58,14 +62,20 @@ void ChooseDevice::start_Click() {
     const ui::ListItem entry = devices.Items[static_cast<std::size_t>(devices.ListIndex.get())];
     SaveSetting(program_.services.settings, settings::LastDevice, entry.text);
     const int index = static_cast<int>(NumericPrefix(entry.key.substr(1)));
-    auto& screen = program_.VideoScreen();
+    auto& screen = program_.Window<VideoScreen>();
     screen.ConnectVideoCaptureDevice(index, entry.tag, entry.text);
     if (entry.tag == "wdm") {
       const int input = static_cast<int>(ReadSettingNumber(program_.services.settings, settings::LastDeviceInput));
       ResumeNext([&] { screen.Control().SetVideoInputIndex(input); });
     }
   }
-  program_.ChooseDevice.Unload();
+  program_.SlotOf<ChooseDevice>().Unload();
 }
+
+namespace {
+
+const WindowRegistration<ChooseDevice> kRegistration;
+
+}  // namespace
 
 }  // namespace zr

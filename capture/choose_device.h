@@ -3,6 +3,7 @@
 // one selected in bold, and a twenty second countdown that starts the selection by itself so
 // an unattended machine comes up with its last device.
 
+#include <string_view>
 #include "core/program.h"
 #include "ui/controls.h"
 #include "ui/window.h"
@@ -11,6 +12,7 @@ namespace zr {
 
 class ChooseDevice : public ui::Window {
  public:
+  static constexpr std::string_view kWindowName = "ChooseDevice";
   explicit ChooseDevice(Program& program);
 
   ui::ListControl devices{*this, "devices"};

@@ -1,15 +1,18 @@
 #include "capture/device_menu.h"
 
+#include "core/window_registry.h"
 #include "capture/capture_device.h"
 #include "capture/video_screen.h"
-#include "core/master.h"
+#include "capture/movie_run_panel.h"
+#include "capture/series_panel.h"
+#include "core/main_window.h"
 #include "base/program_error.h"
 
 namespace zr {
 
 void BuildDeviceMenu(Program& program) {
-  auto& button = program.Master().DeviceToolbar.Button("device");
-  auto& control = program.VideoScreen().Control();
+  auto& button = program.MainWindow().DeviceToolbar.Button("device");
+  auto& control = program.Window<VideoScreen>().Control();
   button.ButtonMenus.clear();
   auto add = [&](const std::string& key, const std::string& text, const std::string& tag) {
     button.AddMenu(key, text, tag);
@@ -39,5 +42,13 @@ void BuildDeviceMenu(Program& program) {
   separator();
   add("", program.Translate("Disconnect driver to unplug external device"), "unplug");
 }
+
+namespace {
+
+const ProgramProcedures kProcedures{{
+    {"BuildDeviceMenu", [](Program& p, const ProcedureArguments& a) { a.Expect(0); BuildDeviceMenu(p); }},
+}};
+
+}  // namespace
 
 }  // namespace zr

@@ -8,26 +8,20 @@
 #include "capture/capture_device.h"
 #include "capture/video_screen.h"
 #include "base/formatting.h"
-#include "core/master.h"
+#include "capture/movie_run_panel.h"
+#include "capture/series_panel.h"
+#include "core/main_window.h"
 #include "image/picture_writer.h"
 
 namespace zr {
 
 namespace {
 
-// The movie limit in seconds; a negative hours or minutes part counts as zero.
-int MovieLimitSeconds(const Master& master) {
-  const int hours = std::max(0, master.MovieHoursControl.Value.get());
-  const int minutes = std::max(0, master.MovieMinutesControl.Value.get());
-  return hours * 3600 + minutes * 60 + master.MovieSecondsControl.Value.get();
-}
-
-void RebuildAudioFormat(const Master& master, WAVEFORMATEX& format) {
-  format.wBitsPerSample = master.AudioBits.ListIndex == 0 ? 8 : 16;
-  format.nChannels = master.AudioChannels.ListIndex == 0 ? 1 : 2;
+void RebuildAudioFormat(const MovieRunPanel& movie, WAVEFORMATEX& format) {
+  format.wBitsPerSample = movie.AudioBits.ListIndex == 0 ? 8 : 16;
+  format.nChannels = movie.AudioChannels.ListIndex == 0 ? 1 : 2;
   static constexpr std::uint32_t kRates[] = {8000, 11025, 22050, 44100};
-  if (master.AudioRate.ListIndex >= 0 && master.AudioRate.ListIndex <= 3)
-    format.nSamplesPerSec = kRates[master.AudioRate.ListIndex];
+  if (movie.AudioRate.ListIndex >= 0 && movie.AudioRate.ListIndex <= 3) format.nSamplesPerSec = kRates[movie.AudioRate.ListIndex];
   format.nAvgBytesPerSec = static_cast<std::uint32_t>(
       RoundHalfEven(format.nSamplesPerSec * static_cast<double>(format.nChannels) * format.wBitsPerSample / 8));
   format.nBlockAlign = static_cast<std::uint16_t>(RoundHalfEven(format.nChannels * format.wBitsPerSample / 8.0));
@@ -41,7 +35,8 @@ bool DeleteFile(const std::string& path) {
 }  // namespace
 
 void VideoScreen::Record() {
-  auto& master = program_.Master();
+  auto& master = program_.MainWindow();
+  auto& movie = program_.MainPanel<MovieRunPanel>();
   auto& state = program_.state;
   if (Tag == "wms" || Tag == "http") {
     ShowModeNotSupported();
@@ -54,15 +49,15 @@ void VideoScreen::Record() {
     parms.AVStreamMaster = 0;
     parms.fAbortLeftMouse = 1;
     parms.fAbortRightMouse = 1;
-    parms.fCaptureAudio = master.MovieToolbar.Button("audio").Value == 1 ? 1 : 0;
-    if (master.MovieDisableLimit.Value != 1) {
+    parms.fCaptureAudio = movie.MovieToolbar.Button("audio").Value == 1 ? 1 : 0;
+    if (movie.MovieDisableLimit.Value != 1) {
       parms.fLimitEnabled = 1;
-      parms.wTimeLimit = static_cast<UINT>(MovieLimitSeconds(master));
+      parms.wTimeLimit = static_cast<UINT>(movie.LimitSeconds());
     } else {
       parms.fLimitEnabled = 0;
     }
     parms.dwRequestMicroSecPerFrame = MicroSecondsPerFrame(state.MovieFrameRate);
-    RebuildAudioFormat(master, state.WaveFormat);
+    RebuildAudioFormat(movie, state.WaveFormat);
     const int size = vfw::capGetAudioFormatSize(*capture_window_);
     state.LastResult = vfw::capSetAudioFormat(*capture_window_, state.WaveFormat, size);
     parms.fMCIControl = 0;
@@ -82,23 +77,23 @@ void VideoScreen::Record() {
   if (Tag == "wdm") {
     ResumeNext([&] {
       control_->SetCaptureFileName(state.CaptureFilename);
-      if (master.MovieDisableLimit.Value == 1) {
+      if (movie.MovieDisableLimit.Value == 1) {
         control_->SetTimeLimitSeconds(0);
         control_->SetTimeLimitEnabled(false);
       } else {
-        control_->SetTimeLimitSeconds(MovieLimitSeconds(master));
+        control_->SetTimeLimitSeconds(movie.LimitSeconds());
         control_->SetTimeLimitEnabled(true);
       }
       master.StatusString.Caption = program_.Translate("Recording");
       master.RecordButton().Image = "stop";
-      control_->SetCaptureAudio(master.MovieToolbar.Button("audio").Value == 1);
+      control_->SetCaptureAudio(movie.MovieToolbar.Button("audio").Value == 1);
       control_->StartCapture();
     });
   }
 }
 
 void VideoScreen::StopCapture() {
-  auto& master = program_.Master();
+  auto& master = program_.MainWindow();
   if (Tag == "vfw") {
     if (capture_window_) program_.state.LastResult = vfw::capStop(*capture_window_);
   } else if (Tag == "wdm" || Tag == "http") {
@@ -111,7 +106,7 @@ void VideoScreen::StopCapture() {
 }
 
 void VideoScreen::WDMStatus_Timer() {
-  auto& master = program_.Master();
+  auto& master = program_.MainWindow();
   ResumeNext([&] {
     const platform::CaptureStats stats = control_->GetCaptureStats();
     if (program_.state.CaptureType == "multiple") {
@@ -170,7 +165,7 @@ void VideoScreen::SetFilename(const std::string& path) {
     }
   });
   program_.state.CaptureFilename = path;
-  program_.Master().MasterStatus.Panels("filename").Text = program_.Translate("Filename: ") + path;
+  program_.MainWindow().MasterStatus.Panels("filename").Text = program_.Translate("Filename: ") + path;
 }
 
 std::string VideoScreen::GetFilename() {
@@ -188,7 +183,7 @@ void VideoScreen::SetCaptureParameters() {
 
 void VideoScreen::OpenMultipleImage() {
   auto& state = program_.state;
-  const int rate = program_.Master().MultipleImageFrameRate.ListIndex + 1;
+  const int rate = program_.MainPanel<SeriesPanel>().MultipleImageFrameRate.ListIndex + 1;
   if (Tag == "vfw") {
     if (!capture_window_) return;
     state.CaptureParms.dwRequestMicroSecPerFrame = MicroSecondsPerFrame(rate);
@@ -219,7 +214,7 @@ void VideoScreen::CaptureSingle() {
     ShowModeNotSupported();
     return;
   }
-  program_.Master().StatusString.Caption = "Capturing Frame";
+  program_.MainWindow().StatusString.Caption = "Capturing Frame";
 }
 
 void VideoScreen::CloseMultipleCapture() {
@@ -241,9 +236,8 @@ void VideoScreen::CloseMultipleCapture() {
 // the digits and colons of the code at their widths in the font.
 void VideoScreen::ShowTCR() {
   if (!wdmX.Visible) return;
-  auto& master = program_.Master();
   ResumeNext([&] {
-    if (master.MovieToolbar.Button("tcr").Value == 1 && program_.state.CaptureType == "movie") {
+    if (program_.MainPanel<MovieRunPanel>().MovieToolbar.Button("tcr").Value == 1 && program_.state.CaptureType == "movie") {
       constexpr double kCodeWidthEm = 8 * 0.556 + 3 * 0.278;  // "00:00:00:00"
       constexpr double kLineHeightEm = 1.15;
       int size = RoundHalfEven(control_->VideoHeight() * control_->VideoWidth() * 0.00005);

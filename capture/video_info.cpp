@@ -1,12 +1,14 @@
 #include "capture/video_info.h"
 
+#include "core/window_registry.h"
+
 #include "capture/capture_device.h"
 #include "capture/video_screen.h"
 
 namespace zr {
 
 VideoInfo::VideoInfo(Program& program) : ui::Window(program.services.loop, "VideoInfo"), program_(program) {
-  OK.OnClick = [this] { program_.VideoInfo.Unload(); };
+  OK.OnClick = [this] { program_.SlotOf<VideoInfo>().Unload(); };
 }
 
 void VideoInfo::Say(const std::string& text) {
@@ -16,7 +18,7 @@ void VideoInfo::Say(const std::string& text) {
 void VideoInfo::Load() {
   Caption = program_.Translate("Video Device Information...");
   OK.Caption = program_.Translate("OK");
-  auto& screen = program_.VideoScreen();
+  auto& screen = program_.Window<VideoScreen>();
   const auto& caps = program_.state.CapDriverCaps;
   if (screen.Tag == "vfw") {
     auto& drivers = program_.services.drivers;
@@ -31,5 +33,11 @@ void VideoInfo::Load() {
     Say(program_.Translate("Capture System: WDM Video"));
   }
 }
+
+namespace {
+
+const WindowRegistration<VideoInfo> kRegistration;
+
+}  // namespace
 
 }  // namespace zr

@@ -2,6 +2,7 @@
 // The device information window: a few lines about the connected device, shown modally
 // while the capture window keeps running.
 
+#include <string_view>
 #include "core/program.h"
 #include "ui/controls.h"
 #include "ui/window.h"
@@ -10,6 +11,7 @@ namespace zr {
 
 class VideoInfo : public ui::Window {
  public:
+  static constexpr std::string_view kWindowName = "VideoInfo";
   explicit VideoInfo(Program& program);
 
   ui::Label InfoText{*this, "InfoText"};  // the lines printed so far, one per line

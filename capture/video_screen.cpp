@@ -2,12 +2,14 @@
 
 #include "capture/video_screen.h"
 
+#include "core/window_registry.h"
 #include "capture/capture_device.h"
 #include "capture/video_info.h"
-#include "capture/parameter_file.h"
 #include "core/settings_keys.h"
 #include "base/formatting.h"
-#include "core/master.h"
+#include "capture/movie_run_panel.h"
+#include "capture/series_panel.h"
+#include "core/main_window.h"
 
 namespace zr {
 
@@ -57,7 +59,7 @@ void VideoScreen::Disconnect() {
   SaveSetting(store, settings::PopupMovieViewer, program_.state.PopupMovieViewer);
   SaveSetting(store, settings::AutoPlay, program_.state.AutoPlay);
   SaveSetting(store, settings::ShutterSound, program_.state.ShutterSound);
-  SaveParameters(program_, program_.state.AppPath + kDeviceStateFile);
+  program_.MainWindow().SaveParameterFile(program_.state.AppPath + kDeviceStateFile);
   ResumeNext([&] {
     if (Tag == "vfw") {
       SaveSetting(store, settings::CaptureYields, std::to_string(program_.state.CaptureParms.fYield));
@@ -82,7 +84,7 @@ void VideoScreen::Disconnect() {
 }
 
 void VideoScreen::ConnectVideoCaptureDevice(int index, const std::string& kind, const std::string& name) {
-  auto& master = program_.Master();
+  auto& master = program_.MainWindow();
   if (kind == "unplug") {
     master.StatusString.Caption = program_.Translate("Disconnected");
     Disconnect();
@@ -92,7 +94,7 @@ void VideoScreen::ConnectVideoCaptureDevice(int index, const std::string& kind, 
     return;
   }
   if (kind == "info") {
-    program_.VideoInfo.ShowModal(program_.services.loop);
+    program_.SlotOf<VideoInfo>().ShowModal(program_.services.loop);
     return;
   }
   if (kind != "vfw" && kind != "wdm" && kind != "http" && kind != "wms") return;
@@ -134,7 +136,7 @@ void VideoScreen::InitializeNetworkSource(const std::string& kind) {
   wdmX.Visible = true;
   vfw::capDestroy(capture_window_);
   Caption = kind == "http" ? "IP CAMERA" : "Windows Media Stream";
-  auto& toolbar = program_.Master().DeviceToolbar;
+  auto& toolbar = program_.MainWindow().DeviceToolbar;
   toolbar.Button("fullscreen").Enabled = true;
   for (const char* key : {"source", "display", "format", "exportdv"}) toolbar.Button(key).Enabled = false;
   // Each step passes over its own failure and the next one runs.
@@ -157,9 +159,10 @@ void VideoScreen::InitializeNetworkSource(const std::string& kind) {
 }
 
 void VideoScreen::InitializeControl() {
-  auto& master = program_.Master();
+  auto& movie = program_.MainPanel<MovieRunPanel>();
+  auto& master = program_.MainWindow();
   EnableControlKindMenus(/*device_settings=*/true);
-  program_.state.PreviewRate = static_cast<std::int16_t>(master.previewrate.ListIndex + 1);
+  program_.state.PreviewRate = static_cast<std::int16_t>(movie.previewrate.ListIndex + 1);
   AudioVFW(false);
   wdmX.Visible = true;
   vfw::capDestroy(capture_window_);
@@ -178,9 +181,9 @@ void VideoScreen::InitializeControl() {
   ResumeNext([&] { FillFormatMenu(); });
   ResumeNext([&] { FillInputMenu(); });
   ResumeNext([&] {
-    master.AudioDevice.Clear();
-    for (int index = 0; index < control_->AudioDeviceCount(); ++index) master.AudioDevice.AddItem(control_->AudioDeviceName(index));
-    master.AudioDevice.ListIndex = 0;
+    movie.AudioDevice.Clear();
+    for (int index = 0; index < control_->AudioDeviceCount(); ++index) movie.AudioDevice.AddItem(control_->AudioDeviceName(index));
+    movie.AudioDevice.ListIndex = 0;
   });
   ResumeNext([&] {
     const bool camcorder = control_->DVCommand(0) >= 1;
@@ -198,7 +201,7 @@ void VideoScreen::InitializeControl() {
 
 // The lists of the sound settings belong to the control; the driver's own lists are off.
 void VideoScreen::EnableControlKindMenus(bool device_settings) {
-  auto& master = program_.Master();
+  auto& master = program_.MainWindow();
   for (int index : {8, 12, 14, 15}) master.VideoMenu(index).Visible = device_settings;
   master.DeviceToolbar.Button("wdmsettings").Enabled = device_settings;
   SelectSoundLists(/*driver_lists=*/false);
@@ -207,15 +210,15 @@ void VideoScreen::EnableControlKindMenus(bool device_settings) {
 // A driver sets the sound format by channels, bits and rate; a control by device, input and
 // level.
 void VideoScreen::SelectSoundLists(bool driver_lists) {
-  auto& master = program_.Master();
-  for (ui::Control* list : std::initializer_list<ui::Control*>{&master.AudioDevice, &master.AudioInput, &master.AudioLevel})
+  auto& movie = program_.MainPanel<MovieRunPanel>();
+  for (ui::Control* list : std::initializer_list<ui::Control*>{&movie.AudioDevice, &movie.AudioInput, &movie.AudioLevel})
     list->Enabled = !driver_lists;
-  for (ui::Control* list : std::initializer_list<ui::Control*>{&master.AudioBits, &master.AudioChannels, &master.AudioRate})
+  for (ui::Control* list : std::initializer_list<ui::Control*>{&movie.AudioBits, &movie.AudioChannels, &movie.AudioRate})
     list->Enabled = driver_lists;
 }
 
 void VideoScreen::FillFormatMenu() {
-  auto& format = program_.Master().DeviceToolbar.Button("format");
+  auto& format = program_.MainWindow().DeviceToolbar.Button("format");
   format.ButtonMenus.clear();
   for (const auto& row : control_->VideoFormatList())
     format.AddMenu("", std::to_string(row.width) + " x " + std::to_string(row.height) + " (" +
@@ -223,7 +226,7 @@ void VideoScreen::FillFormatMenu() {
 }
 
 void VideoScreen::FillInputMenu() {
-  auto& source = program_.Master().DeviceToolbar.Button("source");
+  auto& source = program_.MainWindow().DeviceToolbar.Button("source");
   const int count = control_->VideoInputCount();
   if (count <= 0) return;
   source.ButtonMenus.clear();
@@ -233,7 +236,7 @@ void VideoScreen::FillInputMenu() {
 
 // The driver kind has no lists of formats or inputs: each drop-down shows a disabled "none".
 void VideoScreen::ClearControlKindMenus() {
-  auto& toolbar = program_.Master().DeviceToolbar;
+  auto& toolbar = program_.MainWindow().DeviceToolbar;
   for (const char* key : {"source", "format"}) {
     auto& button = toolbar.Button(key);
     button.ButtonMenus.clear();
@@ -243,7 +246,8 @@ void VideoScreen::ClearControlKindMenus() {
 }
 
 void VideoScreen::InitializeDriver() {
-  auto& master = program_.Master();
+  auto& movie = program_.MainPanel<MovieRunPanel>();
+  auto& master = program_.MainWindow();
   auto& state = program_.state;
   wdmX.Visible = false;
   SelectSoundLists(/*driver_lists=*/true);
@@ -273,27 +277,27 @@ void VideoScreen::InitializeDriver() {
   FollowDriverCaps();
   vfw::capGetStatus(*capture_window_, state.CapStatus);
   if (state.CapStatus.fOverlayWindow == 1 && state.CapDriverCaps.fHasOverlay == 1) Overlay();
-  else Preview(master.previewrate.ListIndex + 1);
+  else Preview(movie.previewrate.ListIndex + 1);
   vfw::capGetAudioFormat(*capture_window_, state.WaveFormat, kWaveFormatBytes);
-  master.AudioChannels.ListIndex = state.WaveFormat.nChannels == 1 ? 0 : 1;
-  master.AudioBits.ListIndex = state.WaveFormat.wBitsPerSample == 8 ? 0 : 1;
+  movie.AudioChannels.ListIndex = state.WaveFormat.nChannels == 1 ? 0 : 1;
+  movie.AudioBits.ListIndex = state.WaveFormat.wBitsPerSample == 8 ? 0 : 1;
   switch (state.WaveFormat.nSamplesPerSec) {
-    case 8000: master.AudioRate.ListIndex = 0; break;
-    case 11025: master.AudioRate.ListIndex = 1; break;
-    case 22050: master.AudioRate.ListIndex = 2; break;
-    case 44100: master.AudioRate.ListIndex = 3; break;
+    case 8000: movie.AudioRate.ListIndex = 0; break;
+    case 11025: movie.AudioRate.ListIndex = 1; break;
+    case 22050: movie.AudioRate.ListIndex = 2; break;
+    case 44100: movie.AudioRate.ListIndex = 3; break;
     default: break;
   }
   master.SetAudioCapture(state.CaptureParms.fCaptureAudio != 0);
   const int rate = FramesPerSecondFromMicroSeconds(state.CaptureParms.dwRequestMicroSecPerFrame);
-  master.MovieFrameRateControl.Value = rate < 2 ? master.MovieFrameRateControl.Min.get() : rate;
-  if (state.CaptureParms.fLimitEnabled == 1) master.MovieDisableLimit.Value = 0;
-  master.MovieHoursControl.Value = static_cast<int>(state.CaptureParms.wTimeLimit / 3600);
-  master.MovieMinutesControl.Value = static_cast<int>(state.CaptureParms.wTimeLimit % 3600 / 60);
-  master.MovieSecondsControl.Value = static_cast<int>(state.CaptureParms.wTimeLimit % 60);
+  movie.MovieFrameRateControl.Value = rate < 2 ? movie.MovieFrameRateControl.Min.get() : rate;
+  if (state.CaptureParms.fLimitEnabled == 1) movie.MovieDisableLimit.Value = 0;
+  movie.MovieHoursControl.Value = static_cast<int>(state.CaptureParms.wTimeLimit / 3600);
+  movie.MovieMinutesControl.Value = static_cast<int>(state.CaptureParms.wTimeLimit % 3600 / 60);
+  movie.MovieSecondsControl.Value = static_cast<int>(state.CaptureParms.wTimeLimit % 60);
   master.MasterStatus.Panels("filename").Text = program_.Translate("Filename: ") + vfw::capGetCaptureFile(*capture_window_);
   state.CaptureParms.fYield = static_cast<BOOL>(ReadSettingNumber(program_.services.settings, settings::CaptureYields));
-  LoadParameters(program_, state.AppPath + kDeviceStateFile);
+  program_.MainWindow().LoadParameterFile(state.AppPath + kDeviceStateFile);
   // Whatever the file said.
   state.CaptureParms.dwIndexSize = 324000;
   StatusBar.Visible = false;
@@ -301,7 +305,7 @@ void VideoScreen::InitializeDriver() {
 
 // The view and dialog buttons follow what the driver can do.
 void VideoScreen::FollowDriverCaps() {
-  auto& master = program_.Master();
+  auto& master = program_.MainWindow();
   const auto& caps = program_.state.CapDriverCaps;
   auto& toolbar = master.DeviceToolbar;
   toolbar.Button("overlay").Enabled = caps.fHasOverlay != 0;
@@ -324,8 +328,8 @@ void VideoScreen::SizeToPicture() {
   const std::string resolution = program_.Translate("Resolution:") + " " + std::to_string(state.CapStatus.uiImageWidth) +
                                  "x" + std::to_string(state.CapStatus.uiImageHeight);
   StatusBar.Panels("resolution").Text = resolution;
-  program_.Master().MasterStatus.Panels("resolution").Text = resolution;
-  program_.Master().StatusString.Caption = program_.Translate("Connected");
+  program_.MainWindow().MasterStatus.Panels("resolution").Text = resolution;
+  program_.MainWindow().StatusString.Caption = program_.Translate("Connected");
   Width = width;
   Height = height + (StatusBar.Visible ? 22 : 0);
   mira.Width = width;
@@ -360,7 +364,7 @@ void VideoScreen::VideoFormat() {
 void VideoScreen::MirrorViewButtons() {
   auto& status = program_.state.CapStatus;
   vfw::capGetStatus(*capture_window_, status);
-  auto& toolbar = program_.Master().DeviceToolbar;
+  auto& toolbar = program_.MainWindow().DeviceToolbar;
   if (status.fLiveWindow == 1) {
     toolbar.Button("overlay").Value = 0;
     toolbar.Button("preview").Value = 1;
@@ -416,15 +420,15 @@ void VideoScreen::ResizeWDM() {
     const std::string resolution =
         program_.Translate("Resolution:") + " " + FormatNumber(width, "#0") + "x" + FormatNumber(height, "#0");
     StatusBar.Panels("resolution").Text = resolution;
-    program_.Master().MasterStatus.Panels("resolution").Text = resolution;
-    program_.Master().StatusString.Caption = program_.Translate("Connected");
+    program_.MainWindow().MasterStatus.Panels("resolution").Text = resolution;
+    program_.MainWindow().StatusString.Caption = program_.Translate("Connected");
   }
   Width = RoundHalfEven(width * view_scale_);
   Height = RoundHalfEven(height * view_scale_) + (StatusBar.Visible ? 22 : 0);
 }
 
 void VideoScreen::AudioVFW(bool enabled) {
-  auto& menu = program_.Master().AudioMenu;
+  auto& menu = program_.MainWindow().AudioMenu;
   for (int index = 2; index <= 9; ++index) menu(index).Enabled = enabled;
 }
 
@@ -432,12 +436,48 @@ void VideoScreen::CaptureStarted() { WDMStatus.Enabled = true; }
 
 void VideoScreen::CaptureStopped() {
   WDMStatus.Enabled = false;
-  if (!frame_job_open_) program_.Master().StopMovieRecord();
+  if (!frame_job_open_) program_.MainWindow().StopMovieRecord();
 }
 
 void VideoScreen::DVExportFinished() { throw NotBuiltYet("the DV export window"); }
 
 // A press of the left button drags the window by its picture; the faces do the moving.
 void VideoScreen::MouseDown(int) {}
+
+namespace {
+
+const WindowRegistration<VideoScreen> kRegistration{{
+      {"Disconnect", [](VideoScreen& w, const ProcedureArguments& a) { a.Expect(0); w.Disconnect(); }},
+      {"RefreshWindow", [](VideoScreen& w, const ProcedureArguments& a) { a.Expect(0); w.RefreshWindow(); }},
+      {"VideoCompressionDialog", [](VideoScreen& w, const ProcedureArguments& a) { a.Expect(0); w.VideoCompressionDialog(); }},
+      {"Initialize", [](VideoScreen& w, const ProcedureArguments& a) { a.Expect(0); w.Initialize(); }},
+      {"VideoSource", [](VideoScreen& w, const ProcedureArguments& a) { a.Expect(0); w.VideoSource(); }},
+      {"VideoDisplay", [](VideoScreen& w, const ProcedureArguments& a) { a.Expect(0); w.VideoDisplay(); }},
+      {"VideoFormat", [](VideoScreen& w, const ProcedureArguments& a) { a.Expect(0); w.VideoFormat(); }},
+      {"Overlay", [](VideoScreen& w, const ProcedureArguments& a) { a.Expect(0); w.Overlay(); }},
+      {"Preview", [](VideoScreen& w, const ProcedureArguments& a) { a.Expect(1); w.Preview(static_cast<int>(a.Number(0))); }},
+      {"Record", [](VideoScreen& w, const ProcedureArguments& a) { a.Expect(0); w.Record(); }},
+      {"StopCapture", [](VideoScreen& w, const ProcedureArguments& a) { a.Expect(0); w.StopCapture(); }},
+      {"SaveStill", [](VideoScreen& w, const ProcedureArguments& a) {
+         a.Expect(3);
+         w.SaveStill(a.Text(0), static_cast<int>(a.Number(1)), a.Flag(2));
+       }},
+      {"SetFilename", [](VideoScreen& w, const ProcedureArguments& a) { a.Expect(1); w.SetFilename(a.Text(0)); }},
+      {"GetFilename", [](VideoScreen& w, const ProcedureArguments& a) { a.Expect(0); (void)w.GetFilename(); }},
+      {"OpenMultipleImage", [](VideoScreen& w, const ProcedureArguments& a) { a.Expect(0); w.OpenMultipleImage(); }},
+      {"SetCaptureParameters", [](VideoScreen& w, const ProcedureArguments& a) { a.Expect(0); w.SetCaptureParameters(); }},
+      {"CaptureSingle", [](VideoScreen& w, const ProcedureArguments& a) { a.Expect(0); w.CaptureSingle(); }},
+      {"CloseMultipleCapture", [](VideoScreen& w, const ProcedureArguments& a) { a.Expect(0); w.CloseMultipleCapture(); }},
+      {"WDMCaptureDialog", [](VideoScreen& w, const ProcedureArguments& a) { a.Expect(0); w.WDMCaptureDialog(); }},
+      {"ResizeWDM", [](VideoScreen& w, const ProcedureArguments& a) { a.Expect(0); w.ResizeWDM(); }},
+      {"AudioVFW", [](VideoScreen& w, const ProcedureArguments& a) { a.Expect(1); w.AudioVFW(a.Flag(0)); }},
+      {"ConnectVideoCaptureDevice", [](VideoScreen& w, const ProcedureArguments& a) {
+         a.Expect(3);
+         w.ConnectVideoCaptureDevice(static_cast<int>(a.Number(0)), a.Text(1), a.Text(2));
+       }},
+      {"ShowTCR", [](VideoScreen& w, const ProcedureArguments& a) { a.Expect(0); w.ShowTCR(); }},
+}};
+
+}  // namespace
 
 }  // namespace zr

@@ -4,6 +4,7 @@
 // branches on it. Connection lives in capture/video_screen.cpp, runs and stills in
 // capture/recording_engine.cpp.
 
+#include <string_view>
 #include <memory>
 #include <string>
 
@@ -16,6 +17,7 @@ namespace zr {
 
 class VideoScreen : public ui::Window, private platform::CaptureControlEvents {
  public:
+  static constexpr std::string_view kWindowName = "VideoScreen";
   explicit VideoScreen(Program& program);
   ~VideoScreen() override;
 

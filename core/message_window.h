@@ -1,6 +1,7 @@
 #pragma once
 // The small message window shown while the program saves or applies a parameter file.
 
+#include <string_view>
 #include "core/program.h"
 #include "ui/controls.h"
 #include "ui/window.h"
@@ -9,6 +10,7 @@ namespace zr {
 
 class Msg : public ui::Window {
  public:
+  static constexpr std::string_view kWindowName = "Msg";
   explicit Msg(Program& program) : ui::Window(program.services.loop, "Msg") {}
   ui::Label Message{*this, "Message"};
 

@@ -1,5 +1,7 @@
 #include "core/preferences.h"
 
+#include "core/window_registry.h"
+
 #include "base/formatting.h"
 #include "core/settings_keys.h"
 
@@ -18,7 +20,7 @@ Preferences::Preferences(Program& program) : ui::Window(program.services.loop, "
   JpegCompression.Min = 1;
   JpegCompression.Max = 100;
   OK.OnClick = [this] { OK_Click(); };
-  Cancel.OnClick = [this] { program_.Preferences.Unload(); };
+  Cancel.OnClick = [this] { program_.SlotOf<Preferences>().Unload(); };
 }
 
 void Preferences::Load() {
@@ -60,7 +62,13 @@ void Preferences::OK_Click() {
   SaveSetting(store, settings::MotionSensitivity, std::to_string(Motion.Value));
   SaveSetting(store, settings::JpegQualityInDialog, std::to_string(JpegCompression.Value));
   state.MotionSensitivity = static_cast<std::int16_t>(Motion.Value);
-  program_.Preferences.Unload();
+  program_.SlotOf<Preferences>().Unload();
 }
+
+namespace {
+
+const WindowRegistration<Preferences> kRegistration;
+
+}  // namespace
 
 }  // namespace zr

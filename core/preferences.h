@@ -3,6 +3,7 @@
 // three mirrored flags change only in memory and reach the store at the next close of the
 // program. Cancel writes nothing.
 
+#include <string_view>
 #include "core/program.h"
 #include "ui/controls.h"
 #include "ui/window.h"
@@ -11,6 +12,7 @@ namespace zr {
 
 class Preferences : public ui::Window {
  public:
+  static constexpr std::string_view kWindowName = "Preferences";
   explicit Preferences(Program& program);
 
   ui::CheckBox PopUpViewer{*this, "PopUpViewer"};

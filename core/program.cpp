@@ -1,62 +1,50 @@
 #include "core/program.h"
 
-#include "capture/choose_device.h"
-#include "capture/video_info.h"
-#include "capture/video_screen.h"
+#include <stdexcept>
+
 #include "base/formatting.h"
-#include "core/master.h"
-#include "core/message_window.h"
-#include "core/preferences.h"
 #include "base/program_error.h"
+#include "core/main_window.h"
 #include "core/settings_keys.h"
 #include "core/splash.h"
-#include "image/windows/image_window.h"
+#include "core/window_registry.h"
+#include "image/insertion_overlay.h"
 #include "image/text_renderer.h"
 
 namespace zr {
 
-namespace {
-
-template <class W>
-ui::WindowSlot<W> MakeSlot(Program& program, const char* name) {
-  return ui::WindowSlot<W>(name, [&program] { return std::make_unique<W>(program); });
-}
-
-ui::WindowSlot<zr::Image> MakeImageSlot(Program& program, const char* name) {
-  return ui::WindowSlot<zr::Image>(name, [&program, name] { return std::make_unique<zr::Image>(program, name); });
-}
-
-}  // namespace
-
 Program::Program(Services given_services, std::string program_folder)
-    : services(std::move(given_services)),
-      Master(MakeSlot<zr::Master>(*this, "Master")),
-      VideoScreen(MakeSlot<zr::VideoScreen>(*this, "VideoScreen")),
-      Splash(MakeSlot<zr::Splash>(*this, "Splash")),
-      ChooseDevice(MakeSlot<zr::ChooseDevice>(*this, "ChooseDevice")),
-      VideoInfo(MakeSlot<zr::VideoInfo>(*this, "VideoInfo")),
-      Preferences(MakeSlot<zr::Preferences>(*this, "Preferences")),
-      Msg(MakeSlot<zr::Msg>(*this, "Msg")),
-      Image(MakeImageSlot(*this, "Image")),
-      MultiImage(MakeImageSlot(*this, "MultiImage")),
-      ProgramFolder(std::move(program_folder)) {
+    : services(std::move(given_services)), ProgramFolder(std::move(program_folder)) {
   state.AppPath = ProgramFolder;
+  for (const WindowKind& kind : RegisteredWindowKinds())
+    windows_.push_back(std::make_unique<ui::WindowSlot<ui::Window>>(
+        kind.name, [this, &kind] { return kind.make(*this, kind.name); }));
 }
 
 Program::~Program() = default;
 
 std::vector<ui::WindowSlotBase*> Program::Windows() {
-  return {&Master, &VideoScreen, &Splash, &ChooseDevice, &VideoInfo, &Preferences, &Msg, &Image, &MultiImage};
+  std::vector<ui::WindowSlotBase*> slots;
+  for (const auto& slot : windows_) slots.push_back(slot.get());
+  return slots;
 }
 
 ui::WindowSlotBase* Program::FindWindow(std::string_view name) {
-  for (auto* slot : Windows())
-    if (slot->Name() == name) return slot;
+  for (const auto& slot : windows_)
+    if (slot->Name() == name) return slot.get();
   return nullptr;
 }
 
+ui::WindowSlot<ui::Window>& Program::Slot(std::string_view name) {
+  for (const auto& slot : windows_)
+    if (slot->Name() == name) return *slot;
+  throw std::logic_error("no window is registered as " + std::string(name));
+}
+
+zr::MainWindow& Program::MainWindow() { return Window<zr::MainWindow>(); }
+
 void Program::ReleaseUnloadedWindows() {
-  for (auto* slot : Windows()) slot->ReleaseUnloaded();
+  for (const auto& slot : windows_) slot->ReleaseUnloaded();
 }
 
 const TextRenderer& Program::InsertionRenderer() {
@@ -89,14 +77,14 @@ void Program::Main() {
   state.CaptureFilename = state.AppPath + "zandrell.avi";
   state.ProductSite = "https://video-zandrell.example/";
   WriteRunRecord();
-  Splash().Show();
+  Window<zr::Splash>().Show();
   auto& store = services.settings;
   state.PopupMovieViewer = ReadSetting(store, settings::PopupMovieViewer);
   state.AutoPlay = ReadSetting(store, settings::AutoPlay);
   state.ShutterSound = ReadSetting(store, settings::ShutterSound);
   state.JpegQuality = static_cast<std::int32_t>(ReadSettingNumber(store, settings::JpegQualityAtStart));
   state.MotionSensitivity = static_cast<std::int16_t>(ReadSettingNumber(store, settings::MotionSensitivity));
-  Master().Show();
+  MainWindow().Show();
 }
 
 // Written at every start and never read: which version ran from where, and when.
@@ -114,9 +102,15 @@ void Program::WriteRunRecord() {
 // being destroyed and the parameter file is not overwritten by the last disconnect.
 void Program::ExitProgram() {
   state.Exiting = True;
-  VideoScreen().Disconnect();
-  VideoScreen.Unload();
-  Master.Unload();
+  MainWindow().CloseForExit();
 }
+
+namespace {
+
+const ProgramProcedures kProcedures{{
+    {"ExitProgram", [](Program& p, const ProcedureArguments& a) { a.Expect(0); p.ExitProgram(); }},
+}};
+
+}  // namespace
 
 }  // namespace zr

@@ -6,6 +6,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "core/app_state.h"
@@ -18,14 +19,7 @@
 
 namespace zr {
 
-class Master;
-class VideoScreen;
-class Splash;
-class ChooseDevice;
-class VideoInfo;
-class Preferences;
-class Msg;
-class Image;
+class MainWindow;
 class TextRenderer;
 
 struct Services {
@@ -54,21 +48,32 @@ class Program {
 
   Services services;
   AppState state;
-  ui::WindowSlot<zr::Master> Master;
-  ui::WindowSlot<zr::VideoScreen> VideoScreen;
-  ui::WindowSlot<zr::Splash> Splash;
-  ui::WindowSlot<zr::ChooseDevice> ChooseDevice;
-  ui::WindowSlot<zr::VideoInfo> VideoInfo;
-  ui::WindowSlot<zr::Preferences> Preferences;
-  ui::WindowSlot<zr::Msg> Msg;
-  // The still of "image" mode; snapshots are extra instances of the same window.
-  ui::WindowSlot<zr::Image> Image;
-  // The last picture of a series.
-  ui::WindowSlot<zr::Image> MultiImage;
 
-  // The windows by name, as the faces find them.
+  // The windows: one slot for each registered window kind (core/window_registry.h), made on
+  // first touch. A name no window has is a fault of the program and fails loudly.
   ui::WindowSlotBase* FindWindow(std::string_view name);
   std::vector<ui::WindowSlotBase*> Windows();
+  ui::WindowSlot<ui::Window>& Slot(std::string_view name);
+  template <class W>
+  ui::WindowSlot<ui::Window>& SlotOf() {
+    return Slot(W::kWindowName);
+  }
+  // The window, loaded by this touch if it was not.
+  template <class W>
+  W& Window(std::string_view name = W::kWindowName) {
+    return dynamic_cast<W&>(Slot(name)());
+  }
+  template <class W>
+  W* IfLoaded(std::string_view name = W::kWindowName) {
+    return dynamic_cast<W*>(Slot(name).IfLoaded());
+  }
+  // The main window, and one of the feature panels it is composed of.
+  zr::MainWindow& MainWindow();
+  template <class Panel>
+  Panel& MainPanel() {
+    return dynamic_cast<Panel&>(MainWindow());
+  }
+
   // Destroys windows unloaded since the loop was last idle.
   void ReleaseUnloadedWindows();
 
@@ -118,6 +123,7 @@ class Program {
   std::string ForegroundWindow = "Master";
 
  private:
+  std::vector<std::unique_ptr<ui::WindowSlot<ui::Window>>> windows_;
   std::unique_ptr<TextRenderer> insertion_renderer_;
 };
 

@@ -1,5 +1,7 @@
 #include "core/splash.h"
 
+#include "core/window_registry.h"
+
 namespace zr {
 
 namespace {
@@ -10,7 +12,7 @@ constexpr int kLogoHeight = 300;
 Splash::Splash(Program& program) : ui::Window(program.services.loop, "Splash"), program_(program) {
   Timer1.OnTimer = [this] {
     Timer1.Enabled = false;
-    program_.Splash.Unload();
+    program_.SlotOf<Splash>().Unload();
   };
 }
 
@@ -24,5 +26,11 @@ void Splash::Load() {
   VersionLine.Caption = program_.VersionText;
   Timer1.Enabled = true;
 }
+
+namespace {
+
+const WindowRegistration<Splash> kRegistration;
+
+}  // namespace
 
 }  // namespace zr

@@ -7,7 +7,7 @@
 #include <algorithm>
 
 #include "capture/video_screen.h"
-#include "core/master.h"
+#include "main_window/master.h"
 #include "base/program_error.h"
 
 namespace zr::gui {
@@ -69,7 +69,7 @@ void DesktopFace::Sync() {
 }
 
 void DesktopFace::SyncMaster() {
-  auto* model = program_.Master.IfLoaded();
+  auto* model = program_.IfLoaded<Master>();
   if (!model) {
     if (!master_) return;
     std::map<WindowKey, bool> none;
@@ -181,7 +181,7 @@ void DesktopFace::DropWindowsNotIn(const std::map<WindowKey, bool>& live) {
 QWidget* DesktopFace::WidgetOf(const ui::Window& window) const {
   const auto found = shown_.find({&window, window.Serial()});
   if (found != shown_.end()) return found->second.widget;
-  return &window == program_.Master.IfLoaded() ? master_.get() : nullptr;
+  return &window == program_.IfLoaded<Master>() ? master_.get() : nullptr;
 }
 
 void DesktopFace::ShowFailure(const std::exception& failure) {

@@ -6,7 +6,7 @@
 #include <cstdlib>
 #include <iostream>
 
-#include "core/master.h"
+#include "main_window/master.h"
 #include "gui/desktop_face.h"
 #include "gui/device_dialogs.h"
 #include "gui/icons.h"
@@ -66,7 +66,7 @@ class QtDesktopToolkit final : public DesktopToolkit {
     });
     loop_.Guarded([&program] { program.Main(); });
     face.Sync();
-    if (!ended && program.Master.Loaded()) QApplication::exec();
+    if (!ended && program.SlotOf<Master>().Loaded()) QApplication::exec();
     return 0;
   }
 

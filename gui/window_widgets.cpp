@@ -13,7 +13,7 @@
 #include <algorithm>
 
 #include "capture/video_screen.h"
-#include "core/master.h"
+#include "main_window/master.h"
 #include "gui/icons.h"
 #include "gui/picture_image.h"
 
@@ -209,7 +209,7 @@ ui::Control* FindByEntry(const ui::Window& window, std::string_view entry) {
 }  // namespace
 
 MasterWindow::MasterWindow(Program& program, const Guard& guard)
-    : program_(program), model_(program.Master()), guard_(guard) {
+    : program_(program), model_(program.Window<Master>()), guard_(guard) {
   setObjectName("Master");
   setWindowIcon(ApplicationIcon());
   BuildMenus();
@@ -353,7 +353,7 @@ void MasterWindow::RefreshBands() {
 void MasterWindow::closeEvent(QCloseEvent* event) {
   event->ignore();
   if (detached_) return;
-  guard_([this] { program_.Master.Unload(ui::UnloadMode::CloseBox); });
+  guard_([this] { program_.SlotOf<Master>().Unload(ui::UnloadMode::CloseBox); });
 }
 
 // The operator's sizing is the window's size in the model, which runs its Resize handler.

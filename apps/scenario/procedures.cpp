@@ -4,106 +4,19 @@
 #include <map>
 
 #include "apps/scenario/addressing.h"
-#include "capture/capture_status.h"
-#include "capture/device_menu.h"
-#include "capture/parameter_file.h"
-#include "capture/video_screen.h"
-#include "core/master.h"
+#include "core/main_window.h"
+#include "core/window_registry.h"
 
 namespace zr::scenario {
 
 namespace {
 
-struct Arguments {
-  const std::vector<Value>& values;
-  const std::string& app_folder;
-  const std::string& temp_folder;
-
-  void Expect(std::size_t count) const {
-    if (values.size() != count)
-      throw AddressError("expected " + std::to_string(count) + " arguments, found " + std::to_string(values.size()));
-  }
-  std::string Text(std::size_t at) const {
-    if (const auto* text = std::get_if<std::string>(&values.at(at)))
-      return ExpandPlaceholders(*text, app_folder, temp_folder);
-    throw AddressError("expected a string argument, found another kind of value");
-  }
-  double Number(std::size_t at) const {
-    if (const auto* number = std::get_if<double>(&values.at(at))) return *number;
-    if (const auto* flag = std::get_if<bool>(&values.at(at))) return *flag ? -1 : 0;
-    throw AddressError("expected a number argument, found another kind of value");
-  }
-  bool Flag(std::size_t at) const { return Number(at) != 0; }
-};
-
-using Procedure = std::function<void(Program&, const Arguments&)>;
-
-const std::map<std::string, Procedure>& VideoScreenProcedures() {
-  static const std::map<std::string, Procedure> procedures = {
-      {"Disconnect", [](Program& p, const Arguments& a) { a.Expect(0); p.VideoScreen().Disconnect(); }},
-      {"RefreshWindow", [](Program& p, const Arguments& a) { a.Expect(0); p.VideoScreen().RefreshWindow(); }},
-      {"VideoCompressionDialog", [](Program& p, const Arguments& a) { a.Expect(0); p.VideoScreen().VideoCompressionDialog(); }},
-      {"Initialize", [](Program& p, const Arguments& a) { a.Expect(0); p.VideoScreen().Initialize(); }},
-      {"VideoSource", [](Program& p, const Arguments& a) { a.Expect(0); p.VideoScreen().VideoSource(); }},
-      {"VideoDisplay", [](Program& p, const Arguments& a) { a.Expect(0); p.VideoScreen().VideoDisplay(); }},
-      {"VideoFormat", [](Program& p, const Arguments& a) { a.Expect(0); p.VideoScreen().VideoFormat(); }},
-      {"Overlay", [](Program& p, const Arguments& a) { a.Expect(0); p.VideoScreen().Overlay(); }},
-      {"Preview", [](Program& p, const Arguments& a) { a.Expect(1); p.VideoScreen().Preview(static_cast<int>(a.Number(0))); }},
-      {"Record", [](Program& p, const Arguments& a) { a.Expect(0); p.VideoScreen().Record(); }},
-      {"StopCapture", [](Program& p, const Arguments& a) { a.Expect(0); p.VideoScreen().StopCapture(); }},
-      {"SaveStill", [](Program& p, const Arguments& a) {
-         a.Expect(3);
-         p.VideoScreen().SaveStill(a.Text(0), static_cast<int>(a.Number(1)), a.Flag(2));
-       }},
-      {"SetFilename", [](Program& p, const Arguments& a) { a.Expect(1); p.VideoScreen().SetFilename(a.Text(0)); }},
-      {"GetFilename", [](Program& p, const Arguments& a) { a.Expect(0); (void)p.VideoScreen().GetFilename(); }},
-      {"OpenMultipleImage", [](Program& p, const Arguments& a) { a.Expect(0); p.VideoScreen().OpenMultipleImage(); }},
-      {"SetCaptureParameters", [](Program& p, const Arguments& a) { a.Expect(0); p.VideoScreen().SetCaptureParameters(); }},
-      {"CaptureSingle", [](Program& p, const Arguments& a) { a.Expect(0); p.VideoScreen().CaptureSingle(); }},
-      {"CloseMultipleCapture", [](Program& p, const Arguments& a) { a.Expect(0); p.VideoScreen().CloseMultipleCapture(); }},
-      {"WDMCaptureDialog", [](Program& p, const Arguments& a) { a.Expect(0); p.VideoScreen().WDMCaptureDialog(); }},
-      {"ResizeWDM", [](Program& p, const Arguments& a) { a.Expect(0); p.VideoScreen().ResizeWDM(); }},
-      {"AudioVFW", [](Program& p, const Arguments& a) { a.Expect(1); p.VideoScreen().AudioVFW(a.Flag(0)); }},
-      {"ConnectVideoCaptureDevice", [](Program& p, const Arguments& a) {
-         a.Expect(3);
-         p.VideoScreen().ConnectVideoCaptureDevice(static_cast<int>(a.Number(0)), a.Text(1), a.Text(2));
-       }},
-      {"ShowTCR", [](Program& p, const Arguments& a) { a.Expect(0); p.VideoScreen().ShowTCR(); }},
-  };
-  return procedures;
-}
-
-const std::map<std::string, Procedure>& MasterProcedures() {
-  static const std::map<std::string, Procedure> procedures = {
-      {"CaptureControl", [](Program& p, const Arguments& a) { a.Expect(1); p.Master().CaptureControl(a.Flag(0)); }},
-      {"StopMovieRecord", [](Program& p, const Arguments& a) { a.Expect(0); p.Master().StopMovieRecord(); }},
-      {"RecordNow", [](Program& p, const Arguments& a) { a.Expect(0); p.Master().RecordNow(); }},
-      {"AllControls", [](Program& p, const Arguments& a) { a.Expect(1); p.Master().AllControls(a.Flag(0)); }},
-      {"SetOperationMode", [](Program& p, const Arguments& a) { a.Expect(1); p.Master().SetOperationMode(a.Text(0)); }},
-      {"ApplyFilenameExtension", [](Program& p, const Arguments& a) { a.Expect(0); p.Master().ApplyFilenameExtension(); }},
-      {"ClearAVIBuilderBuffer", [](Program& p, const Arguments& a) { a.Expect(0); p.Master().ClearAVIBuilderBuffer(); }},
-      {"LanguageControls", [](Program& p, const Arguments& a) { a.Expect(0); p.Master().LanguageControls(); }},
-      {"SaveCoolBar", [](Program& p, const Arguments& a) { a.Expect(1); p.Master().SaveCoolBar(a.Text(0)); }},
-      {"LoadCoolBar", [](Program& p, const Arguments& a) { a.Expect(1); p.Master().LoadCoolBar(a.Text(0)); }},
-      {"SetAudioCapture", [](Program& p, const Arguments& a) { a.Expect(1); p.Master().SetAudioCapture(a.Flag(0)); }},
-  };
-  return procedures;
-}
-
-const std::map<std::string, Procedure>& ModuleProcedures() {
-  static const std::map<std::string, Procedure> procedures = {
-      {"CaptureStatusUpdate", [](Program& p, const Arguments& a) { a.Expect(0); CaptureStatusUpdate(p); }},
-      {"ExitProgram", [](Program& p, const Arguments& a) { a.Expect(0); p.ExitProgram(); }},
-      {"BuildDeviceMenu", [](Program& p, const Arguments& a) { a.Expect(0); BuildDeviceMenu(p); }},
-      {"LoadParameters", [](Program& p, const Arguments& a) { a.Expect(1); LoadParameters(p, a.Text(0)); }},
-      {"SaveParameters", [](Program& p, const Arguments& a) { a.Expect(1); SaveParameters(p, a.Text(0)); }},
-  };
-  return procedures;
-}
-
-const Procedure* Find(const std::map<std::string, Procedure>& procedures, const std::string& name) {
-  const auto found = procedures.find(name);
-  return found == procedures.end() ? nullptr : &found->second;
+// A scenario's argument as the program's procedures take it, with the world's folders put in.
+ui::Value ProcedureValue(const Value& value, const std::string& app_folder, const std::string& temp_folder) {
+  if (const auto* text = std::get_if<std::string>(&value)) return ExpandPlaceholders(*text, app_folder, temp_folder);
+  if (const auto* number = std::get_if<double>(&value)) return *number;
+  if (const auto* flag = std::get_if<bool>(&value)) return *flag;
+  throw AddressError("expected a string, number or Boolean argument, found another kind of value");
 }
 
 // ---- state members
@@ -202,19 +115,27 @@ ui::Value PlainMember(const AppState& s, const Segment& member) {
 
 void CallProcedure(Program& program, const std::optional<WindowRef>& window, const std::string& name,
                    const std::vector<Value>& values, const std::string& app_folder, const std::string& temp_folder) {
-  const Arguments arguments{values, app_folder, temp_folder};
-  const Procedure* procedure = nullptr;
-  if (window) {
-    if (window->name == "VideoScreen") procedure = Find(VideoScreenProcedures(), name);
-    else if (window->name == "Master") procedure = Find(MasterProcedures(), name);
-    else FindSlot(program, *window);
-    if (!procedure) procedure = Find(ModuleProcedures(), name);
-  } else {
-    procedure = Find(ModuleProcedures(), name);
-    if (!procedure) procedure = Find(MasterProcedures(), name);
+  std::vector<ui::Value> converted;
+  for (const Value& value : values) converted.push_back(ProcedureValue(value, app_folder, temp_folder));
+  const ProcedureArguments arguments(std::move(converted));
+  // A window's own procedure first, then one of the whole program; a bare name that no part of
+  // the program has is looked up on the main window.
+  const std::string window_name = window ? window->name : std::string(MainWindow::kWindowName);
+  if (window) FindSlot(program, *window);
+  const WindowProcedure* own = nullptr;
+  if (const WindowKind* kind = FindWindowKind(window_name)) {
+    if (const auto found = kind->procedures.find(name); found != kind->procedures.end()) own = &found->second;
   }
-  if (!procedure) throw AddressError("expected a public procedure, found \"" + name + "\"");
-  (*procedure)(program, arguments);
+  const ProgramProcedure* whole = nullptr;
+  const auto& program_procedures = RegisteredProgramProcedures();
+  if (const auto found = program_procedures.find(name); found != program_procedures.end()) whole = &found->second;
+  try {
+    if (own && (window || !whole)) return (*own)(program.Slot(window_name)(), arguments);
+    if (whole) return (*whole)(program, arguments);
+  } catch (const ProcedureCallError& error) {
+    throw AddressError(error.what());
+  }
+  throw AddressError("expected a public procedure, found \"" + name + "\"");
 }
 
 ui::Value ReadStateMember(const Program& program, std::span<const Segment> member) {

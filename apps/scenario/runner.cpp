@@ -12,7 +12,7 @@
 #include "apps/scenario/script.h"
 #include "apps/scenario/world.h"
 #include "base/formatting.h"
-#include "core/master.h"
+#include "main_window/master.h"
 #include "image/picture_writer.h"
 
 namespace zr::scenario {

@@ -1,5 +1,7 @@
 #include "apps/scenario/world.h"
 
+#include "capture/choose_device.h"
+
 #include <cstdlib>
 #include <filesystem>
 #include <stdexcept>
@@ -51,8 +53,8 @@ Program& World::MakeProgram() {
 void World::Start() { MakeProgram().Main(); }
 
 bool World::RunNextCommand() {
-  if (!program_ || !program_->ChooseDevice.Loaded()) return false;
-  program_->ChooseDevice.Unload();
+  if (!program_ || !program_->SlotOf<ChooseDevice>().Loaded()) return false;
+  program_->SlotOf<ChooseDevice>().Unload();
   return true;
 }
 

@@ -14,7 +14,7 @@
 #include "apps/zandrell/program_parts.h"
 #include "capture/choose_device.h"
 #include "capture/video_screen.h"
-#include "core/master.h"
+#include "main_window/master.h"
 #include "base/program_error.h"
 #include "gui/desktop_toolkit.h"
 #include "platform/linux/poll_event_loop.h"
@@ -121,7 +121,7 @@ class HeadlessOperator {
   HeadlessOperator(zr::Program& program, std::string device) : program_(program), device_(std::move(device)) {}
 
   void Act() {
-    auto* chooser = program_.ChooseDevice.IfLoaded();
+    auto* chooser = program_.IfLoaded<zr::ChooseDevice>();
     if (!chooser) return;
     const int entry = Entry(*chooser);
     if (entry < 0) {
@@ -158,7 +158,7 @@ void ListDevices(const std::vector<VideoDeviceEntry>& video, const std::vector<A
 
 // Presses the operator's record button with a limit of `seconds` and waits for the run to end.
 bool RecordMovie(zr::Program& program, PollEventLoop& loop, const Options& options) {
-  auto& master = program.Master();
+  auto& master = program.Window<zr::Master>();
   // Entering the mode anew would put the movie rate back to the preview rate.
   if (program.state.CaptureType != "movie") master.SetOperationMode("movie");
   master.MovieDisableLimit.Value = 0;
@@ -166,7 +166,7 @@ bool RecordMovie(zr::Program& program, PollEventLoop& loop, const Options& optio
   master.MovieMinutesControl.Value = options.seconds % 3600 / 60;
   master.MovieSecondsControl.Value = options.seconds % 60;
   program.state.CaptureFilename = options.output;
-  program.VideoScreen().SetFilename(options.output);
+  program.Window<zr::VideoScreen>().SetFilename(options.output);
   std::filesystem::remove(options.output);
   auto& record = master.RecordButton();
   master.OperationBar.ClickButton(record);
@@ -245,10 +245,10 @@ int RunWithoutWindows(const Options& options, const std::string& app_path, std::
       std::cerr << "zandrell: " << missing.what() << "\n";
     }
     if (const std::string message = devices.SourceMessage(); !message.empty()) std::cerr << "zandrell: " << message << "\n";
-    std::cout << program.Master().StatusString.Caption.get() << ": " << options.output << "\n";
+    std::cout << program.Window<zr::Master>().StatusString.Caption.get() << ": " << options.output << "\n";
     if (recorded) ReportMovie(parts.movies, options.output);
   }
-  program.Master.Unload(zr::ui::UnloadMode::FromCode);
+  program.SlotOf<zr::Master>().Unload(zr::ui::UnloadMode::FromCode);
   return recorded && std::filesystem::exists(options.output) ? 0 : 1;
 }
 

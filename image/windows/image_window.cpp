@@ -1,5 +1,7 @@
 #include "image/windows/image_window.h"
 
+#include "core/window_registry.h"
+
 #include <utility>
 
 namespace zr {
@@ -32,5 +34,14 @@ void Image::DrawInsertionFile(const std::string& path, const platform::WallClock
   MasterImage.Picture = std::make_shared<const platform::Picture>(std::move(pen_.picture));
   pen_.picture = {};
 }
+
+namespace {
+
+// The still of "image" mode, with the snapshots as its extra instances; and the last picture of
+// a series.
+const WindowRegistration<Image> kImage({}, "Image");
+const WindowRegistration<Image> kMultiImage({}, "MultiImage");
+
+}  // namespace
 
 }  // namespace zr

@@ -3,6 +3,7 @@
 // the restore point. Snapshots each get a window of their own; the still of "image" mode and
 // the last picture of a series (MultiImage) have one each.
 
+#include <string_view>
 #include <memory>
 #include <string>
 
@@ -17,6 +18,7 @@ class TextRenderer;
 
 class Image : public ui::Window {
  public:
+  static constexpr std::string_view kWindowName = "Image";
   Image(Program& program, std::string name);
 
   ui::PictureBox MasterImage{*this, "MasterImage"};

@@ -4,7 +4,7 @@
 
 #include "apps/scenario/world.h"
 #include "capture/choose_device.h"
-#include "core/master.h"
+#include "main_window/master.h"
 #include "core/settings_keys.h"
 
 namespace zr {
@@ -20,15 +20,15 @@ TEST(ProgramStart, FixedTextsFollowTheChosenLanguage) {
     std::string& caption;
     ReadChooser(Program& p, std::string& c) : program(p), caption(c) {}
     bool RunNextCommand() override {
-      if (!program.ChooseDevice.Loaded()) return false;
-      caption = program.ChooseDevice().Caption;
-      program.ChooseDevice.Unload();
+      if (!program.SlotOf<ChooseDevice>().Loaded()) return false;
+      caption = program.Window<ChooseDevice>().Caption;
+      program.SlotOf<ChooseDevice>().Unload();
       return true;
     }
   } reader(program, chooser_caption);
   world.loop.SetInputSource(&reader);
   program.Main();
-  auto& master = program.Master();
+  auto& master = program.Window<Master>();
   EXPECT_EQ(chooser_caption, TranslateText(Language::German, "Choose video capture device..."));
   EXPECT_NE(chooser_caption, "Choose video capture device...");
   EXPECT_EQ(master.FileMenu(0).Caption.get(), TranslateText(Language::German, "Movie Capture... (CTRL+M)"));

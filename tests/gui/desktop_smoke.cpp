@@ -23,7 +23,7 @@
 
 #include "apps/zandrell/program_parts.h"
 #include "capture/video_screen.h"
-#include "core/master.h"
+#include "main_window/master.h"
 #include "gui/desktop_toolkit.h"
 #include "tests/support/movie_probe.h"
 
@@ -61,7 +61,7 @@ class Operator {
   void Act() {
     if (step_ != Step::Quit && clock_.elapsed() - step_started_ > kStepTimeoutMs) {
       const std::string status =
-          parts_.program.Master.Loaded() ? parts_.program.Master().StatusString.Caption.get() : "no main window";
+          parts_.program.SlotOf<zr::Master>().Loaded() ? parts_.program.Window<zr::Master>().StatusString.Caption.get() : "no main window";
       Fail("step " + std::to_string(static_cast<int>(step_)) + " did not end; the status reads \"" + status +
            "\", the device says \"" + parts_.devices.SourceMessage() + "\", last result " +
            std::to_string(parts_.program.state.LastResult) + ", capturing " +
@@ -114,7 +114,7 @@ class Operator {
   }
 
   void WatchRecording() {
-    auto& master = parts_.program.Master();
+    auto& master = parts_.program.Window<zr::Master>();
     if (!shot_ && clock_.elapsed() - step_started_ > 1000) shot_ = Screenshot(FindWidget<QWidget>("Master"), "main_window.png");
     if (master.RecordButton().Image.get() == "record" && clock_.elapsed() - step_started_ > kRecordSeconds * 1000) Next(3);
   }

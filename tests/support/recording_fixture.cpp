@@ -20,7 +20,7 @@ platform::sim::DeviceSpec& RecordingTest::AddDevice(platform::sim::DeviceSpec::K
 
 Program& RecordingTest::StartAndConnect(const std::string& kind, int index) {
   world.Start();
-  world.program().VideoScreen().ConnectVideoCaptureDevice(index, kind, "Sim");
+  world.program().Window<VideoScreen>().ConnectVideoCaptureDevice(index, kind, "Sim");
   return world.program();
 }
 

@@ -8,7 +8,7 @@
 
 #include "apps/scenario/world.h"
 #include "capture/video_screen.h"
-#include "core/master.h"
+#include "main_window/master.h"
 
 namespace zr::testing {
 
@@ -24,8 +24,8 @@ class RecordingTest : public ::testing::Test {
   // A movie limit of `seconds` at `rate` frames per second, written to `file` in the program folder.
   void SetMovie(int seconds, int rate, const std::string& file);
 
-  Master& master() { return world.program().Master(); }
-  VideoScreen& screen() { return world.program().VideoScreen(); }
+  Master& master() { return world.program().Window<Master>(); }
+  VideoScreen& screen() { return world.program().Window<VideoScreen>(); }
   AppState& state() { return world.program().state; }
   std::string AppFile(const std::string& name) const { return world.AppFolder() + name; }
   bool LogHas(const std::string& line_start) const;

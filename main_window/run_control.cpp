@@ -6,7 +6,7 @@
 
 #include "capture/video_screen.h"
 #include "base/formatting.h"
-#include "core/master.h"
+#include "main_window/master.h"
 
 namespace zr {
 
@@ -80,7 +80,7 @@ void Master::CaptureControl(bool start) {
 // picture window.
 void Master::CaptureImage() {
   OperationBar.Button("motion").Enabled = true;
-  program_.VideoScreen().SaveStill("", 0, true);
+  program_.Window<VideoScreen>().SaveStill("", 0, true);
   RecordButton().Image = "pause";
   PlaceStillInImageWindow();
 }
@@ -126,8 +126,8 @@ void Master::CaptureMovie(bool start) {
   auto& state = program_.state;
   state.FramesPerSecond = MovieFrameRateControl.Value;
   if (!start) {
-    const std::string kind = program_.VideoScreen().Tag;
-    if (kind == "wdm" || kind == "wms" || kind == "http") program_.VideoScreen().StopCapture();
+    const std::string kind = program_.Window<VideoScreen>().Tag;
+    if (kind == "wdm" || kind == "wms" || kind == "http") program_.Window<VideoScreen>().StopCapture();
     return;
   }
   const bool ask = NumericPrefix(program_.services.settings.Get("ZR", "MD", "OQ", "1")) == 1 &&
@@ -138,7 +138,7 @@ void Master::CaptureMovie(bool start) {
   state.FreeBytesAtStart = FreeBytesOfCaptureDrive();
   state.FreeBytesLatest = state.FreeBytesAtStart;
   state.ViewerShown = False;
-  program_.VideoScreen().Record();
+  program_.Window<VideoScreen>().Record();
 }
 
 void Master::CaptureMultiple(bool start) {
@@ -166,7 +166,7 @@ void Master::CaptureMultiple(bool start) {
       state.ShotElapsed = 0;
       MultipleImageTimer.Enabled = true;
     }
-    if (MultipleImageMode.ListIndex == 0) program_.VideoScreen().OpenMultipleImage();
+    if (MultipleImageMode.ListIndex == 0) program_.Window<VideoScreen>().OpenMultipleImage();
     return;
   }
   RecordButton().Image = "record";
@@ -178,7 +178,7 @@ void Master::CaptureMultiple(bool start) {
   program_.Yield();
   AllControls(true);
   Shooter.Enabled = false;
-  if (MultipleImageMode.ListIndex == 0) program_.VideoScreen().CloseMultipleCapture();
+  if (MultipleImageMode.ListIndex == 0) program_.Window<VideoScreen>().CloseMultipleCapture();
   UnloadIfLoaded(program_, "MultiImage");
 }
 

@@ -7,7 +7,7 @@
 
 #include "capture/video_screen.h"
 #include "base/formatting.h"
-#include "core/master.h"
+#include "main_window/master.h"
 #include "image/windows/image_window.h"
 #include "image/windows/picture_commands.h"
 #include "image/picture_writer.h"
@@ -43,10 +43,10 @@ void Master::TakeSnapshot(bool to_clipboard) {
   auto& state = program_.state;
   const std::string temporary = state.AppPath + "zreltmp.tmp";
   DeleteIgnoringMissing(temporary);
-  program_.VideoScreen().SaveStill(temporary, 100, false);
+  program_.Window<VideoScreen>().SaveStill(temporary, 100, false);
   if (state.ShutterSound == "1") program_.services.desktop.PlaySoundFile(state.AppPath + "camera.wav");
 
-  Image& snapshot = program_.Image.NewInstance();
+  auto& snapshot = dynamic_cast<Image&>(program_.SlotOf<Image>().NewInstance());
   snapshot.ShowPicture(LoadPictureFile(temporary));
   DeleteIgnoringMissing(temporary);
   snapshot.KeepResetPicture();
@@ -54,7 +54,7 @@ void Master::TakeSnapshot(bool to_clipboard) {
   snapshot.Caption = program_.Translate("Untitled");
   // A camcorder feeding the picture: the caption carries the tape position and the time the
   // scene was shot.
-  auto& screen = program_.VideoScreen();
+  auto& screen = program_.Window<VideoScreen>();
   if (screen.DVStatus.Enabled) {
     snapshot.Caption = "Untitled_DV_" + ColonsToUnderscores(screen.DVpos.Caption) + "_" + program_.Translate("Taken") +
                        " " + ColonsToUnderscores(screen.DVtaken.Caption);
@@ -78,7 +78,7 @@ void Master::TakeClipboardStillInto(Image& window) {
 }
 
 void Master::PlaceStillInImageWindow() {
-  Image& window = program_.Image();
+  Image& window = program_.Window<Image>();
   TakeClipboardStillInto(window);
   window.PrepareImageDrawing();
   if (imagesettings(0).Button("insert").Value == 1) DrawInsertion(window);
@@ -96,11 +96,11 @@ void Master::ShootImage() {
   StatusString.Caption = program_.Translate("Image no.") + LeadingBlank(state.ImageCount);
   const int mode = MultipleImageMode.ListIndex;
   if (mode == kSeriesMovie) {
-    program_.VideoScreen().CaptureSingle();
+    program_.Window<VideoScreen>().CaptureSingle();
     return;
   }
-  program_.VideoScreen().SaveStill("", 0, true);
-  Image& window = program_.MultiImage();
+  program_.Window<VideoScreen>().SaveStill("", 0, true);
+  Image& window = program_.Window<Image>("MultiImage");
   TakeClipboardStillInto(window);
   window.PrepareImageDrawing();
   if (imagesettings(1).Button("insert").Value == 1) DrawInsertion(window);

@@ -5,11 +5,12 @@
 #include <fstream>
 #include <system_error>
 
+#include "capture/choose_device.h"
 #include "capture/device_menu.h"
-#include "capture/parameter_file.h"
+#include "main_window/parameter_file.h"
 #include "capture/video_screen.h"
 #include "base/formatting.h"
-#include "core/master.h"
+#include "main_window/master.h"
 #include "core/settings_keys.h"
 
 namespace zr {
@@ -58,8 +59,8 @@ void Master::Load() {
   program_.Yield();
   FillLists();
   BuildDeviceMenu(program_);
-  program_.ChooseDevice.ShowModal(program_.services.loop);
-  state.CaptureFilename = program_.VideoScreen().GetFilename();
+  program_.SlotOf<ChooseDevice>().ShowModal(program_.services.loop);
+  state.CaptureFilename = program_.Window<VideoScreen>().GetFilename();
   if (LowerCase(state.CaptureFilename) == "error") state.CaptureFilename = state.AppPath + "zandrell.avi";
   if (FileExists(state.AppPath + kStateFile)) LoadParameters(program_, state.AppPath + kStateFile);
   else SetOperationMode("movie");
@@ -156,6 +157,15 @@ bool Master::QueryUnload(ui::UnloadMode mode) {
   program_.ExitProgram();
   return true;
 }
+
+void Master::CloseForExit() {
+  program_.Window<VideoScreen>().Disconnect();
+  program_.SlotOf<VideoScreen>().Unload();
+  program_.SlotOf<Master>().Unload();
+}
+
+void Master::SaveParameterFile(const std::string& path) { SaveParameters(program_, path); }
+void Master::LoadParameterFile(const std::string& path) { LoadParameters(program_, path); }
 
 // Minimised or maximised, the saved geometry stays as it was.
 void Master::SaveGeometry() {

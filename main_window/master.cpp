@@ -1,4 +1,7 @@
-#include "core/master.h"
+#include "main_window/master.h"
+
+#include "core/window_registry.h"
+#include <initializer_list>
 
 #include "base/formatting.h"
 
@@ -6,35 +9,24 @@ namespace zr {
 
 using ui::ButtonStyle;
 
-Master::Master(Program& program) : ui::Window(program.services.loop, "Master"), program_(program) {
+Master::Master(Program& program)
+    : MainWindow(program),
+      MovieRunPanel(AsWindow(), program),
+      SeriesPanel(AsWindow()),
+      TriggerPanel(AsWindow(), program, *this),
+      AviBuilderPanel(AsWindow(), program),
+      PictureServerPanel(AsWindow()),
+      TunerPanel(AsWindow()),
+      program_(program) {
   CreateToolbars();
   CreateBands();
   CreateMenus();
   CreateStatusBar();
   CreateLabels();
-  CreateTriggerControls();
   StatusCaption.Caption = "Status:";
   StatusString.ForeColor = ui::kWhite;
   StatusTime.Caption = "00:00:00.00";
   DroppedString.ForeColor = ui::kWhite;
-  MovieFrameRateControl.Min = 1;
-  MovieFrameRateControl.Max = 30;
-  MovieHoursControl.Max = 99;
-  MovieMinutesControl.Max = 59;
-  MovieSecondsControl.Max = 59;
-  for (ui::Label* display : {&MovieHoursDisplay, &MovieMinutesDisplay, &MovieSecondsDisplay}) display->Caption = "00";
-  AudioChannels.AddItem("Mono");
-  AudioChannels.AddItem("Stereo");
-  AudioBits.AddItem("8 bits");
-  AudioBits.AddItem("16 bits");
-  for (const char* rate : {"8 Khz", "11 Khz", "22 Khz", "44 Khz"}) AudioRate.AddItem(rate);
-  for (const char* mode : {"Movie file (.AVI)", "Multiple Bitmap file (.BMP)", "Multiple JPEG file (.JPG)",
-                           "Refresh Same Bitmap file (.BMP)", "Refresh Same JPEG file (.JPG)", "Put On Clipboard!"})
-    MultipleImageMode.AddItem(mode);
-  WebShare_Port.Text = "80";
-  WebShare_Quality.Min = 10;
-  WebShare_Quality.Max = 100;
-  WebShare_Quality.Value = 25;
   ConnectHandlers();
 }
 
@@ -55,31 +47,6 @@ void Master::CreateToolbars() {
   record.Caption = "Rec/Stop";
   for (const char* key : {"motion", "autostart", "sound"}) OperationBar.AddButton(key, ButtonStyle::Default, key);
   for (const char* key : {"rs232", "overlay"}) OperationBar.AddButton(key, ButtonStyle::Check, key);
-
-  for (const char* key : {"record", "motion", "autostart", "filename", "compression", "otherinfo"})
-    MovieToolbar.AddButton(key, ButtonStyle::Default, key);
-  for (const char* key : {"audio", "writeinfo", "tcr"}) MovieToolbar.AddButton(key, ButtonStyle::Check, key);
-
-  for (const char* key : {"record", "autostart", "motion", "filename", "otherinfo", "vidcompression", "netset", "effects"})
-    MultipleImageToolbar.AddButton(key, ButtonStyle::Default, key);
-  for (const char* key : {"writeinfo", "ftp"}) MultipleImageToolbar.AddButton(key, ButtonStyle::Check, key);
-
-  imagesettings.Add(*this, "imagesettings", 0).AddButton("insert", ButtonStyle::Check, "insert");
-  auto& series_settings = imagesettings.Add(*this, "imagesettings", 1);
-  series_settings.AddButton("filenames", ButtonStyle::Default, "filenames");
-  series_settings.AddButton("insert", ButtonStyle::Check, "insert");
-
-  for (const char* key : {"tuner_add", "tuner_remove", "tuner_country", "tuner_up", "tuner_down"})
-    TunerBar.AddButton(key, ButtonStyle::Default, key);
-  for (const char* key : {"tuner_antena", "tuner_cable"}) TunerBar.AddButton(key, ButtonStyle::Check, key);
-  TunerBar.AddButton("tuner_station", ButtonStyle::Dropdown, "tuner_station");
-
-  for (const char* key : {"add", "delete", "clear", "up", "down"}) {
-    auto& button = AviBuilderCursors.AddButton(key, key == std::string("add") ? ButtonStyle::Dropdown : ButtonStyle::Default, key);
-    button.Enabled = key == std::string("add");
-  }
-  AviBuilderCursors.Button("add").AddMenu("group", "group");
-  BuildAVI.Enabled = false;
 }
 
 // The bands in their order: the Toolbars menu entry i (below 8) governs the band at i + 1.
@@ -145,20 +112,6 @@ void Master::CreateMenus() {
   AddMenuEntries(*this, cpu_priority, "cpu_priority", kPriorities);
 }
 
-namespace {
-
-struct Trigger {
-  const char* key;
-  const char* tip;
-  const char* image;
-};
-const Trigger kTriggers[] = {{"manual", "Manual Trigger", "manual"},
-                             {"timer", "Timer Trigger", "autostart"},
-                             {"motion", "Motion Trigger", "motion"},
-                             {"joystick", "", "joystick"}};
-
-}  // namespace
-
 // The fixed captions of the window, in the operator's language. A separator stays a separator.
 void Master::LanguageControls() {
   SetMenuCaptions(program_, FileMenu, kFileMenu);
@@ -172,8 +125,7 @@ void Master::LanguageControls() {
   StatusCaption.Caption = program_.Translate("Status:");
   RecordButton().Caption = program_.Translate(RecordButton().Image == "pause" ? "Capture" : "Rec/Stop");
   Shooter.Caption = program_.Translate("Shoot") + " (CTRL+F12)";
-  for (const auto& trigger : kTriggers)
-    if (*trigger.tip) TriggerType.Button(trigger.key).ToolTipText = program_.Translate(trigger.tip);
+  TriggerPanel::LanguageControls();
 }
 
 void Master::CreateStatusBar() {
@@ -188,23 +140,8 @@ void Master::CreateLabels() {
                                                         {8, "Channel:"},         {10, "Streaming Port:"},
                                                         {11, "Compression:"},    {14, "Stand by"}};
   for (const auto& [index, caption] : kLabels) Labels.Add(*this, "Labels", index).Caption = caption;
-  PreviewRateLabel.Caption = "Preview Rate:";
 }
 
-
-// The trigger toolbar starts on the manual trigger, with the interval controls hidden.
-void Master::CreateTriggerControls() {
-  for (const auto& trigger : kTriggers)
-    TriggerType.AddButton(trigger.key, ButtonStyle::Check, trigger.image).ToolTipText = trigger.tip;
-  MultipleImageHoursControl.Max = 23;
-  MultipleImageMinutesControl.Max = 59;
-  MultipleImageSecondsControl.Max = 59;
-  for (ui::Label* display : {&MultipleImageHoursDisplay, &MultipleImageMinutesDisplay, &MultipleImageSecondsDisplay})
-    display->Caption = "00";
-  Shooter.Caption = "Shoot (CTRL+F12)";
-  Shooter.Enabled = false;
-  SelectTrigger("manual");
-}
 
 void Master::ConnectHandlers() {
   OperationBar.OnButtonClick = [this](ui::ToolbarButton& button) { OperationBar_ButtonClick(button); };
@@ -215,43 +152,33 @@ void Master::ConnectHandlers() {
   };
   MovieToolbar.OnButtonClick = [this](ui::ToolbarButton& button) { MovieToolbar_ButtonClick(button); };
   MultipleImageToolbar.OnButtonClick = [this](ui::ToolbarButton& button) { MultipleImageToolbar_ButtonClick(button); };
-  TriggerType.OnButtonClick = [this](ui::ToolbarButton& button) { SelectTrigger(button.Key()); };
-  MovieFrameRateControl.OnChange = [this] { MovieFrameRateControl_Change(); };
-  MovieHoursControl.OnChange = [this] { MovieLimitControl_Change(MovieHoursControl, MovieHoursDisplay); };
-  MovieMinutesControl.OnChange = [this] { MovieLimitControl_Change(MovieMinutesControl, MovieMinutesDisplay); };
-  MovieSecondsControl.OnChange = [this] { MovieLimitControl_Change(MovieSecondsControl, MovieSecondsDisplay); };
-  MovieDisableLimit.OnClick = [this] { MovieDisableLimit_Click(); };
   MultipleImageMode.OnClick = [this] { MultipleImageMode_Click(); };
   for (const auto& [index, entry] : FileMenu.Elements()) entry->OnClick = [this, i = index] { FileMenu_Click(i); };
   for (const auto& [index, entry] : Toolbars.Elements()) entry->OnClick = [this, i = index] { Toolbars_Click(i); };
   for (const auto& [index, entry] : AudioMenu.Elements()) entry->OnClick = [this, i = index] { AudioMenu_Click(i); };
   MasterTimer.OnTimer = [this] { MasterTimer_Timer(); };
   MasterTimer2.OnTimer = [this] { MasterTimer2_Timer(); };
-  MultipleImageTimer.OnTimer = [this] { MultipleImageTimer_Timer(); };
   Shooter.OnClick = [this] { ShootImageOfSeries(); };
   for (const auto& [index, bar] : imagesettings.Elements())
     bar->OnButtonClick = [this](ui::ToolbarButton& button) { imagesettings_ButtonClick(button); };
 }
 
-// The rate of a movie: kept in the state and shown beside the control; a preview faster than
-// the capture is brought down to the same rate.
-void Master::MovieFrameRateControl_Change() {
-  program_.state.MovieFrameRate = MovieFrameRateControl.Value;
-  MovieFrameRateDisplay.Caption = NumberText(MovieFrameRateControl.Value) + " fps";
-  if (previewrate.ListIndex + 1 > MovieFrameRateControl.Value) previewrate.ListIndex = MovieFrameRateControl.Value - 1;
-}
+namespace {
 
-void Master::MovieLimitControl_Change(ui::RangeControl& control, ui::Label& display) {
-  display.Caption = FormatNumber(control.Value, "#00");
-}
+const WindowRegistration<Master> kRegistration{{
+      {"CaptureControl", [](Master& w, const ProcedureArguments& a) { a.Expect(1); w.CaptureControl(a.Flag(0)); }},
+      {"StopMovieRecord", [](Master& w, const ProcedureArguments& a) { a.Expect(0); w.StopMovieRecord(); }},
+      {"RecordNow", [](Master& w, const ProcedureArguments& a) { a.Expect(0); w.RecordNow(); }},
+      {"AllControls", [](Master& w, const ProcedureArguments& a) { a.Expect(1); w.AllControls(a.Flag(0)); }},
+      {"SetOperationMode", [](Master& w, const ProcedureArguments& a) { a.Expect(1); w.SetOperationMode(a.Text(0)); }},
+      {"ApplyFilenameExtension", [](Master& w, const ProcedureArguments& a) { a.Expect(0); w.ApplyFilenameExtension(); }},
+      {"ClearAVIBuilderBuffer", [](Master& w, const ProcedureArguments& a) { a.Expect(0); w.ClearAVIBuilderBuffer(); }},
+      {"LanguageControls", [](Master& w, const ProcedureArguments& a) { a.Expect(0); w.LanguageControls(); }},
+      {"SaveCoolBar", [](Master& w, const ProcedureArguments& a) { a.Expect(1); w.SaveCoolBar(a.Text(0)); }},
+      {"LoadCoolBar", [](Master& w, const ProcedureArguments& a) { a.Expect(1); w.LoadCoolBar(a.Text(0)); }},
+      {"SetAudioCapture", [](Master& w, const ProcedureArguments& a) { a.Expect(1); w.SetAudioCapture(a.Flag(0)); }},
+}};
 
-// A checked box means an unlimited run: the limit controls and their displays are disabled.
-void Master::MovieDisableLimit_Click() {
-  const bool limited = MovieDisableLimit.Value != 1;
-  for (ui::Control* control : std::initializer_list<ui::Control*>{
-           &MovieHoursControl, &MovieMinutesControl, &MovieSecondsControl, &MovieHoursDisplay, &MovieMinutesDisplay,
-           &MovieSecondsDisplay})
-    control->Enabled = limited;
-}
+}  // namespace
 
 }  // namespace zr

@@ -10,13 +10,11 @@
 
 #include <string>
 
+#include "core/main_window.h"
+
 namespace zr {
 
 class Program;
-
-// The state file names, in the program folder.
-inline constexpr const char* kStateFile = "zrsr.zr2";
-inline constexpr const char* kDeviceStateFile = "zrsr.zr3";
 
 // Writes the set-up to `path`, atomically; nothing once the final shutdown has begun, and
 // nothing (without a message) when the file cannot be written.

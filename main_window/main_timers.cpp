@@ -6,7 +6,7 @@
 #include "capture/capture_status.h"
 #include "capture/video_screen.h"
 #include "base/formatting.h"
-#include "core/master.h"
+#include "main_window/master.h"
 
 namespace zr {
 
@@ -50,7 +50,7 @@ void Master::MasterTimer_Timer() {
                                : program_.Translate("Disk Full (< 1Mb)");
   });
   ResumeNext([&] {
-    if (program_.VideoScreen().Tag == "vfw") CaptureStatusUpdate(program_);
+    if (program_.Window<VideoScreen>().Tag == "vfw") CaptureStatusUpdate(program_);
   });
 }
 

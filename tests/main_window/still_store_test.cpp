@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "apps/scenario/world.h"
-#include "core/master.h"
+#include "main_window/master.h"
 #include "image/windows/image_window.h"
 
 namespace zr {
@@ -14,14 +14,14 @@ TEST(StillStore, TheShutterSoundPlaysOnlyWhenSwitchedOnAndEachSnapshotHasItsWind
   world.Start();
   Program& program = world.program();
   program.state.ShutterSound = "0";
-  program.Master().TakeSnapshot(false);
+  program.Window<Master>().TakeSnapshot(false);
   EXPECT_TRUE(world.desktop.played_sounds.empty());
 
   program.state.ShutterSound = "1";
-  program.Master().TakeSnapshot(true);
+  program.Window<Master>().TakeSnapshot(true);
   ASSERT_EQ(world.desktop.played_sounds.size(), 1u);
   EXPECT_EQ(world.desktop.played_sounds[0], program.state.AppPath + "camera.wav");
-  EXPECT_EQ(program.Image.ExtraInstanceCount(), 2);
+  EXPECT_EQ(program.SlotOf<Image>().ExtraInstanceCount(), 2);
 }
 
 }  // namespace

@@ -2,11 +2,11 @@
 // the parameter files, the preferences, the sound choice, the Toolbars menu and Exit. Each
 // command is one line to the procedure that does the work.
 
-#include "capture/parameter_file.h"
+#include "main_window/parameter_file.h"
 #include "capture/video_info.h"
 #include "capture/video_screen.h"
 #include "base/formatting.h"
-#include "core/master.h"
+#include "main_window/master.h"
 #include "core/preferences.h"
 #include "core/settings_keys.h"
 
@@ -32,12 +32,12 @@ void Master::MainToolbar_ButtonClick(ui::ToolbarButton& button) {
   if (IsModeKey(key)) SetOperationMode(key);
   else if (key == "open") OpenCaptureFile();
   else if (key == "save") SaveCaptureFile();
-  else if (key == "preferences") program_.Preferences.ShowModal(program_.services.loop);
+  else if (key == "preferences") program_.SlotOf<Preferences>().ShowModal(program_.services.loop);
   else throw NotBuiltYet("the main toolbar command \"" + key + "\"");
 }
 
 void Master::DeviceToolbar_ButtonClick(ui::ToolbarButton& button) {
-  auto& screen = program_.VideoScreen();
+  auto& screen = program_.Window<VideoScreen>();
   const std::string& key = button.Key();
   if (key == "device" || key == "wdmsettings") screen.WDMCaptureDialog();
   else if (key == "source") screen.VideoSource();
@@ -45,7 +45,7 @@ void Master::DeviceToolbar_ButtonClick(ui::ToolbarButton& button) {
   else if (key == "format") screen.VideoFormat();
   else if (key == "overlay") screen.Overlay();
   else if (key == "preview") screen.Preview(program_.state.PreviewRate);
-  else if (key == "info") program_.VideoInfo.ShowModal(program_.services.loop);
+  else if (key == "info") program_.SlotOf<VideoInfo>().ShowModal(program_.services.loop);
   else if (key == "snapshot") TakeSnapshot(false);
   else throw NotBuiltYet("the device toolbar command \"" + key + "\"");
 }
@@ -57,12 +57,12 @@ void Master::DeviceToolbar_ButtonClick(ui::ToolbarButton& button) {
 void Master::DeviceToolbar_ButtonMenuClick(ui::ToolbarButton& button, ui::ButtonMenu& entry) {
   if (button.Key() == "device") {
     const int index = entry.key.size() > 1 ? static_cast<int>(NumericPrefix(entry.key.substr(1))) : 0;
-    program_.VideoScreen().ConnectVideoCaptureDevice(index, entry.tag, entry.Text);
+    program_.Window<VideoScreen>().ConnectVideoCaptureDevice(index, entry.tag, entry.Text);
     return;
   }
-  if (program_.VideoScreen().Tag.get() != "wdm" || (button.Key() != "format" && button.Key() != "source")) return;
+  if (program_.Window<VideoScreen>().Tag.get() != "wdm" || (button.Key() != "format" && button.Key() != "source")) return;
   const int row = button.MenuIndex(entry);
-  auto& control = program_.VideoScreen().Control();
+  auto& control = program_.Window<VideoScreen>().Control();
   if (button.Key() == "format") {
     ResumeNext([&] { control.SelectVideoFormat(row); });
   } else {
@@ -71,7 +71,7 @@ void Master::DeviceToolbar_ButtonMenuClick(ui::ToolbarButton& button, ui::Button
       SaveSetting(program_.services.settings, settings::LastDeviceInput, std::to_string(row));
     });
   }
-  program_.VideoScreen().ResizeWDM();
+  program_.Window<VideoScreen>().ResizeWDM();
 }
 
 void Master::FileMenu_Click(int index) {
@@ -79,13 +79,13 @@ void Master::FileMenu_Click(int index) {
   if (index >= 0 && index <= 4) SetOperationMode(kModes[index]);
   else if (index == 7) OpenCaptureFile();
   else if (index == 8) SaveCaptureFile();
-  else if (index == 10) program_.Preferences.ShowModal(program_.services.loop);
-  else if (index == 13) program_.Master.Unload(ui::UnloadMode::FromCode);
+  else if (index == 10) program_.SlotOf<Preferences>().ShowModal(program_.services.loop);
+  else if (index == 13) program_.SlotOf<Master>().Unload(ui::UnloadMode::FromCode);
   else if (index == 5 || index == 11) throw NotBuiltYet("the file menu entry " + std::to_string(index));
 }
 
 void Master::ViewMenu_Click(int index) {
-  auto& screen = program_.VideoScreen();
+  auto& screen = program_.Window<VideoScreen>();
   if (index == 0) screen.Overlay();
   else if (index == 1) screen.Preview(program_.state.PreviewRate);
   else if (index == 3) throw NotBuiltYet("the full-screen view");
@@ -93,13 +93,13 @@ void Master::ViewMenu_Click(int index) {
 
 // The device's own dialogs are followed by a refresh of the window, whose size they may change.
 void Master::VideoMenu_Click(int index) {
-  auto& screen = program_.VideoScreen();
+  auto& screen = program_.Window<VideoScreen>();
   switch (index) {
     case 0: screen.VideoSource(); screen.RefreshWindow(); break;
     case 1: screen.VideoFormat(); screen.RefreshWindow(); break;
     case 2: screen.VideoDisplay(); screen.RefreshWindow(); break;
     case 4: screen.VideoCompressionDialog(); break;
-    case 10: program_.VideoInfo.ShowModal(program_.services.loop); break;
+    case 10: program_.SlotOf<VideoInfo>().ShowModal(program_.services.loop); break;
     case 12: {
       auto& entry = VideoMenu(12);
       entry.Checked = !entry.Checked;
@@ -190,9 +190,9 @@ void Master::MovieToolbar_ButtonClick(ui::ToolbarButton& button) {
   } else if (key == "audio") {
     SetAudioCapture(button.Value == 1);
   } else if (key == "tcr") {
-    program_.VideoScreen().ShowTCR();
+    program_.Window<VideoScreen>().ShowTCR();
   } else if (key == "compression") {
-    program_.VideoScreen().VideoCompressionDialog();
+    program_.Window<VideoScreen>().VideoCompressionDialog();
   } else if (key != "writeinfo") {
     throw NotBuiltYet("the movie toolbar command \"" + key + "\"");
   }
@@ -202,7 +202,7 @@ void Master::MultipleImageToolbar_ButtonClick(ui::ToolbarButton& button) {
   const std::string& key = button.Key();
   if (key == "record") CaptureControl(RecordButton().Image == "record");
   else if (key == "motion") ArmMotionDetector();
-  else if (key == "vidcompression") program_.VideoScreen().VideoCompressionDialog();
+  else if (key == "vidcompression") program_.Window<VideoScreen>().VideoCompressionDialog();
   else if (key != "writeinfo" && key != "ftp") throw NotBuiltYet("the series toolbar command \"" + key + "\"");
 }
 

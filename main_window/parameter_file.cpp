@@ -1,7 +1,8 @@
 // The capture parameter file: its writer, its reader and the lookup both stand on.
 
-#include "capture/parameter_file.h"
+#include "main_window/parameter_file.h"
 
+#include "core/window_registry.h"
 #include <algorithm>
 #include <array>
 #include <cerrno>
@@ -13,7 +14,7 @@
 
 #include "capture/video_screen.h"
 #include "base/formatting.h"
-#include "core/master.h"
+#include "main_window/master.h"
 #include "core/message_window.h"
 #include "platform/atomic_file.h"
 
@@ -137,18 +138,18 @@ void WriteHead(Program& program, ParameterText& out) {
 
 // A control kind reports its own view; a driver is in overlay only when its status says so.
 std::string ViewMode(Program& program) {
-  auto& screen = program.VideoScreen();
+  auto& screen = program.Window<VideoScreen>();
   if (screen.wdmX.Visible) return screen.Control().OverlayEnabled() ? "Overlay" : "Preview";
   return program.state.CapStatus.fOverlayWindow == 1 ? "Overlay" : "Preview";
 }
 
 void WriteDevice(Program& program, ParameterText& out) {
-  auto& screen = program.VideoScreen();
+  auto& screen = program.Window<VideoScreen>();
   out.Block("; Video Capture Device");
   out.Set("Device Index", screen.DeviceIndex());
   out.Set("Device Description", screen.Caption.get());
   ResumeNext([&] { out.Set("View Mode", ViewMode(program)); });
-  out.Set("Preview Rate", program.Master().previewrate.ListIndex + 1);
+  out.Set("Preview Rate", program.Window<Master>().previewrate.ListIndex + 1);
   out.Block("; Autostart");
   out.Set("Hours", program.state.AutostartHours);
   out.Set("Minutes", program.state.AutostartMinutes);
@@ -184,7 +185,7 @@ void WriteAdvanced(const CAPTUREPARMS& parms, ParameterText& out) {
 
 // Written whatever device is attached; never read back.
 void WriteControlIndexes(Program& program, ParameterText& out) {
-  auto& control = program.VideoScreen().Control();
+  auto& control = program.Window<VideoScreen>().Control();
   ResumeNext([&] { out.Set("WDMVIDEOCODEC", control.VideoCompressorIndex()); });
   ResumeNext([&] { out.Set("WDMAUDIOCODEC", control.AudioCompressorIndex()); });
   ResumeNext([&] { out.Set("WDMINPUT", control.VideoInputIndex()); });
@@ -194,7 +195,7 @@ void WriteControlIndexes(Program& program, ParameterText& out) {
 }
 
 void WriteMovie(Program& program, const std::string& path, ParameterText& out) {
-  auto& master = program.Master();
+  auto& master = program.Window<Master>();
   out.Set("Capture", "Movie");
   out.Block("; Audio Settings");
   out.Set("Audio", YesNo(Pressed(master.MovieToolbar.Button("audio"))));
@@ -216,11 +217,11 @@ void WriteMovie(Program& program, const std::string& path, ParameterText& out) {
 void WriteImage(Program& program, ParameterText& out) {
   out.Set("Capture", "Single Image");
   out.Block("; Image Options");
-  WriteInsertion(program, out, program.Master().imagesettings(0).Button("insert"));
+  WriteInsertion(program, out, program.Window<Master>().imagesettings(0).Button("insert"));
 }
 
 void WriteMultiple(Program& program, ParameterText& out) {
-  auto& master = program.Master();
+  auto& master = program.Window<Master>();
   auto& state = program.state;
   out.Set("Capture", "Multiple Image");
   out.Set("Multiple Image Type", master.MultipleImageMode.ListIndex);
@@ -248,7 +249,7 @@ std::string ParameterFileText(Program& program, const std::string& path) {
   WriteHead(program, out);
   WriteDevice(program, out);
   out.Block("; Capture Type");
-  auto& bands = program.Master().MasterBar;
+  auto& bands = program.Window<Master>().MasterBar;
   if (bands.Bands("movie").Visible) WriteMovie(program, path, out);
   else if (bands.Bands("image").Visible) WriteImage(program, out);
   else if (bands.Bands("multiple").Visible) WriteMultiple(program, out);
@@ -280,7 +281,7 @@ void SetRangeValue(ui::RangeControl& control, int value) {
 class ParameterLoader {
  public:
   ParameterLoader(Program& program, const std::string& path)
-      : program_(program), state_(program.state), master_(program.Master()), path_(path) {}
+      : program_(program), state_(program.state), master_(program.Window<Master>()), path_(path) {}
 
   void Run() {
     LoadCommon();
@@ -301,7 +302,7 @@ class ParameterLoader {
   }
 
   void LoadCommon() {
-    auto& screen = program_.VideoScreen();
+    auto& screen = program_.Window<VideoScreen>();
     state_.CaptureFilename = Text("Filename", DefaultCaptureFile(program_));
     master_.MasterStatus.Panels("filename").Text = "Filename: " + state_.CaptureFilename;
     ResumeNext([&] { SetListIndex(master_.previewrate, std::abs(Number("Preview Rate", "15") - 1)); });
@@ -325,7 +326,7 @@ class ParameterLoader {
     LoadInformation(master_.MovieToolbar.Button("writeinfo"));
     // Unlike every other key, only the exact text "Yes" counts here.
     master_.MovieToolbar.Button("tcr").Value = Text("ShowTCR", "No") == "Yes" ? 1 : 0;
-    ResumeNext([&] { program_.VideoScreen().ShowTCR(); });
+    ResumeNext([&] { program_.Window<VideoScreen>().ShowTCR(); });
     ResumeNext([&] { LoadFrameRate(Number("Frame Rate", "12")); });
     ResumeNext([&] {
       LoadDuration(RoundHalfEven(Number("Duration(Seconds)", "30")), master_.MovieHoursControl,
@@ -450,18 +451,27 @@ std::string GetParameter(const std::string& path, const std::string& key, const 
 
 void SaveParameters(Program& program, const std::string& path) {
   if (program.state.Exiting) return;
-  program.Msg().Say(program, program.Translate("Video Zandrell is saving parameters..."));
+  program.Window<Msg>().Say(program, program.Translate("Video Zandrell is saving parameters..."));
   // A file that cannot be written is passed over without a word. A replaced file keeps its
   // mode, since a series file may hold a password.
   (void)platform::ReplaceFileAtomically(path, ParameterFileText(program, path), platform::NewFileMode::KeepExisting);
-  program.Msg.Unload();
+  program.SlotOf<Msg>().Unload();
 }
 
 void LoadParameters(Program& program, const std::string& path) {
   if (program.state.Exiting) return;
-  program.Msg().Say(program, program.Translate("Video Zandrell is applying the saved parameters..."));
+  program.Window<Msg>().Say(program, program.Translate("Video Zandrell is applying the saved parameters..."));
   ParameterLoader(program, path).Run();
-  program.Msg.Unload();
+  program.SlotOf<Msg>().Unload();
 }
+
+namespace {
+
+const ProgramProcedures kProcedures{{
+    {"LoadParameters", [](Program& p, const ProcedureArguments& a) { a.Expect(1); LoadParameters(p, a.Text(0)); }},
+    {"SaveParameters", [](Program& p, const ProcedureArguments& a) { a.Expect(1); SaveParameters(p, a.Text(0)); }},
+}};
+
+}  // namespace
 
 }  // namespace zr

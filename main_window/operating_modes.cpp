@@ -3,7 +3,7 @@
 // capture file name; SetOperationMode is the only writer of all of them.
 
 #include "base/formatting.h"
-#include "core/master.h"
+#include "main_window/master.h"
 #include "core/settings_keys.h"
 
 namespace zr {
@@ -112,15 +112,6 @@ void Master::ApplyFilenameExtension() {
   if (name.size() < 3) return;
   name = name.substr(0, name.size() - 3) + extension;
   panel.Text = program_.Translate("Filename: ") + name;
-}
-
-// The builder's "clear": the list emptied, its preview window unloaded, its commands off but
-// "add".
-void Master::ClearAVIBuilderBuffer() {
-  lstDIBList.Clear();
-  if (auto* preview = program_.FindWindow("MultiImage")) preview->Unload();
-  for (const char* key : {"up", "down", "clear", "delete"}) AviBuilderCursors.Button(key).Enabled = false;
-  BuildAVI.Enabled = false;
 }
 
 }  // namespace zr

@@ -1,7 +1,7 @@
 // The capture parameter file: the delimited lookup on hand-written files, the exact text the
 // writer produces for each mode, and what the reader does to the program, defaults included.
 
-#include "capture/parameter_file.h"
+#include "main_window/parameter_file.h"
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -14,6 +14,7 @@
 #include <iterator>
 #include <tuple>
 
+#include "core/message_window.h"
 #include "tests/support/recording_fixture.h"
 
 namespace zr::testing {
@@ -167,7 +168,7 @@ TEST_F(ParameterFileTest, MovieSetUpIsWrittenLineByLine) {
                        "Audio Buffers=4", "DOS Buffers=Yes", "Write Cache=No", "Max Index Size=324000",
                        "Chunk Granularity=0", "Drop Error=10", "WDMVIDEOCODEC=0", "WDMAUDIOCODEC=0", "WDMINPUT=0",
                        "WDMAUDIOINPUT=0", "WDMAUDIODEVICE=0", "WDMVIDEODEVICE=0"}));
-  EXPECT_FALSE(world.program().Msg.Loaded());
+  EXPECT_FALSE(world.program().SlotOf<Msg>().Loaded());
 }
 
 TEST_F(ParameterFileTest, DeviceStateFileLeavesOutTheAdvancedBlockInAnyCase) {
@@ -238,7 +239,7 @@ TEST_F(ParameterFileTest, UnwritableTargetLeavesNothingAndSaysNothing) {
   for (const auto& entry : std::filesystem::directory_iterator(world.AppFolder()))
     EXPECT_EQ(entry.path().filename().string().find(".tmp"), std::string::npos) << entry.path();
   EXPECT_TRUE(world.dialogs.Shown().empty());
-  EXPECT_FALSE(world.program().Msg.Loaded());
+  EXPECT_FALSE(world.program().SlotOf<Msg>().Loaded());
 }
 
 TEST_F(ParameterFileTest, ReplacedFileKeepsItsMode) {
@@ -289,7 +290,7 @@ TEST_F(ParameterFileTest, EmptyOrGarbageFileMeansEveryDefault) {
     EXPECT_EQ(s.CaptureParms.dwIndexSize, 324000u);
     EXPECT_EQ(s.CaptureParms.wPercentDropForError, 10u);
   }
-  EXPECT_FALSE(world.program().Msg.Loaded());
+  EXPECT_FALSE(world.program().SlotOf<Msg>().Loaded());
 }
 
 TEST_F(ParameterFileTest, FrameRateIsRoundedBeforeItsRangeIsChecked) {

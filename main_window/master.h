@@ -1,0 +1,130 @@
+#pragma once
+// The main window: the frame that holds the capture window and every command surface, composed
+// of the frame every feature reports to (core/main_window.h) and the feature panels that live
+// with their features (the movie run and the series in capture/, the triggers in triggers/,
+// the AVI builder in movie/, the picture server in net/, the tuner in peripherals/).
+//
+// Its handlers live in this folder by feature: the frame's controls in master.cpp, its load
+// and close in master_life.cpp, the operating modes in operating_modes.cpp, run control in
+// run_control.cpp, the main timers and the status panel in main_timers.cpp, the menus and
+// toolbar commands in main_window_commands.cpp, the still store in still_store.cpp, the
+// parameter files in parameter_file.cpp.
+
+#include "capture/movie_run_panel.h"
+#include "capture/series_panel.h"
+#include "core/main_window.h"
+#include "core/program.h"
+#include "movie/avi_builder_panel.h"
+#include "net/picture_server_panel.h"
+#include "peripherals/tuner_panel.h"
+#include "triggers/trigger_panel.h"
+#include "ui/controls.h"
+#include "ui/window.h"
+
+namespace zr {
+
+class Image;
+
+class Master : public MainWindow,
+               public MovieRunPanel,
+               public SeriesPanel,
+               public TriggerPanel,
+               public AviBuilderPanel,
+               public PictureServerPanel,
+               public TunerPanel {
+ public:
+  explicit Master(Program& program);
+
+  // ---- the window's life
+  void Load() override;
+  bool QueryUnload(ui::UnloadMode mode) override;
+  void Resize() override;
+  // The fixed captions of the window and its panels, in the operator's language.
+  void LanguageControls();
+  void SaveCoolBar(const std::string& title);
+  void LoadCoolBar(const std::string& title);
+
+  // ---- operating modes
+  void SetOperationMode(const std::string& mode) override;
+  void ApplyFilenameExtension() override;
+
+  // ---- main window commands
+  void SetAudioCapture(bool on) override;
+
+  // ---- run control
+  void CaptureControl(bool start) override;
+  void StopMovieRecord() override;
+  void RecordNow();
+  void AllControls(bool enabled);
+  void OperationBar_ButtonClick(ui::ToolbarButton& button);
+
+  // ---- still capture and the image store
+  // The present frame into a new picture window of its own, and onto the clipboard if asked.
+  void TakeSnapshot(bool to_clipboard);
+  // One picture of a series, stored by the rule of MultipleImageMode.
+  void ShootImage();
+  // Hands a stored file to the upload window and shows it.
+  void SendToFtp(const std::string& file, const std::string& remote_name);
+  void ShootImageOfSeries() override;
+  void CloseForExit() override;
+  void SaveParameterFile(const std::string& path) override;
+  void LoadParameterFile(const std::string& path) override;
+
+  // ---- main timers and status panel
+  void MasterTimer_Timer();
+  void MasterTimer2_Timer();
+  void ReadShortcutKeys();
+
+ private:
+  // The window the panels' controls register with.
+  ui::Window& AsWindow() { return *this; }
+  void CreateToolbars();
+  void CreateBands();
+  void CreateMenus();
+  void CreateStatusBar();
+  void ConnectHandlers();
+  void FileMenu_Click(int index);
+  void EditMenu_Click(int index);
+  void ViewMenu_Click(int index);
+  void VideoMenu_Click(int index);
+  void imagesettings_ButtonClick(ui::ToolbarButton& button);
+  void AskImageCounter();
+  void TakeClipboardStillInto(Image& window);
+  void DrawInsertion(Image& window);
+  void Toolbars_Click(int index);
+  void cpu_priority_Click(int index);
+  void AudioMenu_Click(int index);
+  void MainToolbar_ButtonClick(ui::ToolbarButton& button);
+  void DeviceToolbar_ButtonClick(ui::ToolbarButton& button);
+  void DeviceToolbar_ButtonMenuClick(ui::ToolbarButton& button, ui::ButtonMenu& entry);
+  void MovieToolbar_ButtonClick(ui::ToolbarButton& button);
+  void MultipleImageToolbar_ButtonClick(ui::ToolbarButton& button);
+  void MultipleImageMode_Click();
+  void ArmMotionDetector();
+  void ArmMotionDetectorFromOperationBar();
+  void CaptureImage();
+  // Moves the still on the clipboard into the picture window, draws the overlay on it and
+  // keeps it as the window's restore point.
+  void PlaceStillInImageWindow();
+  void OpenCaptureFile();
+  void SaveCaptureFile();
+  void LoadGeometry();
+  void SaveGeometry();
+  void LoadToolbarChecks();
+  void TranslateFixedLabels();
+  void FillLists();
+  void ReadStations();
+  void WriteStations();
+  void OpenCommandLineFile();
+  void CreateLabels();
+  void ShowCaptureButton();
+  void ShowRecordButton();
+  void CaptureMovie(bool start);
+  void CaptureMultiple(bool start);
+  bool OverwriteDeclined(bool with_icon);
+  double FreeBytesOfCaptureDrive();
+
+  Program& program_;
+};
+
+}  // namespace zr

@@ -1,0 +1,73 @@
+#include "triggers/trigger_panel.h"
+
+#include <algorithm>
+#include <initializer_list>
+#include <iterator>
+
+#include "base/formatting.h"
+#include "core/main_window.h"
+
+namespace zr {
+
+namespace {
+
+struct Trigger {
+  const char* key;
+  const char* tip;
+  const char* image;
+};
+const Trigger kTriggers[] = {{"manual", "Manual Trigger", "manual"},
+                             {"timer", "Timer Trigger", "autostart"},
+                             {"motion", "Motion Trigger", "motion"},
+                             {"joystick", "", "joystick"}};
+
+}  // namespace
+
+// The trigger toolbar starts on the manual trigger, with the interval controls hidden.
+TriggerPanel::TriggerPanel(ui::Window& window, Program& program, SeriesPanel& series)
+    : window_(window), program_(program), series_(series) {
+  for (const auto& trigger : kTriggers)
+    TriggerType.AddButton(trigger.key, ui::ButtonStyle::Check, trigger.image).ToolTipText = trigger.tip;
+  TriggerType.OnButtonClick = [this](ui::ToolbarButton& button) { SelectTrigger(button.Key()); };
+  MultipleImageTimer.OnTimer = [this] { MultipleImageTimer_Timer(); };
+  SelectTrigger("manual");
+}
+
+void TriggerPanel::SelectTrigger(const std::string& key) {
+  const auto known = std::find_if(std::begin(kTriggers), std::end(kTriggers),
+                                  [&](const Trigger& trigger) { return key == trigger.key; });
+  if (known == std::end(kTriggers)) return;
+  for (const auto& trigger : kTriggers) TriggerType.Button(trigger.key).Value = key == trigger.key ? 1 : 0;
+  const bool by_hand = key == "manual" || key == "joystick";
+  const bool by_timer = key == "timer";
+  series_.Shooter.Visible = by_hand;
+  for (ui::Control* control : std::initializer_list<ui::Control*>{
+           &series_.MultipleImageHoursDisplay, &series_.MultipleImageHoursControl,
+           &series_.MultipleImageMinutesDisplay, &series_.MultipleImageMinutesControl,
+           &series_.MultipleImageSecondsDisplay, &series_.MultipleImageSecondsControl})
+    control->Visible = by_timer;
+  MotionLabel.Visible = key == "motion";
+}
+
+void TriggerPanel::LanguageControls() {
+  for (const auto& trigger : kTriggers)
+    if (*trigger.tip) TriggerType.Button(trigger.key).ToolTipText = program_.Translate(trigger.tip);
+}
+
+// The interval is a count of ticks, not a time of day: a store that takes longer than a tick
+// delays the count.
+void TriggerPanel::MultipleImageTimer_Timer() {
+  auto& state = program_.state;
+  auto& status = program_.MainWindow().StatusString;
+  state.ShotElapsed += 1;
+  const double interval = state.ShotInterval.value_or(0);
+  if (state.ShotElapsed < interval) {
+    status.Caption = LeadingBlank(interval - state.ShotElapsed) + program_.Translate(" seconds to capture another frame");
+    return;
+  }
+  state.ShotElapsed = 0;
+  status.Caption = program_.Translate("Capturing");
+  program_.MainWindow().ShootImageOfSeries();
+}
+
+}  // namespace zr
