@@ -1,12 +1,10 @@
-// Reads a scenario file into typed commands. Each line is read by a cursor that moves over it
-// token by token; every command word has a reader that takes its arguments and leaves the cursor
-// at the end of the line. A text block (<<WORD) takes the lines after its command from the same
-// line source, so the main loop continues after the block.
+// The grammar of scenario files: typed commands built from the tokens of the lexer. Every
+// command word has a reader that takes its arguments and leaves the cursor at the end of the
+// line. A text block (<<WORD) takes the lines after its command from the same line source, so
+// the main loop continues after the block.
 
 #include <algorithm>
 #include <array>
-#include <charconv>
-#include <cmath>
 #include <cstdint>
 #include <limits>
 #include <memory>
@@ -18,34 +16,19 @@
 #include <vector>
 
 #include "apps/scenario/script.h"
+#include "apps/scenario/script_lexer.h"
 
 namespace zr::scenario {
 
-ParseError::ParseError(int line, std::string expected, std::string found)
-    : std::runtime_error("expected " + expected + ", found " + found),
-      line_(line),
-      expected_(std::move(expected)),
-      found_(std::move(found)) {}
-
 namespace {
 
-// Longest piece of a line quoted back in an error.
-constexpr std::size_t kShownLength = 40;
-// Deepest chain of `after` commands on one line; keeps the reader's recursion bounded.
-constexpr int kMaxAfterDepth = 16;
-constexpr int kMaxDimension = 65535;
+using namespace lexer;
+
 constexpr int kMaxInstance = 1000000;
 constexpr int kMaxIndex = 1000000000;
 constexpr int kMaxWhole = std::numeric_limits<int>::max();
 constexpr std::int64_t kMaxOffset = std::int64_t{1} << 52;
-constexpr double kMaxMilliseconds = 1e12;
 
-constexpr std::string_view kEndOfLine = "end of line";
-constexpr std::string_view kStringExpected = "a string in double quotes";
-constexpr std::string_view kEscapesExpected = "an escape (\\\" \\\\ \\r \\n \\t \\xHH)";
-constexpr std::string_view kDurationExpected =
-    "a duration (a number with ms or s, as 600ms or 1.5s)";
-constexpr std::string_view kSizeExpected = "a size WxH (as 320x240)";
 constexpr std::string_view kFormatExpected = "a format WxHxBITS (as 640x480x24)";
 constexpr std::string_view kValueExpected =
     "a value (a string, a number, true, false, rgb(R,G,B) or WxH)";
@@ -54,422 +37,11 @@ constexpr std::string_view kComparisonExpected = "a comparison (==, !=, <, <=, >
 constexpr std::string_view kNumberComparisonExpected = "a comparison (==, !=, <, <=, >, >=)";
 constexpr std::string_view kClockExpected = "a date and time (YYYY-MM-DD HH:MM:SS)";
 
-// ---------------------------------------------------------------------------------------------
-// Characters and text
-
-bool IsBlank(char c) { return c == ' ' || c == '\t'; }
-bool IsNotBlank(char c) { return !IsBlank(c); }
-bool IsDigit(char c) { return c >= '0' && c <= '9'; }
-bool IsLetter(char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); }
-bool IsNameStart(char c) { return IsLetter(c) || c == '_'; }
-bool IsNameChar(char c) { return IsNameStart(c) || IsDigit(c); }
-bool IsWordChar(char c) { return IsNameChar(c) || c == '-'; }
-bool IsOperatorChar(char c) { return c == '=' || c == '!' || c == '<' || c == '>' || c == '~'; }
-bool IsBareKeyChar(char c) { return IsNotBlank(c) && c != '[' && c != ']' && c != '"'; }
-bool IsHexDigit(char c) { return IsDigit(c) || (c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F'); }
-
-int HexDigitValue(char c) {
-  if (IsDigit(c)) return c - '0';
-  return (c >= 'a' ? c - 'a' : c - 'A') + 10;
-}
-
-char HexByte(char high, char low) {
-  return static_cast<char>(HexDigitValue(high) * 16 + HexDigitValue(low));
-}
-
-std::string_view TrimBlanks(std::string_view text) {
-  while (!text.empty() && IsBlank(text.front())) text.remove_prefix(1);
-  while (!text.empty() && IsBlank(text.back())) text.remove_suffix(1);
-  return text;
-}
-
-// "A,B,C" -> {"A", "B", "C"}; the empty text has no pieces.
-std::vector<std::string_view> SplitAtCommas(std::string_view text) {
-  std::vector<std::string_view> pieces;
-  while (!text.empty()) {
-    const std::size_t comma = text.find(',');
-    pieces.push_back(text.substr(0, comma));
-    if (comma == std::string_view::npos) break;
-    text.remove_prefix(comma + 1);
-    if (text.empty()) pieces.emplace_back();
-  }
-  return pieces;
-}
-
-void AppendShownChar(std::string& shown, char c) {
-  constexpr std::string_view kHex = "0123456789ABCDEF";
-  const auto byte = static_cast<unsigned char>(c);
-  if (c == '"' || c == '\\') {
-    shown += '\\';
-    shown += c;
-  } else if (byte < 0x20 || byte >= 0x7f) {
-    shown += "\\x";
-    shown += kHex[byte >> 4];
-    shown += kHex[byte & 0xf];
-  } else {
-    shown += c;
-  }
-}
-
-// Text quoted back in an error: in double quotes, unprintable bytes as \xHH, long text cut.
-std::string Shown(std::string_view text) {
-  std::string shown = "\"";
-  for (const char c : text.substr(0, kShownLength)) AppendShownChar(shown, c);
-  if (text.size() > kShownLength) shown += "...";
-  return shown + '"';
-}
-
-// ---------------------------------------------------------------------------------------------
-// Lines and the cursor
-
-// The lines of a scenario file, handed out one at a time, without their LF or CR LF.
-class LineSource {
- public:
-  explicit LineSource(std::string_view source) : rest_(source) {}
-
-  bool HasMore() const { return !rest_.empty(); }
-
-  std::string_view Next() {
-    const std::size_t end = rest_.find('\n');
-    std::string_view line = rest_.substr(0, end);
-    rest_ = end == std::string_view::npos ? std::string_view{} : rest_.substr(end + 1);
-    ++line_number_;
-    if (!line.empty() && line.back() == '\r') line.remove_suffix(1);
-    return line;
-  }
-
-  // The number of the line last handed out, from 1.
-  int line_number() const { return line_number_; }
-
- private:
-  std::string_view rest_;
-  int line_number_ = 0;
-};
-
-// A position in one line of a scenario file, and the errors that quote from it.
-class Cursor {
- public:
-  Cursor(std::string_view text, int line_number, LineSource& lines)
-      : text_(text), line_number_(line_number), lines_(lines) {}
-
-  // A cursor over a piece of text taken from this line (an item of a quoted list); its errors
-  // carry this line's number.
-  Cursor Within(std::string_view piece) const { return Cursor(piece, line_number_, lines_); }
-
-  int line_number() const { return line_number_; }
-  std::size_t position() const { return position_; }
-  bool AtEnd() const { return position_ >= text_.size(); }
-  char Peek(std::size_t ahead = 0) const {
-    return position_ + ahead < text_.size() ? text_[position_ + ahead] : '\0';
-  }
-  std::string_view Rest() const { return text_.substr(position_); }
-  std::string_view From(std::size_t start) const { return text_.substr(start, position_ - start); }
-  std::string_view Slice(std::size_t start, std::size_t length) const {
-    return text_.substr(start, length);
-  }
-
-  void Advance(std::size_t count) { position_ = std::min(position_ + count, text_.size()); }
-  char Take() {
-    const char c = Peek();
-    Advance(1);
-    return c;
-  }
-  bool Consume(char c) {
-    if (AtEnd() || text_[position_] != c) return false;
-    ++position_;
-    return true;
-  }
-  bool ConsumeText(std::string_view piece) {
-    if (!Rest().starts_with(piece)) return false;
-    position_ += piece.size();
-    return true;
-  }
-  void SkipBlanks() { position_ = NextNonBlank(); }
-
-  template <typename Predicate>
-  std::string_view LexWhile(Predicate belongs) {
-    const std::size_t start = position_;
-    while (!AtEnd() && belongs(text_[position_])) ++position_;
-    return From(start);
-  }
-
-  // Counts one more `after` on this line; too deep a chain is an error.
-  void EnterAfter() {
-    if (++after_depth_ > kMaxAfterDepth) {
-      Fail("at most " + std::to_string(kMaxAfterDepth) + " nested after commands");
-    }
-  }
-
-  // The lines after this one up to a line that is exactly end_word, each ended by line_end.
-  std::string TakeBlock(std::string_view end_word, std::string_view line_end) {
-    std::string block;
-    while (lines_.HasMore()) {
-      const std::string_view line = lines_.Next();
-      if (line == end_word) return block;
-      block.append(line).append(line_end);
-    }
-    throw ParseError(line_number_, "a line " + Shown(end_word) + " ending the text block",
-                     "end of file");
-  }
-
-  // Errors: found is the run of non-blank text at `start` (or at the next non-blank).
-  [[noreturn]] void FailAt(std::size_t start, std::string_view expected) const {
-    throw ParseError(line_number_, std::string(expected), FoundAt(start));
-  }
-  [[noreturn]] void Fail(std::string_view expected) const { FailAt(NextNonBlank(), expected); }
-  [[noreturn]] void FailFound(std::string_view expected, std::string_view found) const {
-    throw ParseError(line_number_, std::string(expected), Shown(found));
-  }
-
- private:
-  std::size_t NextNonBlank() const {
-    std::size_t next = position_;
-    while (next < text_.size() && IsBlank(text_[next])) ++next;
-    return next;
-  }
-
-  std::string FoundAt(std::size_t start) const {
-    if (start >= text_.size()) return std::string(kEndOfLine);
-    if (IsBlank(text_[start])) return "a blank";
-    const std::string_view rest = text_.substr(start);
-    return Shown(rest.substr(0, std::min(rest.find_first_of(" \t"), rest.size())));
-  }
-
-  std::string_view text_;
-  std::size_t position_ = 0;
-  int line_number_;
-  LineSource& lines_;
-  int after_depth_ = 0;
-};
-
-// ---------------------------------------------------------------------------------------------
-// Tokens
-
-bool AtLineEnd(Cursor& c) {
-  c.SkipBlanks();
-  return c.AtEnd();
-}
-
-void RequireEnd(Cursor& c) {
-  if (!AtLineEnd(c)) c.Fail(kEndOfLine);
-}
-
-// The next token, not taken: a run of operator characters (== <= ~) or of word characters.
-std::string_view PeekToken(Cursor& c) {
-  c.SkipBlanks();
-  const std::string_view rest = c.Rest();
-  const auto belongs = IsOperatorChar(c.Peek()) ? IsOperatorChar : IsWordChar;
-  std::size_t length = 0;
-  while (length < rest.size() && belongs(rest[length])) ++length;
-  return rest.substr(0, length);
-}
-
-// An error quoting the next token, or the next non-blank text where no token starts.
-[[noreturn]] void FailToken(Cursor& c, std::string_view expected) {
-  const std::string_view token = PeekToken(c);
-  if (token.empty()) c.Fail(expected);
-  c.FailFound(expected, token);
-}
-
-bool TakeKeyword(Cursor& c, std::string_view keyword) {
-  if (PeekToken(c) != keyword) return false;
-  c.Advance(keyword.size());
-  return true;
-}
-
-void RequireKeyword(Cursor& c, std::string_view keyword) {
-  if (!TakeKeyword(c, keyword)) FailToken(c, Shown(keyword));
-}
-
-bool TakeSymbol(Cursor& c, std::string_view symbol) {
-  c.SkipBlanks();
-  return c.ConsumeText(symbol);
-}
-
-void RequireSymbol(Cursor& c, std::string_view symbol) {
-  if (!TakeSymbol(c, symbol)) c.Fail(Shown(symbol));
-}
-
-// An operator token that must be exactly `op`: "=" is not "==".
-void RequireOperator(Cursor& c, std::string_view op) {
-  if (PeekToken(c) != op) FailToken(c, Shown(op));
-  c.Advance(op.size());
-}
-
-// One word of a fixed set and what it stands for.
-template <typename T>
-struct Choice {
-  std::string_view word;
-  T value;
-};
-
-// "a, b or c"
-template <typename T, std::size_t N>
-std::string Alternatives(const std::array<Choice<T>, N>& choices) {
-  std::string text;
-  for (std::size_t i = 0; i < N; ++i) {
-    if (i > 0) text += i + 1 == N ? " or " : ", ";
-    text += choices[i].word;
-  }
-  return text;
-}
-
-template <typename T, std::size_t N>
-std::optional<T> FindChoice(const std::array<Choice<T>, N>& choices, std::string_view word) {
-  for (const Choice<T>& choice : choices) {
-    if (choice.word == word) return choice.value;
-  }
-  return std::nullopt;
-}
-
-template <typename T, std::size_t N>
-T TakeChoice(Cursor& c, const std::array<Choice<T>, N>& choices, std::string_view expected) {
-  const std::string_view token = PeekToken(c);
-  const std::optional<T> value = FindChoice(choices, token);
-  if (!value) FailToken(c, expected);
-  c.Advance(token.size());
-  return *value;
-}
-
-template <typename T, std::size_t N>
-T TakeChoice(Cursor& c, const std::array<Choice<T>, N>& choices) {
-  return TakeChoice(c, choices, Alternatives(choices));
-}
-
 constexpr auto kYesNo = std::to_array<Choice<bool>>({{"yes", true}, {"no", false}});
 constexpr auto kOnOff = std::to_array<Choice<bool>>({{"on", true}, {"off", false}});
 
-// "(" what `take` reads ")"
-template <typename Reader>
-auto TakeParenthesised(Cursor& c, Reader take) {
-  RequireSymbol(c, "(");
-  auto value = take(c);
-  RequireSymbol(c, ")");
-  return value;
-}
-
 // ---------------------------------------------------------------------------------------------
-// Literals
-
-char LexEscape(Cursor& c, std::size_t backslash) {
-  switch (c.Take()) {
-    case '"':
-      return '"';
-    case '\\':
-      return '\\';
-    case 'r':
-      return '\r';
-    case 'n':
-      return '\n';
-    case 't':
-      return '\t';
-    case 'x': {
-      const char high = c.Peek();
-      const char low = c.Peek(1);
-      if (!IsHexDigit(high) || !IsHexDigit(low)) {
-        c.FailFound(kEscapesExpected, c.Slice(backslash, 4));
-      }
-      c.Advance(2);
-      return HexByte(high, low);
-    }
-    default:
-      c.FailFound(kEscapesExpected, c.From(backslash));
-  }
-}
-
-std::string LexString(Cursor& c, std::string_view expected = kStringExpected) {
-  if (!c.Consume('"')) c.Fail(expected);
-  std::string text;
-  while (!c.AtEnd()) {
-    const std::size_t here = c.position();
-    const char next = c.Take();
-    if (next == '"') return text;
-    text += next == '\\' ? LexEscape(c, here) : next;
-  }
-  c.Fail("a closing double quote");
-}
-
-std::string TakeString(Cursor& c, std::string_view expected = kStringExpected) {
-  c.SkipBlanks();
-  return LexString(c, expected);
-}
-
-// Strings up to the end of the line.
-std::vector<std::string> TakeStrings(Cursor& c) {
-  std::vector<std::string> strings;
-  while (!AtLineEnd(c)) strings.push_back(TakeString(c));
-  return strings;
-}
-
-struct NumberToken {
-  std::string_view text;
-  double value = 0;
-};
-
-// -?digits(.digits)?
-NumberToken LexNumber(Cursor& c, std::string_view expected) {
-  const std::size_t start = c.position();
-  c.Consume('-');
-  if (c.LexWhile(IsDigit).empty()) c.FailAt(start, expected);
-  if (c.Peek() == '.' && IsDigit(c.Peek(1))) {
-    c.Advance(1);
-    c.LexWhile(IsDigit);
-  }
-  NumberToken token{.text = c.From(start)};
-  const char* const end = token.text.data() + token.text.size();
-  if (std::from_chars(token.text.data(), end, token.value).ec != std::errc{}) {
-    c.FailFound(expected, token.text);
-  }
-  return token;
-}
-
-double TakeNumber(Cursor& c, std::string_view expected) {
-  c.SkipBlanks();
-  return LexNumber(c, expected).value;
-}
-
-std::int64_t LexInteger(Cursor& c, std::int64_t lowest, std::int64_t highest,
-                        std::string_view expected) {
-  const NumberToken token = LexNumber(c, expected);
-  const bool whole = token.value == std::floor(token.value);
-  if (!whole || token.value < static_cast<double>(lowest) ||
-      token.value > static_cast<double>(highest)) {
-    c.FailFound(expected, token.text);
-  }
-  return static_cast<std::int64_t>(token.value);
-}
-
-int LexInt(Cursor& c, int lowest, int highest, std::string_view expected) {
-  return static_cast<int>(LexInteger(c, lowest, highest, expected));
-}
-
-int TakeInt(Cursor& c, int lowest, int highest, std::string_view expected) {
-  c.SkipBlanks();
-  return LexInt(c, lowest, highest, expected);
-}
-
-Size LexSize(Cursor& c, std::string_view expected) {
-  const std::size_t start = c.position();
-  Size size{.width = LexInt(c, 1, kMaxDimension, expected)};
-  if (!c.Consume('x')) c.FailAt(start, expected);
-  size.height = LexInt(c, 1, kMaxDimension, expected);
-  return size;
-}
-
-Size TakeSize(Cursor& c) {
-  c.SkipBlanks();
-  return LexSize(c, kSizeExpected);
-}
-
-// digits x digits, as "640x480"
-bool IsSizeText(std::string_view text) {
-  const std::size_t x = text.find('x');
-  const auto all_digits = [](std::string_view part) {
-    return !part.empty() && std::all_of(part.begin(), part.end(), IsDigit);
-  };
-  return x != std::string_view::npos && all_digits(text.substr(0, x)) &&
-         all_digits(text.substr(x + 1));
-}
+// Values
 
 // "R,G,B" (the inside of rgb(...) and solid(...))
 Colour TakeColourComponents(Cursor& c) {
@@ -499,59 +71,6 @@ Value TakeValue(Cursor& c) {
   }
   if (token == "rgb") return TakeColour(c);
   c.Fail(kValueExpected);
-}
-
-Duration TakeDuration(Cursor& c) {
-  c.SkipBlanks();
-  const std::size_t start = c.position();
-  const double amount = LexNumber(c, kDurationExpected).value;
-  double unit = 0;
-  if (c.ConsumeText("ms")) {
-    unit = 1;
-  } else if (c.Consume('s')) {
-    unit = 1000;
-  }
-  const double milliseconds = amount * unit;
-  if (unit == 0 || IsWordChar(c.Peek()) || milliseconds < 0 || milliseconds > kMaxMilliseconds) {
-    c.FailAt(start, kDurationExpected);
-  }
-  const double whole = std::round(milliseconds);
-  if (std::abs(milliseconds - whole) > 1e-6) c.FailAt(start, "a whole number of milliseconds");
-  return Duration(static_cast<Duration::rep>(whole));
-}
-
-// A quoted path, or a bare one up to the next blank.
-std::string TakePath(Cursor& c) {
-  c.SkipBlanks();
-  if (c.Peek() == '"') return LexString(c);
-  const std::string_view bare = c.LexWhile(IsNotBlank);
-  if (bare.empty()) c.Fail("a path");
-  return std::string(bare);
-}
-
-std::string LexName(Cursor& c, std::string_view expected) {
-  if (!IsNameStart(c.Peek())) c.FailAt(c.position(), expected);
-  return std::string(c.LexWhile(IsNameChar));
-}
-
-std::string TakeName(Cursor& c) {
-  c.SkipBlanks();
-  return LexName(c, "a name");
-}
-
-bool AtHeredoc(Cursor& c) {
-  c.SkipBlanks();
-  return c.Rest().starts_with("<<") || PeekToken(c) == "lf";
-}
-
-// [lf] <<WORD at the end of the line, then the block of lines up to WORD.
-std::string TakeHeredoc(Cursor& c) {
-  const std::string_view line_end = TakeKeyword(c, "lf") ? "\n" : "\r\n";
-  RequireSymbol(c, "<<");
-  const std::string_view end_word = c.LexWhile(IsNameChar);
-  if (end_word.empty()) c.FailAt(c.position(), "a word after << to end the text block");
-  RequireEnd(c);
-  return c.TakeBlock(end_word, line_end);
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -1475,26 +994,6 @@ std::vector<Command> ParseScript(std::string_view source) {
     commands.push_back(ParseCommand(cursor));
   }
   return commands;
-}
-
-std::string ExpandPlaceholders(std::string_view text, std::string_view app_folder_with_slash,
-                               std::string_view temp_folder_with_slash) {
-  constexpr std::string_view kApp = "$APP";
-  constexpr std::string_view kTemp = "$TEMP";
-  std::string expanded;
-  while (!text.empty()) {
-    if (text.starts_with(kApp)) {
-      expanded += app_folder_with_slash;
-      text.remove_prefix(kApp.size());
-    } else if (text.starts_with(kTemp)) {
-      expanded += temp_folder_with_slash;
-      text.remove_prefix(kTemp.size());
-    } else {
-      expanded += text.front();
-      text.remove_prefix(1);
-    }
-  }
-  return expanded;
 }
 
 }  // namespace zr::scenario
