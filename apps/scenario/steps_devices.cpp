@@ -1,0 +1,115 @@
+// Simulated capture devices and the sources they deliver: the drivers and devices a scenario
+// lists, what the connected source shows and how it fails, and the log of every operation the
+// program performs on them.
+
+#include <cmath>
+#include <cstddef>
+#include <string>
+
+#include "apps/scenario/steps.h"
+
+namespace zr::scenario {
+
+namespace {
+
+platform::sim::PictureSpec ToPictureSpec(const Runner& runner, const Picture& picture) {
+  platform::sim::PictureSpec described;
+  if (const auto* solid = std::get_if<SolidPicture>(&picture)) {
+    described.kind = platform::sim::PictureSpec::Kind::Solid;
+    described.red = solid->colour.red;
+    described.green = solid->colour.green;
+    described.blue = solid->colour.blue;
+  } else if (const auto* file = std::get_if<PictureFile>(&picture)) {
+    described.kind = platform::sim::PictureSpec::Kind::File;
+    described.path = (runner.scenario_folder() / runner.Expand(file->path)).string();
+  } else {
+    described.kind = platform::sim::PictureSpec::Kind::Pattern;
+    described.pattern = std::get<PicturePattern>(picture).name;
+  }
+  return described;
+}
+
+void Do(Runner& runner, const Device& device) {
+  platform::sim::DeviceSpec described;
+  described.kind =
+      device.kind == DeviceKind::kDriver ? platform::sim::DeviceSpec::Kind::Vfw : platform::sim::DeviceSpec::Kind::Wdm;
+  described.name = device.name;
+  const auto& options = device.options;
+  described.width = options.size.width;
+  described.height = options.size.height;
+  if (options.fps) described.fps = static_cast<int>(std::lround(*options.fps));
+  if (options.picture) described.picture = ToPictureSpec(runner, *options.picture);
+  described.overlay = options.overlay;
+  described.source_dialog = options.dialogs.source;
+  described.format_dialog = options.dialogs.format;
+  described.display_dialog = options.dialogs.display;
+  described.connect_fails = options.connect_fails;
+  if (options.device_class == DeviceClass::kTuner) described.device_class = 1;
+  if (options.device_class == DeviceClass::kDv) described.device_class = 2;
+  described.inputs = options.inputs;
+  for (const auto& format : options.formats)
+    described.formats.push_back(platform::VideoFormatRow{format.width, format.height, format.bits_per_pixel});
+  described.audio_inputs = options.audio_inputs;
+  runner.world().devices->devices.push_back(described);
+}
+
+platform::sim::SimDeviceWorld::Source& ConnectedSource(Runner& runner) {
+  auto* source = runner.world().devices->ConnectedSource();
+  if (!source) Fail("a connected simulated source", "none");
+  return *source;
+}
+
+void Do(Runner& runner, const ChangePicture& picture) {
+  ConnectedSource(runner).ChangePicture(ToPictureSpec(runner, picture.picture));
+}
+
+void Do(Runner& runner, const DropFrames& drop) { ConnectedSource(runner).AddDrops(drop.count); }
+
+void Do(Runner& runner, const Unplug&) { ConnectedSource(runner).Unplug(); }
+
+// Whether a line of the device log from `from` on begins with `text`; `at` is where.
+bool LogLineStartsWith(const Runner& runner, const std::string& text, std::size_t from, std::size_t& at) {
+  const auto& log = runner.world().devices->log;
+  for (at = from; at < log.size(); ++at)
+    if (log[at].rfind(text, 0) == 0) return true;
+  return false;
+}
+
+std::string LogSummary(const Runner& runner) {
+  std::string summary;
+  for (const auto& line : runner.world().devices->log) summary += (summary.empty() ? "" : " | ") + line;
+  return summary.empty() ? "an empty device log" : Quoted(summary);
+}
+
+void Do(Runner& runner, const ExpectDeviceLog& expect) {
+  const std::string text = runner.Expand(expect.text);
+  std::size_t at = 0;
+  const bool found = LogLineStartsWith(runner, text, 0, at);
+  if (expect.match == TextMatch::kLacks && found)
+    Fail("no device log line " + Quoted(text), Quoted(runner.world().devices->log[at]));
+  if (expect.match != TextMatch::kLacks && !found) Fail("a device log line " + Quoted(text), LogSummary(runner));
+}
+
+void Do(Runner& runner, const ExpectDeviceLogSequence& expect) {
+  std::size_t from = 0;
+  for (const auto& raw : expect.texts) {
+    const std::string text = runner.Expand(raw);
+    std::size_t at = 0;
+    if (!LogLineStartsWith(runner, text, from, at))
+      Fail("a device log line " + Quoted(text) + " in sequence", LogSummary(runner));
+    from = at + 1;
+  }
+}
+
+}  // namespace
+
+void AddDeviceSteps(StepTable& steps) {
+  steps.On<Device>(Do);
+  steps.On<ChangePicture>(Do);
+  steps.On<DropFrames>(Do);
+  steps.On<Unplug>(Do);
+  steps.On<ExpectDeviceLog>(Do);
+  steps.On<ExpectDeviceLogSequence>(Do);
+}
+
+}  // namespace zr::scenario
