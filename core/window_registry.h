@@ -8,13 +8,16 @@
 // The window class names itself (`static constexpr std::string_view kWindowName`) and the program
 // makes one slot per registration. The procedures are the window's own that a scenario may call
 // by name; procedures that belong to no window register as ProgramProcedures. A window class
-// without a registration fails the registry test.
+// without a registration fails the registry test (tests/core/window_registry_test.cpp), which
+// finds every window class of the sources.
 
 #include <functional>
 #include <map>
 #include <memory>
 #include <string>
 #include <string_view>
+#include <typeindex>
+#include <typeinfo>
 #include <vector>
 
 #include "ui/value.h"
@@ -50,6 +53,7 @@ using ProgramProcedure = std::function<void(Program&, const ProcedureArguments&)
 
 struct WindowKind {
   std::string name;  // as the faces and the scenarios address the window
+  std::type_index type = typeid(void);  // the class that serves it
   std::function<std::unique_ptr<ui::Window>(Program&, const std::string& name)> make;
   std::map<std::string, WindowProcedure, std::less<>> procedures;
 };
@@ -73,6 +77,7 @@ class WindowRegistration {
   explicit WindowRegistration(std::map<std::string, Procedure> procedures = {}, std::string_view name = W::kWindowName) {
     WindowKind kind;
     kind.name = std::string(name);
+    kind.type = typeid(W);
     kind.make = [](Program& program, const std::string& window_name) -> std::unique_ptr<ui::Window> {
       if constexpr (std::is_constructible_v<W, Program&, std::string>)
         return std::make_unique<W>(program, window_name);

@@ -169,12 +169,12 @@ namespace {
 // The menus of the menu bar: the title and the model's menu array behind it.
 struct MenuOfBar {
   const char* title;
-  ui::ControlArray<ui::Menu> Master::*entries;
+  ui::ControlArray<ui::Menu> MainWindow::*entries;
 };
-const MenuOfBar kMenus[] = {{"&File", &Master::FileMenu},       {"&Edit", &Master::EditMenu},
-                            {"&View", &Master::ViewMenu},       {"&Video", &Master::VideoMenu},
-                            {"&Audio", &Master::AudioMenu},     {"&Toolbars", &Master::Toolbars},
-                            {"&Priority", &Master::cpu_priority}};
+const MenuOfBar kMenus[] = {{"&File", &MainWindow::FileMenu},       {"&Edit", &MainWindow::EditMenu},
+                            {"&View", &MainWindow::ViewMenu},       {"&Video", &MainWindow::VideoMenu},
+                            {"&Audio", &MainWindow::AudioMenu},     {"&Toolbars", &MainWindow::Toolbars},
+                            {"&Priority", &MainWindow::cpu_priority}};
 
 // What each band of the cool bar holds, by control name (an index after '#' for an element of
 // a control array); "|" starts a second row inside the band.
@@ -236,7 +236,7 @@ void MasterWindow::BuildMenus() {
       connect(action, &QAction::triggered, this, [this, model] { guard_([model] { model->Click(); }); });
       menu_entries_.push_back({model, action});
     }
-    if (menu_of_bar.entries == &Master::Toolbars) {
+    if (menu_of_bar.entries == &MainWindow::Toolbars) {
       QMenu* window = menu_bar_->addMenu(Text(program_.Translate("&Window")));
       window->addAction(Text(program_.Translate("Tile")), this, [this] { area_->tileSubWindows(); });
       window->addAction(Text(program_.Translate("Cascade")), this, [this] { area_->cascadeSubWindows(); });
