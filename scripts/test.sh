@@ -1,16 +1,25 @@
 #!/usr/bin/env bash
-# Builds everything and runs every test: the whole suite on the CI build (warnings are
-# errors), then the logic tests again under AddressSanitizer and UndefinedBehaviorSanitizer.
+# Builds everything and runs every test: the whole suite on the CI build (warnings are errors,
+# the layout is checked), then the logic, platform and runner tests again under
+# AddressSanitizer and UndefinedBehaviorSanitizer, and the tests of the threaded back ends
+# (recorder, live source, frame and sound sources, both real event loops) under
+# ThreadSanitizer.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
 ./scripts/setup.sh
 
 jobs=$(nproc)
+./scripts/check_format.sh
 cmake --preset ci >/dev/null
 cmake --build --preset ci -j "$jobs"
 ctest --test-dir build --output-on-failure -j "$jobs"
 
 cmake --preset asan >/dev/null
-cmake --build --preset asan -j "$jobs" --target zr_core_tests zr_capture_tests zr_ui_tests zr_image_tests zr_platform_tests zr_apps_tests zandrell-scenario
-ASAN_OPTIONS=detect_leaks=1 ctest --test-dir build/asan --output-on-failure -j "$jobs" -L '^(core|ui|capture|image|platform|apps|scenario)$'
+cmake --build --preset asan -j "$jobs" --target zr_sanitized_tests
+ASAN_OPTIONS=detect_leaks=1 ctest --test-dir build/asan --output-on-failure -j "$jobs" -L '^sanitized$'
+
+cmake --preset tsan >/dev/null
+cmake --build --preset tsan -j "$jobs" --target zr_platform_linux_tests zr_gui_loop_tests
+TSAN_OPTIONS="halt_on_error=1 second_deadlock_stack=1 suppressions=$PWD/tests/tsan.supp" \
+  ctest --test-dir build/tsan --output-on-failure -j "$jobs" -L '^threads$'

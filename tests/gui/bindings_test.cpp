@@ -132,21 +132,5 @@ TEST(FileFilters, TheProgramsFilterReadsAsTheToolkitsOwn) {
             "All files (*.zrp *.bmp);;Movie File (*.avi) (*.avi)");
 }
 
-TEST(QtLoop, TimersFireOnTheToolkitsLoopAndPostedEventsRun) {
-  QtEventLoop loop;
-  struct Counter final : platform::TimerClient {
-    int fired = 0;
-    void Fire() override { ++fired; }
-  } counter;
-  bool posted = false;
-  loop.StartTimer(counter, 10);
-  loop.Post([&] { posted = true; });
-  const std::int64_t start = loop.NowMs();
-  loop.RunModal([&] { return counter.fired >= 3 || loop.NowMs() - start > 2000; });
-  loop.StopTimer(counter);
-  EXPECT_GE(counter.fired, 3);
-  EXPECT_TRUE(posted);
-}
-
 }  // namespace
 }  // namespace zr::gui
