@@ -24,8 +24,7 @@ using namespace zr::platform::linux_impl;
 
 struct BuiltInDevices {
   explicit BuiltInDevices(TestCameraSettings camera)
-      : devices(CaptureDeviceServices{loop, [this] { loop.Wake(); }, movies, clipboard, WriteBmpFile, nullptr, nullptr,
-                                      nullptr, ""},
+      : devices(CaptureDeviceServices{loop, [this] { loop.Wake(); }, movies, clipboard, nullptr, BuiltBackends(), ""},
                 {{"Built-in Test Camera", "1.0", 0, [camera] { return MakeTestCamera(camera); }}},
                 {{"Built-in Test Tone", [] { return MakeTestTone(); }}}) {}
 

@@ -11,14 +11,11 @@
 
 #include "core/program.h"
 #include "gui/live_video.h"
-#include "image/bmp.h"
 #include "platform/linux/capture_devices.h"
 #include "platform/linux/ffmpeg_movie_files.h"
 #include "platform/linux/headless_services.h"
 #include "platform/linux/ini_settings_store.h"
-#include "platform/linux/ip_camera.h"
 #include "platform/linux/linux_desktop.h"
-#include "platform/linux/network_stream.h"
 
 namespace zr {
 
@@ -39,11 +36,9 @@ struct ProgramParts {
                std::vector<platform::linux_impl::AudioDeviceEntry> audio)
       : settings(platform::linux_impl::DefaultSettingsFolder()),
         desktop(screen),
-        devices(platform::linux_impl::CaptureDeviceServices{
-                    loop, std::move(wake), movies, clipboard, WriteBmpFile, device_dialogs,
-                    [](const std::string& url) { return platform::linux_impl::MakeIpCameraSource(url); },
-                    [](const std::string& url) { return platform::linux_impl::MakeNetworkStreamSource(url); },
-                    start.app_path + "capture.avi"},
+        devices(platform::linux_impl::CaptureDeviceServices{loop, std::move(wake), movies, clipboard, device_dialogs,
+                                                            platform::linux_impl::BuiltBackends(),
+                                                            start.app_path + "capture.avi"},
                 std::move(video), std::move(audio)),
         drivers(devices.MakeDriverSystem()),
         program(Services{loop, dialogs, clipboard, settings, files, clock, desktop, movies, *drivers,

@@ -142,7 +142,7 @@ class RealCaptureControl final : public VideoCaptureControl, public ConnectedDev
     std::unique_ptr<FrameSource> source;
     std::string name;
     if (device_index_ == kHttpSourceIndex) {
-      source = devices_.Services().open_ip_camera(url_);
+      source = OpenAddress(devices_.Services().backends, BackendKind::IpCamera, url_);
       name = url_;
       device_class_ = 0;
     } else {
@@ -255,7 +255,7 @@ class RealCaptureControl final : public VideoCaptureControl, public ConnectedDev
 
   void OpenStream(const std::string& url) override {
     CloseSource();
-    OpenSource(devices_.Services().open_stream(url), url);
+    OpenSource(OpenAddress(devices_.Services().backends, BackendKind::NetworkStream, url), url);
     stream_playing_ = true;
   }
   void PlayStream() override {

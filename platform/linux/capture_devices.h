@@ -16,6 +16,7 @@
 #include "platform/device_settings.h"
 #include "platform/event_loop.h"
 #include "platform/linux/audio_source.h"
+#include "platform/linux/backend_registry.h"
 #include "platform/linux/compressors.h"
 #include "platform/linux/frame_source.h"
 #include "platform/movie_file.h"
@@ -23,34 +24,14 @@
 
 namespace zr::platform::linux_impl {
 
-struct VideoDeviceEntry {
-  std::string name;
-  std::string version;   // what the driver list shows beside the name
-  int device_class = 0;  // 1 a TV tuner, 2 or more a camcorder, otherwise a camera
-  std::function<std::unique_ptr<FrameSource>()> open;
-};
-
-struct AudioDeviceEntry {
-  std::string name;
-  std::function<std::unique_ptr<AudioSource>()> open;
-};
-
-// The devices of this machine: the built-in test camera and test tone, then the V4L2 capture
-// devices and the ALSA capture devices.
-std::vector<VideoDeviceEntry> ProbeVideoDevices();
-std::vector<AudioDeviceEntry> ProbeAudioDevices();
-
 struct CaptureDeviceServices {
   EventLoop& loop;                  // control events are posted here
   std::function<void()> wake_loop;  // makes a blocked loop look at its condition again
   MovieFiles& movies;
   Clipboard& clipboard;
-  // Writes a picture as a BMP file (the driver's "save DIB"); false when it cannot.
-  std::function<bool(const Picture&, const std::string&)> write_bmp;
   DeviceDialogHost* dialogs = nullptr;  // none without windows: no dialog can be shown
-  // Opens the source of an IP camera or a network stream at an address.
-  std::function<std::unique_ptr<FrameSource>(const std::string& url)> open_ip_camera;
-  std::function<std::unique_ptr<FrameSource>(const std::string& url)> open_stream;
+  // The back ends that open IP cameras and network streams by address.
+  const CaptureBackends& backends = BuiltBackends();
   // A driver's capture file until the program names one, as every driver has one.
   std::string default_capture_file;
 };

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <mutex>
 
+#include "image/bmp.h"
 #include "platform/linux/live_source.h"
 #include "platform/linux/movie_run.h"
 
@@ -195,7 +196,7 @@ class RealCaptureWindow final : public VfwCaptureWindow, public ConnectedDevice 
 
   bool SaveDib(const std::string& path) override {
     const auto picture = LatestPicture();
-    return picture && devices_.Services().write_bmp(*picture, path);
+    return picture && WriteBmpFile(*picture, path);
   }
 
   bool CopyFrame() override {

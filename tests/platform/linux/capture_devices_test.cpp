@@ -68,11 +68,8 @@ class RealCaptureDevicesTest : public ::testing::Test {
     std::vector<VideoDeviceEntry> video{
         {"Built-in Test Camera", "1.0", 0, [] { return MakeTestCamera(TestCameraSettings{320, 240, 30}); }}};
     std::vector<AudioDeviceEntry> audio{{"Built-in Test Tone", [] { return MakeTestTone(); }}};
-    const IpCameraTimeouts quick{std::chrono::milliseconds(1000), std::chrono::milliseconds(1000)};
     devices_ = std::make_unique<RealCaptureDevices>(
-        CaptureDeviceServices{loop_, [this] { loop_.Wake(); }, movies_, clipboard_, WriteBmpFile, nullptr,
-                              [quick](const std::string& url) { return MakeIpCameraSource(url, quick); },
-                              [](const std::string& url) { return MakeNetworkStreamSource(url, 2000); }, ""},
+        CaptureDeviceServices{loop_, [this] { loop_.Wake(); }, movies_, clipboard_, nullptr, backends_, ""},
         std::move(video), std::move(audio));
   }
   void TearDown() override {
@@ -126,6 +123,14 @@ class RealCaptureDevicesTest : public ::testing::Test {
   PollEventLoop loop_;
   MemoryClipboard clipboard_;
   FfmpegMovieFiles movies_;
+  // Addresses open with short waits, so a silent camera fails the test in a second.
+  const CaptureBackends backends_{
+      {BackendKind::IpCamera, "IP camera", {}, {},
+       [](const std::string& url) {
+         return MakeIpCameraSource(url, IpCameraTimeouts{std::chrono::milliseconds(1000), std::chrono::milliseconds(1000)});
+       }},
+      {BackendKind::NetworkStream, "network stream", {}, {},
+       [](const std::string& url) { return MakeNetworkStreamSource(url, 2000); }}};
   fs::path folder_;
   std::unique_ptr<RealCaptureDevices> devices_;
   std::unique_ptr<VfwDriverSystem> drivers_ = nullptr;

@@ -1,0 +1,80 @@
+#include "platform/linux/backend_registry.h"
+
+#include "platform/linux/alsa_audio.h"
+#include "platform/linux/ip_camera.h"
+#include "platform/linux/network_stream.h"
+#include "platform/linux/test_camera.h"
+#include "platform/linux/test_tone.h"
+#include "platform/linux/v4l2_device.h"
+
+namespace zr::platform::linux_impl {
+
+namespace {
+
+constexpr const char* kTestCameraName = "Built-in Test Camera";
+constexpr const char* kTestToneName = "Built-in Test Tone";
+constexpr int kTunerClass = 1;
+
+std::vector<VideoDeviceEntry> ProbeTestCamera() {
+  return {VideoDeviceEntry{kTestCameraName, "1.0", 0, [] { return MakeTestCamera(); }}};
+}
+
+std::vector<VideoDeviceEntry> ProbeV4l2() {
+  std::vector<VideoDeviceEntry> devices;
+  V4l2System& system = RealV4l2System();
+  for (const auto& device : ListV4l2Devices(system))
+    devices.push_back(VideoDeviceEntry{device.name, device.path, device.has_tuner ? kTunerClass : 0,
+                                       [&system, path = device.path] { return MakeV4l2Source(system, path); }});
+  return devices;
+}
+
+std::vector<AudioDeviceEntry> ProbeTestTone() {
+  return {AudioDeviceEntry{kTestToneName, [] { return MakeTestTone(); }}};
+}
+
+std::vector<AudioDeviceEntry> ProbeAlsa() {
+  std::vector<AudioDeviceEntry> devices;
+  for (const auto& device : ListAlsaCaptureDevices())
+    devices.push_back(AudioDeviceEntry{device.name, [device] { return MakeAlsaAudioSource(device); }});
+  return devices;
+}
+
+}  // namespace
+
+const CaptureBackends& BuiltBackends() {
+  static const CaptureBackends backends = {
+      {BackendKind::TestCamera, "built-in test camera", ProbeTestCamera, {}, {}},
+      {BackendKind::V4l2, "V4L2", ProbeV4l2, {}, {}},
+      {BackendKind::TestTone, "built-in test tone", {}, ProbeTestTone, {}},
+      {BackendKind::Alsa, "ALSA", {}, ProbeAlsa, {}},
+      {BackendKind::IpCamera, "IP camera", {}, {}, [](const std::string& url) { return MakeIpCameraSource(url); }},
+      {BackendKind::NetworkStream, "network stream", {}, {},
+       [](const std::string& url) { return MakeNetworkStreamSource(url); }},
+  };
+  return backends;
+}
+
+std::vector<VideoDeviceEntry> ProbeVideoDevices(const CaptureBackends& backends) {
+  std::vector<VideoDeviceEntry> devices;
+  for (const auto& backend : backends)
+    if (backend.probe_video)
+      for (auto& device : backend.probe_video()) devices.push_back(std::move(device));
+  return devices;
+}
+
+std::vector<AudioDeviceEntry> ProbeAudioDevices(const CaptureBackends& backends) {
+  std::vector<AudioDeviceEntry> devices;
+  for (const auto& backend : backends)
+    if (backend.probe_sound)
+      for (auto& device : backend.probe_sound()) devices.push_back(std::move(device));
+  return devices;
+}
+
+std::unique_ptr<FrameSource> OpenAddress(const CaptureBackends& backends, BackendKind kind,
+                                         const std::string& address) {
+  for (const auto& backend : backends)
+    if (backend.kind == kind && backend.open_address) return backend.open_address(address);
+  return nullptr;
+}
+
+}  // namespace zr::platform::linux_impl
