@@ -1,5 +1,6 @@
 #include "capture/choose_device.h"
 
+#include "capture/device_kind.h"
 #include "core/window_registry.h"
 
 #include "capture/video_screen.h"
@@ -27,7 +28,7 @@ ChooseDevice::ChooseDevice(Program& program) : ui::Window(program.services.loop,
 void ChooseDevice::Load() {
   const std::string last = ReadSetting(program_.services.settings, settings::LastDevice);
   for (const auto& entry : program_.MainWindow().DeviceToolbar.Button("device").ButtonMenus) {
-    if (entry->tag != "vfw" && entry->tag != "wdm") continue;
+    if (const DeviceKind kind = DeviceKindOfTag(entry->tag); kind != DeviceKind::Driver && kind != DeviceKind::Control) continue;
     devices.Items.push_back(ui::ListItem{entry->Text, entry->key, entry->tag, entry->Text == last});
     if (entry->Text == last) devices.ListIndex = devices.ListCount() - 1;
   }
@@ -64,7 +65,7 @@ void ChooseDevice::start_Click() {
     const int index = static_cast<int>(NumericPrefix(entry.key.substr(1)));
     auto& screen = program_.Window<VideoScreen>();
     screen.ConnectVideoCaptureDevice(index, entry.tag, entry.text);
-    if (entry.tag == "wdm") {
+    if (DeviceKindOfTag(entry.tag) == DeviceKind::Control) {
       const int input = static_cast<int>(ReadSettingNumber(program_.services.settings, settings::LastDeviceInput));
       ResumeNext([&] { screen.Control().SetVideoInputIndex(input); });
     }

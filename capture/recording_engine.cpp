@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <system_error>
 
+#include "core/operating_mode.h"
 #include "capture/capture_device.h"
 #include "capture/video_screen.h"
 #include "base/formatting.h"
@@ -38,11 +39,11 @@ void VideoScreen::Record() {
   auto& master = program_.MainWindow();
   auto& movie = program_.MainPanel<MovieRunPanel>();
   auto& state = program_.state;
-  if (Tag == "wms" || Tag == "http") {
+  if (Kind() == DeviceKind::MediaStream || Kind() == DeviceKind::IpCamera) {
     ShowModeNotSupported();
     return;
   }
-  if (Tag == "vfw") {
+  if (Kind() == DeviceKind::Driver) {
     if (!capture_window_) return;
     auto& parms = state.CaptureParms;
     state.LastResult = vfw::capSetCaptureFile(*capture_window_, state.CaptureFilename);
@@ -74,7 +75,7 @@ void VideoScreen::Record() {
     state.LastResult = vfw::capStartSequence(*capture_window_);
     return;
   }
-  if (Tag == "wdm") {
+  if (Kind() == DeviceKind::Control) {
     ResumeNext([&] {
       control_->SetCaptureFileName(state.CaptureFilename);
       if (movie.MovieDisableLimit.Value == 1) {
@@ -94,12 +95,12 @@ void VideoScreen::Record() {
 
 void VideoScreen::StopCapture() {
   auto& master = program_.MainWindow();
-  if (Tag == "vfw") {
+  if (Kind() == DeviceKind::Driver) {
     if (capture_window_) program_.state.LastResult = vfw::capStop(*capture_window_);
-  } else if (Tag == "wdm" || Tag == "http") {
+  } else if (Kind() == DeviceKind::Control || Kind() == DeviceKind::IpCamera) {
     ResumeNext([&] { control_->StopCapture(); });
     master.RecordButton().Image = "record";
-  } else if (Tag == "wms") {
+  } else if (Kind() == DeviceKind::MediaStream) {
     ShowModeNotSupported();
   }
   master.StatusString.Caption = program_.Translate("Stopped");
@@ -109,7 +110,7 @@ void VideoScreen::WDMStatus_Timer() {
   auto& master = program_.MainWindow();
   ResumeNext([&] {
     const platform::CaptureStats stats = control_->GetCaptureStats();
-    if (program_.state.CaptureType == "multiple") {
+    if (ModeOfKey(program_.state.CaptureType) == OperatingMode::Multiple) {
       master.StatusString.Caption = NumberText(stats.frames_captured) + program_.Translate(" frames captured");
       master.StatusTime.Caption = "N/A";
       master.DroppedString.Caption = "N/A";
@@ -130,7 +131,7 @@ void VideoScreen::SaveStill(const std::string& path, int quality, bool to_clipbo
   ResumeNext([&] {
     if (to_clipboard) {
       if (mira.Picture) program_.services.clipboard.SetPicture(*mira.Picture);
-      if (Tag == "vfw") {
+      if (Kind() == DeviceKind::Driver) {
         if (capture_window_) program_.state.LastResult = vfw::capCopyFrame(*capture_window_);
       } else {
         frame_job_open_ = true;
@@ -140,7 +141,7 @@ void VideoScreen::SaveStill(const std::string& path, int quality, bool to_clipbo
   });
   if (path.empty()) return;
   ResumeNext([&] {
-    if (Tag == "vfw") {
+    if (Kind() == DeviceKind::Driver) {
       if (mira.Picture) WritePictureFile(*mira.Picture, path, 100);
       if (capture_window_) program_.state.LastResult = vfw::capSaveDib(*capture_window_, path);
       StreamPic.Picture = LoadPictureFile(path);
@@ -158,9 +159,9 @@ void VideoScreen::SaveStill(const std::string& path, int quality, bool to_clipbo
 
 void VideoScreen::SetFilename(const std::string& path) {
   ResumeNext([&] {
-    if (Tag == "vfw") {
+    if (Kind() == DeviceKind::Driver) {
       if (capture_window_) program_.state.LastResult = vfw::capSetCaptureFile(*capture_window_, path);
-    } else if (Tag == "wdm" || Tag == "http") {
+    } else if (Kind() == DeviceKind::Control || Kind() == DeviceKind::IpCamera) {
       control_->SetCaptureFileName(path);
     }
   });
@@ -169,28 +170,28 @@ void VideoScreen::SetFilename(const std::string& path) {
 }
 
 std::string VideoScreen::GetFilename() {
-  if (Tag == "wms" || Tag == "http") return "Error";
-  if (Tag == "vfw") return capture_window_ ? vfw::capGetCaptureFile(*capture_window_) : "Error";
+  if (Kind() == DeviceKind::MediaStream || Kind() == DeviceKind::IpCamera) return "Error";
+  if (Kind() == DeviceKind::Driver) return capture_window_ ? vfw::capGetCaptureFile(*capture_window_) : "Error";
   std::string name = "Error";
   ResumeNext([&] { name = control_->CaptureFileName(); });
   return name;
 }
 
 void VideoScreen::SetCaptureParameters() {
-  if (Tag == "vfw" && capture_window_)
+  if (Kind() == DeviceKind::Driver && capture_window_)
     program_.state.LastResult = vfw::capSetSetup(*capture_window_, program_.state.CaptureParms);
 }
 
 void VideoScreen::OpenMultipleImage() {
   auto& state = program_.state;
   const int rate = program_.MainPanel<SeriesPanel>().MultipleImageFrameRate.ListIndex + 1;
-  if (Tag == "vfw") {
+  if (Kind() == DeviceKind::Driver) {
     if (!capture_window_) return;
     state.CaptureParms.dwRequestMicroSecPerFrame = MicroSecondsPerFrame(rate);
     SetCaptureParameters();
     state.LastResult = vfw::capSetCaptureFile(*capture_window_, state.CaptureFilename);
     state.LastResult = vfw::capOpenSingleFrame(*capture_window_);
-  } else if (Tag == "wdm" || Tag == "http") {
+  } else if (Kind() == DeviceKind::Control || Kind() == DeviceKind::IpCamera) {
     ResumeNext([&] {
       frame_job_open_ = false;
       control_->SetCaptureFileName(state.CaptureFilename);
@@ -203,9 +204,9 @@ void VideoScreen::OpenMultipleImage() {
 }
 
 void VideoScreen::CaptureSingle() {
-  if (Tag == "vfw") {
+  if (Kind() == DeviceKind::Driver) {
     if (capture_window_) program_.state.LastResult = vfw::capSingleFrame(*capture_window_);
-  } else if (Tag == "wdm" || Tag == "http") {
+  } else if (Kind() == DeviceKind::Control || Kind() == DeviceKind::IpCamera) {
     ResumeNext([&] {
       frame_job_open_ = true;
       control_->CaptureFrame();
@@ -218,9 +219,9 @@ void VideoScreen::CaptureSingle() {
 }
 
 void VideoScreen::CloseMultipleCapture() {
-  if (Tag == "vfw") {
+  if (Kind() == DeviceKind::Driver) {
     if (capture_window_) program_.state.LastResult = vfw::capCloseSingleFrame(*capture_window_);
-  } else if (Tag == "wdm" || Tag == "http") {
+  } else if (Kind() == DeviceKind::Control || Kind() == DeviceKind::IpCamera) {
     ResumeNext([&] {
       frame_job_open_ = false;
       WDMStatus.Enabled = false;
@@ -237,7 +238,7 @@ void VideoScreen::CloseMultipleCapture() {
 void VideoScreen::ShowTCR() {
   if (!wdmX.Visible) return;
   ResumeNext([&] {
-    if (program_.MainPanel<MovieRunPanel>().MovieToolbar.Button("tcr").Value == 1 && program_.state.CaptureType == "movie") {
+    if (program_.MainPanel<MovieRunPanel>().MovieToolbar.Button("tcr").Value == 1 && ModeOfKey(program_.state.CaptureType) == OperatingMode::Movie) {
       constexpr double kCodeWidthEm = 8 * 0.556 + 3 * 0.278;  // "00:00:00:00"
       constexpr double kLineHeightEm = 1.15;
       int size = RoundHalfEven(control_->VideoHeight() * control_->VideoWidth() * 0.00005);

@@ -20,7 +20,7 @@ void VideoInfo::Load() {
   OK.Caption = program_.Translate("OK");
   auto& screen = program_.Window<VideoScreen>();
   const auto& caps = program_.state.CapDriverCaps;
-  if (screen.Tag == "vfw") {
+  if (screen.Kind() == DeviceKind::Driver) {
     auto& drivers = program_.services.drivers;
     Say(program_.Translate("Driver:") + vfw::capGetDriverName(drivers, screen.DeviceIndex()));
     Say(program_.Translate("Version: ") + vfw::capGetDriverVersion(drivers, screen.DeviceIndex()));
@@ -28,7 +28,7 @@ void VideoInfo::Load() {
     Say(program_.Translate(caps.fHasDlgVideoSource ? "Has Source Dialog: Yes" : "Has Source Dialog: No"));
     Say(program_.Translate(caps.fHasDlgVideoFormat ? "Has Format Dialog: Yes" : "Has Format Dialog: No"));
     Say(program_.Translate(caps.fHasOverlay ? "Support Overlay" : "Overlay not supported"));
-  } else if (screen.Tag == "wdm") {
+  } else if (screen.Kind() == DeviceKind::Control) {
     Say(screen.DeviceName());
     Say(program_.Translate("Capture System: WDM Video"));
   }

@@ -2,6 +2,7 @@
 
 #include "capture/video_screen.h"
 
+#include "core/main_menus.h"
 #include "core/window_registry.h"
 #include "capture/capture_device.h"
 #include "capture/video_info.h"
@@ -39,7 +40,7 @@ VideoScreen::~VideoScreen() {
   vfw::capDestroy(capture_window_);
 }
 
-bool VideoScreen::IsControlKind() const { return Tag == "wdm" || Tag == "wms" || Tag == "http"; }
+bool VideoScreen::IsControlKind() const { return RunsOnTheControl(Kind()); }
 
 void VideoScreen::ShowModeNotSupported() {
   program_.MessageBox(program_.Translate("Capture Mode not supported"), MessageButtons::Ok, MessageIcon::Stop);
@@ -61,16 +62,16 @@ void VideoScreen::Disconnect() {
   SaveSetting(store, settings::ShutterSound, program_.state.ShutterSound);
   program_.MainWindow().SaveParameterFile(program_.state.AppPath + kDeviceStateFile);
   ResumeNext([&] {
-    if (Tag == "vfw") {
+    if (Kind() == DeviceKind::Driver) {
       SaveSetting(store, settings::CaptureYields, std::to_string(program_.state.CaptureParms.fYield));
       program_.Yield();
       if (capture_window_) vfw::capSetStatusCallback(*capture_window_, false, nullptr);
       program_.state.LastResult = vfw::capDestroy(capture_window_);
       program_.state.hCapWnd = 0;
-    } else if (Tag == "wdm" || Tag == "http") {
+    } else if (Kind() == DeviceKind::Control || Kind() == DeviceKind::IpCamera) {
       control_->SetDeviceConnected(false);
       wdmX.Visible = false;
-    } else if (Tag == "wms") {
+    } else if (Kind() == DeviceKind::MediaStream) {
       control_->StopStream();
       control_->CloseStream();
       control_->SetDeviceConnected(false);
@@ -97,7 +98,8 @@ void VideoScreen::ConnectVideoCaptureDevice(int index, const std::string& kind, 
     program_.SlotOf<VideoInfo>().ShowModal(program_.services.loop);
     return;
   }
-  if (kind != "vfw" && kind != "wdm" && kind != "http" && kind != "wms") return;
+  const DeviceKind device_kind = DeviceKindOfTag(kind);
+  if (device_kind == DeviceKind::None) return;
   const std::string previous_kind = Tag;
   Disconnect();
   device_index_ = index;
@@ -106,7 +108,7 @@ void VideoScreen::ConnectVideoCaptureDevice(int index, const std::string& kind, 
   Initialize();
   // A stream or camera without an address connects nothing and keeps the kind it replaced.
   if (address_refused_) Tag = previous_kind;
-  if (kind != "wms") program_.services.settings.Save(kAppTitle, "System", "LastDevice", name);
+  if (device_kind != DeviceKind::MediaStream) program_.services.settings.Save(kAppTitle, "System", "LastDevice", name);
 }
 
 void VideoScreen::Initialize() {
@@ -114,9 +116,9 @@ void VideoScreen::Initialize() {
   Mastertoolbar.Visible = false;
   Caption = program_.Translate("Initializing...");
   program_.Yield();
-  if (Tag == "http" || Tag == "wms") InitializeNetworkSource(Tag);
-  else if (Tag == "wdm") InitializeControl();
-  else if (Tag == "vfw") InitializeDriver();
+  if (Kind() == DeviceKind::IpCamera || Kind() == DeviceKind::MediaStream) InitializeNetworkSource(Kind());
+  else if (Kind() == DeviceKind::Control) InitializeControl();
+  else if (Kind() == DeviceKind::Driver) InitializeDriver();
 }
 
 bool VideoScreen::AskAddress(const std::string& prompt, std::string& address) {
@@ -125,9 +127,9 @@ bool VideoScreen::AskAddress(const std::string& prompt, std::string& address) {
   return !address.empty();
 }
 
-void VideoScreen::InitializeNetworkSource(const std::string& kind) {
+void VideoScreen::InitializeNetworkSource(DeviceKind kind) {
   std::string address;
-  if (!AskAddress(kind == "http" ? "Enter the ip camera url:" : "Enter the video stream url:", address)) {
+  if (!AskAddress(kind == DeviceKind::IpCamera ? "Enter the ip camera url:" : "Enter the video stream url:", address)) {
     address_refused_ = true;
     return;
   }
@@ -135,13 +137,13 @@ void VideoScreen::InitializeNetworkSource(const std::string& kind) {
   AudioVFW(false);
   wdmX.Visible = true;
   vfw::capDestroy(capture_window_);
-  Caption = kind == "http" ? "IP CAMERA" : "Windows Media Stream";
+  Caption = kind == DeviceKind::IpCamera ? "IP CAMERA" : "Windows Media Stream";
   auto& toolbar = program_.MainWindow().DeviceToolbar;
   toolbar.Button("fullscreen").Enabled = true;
   for (const char* key : {"source", "display", "format", "exportdv"}) toolbar.Button(key).Enabled = false;
   // Each step passes over its own failure and the next one runs.
   ResumeNext([&] { control_->SetDeviceConnected(false); });
-  if (kind == "wms") {
+  if (kind == DeviceKind::MediaStream) {
     ResumeNext([&] { control_->SetUseVMR9(program_.services.settings.Get(kAppTitle, "System", "VMR", "Yes") == "Yes"); });
   } else {
     ResumeNext([&] { control_->SetVideoDeviceIndex(kHttpSourceIndex); });
@@ -150,7 +152,7 @@ void VideoScreen::InitializeNetworkSource(const std::string& kind) {
   }
   ResumeNext([&] { control_->SetDeviceConnected(true); });
   ResumeNext([&] { control_->SetPreviewEnabled(true); });
-  if (kind == "wms") {
+  if (kind == DeviceKind::MediaStream) {
     ResumeNext([&] { control_->OpenStream(address); });
     ResumeNext([&] { control_->PlayStream(); });
   }
@@ -194,7 +196,7 @@ void VideoScreen::InitializeControl() {
   ResumeNext([&] {
     const bool tuner = control_->DeviceClass() == 1;
     master.MasterBar.Bands("tuner").Visible = tuner;
-    master.Toolbars(8).Visible = tuner;
+    master.Toolbars(toolbars_menu::kTvTuner).Visible = tuner;
   });
   StatusBar.Visible = true;
 }
@@ -202,7 +204,9 @@ void VideoScreen::InitializeControl() {
 // The lists of the sound settings belong to the control; the driver's own lists are off.
 void VideoScreen::EnableControlKindMenus(bool device_settings) {
   auto& master = program_.MainWindow();
-  for (int index : {8, 12, 14, 15}) master.VideoMenu(index).Visible = device_settings;
+  for (int index : {video_menu::kAdvancedSettings, video_menu::kVideoEngine, video_menu::kSetImageOverlay,
+                    video_menu::kClearImageOverlay})
+    master.VideoMenu(index).Visible = device_settings;
   master.DeviceToolbar.Button("wdmsettings").Enabled = device_settings;
   SelectSoundLists(/*driver_lists=*/false);
 }
@@ -309,9 +313,9 @@ void VideoScreen::FollowDriverCaps() {
   const auto& caps = program_.state.CapDriverCaps;
   auto& toolbar = master.DeviceToolbar;
   toolbar.Button("overlay").Enabled = caps.fHasOverlay != 0;
-  master.ViewMenu(0).Enabled = caps.fHasOverlay != 0;
+  master.ViewMenu(view_menu::kOverlayMode).Enabled = caps.fHasOverlay != 0;
   toolbar.Button("source").Enabled = caps.fHasDlgVideoSource != 0;
-  master.VideoMenu(0).Enabled = caps.fHasDlgVideoSource != 0;
+  master.VideoMenu(video_menu::kVideoSource).Enabled = caps.fHasDlgVideoSource != 0;
   toolbar.Button("display").Enabled = caps.fHasDlgVideoDisplay != 0;
   toolbar.Button("format").Enabled = caps.fHasDlgVideoFormat != 0;
   toolbar.Button("wdmsettings").Enabled = false;
@@ -337,27 +341,27 @@ void VideoScreen::SizeToPicture() {
 }
 
 void VideoScreen::RefreshWindow() {
-  if (Tag == "vfw") SizeToPicture();
+  if (Kind() == DeviceKind::Driver) SizeToPicture();
 }
 
 void VideoScreen::VideoCompressionDialog() {
-  if (Tag == "vfw" && capture_window_) vfw::capShowCompressionDialog(program_, *capture_window_);
-  else if (Tag == "wdm" || Tag == "wms") throw NotBuiltYet("the video compressor window");
+  if (Kind() == DeviceKind::Driver && capture_window_) vfw::capShowCompressionDialog(program_, *capture_window_);
+  else if (Kind() == DeviceKind::Control || Kind() == DeviceKind::MediaStream) throw NotBuiltYet("the video compressor window");
 }
 
 void VideoScreen::VideoSource() {
-  if (Tag == "vfw" && capture_window_) vfw::capShowSourceDialog(program_, *capture_window_);
-  else if (Tag == "wdm") ResumeNext([&] { control_->ShowSourceDialog(); });
+  if (Kind() == DeviceKind::Driver && capture_window_) vfw::capShowSourceDialog(program_, *capture_window_);
+  else if (Kind() == DeviceKind::Control) ResumeNext([&] { control_->ShowSourceDialog(); });
 }
 
 void VideoScreen::VideoDisplay() {
-  if (Tag == "vfw" && capture_window_) vfw::capShowDisplayDialog(program_, *capture_window_);
-  else if (Tag == "wdm") ResumeNext([&] { control_->ShowDisplayDialog(); });
+  if (Kind() == DeviceKind::Driver && capture_window_) vfw::capShowDisplayDialog(program_, *capture_window_);
+  else if (Kind() == DeviceKind::Control) ResumeNext([&] { control_->ShowDisplayDialog(); });
 }
 
 void VideoScreen::VideoFormat() {
-  if (Tag == "vfw" && capture_window_) vfw::capShowFormatDialog(program_, *capture_window_);
-  else if (Tag == "wdm") ResumeNext([&] { control_->ShowFormatDialog(); });
+  if (Kind() == DeviceKind::Driver && capture_window_) vfw::capShowFormatDialog(program_, *capture_window_);
+  else if (Kind() == DeviceKind::Control) ResumeNext([&] { control_->ShowFormatDialog(); });
 }
 
 // The buttons follow what the driver did, not what was asked.
@@ -376,10 +380,10 @@ void VideoScreen::MirrorViewButtons() {
 }
 
 void VideoScreen::Overlay() {
-  if (Tag == "vfw" && capture_window_) {
+  if (Kind() == DeviceKind::Driver && capture_window_) {
     program_.state.LastResult = vfw::capOverlay(*capture_window_);
     MirrorViewButtons();
-  } else if (Tag == "wdm") {
+  } else if (Kind() == DeviceKind::Control) {
     ResumeNext([&] {
       control_->SetPreviewEnabled(false);
       control_->SetOverlayEnabled(true);
@@ -388,10 +392,10 @@ void VideoScreen::Overlay() {
 }
 
 void VideoScreen::Preview(int frames_per_second) {
-  if (Tag == "vfw" && capture_window_) {
+  if (Kind() == DeviceKind::Driver && capture_window_) {
     program_.state.LastResult = vfw::capPreview(program_, *capture_window_, frames_per_second);
     MirrorViewButtons();
-  } else if (Tag == "wdm") {
+  } else if (Kind() == DeviceKind::Control) {
     ResumeNext([&] {
       control_->SetDeviceConnected(false);
       control_->SetPreviewRate(frames_per_second);
@@ -403,7 +407,7 @@ void VideoScreen::Preview(int frames_per_second) {
 }
 
 void VideoScreen::WDMCaptureDialog() {
-  if (Tag == "wdm") ResumeNext([&] { control_->ShowCaptureDialog(); });
+  if (Kind() == DeviceKind::Control) ResumeNext([&] { control_->ShowCaptureDialog(); });
 }
 
 void VideoScreen::ResizeWDM() {
@@ -411,7 +415,7 @@ void VideoScreen::ResizeWDM() {
   int width = 0;
   int height = 0;
   control_->SetStretchPreview(true);
-  if (Tag == "wms") {
+  if (Kind() == DeviceKind::MediaStream) {
     control_->StreamVideoSize(width, height);
     if (width == 0 || height == 0) return;
   } else {

@@ -8,6 +8,7 @@
 #include <memory>
 #include <string>
 
+#include "capture/device_kind.h"
 #include "core/program.h"
 #include "platform/capture_backends.h"
 #include "ui/controls.h"
@@ -70,6 +71,9 @@ class VideoScreen : public ui::Window, private platform::CaptureControlEvents {
   // The handler of the control's event "capture stopped" (also run by WDMStatus).
   void CaptureStopped() override;
 
+  // The kind of the connected device, as its Tag names it.
+  DeviceKind Kind() const { return DeviceKindOfTag(Tag.get()); }
+
  private:
   void CaptureStarted() override;
   void DVExportFinished() override;
@@ -78,7 +82,7 @@ class VideoScreen : public ui::Window, private platform::CaptureControlEvents {
   void ShowModeNotSupported();
   void InitializeDriver();
   void InitializeControl();
-  void InitializeNetworkSource(const std::string& kind);
+  void InitializeNetworkSource(DeviceKind kind);
   void MirrorViewButtons();
   void EnableControlKindMenus(bool device_settings);
   void FillFormatMenu();

@@ -3,6 +3,7 @@
 
 #include <cmath>
 
+#include "core/operating_mode.h"
 #include "capture/capture_status.h"
 #include "capture/video_screen.h"
 #include "base/formatting.h"
@@ -50,7 +51,7 @@ void Master::MasterTimer_Timer() {
                                : program_.Translate("Disk Full (< 1Mb)");
   });
   ResumeNext([&] {
-    if (program_.Window<VideoScreen>().Tag == "vfw") CaptureStatusUpdate(program_);
+    if (program_.Window<VideoScreen>().Kind() == DeviceKind::Driver) CaptureStatusUpdate(program_);
   });
 }
 
@@ -59,14 +60,17 @@ void Master::MasterTimer_Timer() {
 void Master::ReadShortcutKeys() {
   if (program_.ForegroundWindow != "Master" || !program_.KeyDown("ctrl")) return;
   if (program_.KeyDown("F12")) {
-    if (program_.state.CaptureType == "multiple" && Shooter.Enabled && Shooter.Visible) Shooter.Click();
+    if (ModeOfKey(program_.state.CaptureType) == OperatingMode::Multiple && Shooter.Enabled && Shooter.Visible) Shooter.Click();
     return;
   }
-  static const std::pair<const char*, const char*> kModeKeys[] = {
-      {"M", "movie"}, {"I", "image"}, {"U", "multiple"}, {"W", "webshare"}, {"A", "avibuilder"}};
+  static const std::pair<const char*, OperatingMode> kModeKeys[] = {{"M", OperatingMode::Movie},
+                                                                      {"I", OperatingMode::Image},
+                                                                      {"U", OperatingMode::Multiple},
+                                                                      {"W", OperatingMode::WebShare},
+                                                                      {"A", OperatingMode::AviBuilder}};
   for (const auto& [key, mode] : kModeKeys) {
     if (program_.KeyDown(key)) {
-      SetOperationMode(mode);
+      SetOperationMode(std::string(ModeKey(mode)));
       return;
     }
   }

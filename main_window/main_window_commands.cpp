@@ -8,18 +8,13 @@
 #include "base/formatting.h"
 #include "main_window/master.h"
 #include "core/preferences.h"
+#include "core/main_menus.h"
+#include "core/operating_mode.h"
 #include "core/settings_keys.h"
 
 namespace zr {
 
 namespace {
-
-constexpr int kStatusEntry = 7;
-constexpr int kTunerEntry = 8;
-
-bool IsModeKey(const std::string& key) {
-  return key == "movie" || key == "image" || key == "multiple" || key == "avibuilder" || key == "webshare";
-}
 
 std::string LastThreeLower(const std::string& name) {
   return LowerCase(name.size() < 3 ? name : name.substr(name.size() - 3));
@@ -29,7 +24,7 @@ std::string LastThreeLower(const std::string& name) {
 
 void Master::MainToolbar_ButtonClick(ui::ToolbarButton& button) {
   const std::string& key = button.Key();
-  if (IsModeKey(key)) SetOperationMode(key);
+  if (ModeOfKey(key) != OperatingMode::None) SetOperationMode(key);
   else if (key == "open") OpenCaptureFile();
   else if (key == "save") SaveCaptureFile();
   else if (key == "preferences") program_.SlotOf<Preferences>().ShowModal(program_.services.loop);
@@ -60,7 +55,7 @@ void Master::DeviceToolbar_ButtonMenuClick(ui::ToolbarButton& button, ui::Button
     program_.Window<VideoScreen>().ConnectVideoCaptureDevice(index, entry.tag, entry.Text);
     return;
   }
-  if (program_.Window<VideoScreen>().Tag.get() != "wdm" || (button.Key() != "format" && button.Key() != "source")) return;
+  if (program_.Window<VideoScreen>().Kind() != DeviceKind::Control || (button.Key() != "format" && button.Key() != "source")) return;
   const int row = button.MenuIndex(entry);
   auto& control = program_.Window<VideoScreen>().Control();
   if (button.Key() == "format") {
@@ -75,47 +70,52 @@ void Master::DeviceToolbar_ButtonMenuClick(ui::ToolbarButton& button, ui::Button
 }
 
 void Master::FileMenu_Click(int index) {
-  static const char* const kModes[] = {"movie", "image", "multiple", "avibuilder", "webshare"};
-  if (index >= 0 && index <= 4) SetOperationMode(kModes[index]);
-  else if (index == 7) OpenCaptureFile();
-  else if (index == 8) SaveCaptureFile();
-  else if (index == 10) program_.SlotOf<Preferences>().ShowModal(program_.services.loop);
-  else if (index == 13) program_.SlotOf<Master>().Unload(ui::UnloadMode::FromCode);
-  else if (index == 5 || index == 11) throw NotBuiltYet("the file menu entry " + std::to_string(index));
+  // The first five entries enter the modes in the order of the main toolbar's mode buttons.
+  using namespace file_menu;
+  if (index >= kMovieCapture && index <= kWebcamBroadcast)
+    SetOperationMode(std::string(ModeKey(kOperatingModes[static_cast<std::size_t>(index)])));
+  else if (index == kOpenCaptureFile) OpenCaptureFile();
+  else if (index == kSaveCaptureFile) SaveCaptureFile();
+  else if (index == kPreferences) program_.SlotOf<Preferences>().ShowModal(program_.services.loop);
+  else if (index == kExit) program_.SlotOf<Master>().Unload(ui::UnloadMode::FromCode);
+  else if (index == kMediaBroadcast || index == kSystemInformation)
+    throw NotBuiltYet("the file menu entry " + std::to_string(index));
 }
 
 void Master::ViewMenu_Click(int index) {
   auto& screen = program_.Window<VideoScreen>();
-  if (index == 0) screen.Overlay();
-  else if (index == 1) screen.Preview(program_.state.PreviewRate);
-  else if (index == 3) throw NotBuiltYet("the full-screen view");
+  if (index == view_menu::kOverlayMode) screen.Overlay();
+  else if (index == view_menu::kPreviewMode) screen.Preview(program_.state.PreviewRate);
+  else if (index == view_menu::kFullScreen) throw NotBuiltYet("the full-screen view");
 }
 
 // The device's own dialogs are followed by a refresh of the window, whose size they may change.
 void Master::VideoMenu_Click(int index) {
   auto& screen = program_.Window<VideoScreen>();
+  using namespace video_menu;
   switch (index) {
-    case 0: screen.VideoSource(); screen.RefreshWindow(); break;
-    case 1: screen.VideoFormat(); screen.RefreshWindow(); break;
-    case 2: screen.VideoDisplay(); screen.RefreshWindow(); break;
-    case 4: screen.VideoCompressionDialog(); break;
-    case 10: program_.SlotOf<VideoInfo>().ShowModal(program_.services.loop); break;
-    case 12: {
-      auto& entry = VideoMenu(12);
+    case kVideoSource: screen.VideoSource(); screen.RefreshWindow(); break;
+    case kVideoFormat: screen.VideoFormat(); screen.RefreshWindow(); break;
+    case kVideoDisplay: screen.VideoDisplay(); screen.RefreshWindow(); break;
+    case kVideoCompression: screen.VideoCompressionDialog(); break;
+    case kVideoCaptureDevice: program_.SlotOf<VideoInfo>().ShowModal(program_.services.loop); break;
+    case kVideoEngine: {
+      auto& entry = VideoMenu(kVideoEngine);
       entry.Checked = !entry.Checked;
       program_.services.settings.Save(kAppTitle, "System", "VMR", entry.Checked ? "Yes" : "No");
       screen.ResizeWDM();
       break;
     }
-    case 5: case 6: case 8: case 14: case 15: throw NotBuiltYet("the video menu entry " + std::to_string(index));
+    case kVideoCodecs: case kWhatCodec: case kAdvancedSettings: case kSetImageOverlay: case kClearImageOverlay:
+      throw NotBuiltYet("the video menu entry " + std::to_string(index));
     default: break;
   }
 }
 
 void Master::EditMenu_Click(int index) {
-  if (index == 0) TakeSnapshot(false);
-  else if (index == 4) TakeSnapshot(true);
-  else if (index == 2) throw NotBuiltYet("the other information window");
+  if (index == edit_menu::kCaptureFrame) TakeSnapshot(false);
+  else if (index == edit_menu::kPutOnClipboard) TakeSnapshot(true);
+  else if (index == edit_menu::kOtherInformation) throw NotBuiltYet("the other information window");
 }
 
 // The counter of a series' file names; "insert" is a pressed state read at each shot.
@@ -151,30 +151,31 @@ void Master::SaveCaptureFile() {
 void Master::Toolbars_Click(int index) {
   auto& entry = Toolbars(index);
   entry.Checked = !entry.Checked;
-  if (index == kStatusEntry) StatusPanel.Visible = entry.Checked.get();
-  if (index < kTunerEntry) MasterBar.BandAt(index + 1).Visible = entry.Checked.get();
+  if (index == toolbars_menu::kStatusDisplay) StatusPanel.Visible = entry.Checked.get();
+  if (index < toolbars_menu::kTvTuner) MasterBar.BandAt(index + 1).Visible = entry.Checked.get();
   else MasterBar.Bands("tuner").Visible = entry.Checked.get();
 }
 
 void Master::AudioMenu_Click(int index) {
+  using namespace audio_menu;
   switch (index) {
-    case 0: SetAudioCapture(false); break;
-    case 1: SetAudioCapture(true); break;
-    case 3: AudioChannels.ListIndex = 0; break;
-    case 4: AudioChannels.ListIndex = 1; break;
-    case 6: AudioBits.ListIndex = 0; break;
-    case 7: AudioBits.ListIndex = 1; break;
-    case 11:
-    case 13:
-    case 15: throw NotBuiltYet("the audio menu entry " + std::to_string(index));
+    case kAudioOff: SetAudioCapture(false); break;
+    case kAudioOn: SetAudioCapture(true); break;
+    case kMono: AudioChannels.ListIndex = 0; break;
+    case kStereo: AudioChannels.ListIndex = 1; break;
+    case k8Bits: AudioBits.ListIndex = 0; break;
+    case k16Bits: AudioBits.ListIndex = 1; break;
+    case kRecordingSettings:
+    case kSoundVolume:
+    case kPreviewAudio: throw NotBuiltYet("the audio menu entry " + std::to_string(index));
     default: break;
   }
 }
 
 void Master::SetAudioCapture(bool on) {
   MovieToolbar.Button("audio").Value = on ? 1 : 0;
-  AudioMenu(0).Checked = !on;
-  AudioMenu(1).Checked = on;
+  AudioMenu(audio_menu::kAudioOff).Checked = !on;
+  AudioMenu(audio_menu::kAudioOn).Checked = on;
   for (ui::Control* control : std::initializer_list<ui::Control*>{&AudioChannels, &AudioBits, &AudioRate, &AudioDevice,
                                                                   &AudioInput, &AudioLevel})
     control->Enabled = on;

@@ -1,5 +1,6 @@
 #include "main_window/master.h"
 
+#include "core/main_menus.h"
 #include "core/window_registry.h"
 #include <initializer_list>
 
@@ -102,8 +103,8 @@ void Master::CreateMenus() {
   AddMenuEntries(*this, VideoMenu, "VideoMenu", kVideoMenu);
   AddMenuEntries(*this, AudioMenu, "AudioMenu", kAudioMenu);
   // The volume control entries wait for the load to find a mixer.
-  AudioMenu(11).Enabled = false;
-  AudioMenu(13).Enabled = false;
+  AudioMenu(audio_menu::kRecordingSettings).Enabled = false;
+  AudioMenu(audio_menu::kSoundVolume).Enabled = false;
   AddMenuEntries(*this, Toolbars, "Toolbars", kToolbars);
   for (const auto& [index, entry] : EditMenu.Elements()) entry->OnClick = [this, i = index] { EditMenu_Click(i); };
   for (const auto& [index, entry] : ViewMenu.Elements()) entry->OnClick = [this, i = index] { ViewMenu_Click(i); };

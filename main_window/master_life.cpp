@@ -5,6 +5,7 @@
 #include <fstream>
 #include <system_error>
 
+#include "core/main_menus.h"
 #include "capture/choose_device.h"
 #include "capture/device_menu.h"
 #include "main_window/parameter_file.h"
@@ -36,7 +37,7 @@ bool FileExists(const std::string& path) {
 void Master::Load() {
   auto& state = program_.state;
   if (state.Exiting) return;
-  cpu_priority(2).Checked = true;
+  cpu_priority(priority_menu::kNormal).Checked = true;
   LanguageControls();
   state.ImageCounterStart = 0;
   state.ImageCounterFormat = "#000000";
@@ -47,8 +48,8 @@ void Master::Load() {
       static_cast<int>(ReadSettingNumber(store, settings::WebShareQuality, std::to_string(WebShare_Quality.Value)));
   imagesettings(1).Button("filenames").Caption = program_.Translate("Counter");
   if (program_.services.desktop.HasVolumeControl()) {
-    AudioMenu(11).Enabled = true;
-    AudioMenu(13).Enabled = true;
+    AudioMenu(audio_menu::kRecordingSettings).Enabled = true;
+    AudioMenu(audio_menu::kSoundVolume).Enabled = true;
   }
   Caption = program_.VersionText;
   AudioLevel.Clear();
@@ -70,7 +71,7 @@ void Master::Load() {
 
 void Master::TranslateFixedLabels() {
   for (const auto& [index, label] : Labels.Elements()) label->Caption = program_.Translate(label->Caption);
-  AudioMenu(15).Caption = program_.Translate("Preview Audio (only for WDM drivers)");
+  AudioMenu(audio_menu::kPreviewAudio).Caption = program_.Translate("Preview Audio (only for WDM drivers)");
 }
 
 // Height and width first, so that the centring defaults use the size just set.

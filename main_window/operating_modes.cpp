@@ -4,71 +4,68 @@
 
 #include "base/formatting.h"
 #include "main_window/master.h"
+#include "core/main_menus.h"
+#include "core/operating_mode.h"
 #include "core/settings_keys.h"
 
 namespace zr {
-
-namespace {
-
-constexpr int kMovieEntry = 2;
-constexpr int kImageEntry = 3;
-constexpr int kMultipleEntry = 4;
-constexpr int kAviBuilderEntry = 5;
-constexpr int kWebShareEntry = 6;
-constexpr int kStatusEntry = 7;
-
-}  // namespace
 
 void Master::SetOperationMode(const std::string& mode) {
   auto& state = program_.state;
   ClearAVIBuilderBuffer();
   state.CaptureType = LowerCase(mode);
-  const std::string& type = state.CaptureType;
-  for (const char* key : {"movie", "image", "multiple", "avibuilder", "webshare"}) MainToolbar.Button(key).Value = 0;
-  if (auto* pressed = MainToolbar.FindButton(type)) pressed->Value = 1;
-  for (const char* key : {"movie", "image", "multiple", "webshare", "avibuilder"}) MasterBar.Bands(key).Visible = false;
-  MasterBar.Bands("operation").Visible = Toolbars(1).Checked.get();
-  if (auto* band = MasterBar.FindBand(type)) band->Visible = Toolbars(kMovieEntry).Checked.get();
+  const std::string& name = state.CaptureType;
+  for (const OperatingMode each : kOperatingModes) MainToolbar.Button(ModeKey(each)).Value = 0;
+  // Any button or band of the name is found, as the name is: a name of no mode may still press
+  // a button of the main toolbar.
+  if (auto* pressed = MainToolbar.FindButton(name)) pressed->Value = 1;
+  for (const OperatingMode each : kOperatingModes) MasterBar.Bands(ModeKey(each)).Visible = false;
+  MasterBar.Bands("operation").Visible = Toolbars(toolbars_menu::kCapture).Checked.get();
+  if (auto* band = MasterBar.FindBand(name)) band->Visible = Toolbars(toolbars_menu::kMovieCapture).Checked.get();
   // Every mode change stops serving pictures; "webshare" opens the server again below.
   stream.Close();
 
-  auto show_mode = [&](const char* band, int entry) {
-    MasterBar.Bands(band).Visible = Toolbars(entry).Checked.get();
+  const OperatingMode type = ModeOfKey(name);
+  auto show_mode = [&](int entry) {
+    MasterBar.Bands(name).Visible = Toolbars(entry).Checked.get();
     Toolbars(entry).Enabled = true;
   };
-  if (type == "movie" || type == "multiple") ShowRecordButton();
-  if (type == "movie") {
-    MovieDisableLimit.Value = 0;
-    show_mode("movie", kMovieEntry);
-    Toolbars(1).Enabled = true;
-    Toolbars(kStatusEntry).Enabled = true;
-    StatusPanel.Visible = Toolbars(kStatusEntry).Checked.get();
-    MovieFrameRateControl.Value = previewrate.ListIndex + 1;
-  } else if (type == "image") {
-    ShowCaptureButton();
-    show_mode("image", kImageEntry);
-    Toolbars(1).Enabled = true;
-    Toolbars(kStatusEntry).Enabled = false;
-    StatusPanel.Visible = false;
-  } else if (type == "webshare") {
-    show_mode("webshare", kWebShareEntry);
-    MasterBar.Bands("operation").Visible = false;
-    Toolbars(1).Enabled = false;
-    Toolbars(kStatusEntry).Enabled = false;
-    StatusPanel.Visible = false;
-    stream.LocalPort = static_cast<int>(ReadSettingNumber(program_.services.settings, settings::WebSharePort));
-    stream.Listen();
-  } else if (type == "multiple") {
-    show_mode("multiple", kMultipleEntry);
-    Toolbars(1).Enabled = true;
-    Toolbars(kStatusEntry).Enabled = true;
-    StatusPanel.Visible = Toolbars(kStatusEntry).Checked.get();
-  } else if (type == "avibuilder") {
-    show_mode("avibuilder", kAviBuilderEntry);
-    MasterBar.Bands("operation").Visible = false;
-    Toolbars(1).Enabled = false;
-    Toolbars(kStatusEntry).Enabled = true;
-    StatusPanel.Visible = Toolbars(kStatusEntry).Checked.get();
+  auto enable_capture_and_status = [&](bool capture, bool status) {
+    Toolbars(toolbars_menu::kCapture).Enabled = capture;
+    Toolbars(toolbars_menu::kStatusDisplay).Enabled = status;
+    StatusPanel.Visible = status && Toolbars(toolbars_menu::kStatusDisplay).Checked.get();
+  };
+  if (type == OperatingMode::Movie || type == OperatingMode::Multiple) ShowRecordButton();
+  switch (type) {
+    case OperatingMode::Movie:
+      MovieDisableLimit.Value = 0;
+      show_mode(toolbars_menu::kMovieCapture);
+      enable_capture_and_status(true, true);
+      MovieFrameRateControl.Value = previewrate.ListIndex + 1;
+      break;
+    case OperatingMode::Image:
+      ShowCaptureButton();
+      show_mode(toolbars_menu::kImage);
+      enable_capture_and_status(true, false);
+      break;
+    case OperatingMode::WebShare:
+      show_mode(toolbars_menu::kWebShare);
+      MasterBar.Bands("operation").Visible = false;
+      enable_capture_and_status(false, false);
+      stream.LocalPort = static_cast<int>(ReadSettingNumber(program_.services.settings, settings::WebSharePort));
+      stream.Listen();
+      break;
+    case OperatingMode::Multiple:
+      show_mode(toolbars_menu::kMultipleImageCapture);
+      enable_capture_and_status(true, true);
+      break;
+    case OperatingMode::AviBuilder:
+      show_mode(toolbars_menu::kAviBuilder);
+      MasterBar.Bands("operation").Visible = false;
+      enable_capture_and_status(false, true);
+      break;
+    case OperatingMode::None:
+      break;
   }
   ApplyFilenameExtension();
 }

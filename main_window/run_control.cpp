@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <system_error>
 
+#include "core/operating_mode.h"
 #include "capture/video_screen.h"
 #include "base/formatting.h"
 #include "main_window/master.h"
@@ -71,9 +72,9 @@ void Master::CaptureControl(bool start) {
     MotionTimer.Enabled = false;
     StatusString.Caption = "";
   }
-  if (state.CaptureType == "movie") CaptureMovie(start);
-  else if (state.CaptureType == "multiple") CaptureMultiple(start);
-  else if (state.CaptureType == "image") CaptureImage();
+  if (ModeOfKey(state.CaptureType) == OperatingMode::Movie) CaptureMovie(start);
+  else if (ModeOfKey(state.CaptureType) == OperatingMode::Multiple) CaptureMultiple(start);
+  else if (ModeOfKey(state.CaptureType) == OperatingMode::Image) CaptureImage();
 }
 
 // One still, whichever way the button reads: the frame goes over the clipboard into the
@@ -126,8 +127,8 @@ void Master::CaptureMovie(bool start) {
   auto& state = program_.state;
   state.FramesPerSecond = MovieFrameRateControl.Value;
   if (!start) {
-    const std::string kind = program_.Window<VideoScreen>().Tag;
-    if (kind == "wdm" || kind == "wms" || kind == "http") program_.Window<VideoScreen>().StopCapture();
+    auto& screen = program_.Window<VideoScreen>();
+    if (RunsOnTheControl(screen.Kind())) screen.StopCapture();
     return;
   }
   const bool ask = NumericPrefix(program_.services.settings.Get("ZR", "MD", "OQ", "1")) == 1 &&

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "apps/zandrell/program_parts.h"
+#include "core/operating_mode.h"
 #include "capture/choose_device.h"
 #include "capture/video_screen.h"
 #include "main_window/master.h"
@@ -160,7 +161,7 @@ void ListDevices(const std::vector<VideoDeviceEntry>& video, const std::vector<A
 bool RecordMovie(zr::Program& program, PollEventLoop& loop, const Options& options) {
   auto& master = program.Window<zr::Master>();
   // Entering the mode anew would put the movie rate back to the preview rate.
-  if (program.state.CaptureType != "movie") master.SetOperationMode("movie");
+  if (zr::ModeOfKey(program.state.CaptureType) != zr::OperatingMode::Movie) master.SetOperationMode("movie");
   master.MovieDisableLimit.Value = 0;
   master.MovieHoursControl.Value = options.seconds / 3600;
   master.MovieMinutesControl.Value = options.seconds % 3600 / 60;
