@@ -1,9 +1,9 @@
 #!/usr/bin/env bash
 # Builds everything and runs every test: the whole suite on the CI build (warnings are errors,
-# the layout is checked), then the logic, platform and runner tests again under
-# AddressSanitizer and UndefinedBehaviorSanitizer, and the tests of the threaded back ends
-# (recorder, live source, frame and sound sources, both real event loops) under
-# ThreadSanitizer.
+# the house style and the layers are checked), then the tests of the program, the platform and
+# the runner again under AddressSanitizer and UndefinedBehaviorSanitizer, and the tests of the
+# threaded back ends (recorder, live source, frame and sound sources, both real event loops)
+# under ThreadSanitizer. Which tests each sanitizer runs, the build writes beside itself.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -17,9 +17,10 @@ ctest --test-dir build --output-on-failure -j "$jobs"
 
 cmake --preset asan >/dev/null
 cmake --build --preset asan -j "$jobs" --target zr_sanitized_tests
-ASAN_OPTIONS=detect_leaks=1 ctest --test-dir build/asan --output-on-failure -j "$jobs" -L '^sanitized$'
+ASAN_OPTIONS=detect_leaks=1 ctest --test-dir build/asan --output-on-failure -j "$jobs" \
+  -L "$(cat build/asan/sanitized-labels)"
 
 cmake --preset tsan >/dev/null
-cmake --build --preset tsan -j "$jobs" --target zr_platform_linux_tests zr_gui_loop_tests
+cmake --build --preset tsan -j "$jobs" --target zr_thread_tests
 TSAN_OPTIONS="halt_on_error=1 second_deadlock_stack=1 suppressions=$PWD/tests/tsan.supp" \
-  ctest --test-dir build/tsan --output-on-failure -j "$jobs" -L '^threads$'
+  ctest --test-dir build/tsan --output-on-failure -j "$jobs" -L "$(cat build/tsan/thread-labels)"
