@@ -19,6 +19,7 @@ namespace zr {
 class VideoScreen : public ui::Window, private platform::CaptureControlEvents {
  public:
   static constexpr std::string_view kWindowName = "VideoScreen";
+  static constexpr ui::WindowPlacement kPlacement = ui::WindowPlacement::InMainFromLoad;
   explicit VideoScreen(Program& program);
   ~VideoScreen() override;
 

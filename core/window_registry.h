@@ -5,8 +5,9 @@
 //       {"Disconnect", [](VideoScreen& w, const ProcedureArguments& a) { a.Expect(0); w.Disconnect(); }},
 //   }};
 //
-// The window class names itself (`static constexpr std::string_view kWindowName`) and the program
-// makes one slot per registration. The procedures are the window's own that a scenario may call
+// The window class names itself (`static constexpr std::string_view kWindowName`), says where it
+// shows if not as a window of its own (`static constexpr ui::WindowPlacement kPlacement`), and the
+// program makes one slot per registration. The procedures are the window's own that a scenario may call
 // by name; procedures that belong to no window register as ProgramProcedures. A window class
 // without a registration fails the registry test (tests/core/window_registry_test.cpp), which
 // finds every window class of the sources.
@@ -54,6 +55,7 @@ using ProgramProcedure = std::function<void(Program&, const ProcedureArguments&)
 struct WindowKind {
   std::string name;  // as the faces and the scenarios address the window
   std::type_index type = typeid(void);  // the class that serves it
+  ui::WindowPlacement placement = ui::WindowPlacement::TopLevel;
   std::function<std::unique_ptr<ui::Window>(Program&, const std::string& name)> make;
   std::map<std::string, WindowProcedure, std::less<>> procedures;
 };
@@ -78,6 +80,7 @@ class WindowRegistration {
     WindowKind kind;
     kind.name = std::string(name);
     kind.type = typeid(W);
+    if constexpr (requires { W::kPlacement; }) kind.placement = W::kPlacement;
     kind.make = [](Program& program, const std::string& window_name) -> std::unique_ptr<ui::Window> {
       if constexpr (std::is_constructible_v<W, Program&, std::string>)
         return std::make_unique<W>(program, window_name);

@@ -6,9 +6,10 @@
 #include <QMessageBox>
 #include <algorithm>
 
-#include "capture/video_screen.h"
-#include "main_window/master.h"
 #include "base/program_error.h"
+#include "core/window_registry.h"
+#include "gui/window_faces.h"
+#include "main_window/master.h"
 
 namespace zr::gui {
 
@@ -17,8 +18,9 @@ namespace {
 // How often the windows are brought in step with the model.
 constexpr int kSyncMs = 40;
 
-bool ShowsInChildArea(const std::string& name) {
-  return name == "VideoScreen" || name == "Image" || name == "MultiImage";
+ui::WindowPlacement PlacementOf(const ui::Window& window) {
+  const WindowKind* kind = FindWindowKind(window.Name());
+  return kind ? kind->placement : ui::WindowPlacement::TopLevel;
 }
 
 }  // namespace
@@ -93,7 +95,7 @@ void DesktopFace::SyncWindow(ui::WindowSlotBase& slot, ui::Window& window, bool 
   const WindowKey key{&window, window.Serial()};
   auto found = shown_.find(key);
   // The capture window is a child of the main window that shows from its load on.
-  const bool visible = window.Visible || window.Name() == "VideoScreen";
+  const bool visible = window.Visible || PlacementOf(window) == ui::WindowPlacement::InMainFromLoad;
   if (!visible) {
     if (found != shown_.end()) {
       QWidget* frame = found->second.child ? found->second.widget->parentWidget() : found->second.widget;
@@ -102,7 +104,7 @@ void DesktopFace::SyncWindow(ui::WindowSlotBase& slot, ui::Window& window, bool 
     return;
   }
   if (found == shown_.end()) {
-    if (ShowsInChildArea(window.Name()) && !master_) return;
+    if (PlacementOf(window) != ui::WindowPlacement::TopLevel && !master_) return;
     found = shown_.emplace(key, MakeShown(slot, window, extra)).first;
   }
   found->second.refresh();
@@ -117,47 +119,36 @@ DesktopFace::Shown DesktopFace::MakeShown(ui::WindowSlotBase& slot, ui::Window& 
       else slot.Unload(ui::UnloadMode::CloseBox);
     });
   };
-  Shown shown;
-  if (window.Name() == "Splash") {
-    auto* splash = new SplashWindow(window, guard_);
-    shown.widget = splash;
-    shown.refresh = [splash] { splash->Refresh(); };
-    return shown;
+  ShownWindow made;
+  if (const FaceMaker* face = FindFace(window.Name())) {
+    made = (*face)(window, FaceParts{guard_, live_, close_box});
+  } else {
+    auto* plain = new PlainWindow(window, guard_, close_box);
+    made = ShownWindow{plain, [plain] { plain->Refresh(); }};
   }
-  if (window.Name() == "VideoScreen") {
-    auto& screen = static_cast<zr::VideoScreen&>(window);
-    auto* video = new VideoWindow(screen, guard_, live_, close_box);
-    QMdiSubWindow* frame = master_->ChildArea().addSubWindow(video);
+  Shown shown{made.widget, made.refresh};
+  if (PlacementOf(window) != ui::WindowPlacement::TopLevel) {
+    QMdiSubWindow* frame = master_->ChildArea().addSubWindow(made.widget);
+    frame->setAttribute(Qt::WA_DeleteOnClose, false);
     frame->setWindowIcon(master_->windowIcon());
-    shown.widget = video;
     shown.child = true;
-    shown.refresh = [video, frame, &screen, applied = QSize()]() mutable {
-      video->Refresh();
-      if (frame->windowTitle() != QString::fromStdString(screen.Caption)) frame->setWindowTitle(QString::fromStdString(screen.Caption));
-      const QSize wanted = video->sizeHint();
-      if (wanted != applied) {
-        frame->resize(frame->size() - video->size() + wanted);
+    shown.refresh = [made, frame, &window, applied = QSize()]() mutable {
+      made.refresh();
+      const QString title = QString::fromStdString(window.Caption);
+      if (frame->windowTitle() != title) frame->setWindowTitle(title);
+      const QSize wanted = made.widget->sizeHint();
+      if (made.frame_follows_widget && wanted != applied) {
+        frame->resize(frame->size() - made.widget->size() + wanted);
         applied = wanted;
       }
     };
     return shown;
   }
-  auto* plain = new PlainWindow(window, guard_, close_box);
-  shown.widget = plain;
-  if (ShowsInChildArea(window.Name())) {
-    QMdiSubWindow* frame = master_->ChildArea().addSubWindow(plain);
-    frame->setAttribute(Qt::WA_DeleteOnClose, false);
-    shown.child = true;
-    shown.refresh = [plain, frame] {
-      plain->Refresh();
-      if (frame->windowTitle() != plain->windowTitle()) frame->setWindowTitle(plain->windowTitle());
-    };
-    return shown;
-  }
-  plain->setParent(master_.get(), Qt::Dialog);
-  if (slot.ShownModally(window)) plain->setWindowModality(Qt::ApplicationModal);
-  if (window.Width > 0 && window.Height > 0) plain->resize(std::max(window.Width.get(), 240), std::max(window.Height.get(), 120));
-  shown.refresh = [plain] { plain->Refresh(); };
+  if (made.places_itself) return shown;
+  made.widget->setParent(master_.get(), Qt::Dialog);
+  if (slot.ShownModally(window)) made.widget->setWindowModality(Qt::ApplicationModal);
+  if (window.Width > 0 && window.Height > 0)
+    made.widget->resize(std::max(window.Width.get(), 240), std::max(window.Height.get(), 120));
   return shown;
 }
 

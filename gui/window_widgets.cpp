@@ -16,6 +16,7 @@
 #include "main_window/master.h"
 #include "gui/icons.h"
 #include "gui/picture_image.h"
+#include "gui/window_faces.h"
 
 namespace zr::gui {
 
@@ -81,7 +82,28 @@ void SplashWindow::Refresh() {
   controls_.Refresh();
 }
 
+namespace {
+
+const FaceRegistration kSplashFace{"Splash", [](ui::Window& window, const FaceParts& parts) {
+                                     auto* splash = new SplashWindow(window, parts.guard);
+                                     return ShownWindow{splash, [splash] { splash->Refresh(); }, false, true};
+                                   }};
+
+}  // namespace
+
 // ---- VideoWindow
+
+namespace {
+
+// The capture window's frame takes the size of the picture and its bars whenever that changes.
+const FaceRegistration kVideoFace{std::string(zr::VideoScreen::kWindowName),
+                                  [](ui::Window& window, const FaceParts& parts) {
+                                    auto* video = new VideoWindow(dynamic_cast<zr::VideoScreen&>(window), parts.guard,
+                                                                  parts.live, parts.close_box);
+                                    return ShownWindow{video, [video] { video->Refresh(); }, true, false};
+                                  }};
+
+}  // namespace
 
 VideoWindow::VideoWindow(zr::VideoScreen& model, const Guard& guard, LiveVideo live, std::function<void()> close_box)
     : model_(model), live_(std::move(live)), close_box_(std::move(close_box)) {

@@ -26,6 +26,13 @@ enum class UnloadMode {
 
 enum class WindowState { Normal = 0, Minimized = 1, Maximized = 2 };
 
+// Where a window shows on the desktop.
+enum class WindowPlacement {
+  TopLevel,        // a window of its own (dialogs, the splash)
+  InMainWindow,    // a child of the main window, shown when it is visible
+  InMainFromLoad,  // a child of the main window, shown from its load on (the capture window)
+};
+
 class Window {
  public:
   Window(platform::EventLoop& loop, std::string name);

@@ -19,6 +19,7 @@ class TextRenderer;
 class Image : public ui::Window {
  public:
   static constexpr std::string_view kWindowName = "Image";
+  static constexpr ui::WindowPlacement kPlacement = ui::WindowPlacement::InMainWindow;
   Image(Program& program, std::string name);
 
   ui::PictureBox MasterImage{*this, "MasterImage"};
