@@ -10,14 +10,16 @@ namespace zr {
 
 using ui::ButtonStyle;
 
+// The panels register their controls with the window the frame has made: the frame is the
+// first base, whole before any panel starts.
 Master::Master(Program& program)
     : MainWindow(program),
-      MovieRunPanel(AsWindow(), program),
-      SeriesPanel(AsWindow()),
-      TriggerPanel(AsWindow(), program, *this),
-      AviBuilderPanel(AsWindow(), program),
-      PictureServerPanel(AsWindow()),
-      TunerPanel(AsWindow()),
+      MovieRunPanel(static_cast<ui::Window&>(*this), program),
+      SeriesPanel(static_cast<ui::Window&>(*this)),
+      TriggerPanel(static_cast<ui::Window&>(*this), program, static_cast<SeriesPanel&>(*this)),
+      AviBuilderPanel(static_cast<ui::Window&>(*this), program),
+      PictureServerPanel(static_cast<ui::Window&>(*this)),
+      TunerPanel(static_cast<ui::Window&>(*this)),
       program_(program) {
   CreateToolbars();
   CreateBands();

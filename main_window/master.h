@@ -76,8 +76,6 @@ class Master : public MainWindow,
   void ReadShortcutKeys();
 
  private:
-  // The window the panels' controls register with.
-  ui::Window& AsWindow() { return *this; }
   void CreateToolbars();
   void CreateBands();
   void CreateMenus();
