@@ -4,6 +4,8 @@
 
 #include <sys/resource.h>
 
+#include <cstdint>
+#include <filesystem>
 #include <fstream>
 #include <functional>
 #include <memory>
@@ -37,10 +39,24 @@ struct BuiltInDevices {
   RealCaptureDevices devices;
 };
 
+inline double SecondsOf(const timeval& time) {
+  return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_usec) / 1e6;
+}
+
+// The CPU time, user and system, of this process (RUSAGE_SELF) or of its ended children
+// (RUSAGE_CHILDREN).
 inline double CpuSeconds(int who) {
   rusage usage{};
   getrusage(who, &usage);
-  return usage.ru_utime.tv_sec + usage.ru_stime.tv_sec + (usage.ru_utime.tv_usec + usage.ru_stime.tv_usec) / 1e6;
+  return SecondsOf(usage.ru_utime) + SecondsOf(usage.ru_stime);
+}
+
+// The size of a file in megabytes; 0 for a file that is not there, as when a tool compared
+// against could not run.
+inline double FileMegabytes(const std::filesystem::path& path) {
+  std::error_code error;
+  const std::uintmax_t bytes = std::filesystem::file_size(path, error);
+  return error ? 0 : static_cast<double>(bytes) / 1e6;
 }
 
 // The resident memory of this process now, in megabytes.

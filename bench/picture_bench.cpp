@@ -18,6 +18,7 @@
 #include <fstream>
 #include <string>
 
+#include "bench/bench_support.h"
 #include "image/bmp.h"
 #include "image/dib_section.h"
 #include "image/insertion_file.h"
@@ -31,18 +32,6 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 double Seconds(Clock::time_point since) { return std::chrono::duration<double>(Clock::now() - since).count(); }
-
-double ChildrenCpuSeconds() {
-  rusage usage{};
-  getrusage(RUSAGE_CHILDREN, &usage);
-  return usage.ru_utime.tv_sec + usage.ru_stime.tv_sec + (usage.ru_utime.tv_usec + usage.ru_stime.tv_usec) / 1e6;
-}
-
-double SelfCpuSeconds() {
-  rusage usage{};
-  getrusage(RUSAGE_SELF, &usage);
-  return usage.ru_utime.tv_sec + usage.ru_stime.tv_sec + (usage.ru_utime.tv_usec + usage.ru_stime.tv_usec) / 1e6;
-}
 
 zr::InsertionLayout TenElements() {
   zr::InsertionLayout layout;
@@ -77,14 +66,14 @@ int main(int argc, char** argv) {
 
   // JPEG
   const std::string jpeg = (folder / "frame.jpg").string();
-  double cpu = SelfCpuSeconds();
+  double cpu = bench::CpuSeconds(RUSAGE_SELF);
   for (int n = 0; n < pictures; ++n) (void)WriteJpegFile(dib, jpeg, 90);
-  const double ours_ms = (SelfCpuSeconds() - cpu) * 1000 / pictures;
-  const double children = ChildrenCpuSeconds();
+  const double ours_ms = (bench::CpuSeconds(RUSAGE_SELF) - cpu) * 1000 / pictures;
+  const double children = bench::CpuSeconds(RUSAGE_CHILDREN);
   const std::string command = "cjpeg -quality 90 -outfile '" + (folder / "tool.jpg").string() + "' '" + bmp + "'";
   bool tool_ran = true;
   for (int n = 0; n < pictures && tool_ran; ++n) tool_ran = std::system(command.c_str()) == 0;
-  const double tool_ms = (ChildrenCpuSeconds() - children) * 1000 / pictures;
+  const double tool_ms = (bench::CpuSeconds(RUSAGE_CHILDREN) - children) * 1000 / pictures;
 
   // Overlay, the file read for every frame
   const std::string insertion = (folder / "ten.iif").string();
@@ -122,8 +111,8 @@ int main(int argc, char** argv) {
   else
     std::printf("; cjpeg could not run (package libjpeg-turbo-progs)\n");
   std::printf("  overlay, ten texts    %.3f ms a frame       (target under 2 ms)\n", overlay_ms);
-  std::printf("  BMP, %.1f MB           %.2f ms; the bytes written straight %.2f ms; ratio %.2f\n", bytes / 1e6, bmp_ms,
-              raw_ms, bmp_ms / raw_ms);
+  std::printf("  BMP, %.1f MB           %.2f ms; the bytes written straight %.2f ms; ratio %.2f\n",
+              static_cast<double>(bytes) / 1e6, bmp_ms, raw_ms, bmp_ms / raw_ms);
   std::filesystem::remove_all(folder);
   return overlay_ms >= 0 && overlay_ms < 2.0 ? 0 : 1;
 }

@@ -71,9 +71,7 @@ int main(int argc, char** argv) {
   } else {
     std::printf("  ffmpeg could not run: %s\n", command.c_str());
   }
-  std::error_code ignored;
-  std::printf("  movie sizes           %.1f MB, ffmpeg's %.1f MB\n", std::filesystem::file_size(ours, ignored) / 1e6,
-              std::filesystem::file_size(theirs, ignored) / 1e6);
+  std::printf("  movie sizes           %.1f MB, ffmpeg's %.1f MB\n", FileMegabytes(ours), FileMegabytes(theirs));
   std::printf("  memory growth         %.1f MB       (target under 20 MB; %.1f MB at 2 s, %.1f MB peak)\n",
               memory_peak - memory_at_start, memory_at_start, memory_peak);
   std::filesystem::remove_all(folder);

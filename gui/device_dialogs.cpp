@@ -59,8 +59,9 @@ std::optional<int> QtDeviceDialogs::ChooseFormat(const std::string& device,
   QStringList rows;
   for (const auto& format : formats) rows << FormatText(format);
   bool chosen = false;
+  const int last_row = std::max(static_cast<int>(rows.size()) - 1, 0);
   const QString row = QInputDialog::getItem(parent_, Text(device), "Video format:", rows,
-                                            std::clamp(current_row, 0, std::max<int>(rows.size() - 1, 0)), false, &chosen);
+                                            std::clamp(current_row, 0, last_row), false, &chosen);
   if (!chosen) return std::nullopt;
   return static_cast<int>(rows.indexOf(row));
 }

@@ -202,7 +202,8 @@ void WriteMovie(Program& program, const std::string& path, ParameterText& out) {
   out.Set("Audio Channels", master.AudioChannels.ListIndex + 1);
   out.Set("Audio Bits", (master.AudioBits.ListIndex + 1) * 8);
   const int rate = master.AudioRate.ListIndex;
-  if (rate >= 0 && rate < static_cast<int>(kAudioRates.size())) out.Set("Audio Rate", kAudioRates[rate]);
+  if (rate >= 0 && rate < static_cast<int>(kAudioRates.size()))
+    out.Set("Audio Rate", kAudioRates[static_cast<std::size_t>(rate)]);
   WriteInformation(program, out, master.MovieToolbar.Button("writeinfo"));
   out.Block("; Movie Options");
   out.Set("Frame Rate", NumberText(program.state.MovieFrameRate));

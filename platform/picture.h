@@ -2,6 +2,7 @@
 // A picture as the program holds it in memory: 24-bit BGR, bottom row first, each row padded
 // to a multiple of four bytes. Device snapshots, the clipboard and picture boxes share it.
 
+#include <cstddef>
 #include <cstdint>
 #include <vector>
 
@@ -16,20 +17,28 @@ struct Picture {
 
   static int StrideFor(int width) { return (width * 3 + 3) & ~3; }
   int Stride() const { return StrideFor(width); }
+  // The bytes of a picture `width` by `height`, neither of them negative. The product is taken
+  // in 64 bits, where the largest sizes an int can hold do not overflow.
+  static std::size_t BytesFor(int width, int height) {
+    return static_cast<std::size_t>(std::int64_t{StrideFor(width)} * height);
+  }
 
   static Picture Blank(int width, int height) {
     Picture picture{width, height, {}};
-    picture.bottom_up_bgr.assign(static_cast<std::size_t>(StrideFor(width)) * height, 0);
+    picture.bottom_up_bgr.assign(BytesFor(width, height), 0);
     return picture;
   }
   // Pixel (x, y) with y counted from the top, as the operator sees the picture.
-  std::uint8_t* PixelFromTop(int x, int y) {
-    return bottom_up_bgr.data() + static_cast<std::size_t>(height - 1 - y) * Stride() + x * 3;
-  }
-  const std::uint8_t* PixelFromTop(int x, int y) const {
-    return bottom_up_bgr.data() + static_cast<std::size_t>(height - 1 - y) * Stride() + x * 3;
-  }
+  std::uint8_t* PixelFromTop(int x, int y) { return bottom_up_bgr.data() + OffsetFromTop(x, y); }
+  const std::uint8_t* PixelFromTop(int x, int y) const { return bottom_up_bgr.data() + OffsetFromTop(x, y); }
   FrameView View() const { return FrameView{width, height, Stride(), bottom_up_bgr.data()}; }
+
+ private:
+  // Where pixel (x, y), y counted from the top, lies in the bytes; rows are counted from the
+  // bottom, and the offset is worked out in the pointer's own signed width.
+  std::ptrdiff_t OffsetFromTop(int x, int y) const {
+    return std::ptrdiff_t{height - 1 - y} * Stride() + std::ptrdiff_t{x} * 3;
+  }
 };
 
 }  // namespace zr::platform

@@ -96,9 +96,10 @@ std::string ReadWholeFile(const std::string& path) {
 std::string Hex(const std::string& bytes) {
   static const char* const kDigits = "0123456789ABCDEF";
   std::string text;
-  for (unsigned char byte : bytes) {
-    text += kDigits[byte >> 4];
-    text += kDigits[byte & 15];
+  for (const char byte : bytes) {
+    const auto value = static_cast<unsigned char>(byte);
+    text += kDigits[value >> 4];
+    text += kDigits[value & 15];
   }
   return Quoted(text);
 }

@@ -172,7 +172,7 @@ class CaptureMixer {
   snd_mixer_elem_t* Element(int index) const {
     if (!mixer_ || index < 0 || index >= static_cast<int>(inputs_.size())) return nullptr;
     snd_mixer_handle_events(mixer_.get());  // take in changes made by other programs
-    return snd_mixer_find_selem(mixer_.get(), inputs_[index].id.get());
+    return snd_mixer_find_selem(mixer_.get(), inputs_[static_cast<std::size_t>(index)].id.get());
   }
 
   MixerHandle mixer_;

@@ -31,6 +31,15 @@ void Require(const Result<void>& result) {
   if (!result) throw DeviceError(result.error().message);
 }
 
+// The pixels a dot of the burnt-in glyphs takes for a font `points` high, at least one: a glyph
+// is kGlyphRows dots high. The height in pixels is rounded into a long, which holds it for any
+// font size, where an int would overflow for the largest; the dot, a kGlyphRows-th of it, fits
+// an int again.
+int GlyphUnitFor(int points) {
+  const long pixels_high = std::lround(points * kPixelsPerPoint);
+  return static_cast<int>(std::max(1L, pixels_high / kGlyphRows));
+}
+
 class RealCaptureControl final : public VideoCaptureControl, public ConnectedDevice {
  public:
   explicit RealCaptureControl(RealCaptureDevices& devices) : devices_(devices) {}
@@ -288,8 +297,7 @@ class RealCaptureControl final : public VideoCaptureControl, public ConnectedDev
     }
     if (text != kRunningTimeCode) throw DeviceError("the device burns in its time code only");
     const auto channel = [colour](int shift) { return static_cast<std::uint8_t>((colour >> shift) & 0xFF); };
-    const int pixels_high = std::lround(size * kPixelsPerPoint);
-    live.SetTimeCode(BurntInTimeCode{x, y, std::max(1, pixels_high / kGlyphRows), {channel(16), channel(8), channel(0)}});
+    live.SetTimeCode(BurntInTimeCode{x, y, GlyphUnitFor(size), {channel(16), channel(8), channel(0)}});
   }
   int DVCommand(int) override { return 0; }  // no camcorder: no transport
   std::string DVTimeCode() override { return ""; }

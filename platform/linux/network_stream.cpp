@@ -228,9 +228,10 @@ Result<void> PictureConverter::Prepare(const AVFrame& frame) {
                              kUnitFixedPoint);
   }
   if (wanted.width != prepared_.width || wanted.height != prepared_.height || !scratch_) {
+    // The scaler has taken the size, so both sides are positive.
     scratch_stride_ = FFALIGN(frame.width * 3, kScratchAlignment);
     const std::size_t size =
-        static_cast<std::size_t>(scratch_stride_) * frame.height + kScratchAlignment;
+        static_cast<std::size_t>(scratch_stride_) * static_cast<std::size_t>(frame.height) + kScratchAlignment;
     scratch_.reset(static_cast<std::uint8_t*>(av_malloc(size)));
     if (!scratch_) return Error{"out of memory", "av_malloc"};
   }

@@ -63,13 +63,18 @@ class FrameScaler {
   Picture scaled_;
 };
 
+// A count of the movie's sound format as a size, at least one. The buffer is made before the
+// writer checks the format, and a count below one, which the writer refuses, would otherwise
+// wrap to a huge size or leave a sample frame of no bytes to divide by.
+std::size_t AtLeastOne(int count) { return static_cast<std::size_t>(std::max(1, count)); }
+
 // Sound waiting for the frames it goes with: whole sample frames, oldest first, a few seconds
 // at most.
 class SoundBuffer {
  public:
   explicit SoundBuffer(const std::optional<AudioFormat>& format)
-      : sample_frame_bytes_(format ? format->channels * format->bits_per_sample / 8 : 1),
-        capacity_bytes_(format ? sample_frame_bytes_ * format->samples_per_second *
+      : sample_frame_bytes_(format ? AtLeastOne(format->channels * format->bits_per_sample / 8) : 1),
+        capacity_bytes_(format ? sample_frame_bytes_ * AtLeastOne(format->samples_per_second) *
                                      std::size_t{kBufferedSoundSeconds}
                                : 0) {}
 
@@ -234,8 +239,7 @@ struct Recorder::State {
   }
 
   Result<void> WritePicture(const Picture& picture) {
-    if (picture.bottom_up_bgr.size() <
-        static_cast<std::size_t>(picture.Stride()) * picture.height) {
+    if (picture.bottom_up_bgr.size() < Picture::BytesFor(picture.width, picture.height)) {
       return Error{"a frame holds fewer bytes than its size needs", "Recorder"};
     }
     const MovieFormat& format = settings.format;

@@ -78,7 +78,8 @@ Result<void> PlayWaveFile(const std::string& path, const std::string& pcm_name) 
                             static_cast<unsigned>(sound->samples_per_second), 1, kLatencyMicroseconds);
   if (code < 0) return Error{std::string("The sound output refused the format: ") + snd_strerror(code), "snd_pcm_set_params"};
 
-  const std::size_t frame_bytes = static_cast<std::size_t>(sound->channels) * (sound->bits_per_sample / 8);
+  // The wave file has been read only with at least one channel of 8 or 16 bits.
+  const auto frame_bytes = static_cast<std::size_t>(sound->channels * sound->bits_per_sample / 8);
   const std::uint8_t* next = sound->data.data();
   snd_pcm_uframes_t frames_left = sound->data.size() / frame_bytes;
   while (frames_left > 0) {

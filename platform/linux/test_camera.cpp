@@ -151,7 +151,7 @@ TestPattern::TestPattern(int width, int height, int brightness, int contrast)
   for (int level = 0; level < 256; ++level) {
     const double adjusted =
         (level - kNeutralSetting) * contrast / static_cast<double>(kNeutralSetting) + brightness;
-    tone_curve_[level] =
+    tone_curve_[static_cast<std::size_t>(level)] =
         static_cast<std::uint8_t>(std::clamp<long>(std::lround(adjusted), 0, kLargestSetting));
   }
   BuildBackground();
@@ -179,9 +179,8 @@ void TestPattern::BuildBackground() {
     }
   }
   doubled_rows_ = {std::move(bars), std::move(ramp)};
-  row_of_line_.resize(height_);
   const int bars_end = height_ * 2 / 3;
-  for (int y = 0; y < height_; ++y) row_of_line_[y] = y < bars_end ? 0 : 1;
+  for (int y = 0; y < height_; ++y) row_of_line_.push_back(y < bars_end ? 0 : 1);
 }
 
 void TestPattern::Render(std::int64_t frame, std::int64_t timestamp_us, double frames_per_second,
@@ -198,9 +197,10 @@ void TestPattern::CopyBackground(std::int64_t frame, Picture& picture) const {
   const int pixels_per_frame = std::max(2, width_ / 160);
   const auto offset = static_cast<std::size_t>(frame * pixels_per_frame % width_);
   const std::size_t line_bytes = static_cast<std::size_t>(width_) * 3;
-  for (int y = 0; y < height_; ++y)
-    std::memcpy(picture.PixelFromTop(0, y), doubled_rows_[row_of_line_[y]].data() + offset * 3,
-                line_bytes);
+  for (int y = 0; y < height_; ++y) {
+    const std::vector<std::uint8_t>& row = doubled_rows_[row_of_line_[static_cast<std::size_t>(y)]];
+    std::memcpy(picture.PixelFromTop(0, y), row.data() + offset * 3, line_bytes);
+  }
 }
 
 void TestPattern::DrawBlock(std::int64_t frame, Picture& picture) const {
@@ -402,8 +402,9 @@ Result<void> TestCamera::SelectFormat(int row) {
   if (row < 0 || row >= static_cast<int>(kFormats.size()))
     return Error{"the test camera has no format " + std::to_string(row), "SelectFormat"};
   std::lock_guard lock(shared_->mutex);
-  shared_->look.width = kFormats[row].width;
-  shared_->look.height = kFormats[row].height;
+  const SourceFormat& format = kFormats[static_cast<std::size_t>(row)];
+  shared_->look.width = format.width;
+  shared_->look.height = format.height;
   return {};
 }
 

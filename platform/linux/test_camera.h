@@ -11,6 +11,7 @@
 // camera as long as a picture is held.
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -76,7 +77,7 @@ class TestPattern {
   std::array<std::uint8_t, 256> tone_curve_{};  // brightness and contrast as a lookup
   // Each distinct background row, twice over side by side, so that a scrolled row is one copy.
   std::vector<std::vector<std::uint8_t>> doubled_rows_;
-  std::vector<int> row_of_line_;  // which of doubled_rows_ each line (from the top) shows
+  std::vector<std::size_t> row_of_line_;  // which of doubled_rows_ each line (from the top) shows
 };
 
 class PicturePool;

@@ -38,7 +38,10 @@ bool ToneTakes(const AudioFormat& format) {
          format.samples_per_second <= kHighestRate;
 }
 
-int FrameBytes(const AudioFormat& format) { return format.channels * format.bits_per_sample / 8; }
+// The bytes of a sample frame of a format the tone takes, a sample of each channel.
+std::size_t FrameBytes(const AudioFormat& format) {
+  return static_cast<std::size_t>(format.channels * format.bits_per_sample / 8);
+}
 
 class TestTone final : public AudioSource {
  public:
@@ -79,7 +82,7 @@ class TestTone final : public AudioSource {
   // makes one longer chunk rather than a burst of short ones.
   void Deliver(const AudioFormat& format, AudioSink& sink) {
     const auto start = std::chrono::steady_clock::now();
-    const int frame_bytes = FrameBytes(format);
+    const std::size_t frame_bytes = FrameBytes(format);
     std::vector<std::uint8_t> pcm;
     std::int64_t delivered = 0;
     for (std::int64_t tick = 1;; ++tick) {
@@ -114,7 +117,7 @@ class TestTone final : public AudioSource {
 
 void WriteTestTone(const AudioFormat& format, std::int64_t first_frame,
                    std::span<std::uint8_t> pcm) {
-  const int frame_bytes = FrameBytes(format);
+  const std::size_t frame_bytes = FrameBytes(format);
   const auto frames = static_cast<std::int64_t>(pcm.size() / frame_bytes);
   std::uint8_t* out = pcm.data();
   for (std::int64_t index = 0; index < frames; ++index) {

@@ -541,14 +541,18 @@ struct SourcePlanes {
   std::array<int, 4> strides{};
 };
 
+// The bytes of a plane of `rows` rows `stride` bytes apart, both of them positive; the product
+// is taken in 64 bits, where it cannot overflow.
+std::size_t PlaneBytes(int stride, int rows) { return static_cast<std::size_t>(std::int64_t{stride} * rows); }
+
 std::size_t FrameBytes(const ActiveFormat& format) {
-  const std::size_t luma = static_cast<std::size_t>(format.bytes_per_line) * format.height;
-  const auto chroma_rows = static_cast<std::size_t>((format.height + 1) / 2);
+  const std::size_t luma = PlaneBytes(format.bytes_per_line, format.height);
+  const int chroma_rows = (format.height + 1) / 2;
   switch (format.pixel->layout) {
     case Layout::kThreePlanes420:
-      return luma + 2 * static_cast<std::size_t>(format.bytes_per_line / 2) * chroma_rows;
+      return luma + 2 * PlaneBytes(format.bytes_per_line / 2, chroma_rows);
     case Layout::kTwoPlanes420:
-      return luma + static_cast<std::size_t>(format.bytes_per_line) * chroma_rows;
+      return luma + PlaneBytes(format.bytes_per_line, chroma_rows);
     case Layout::kPacked:
     case Layout::kJpeg:
       break;
@@ -561,20 +565,19 @@ std::size_t FrameBytes(const ActiveFormat& format) {
 // reading upwards turns the one into the other in the same pass.
 SourcePlanes UpwardPlanesOf(const ActiveFormat& format, const std::uint8_t* base) {
   SourcePlanes planes;
-  const auto add_plane = [&planes](int plane, const std::uint8_t* start, int stride, int rows) {
-    planes.data[plane] = start + static_cast<std::size_t>(stride) * (rows - 1);
+  const auto add_plane = [&planes](std::size_t plane, const std::uint8_t* start, int stride, int rows) {
+    planes.data[plane] = start + std::ptrdiff_t{stride} * (rows - 1);
     planes.strides[plane] = -stride;
   };
   const int luma_rows = format.height, chroma_rows = (format.height + 1) / 2;
-  const std::uint8_t* chroma = base + static_cast<std::size_t>(format.bytes_per_line) * luma_rows;
+  const std::uint8_t* chroma = base + std::ptrdiff_t{format.bytes_per_line} * luma_rows;
   add_plane(0, base, format.bytes_per_line, luma_rows);
   if (format.pixel->layout == Layout::kTwoPlanes420) {
     add_plane(1, chroma, format.bytes_per_line, chroma_rows);
   } else if (format.pixel->layout == Layout::kThreePlanes420) {
     const int chroma_stride = format.bytes_per_line / 2;
     add_plane(1, chroma, chroma_stride, chroma_rows);
-    add_plane(2, chroma + static_cast<std::size_t>(chroma_stride) * chroma_rows, chroma_stride,
-              chroma_rows);
+    add_plane(2, chroma + std::ptrdiff_t{chroma_stride} * chroma_rows, chroma_stride, chroma_rows);
   }
   return planes;
 }

@@ -73,7 +73,7 @@ TEST_F(HeadlessProgramTest, RecordsTheBuiltInCameraWithSound) {
   EXPECT_EQ(video.at("codec_name"), "mjpeg");
   EXPECT_EQ(video.at("width"), "640");
   EXPECT_EQ(video.at("height"), "480");
-  EXPECT_NEAR(std::stol(video.at("nb_read_frames")), 150, 1);
+  EXPECT_NEAR(std::stod(video.at("nb_read_frames")), 150, 1);
   EXPECT_NEAR(ProbeDurationSeconds(File("movie.avi")), 5.0, 0.05);
   const auto sound = ProbeStream(File("movie.avi"), 'a', "codec_name,sample_rate,channels");
   EXPECT_EQ(sound.at("codec_name"), "pcm_s16le");

@@ -90,9 +90,10 @@ TEST(DibSection, ResampleTwoByTwoToFourByFourFollowsTheBilinearRule) {
                                                          {50, 59, 68, 76},
                                                          {100, 92, 85, 78},
                                                          {150, 126, 102, 79}}};
-  for (int y = 0; y < 4; ++y)
-    for (int x = 0; x < 4; ++x) {
-      const std::uint8_t* pixel = resampled.DIBSectionBitsPtr() + y * resampled.BytesPerScanLine() + x * 3;
+  const auto stride = static_cast<std::size_t>(resampled.BytesPerScanLine());
+  for (std::size_t y = 0; y < 4; ++y)
+    for (std::size_t x = 0; x < 4; ++x) {
+      const std::uint8_t* pixel = resampled.DIBSectionBitsPtr() + y * stride + x * 3;
       EXPECT_EQ(pixel[0], expected_blue[y][x]) << "x " << x << " y " << y;
       EXPECT_EQ(pixel[1], 7);
       EXPECT_EQ(pixel[2], 250);

@@ -186,7 +186,8 @@ TEST_F(InsertionOverlayTest, TextIsClippedAtTheRightAndBottomEdges) {
   ASSERT_EQ(drawing.picture.bottom_up_bgr.size(), padded.size());
   for (int row = 0; row < 23; ++row)
     for (int at = 37 * 3; at < stride; ++at)
-      EXPECT_EQ(drawing.picture.bottom_up_bgr[row * stride + at], kPadding) << row << ", " << at;
+      EXPECT_EQ(drawing.picture.bottom_up_bgr[static_cast<std::size_t>(row * stride + at)], kPadding)
+          << row << ", " << at;
   EXPECT_NE(At(drawing.picture, 36, 22), kFrame) << "the cell reaches the bottom-right corner";
   EXPECT_NE(At(drawing.picture, 0, 0), kFrame) << "a cell from above the top-left corner shows its end";
   EXPECT_EQ(PixelsOtherThan(drawing.picture, {kFrame, kWhite, kRed}), 0);

@@ -35,7 +35,7 @@ Decoded Decode(const std::string& path) {
   if (tjDecompressHeader3(handle.get(), jpeg.data(), jpeg.size(), &decoded.width, &decoded.height, &subsampling,
                           &colourspace) != 0)
     return {};
-  decoded.top_down_rgb.resize(static_cast<std::size_t>(decoded.width) * decoded.height * 3);
+  decoded.top_down_rgb.resize(static_cast<std::size_t>(decoded.width) * static_cast<std::size_t>(decoded.height) * 3);
   if (tjDecompress2(handle.get(), jpeg.data(), jpeg.size(), decoded.top_down_rgb.data(), decoded.width, 0,
                     decoded.height, TJPF_RGB, 0) != 0)
     return {};

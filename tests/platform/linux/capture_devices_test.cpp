@@ -171,7 +171,7 @@ TEST_F(RealCaptureDevicesTest, ExclusiveDriverRunBlocksUntilItsLimitAndKeepsTheS
   EXPECT_EQ(status.dwCurrentVideoFrame, 60u);
   EXPECT_EQ(status.uiImageWidth, 320u);
 
-  EXPECT_NEAR(Frames(File("run.avi")), 60, 1);
+  EXPECT_NEAR(static_cast<double>(Frames(File("run.avi"))), 60, 1);
   const auto sound = ProbeStream(File("run.avi"), 'a', "codec_name,sample_rate,channels");
   EXPECT_EQ(sound.at("codec_name"), "pcm_u8");
   EXPECT_EQ(sound.at("sample_rate"), "11025");
@@ -233,7 +233,7 @@ TEST_F(RealCaptureDevicesTest, ControlRecordsAnIpCameraInBothModesAndTakesAStill
     ASSERT_TRUE(RunUntil([&] { return events.stopped == 1; }, 4000));
     EXPECT_EQ(events.started, 1);
     EXPECT_FALSE(control->IsCapturing());
-    EXPECT_NEAR(Frames(movie), 15, 1);  // a camera without a rate of its own records at 15
+    EXPECT_NEAR(static_cast<double>(Frames(movie)), 15, 1);  // a camera without a rate of its own records at 15
   }
 }
 

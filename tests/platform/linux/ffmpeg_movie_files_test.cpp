@@ -239,7 +239,8 @@ TEST_P(MovieRepeats, AreStoredInOrderAndCountedOnlyAfterAFrameAndBeforeTheClose)
   ASSERT_TRUE(Ok(writer));
   MovieWriter& movie = **writer;
   EXPECT_FALSE(movie.RepeatLastFrame());  // nothing to repeat yet
-  for (const std::uint8_t level : {40, 200, 40}) {  // dark, light, dark, each stored twice
+  constexpr std::uint8_t kDark = 40, kLight = 200;
+  for (const std::uint8_t level : {kDark, kLight, kDark}) {  // each stored twice
     const Picture flat(32, 16, [=](int, int) { return Bgr{level, level, level}; });
     ASSERT_TRUE(Ok(movie.WriteVideoFrame(flat.View())));
     ASSERT_TRUE(Ok(movie.RepeatLastFrame()));
@@ -281,7 +282,8 @@ TEST_P(MovieAudio, InterleavesEveryWholeSampleInOrderInThePcmFormatAsked) {
   ASSERT_TRUE(Ok(writer));
   std::size_t done = 0;
   // Uneven pieces that split sample frames, each after a frame; the rest after the last.
-  for (const std::size_t piece : {1, 7, 333, 4096, 1, 1 << 20}) {
+  constexpr std::size_t kPieces[] = {1, 7, 333, 4096, 1, 1 << 20};
+  for (const std::size_t piece : kPieces) {
     ASSERT_TRUE(Ok((*writer)->WriteVideoFrame(Picture(16, 8, Pattern).View())));
     const std::size_t size = std::min(piece, written.size() - done);
     ASSERT_TRUE(Ok((*writer)->WriteAudio({bytes + done, size})));
@@ -369,8 +371,10 @@ TEST_F(MovieFileTest, AWriterLetGoOfFinishesTheMovieWhoseFramesAreCountedEvenWit
   std::fstream file(path, std::ios::in | std::ios::out | std::ios::binary);
   const std::string bytes(std::istreambuf_iterator<char>(file), {});
   // The movie's total frames (avih, 16 bytes in) and the stream's length (strh, 32 bytes in).
-  for (const auto& [chunk, offset] : {std::pair{"avih", 16}, std::pair{"strh", 32}}) {
-    file.seekp(static_cast<std::streamoff>(bytes.find(chunk) + 8 + offset));
+  for (const auto& [chunk, offset] : {std::pair{"avih", std::size_t{16}}, std::pair{"strh", std::size_t{32}}}) {
+    const std::size_t found = bytes.find(chunk);
+    ASSERT_NE(found, std::string::npos) << chunk;
+    file.seekp(static_cast<std::streamoff>(found + 8 + offset));
     file.write("\0\0\0\0", 4);
   }
   file.close();

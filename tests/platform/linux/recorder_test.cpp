@@ -114,7 +114,7 @@ CapturedFrame Frame(int value, std::int64_t timestamp_us, int width = 16, int he
 }
 
 // Bytes that differ from their neighbours, so that lost or reordered sound shows.
-Bytes Counting(std::size_t bytes, int offset = 0) {
+Bytes Counting(std::size_t bytes, std::size_t offset = 0) {
   Bytes pcm(bytes);
   for (std::size_t i = 0; i < bytes; ++i) pcm[i] = static_cast<std::uint8_t>(i * 7 + offset);
   return pcm;

@@ -31,15 +31,15 @@ struct ChunkCollector final : AudioSink {
 };
 
 std::vector<std::uint8_t> Tone(const AudioFormat& format, std::int64_t first, std::int64_t frames) {
-  std::vector<std::uint8_t> pcm(static_cast<std::size_t>(frames) * format.channels * format.bits_per_sample / 8);
+  std::vector<std::uint8_t> pcm(static_cast<std::size_t>(frames * format.channels * format.bits_per_sample / 8));
   WriteTestTone(format, first, pcm);
   return pcm;
 }
 
 // Channel `channel` of a 16-bit tone as numbers from -1 to 1.
-std::vector<double> Samples16(const std::vector<std::uint8_t>& pcm, int channels, int channel = 0) {
+std::vector<double> Samples16(const std::vector<std::uint8_t>& pcm, std::size_t channels, std::size_t channel = 0) {
   std::vector<double> samples;
-  for (std::size_t at = static_cast<std::size_t>(channel) * 2; at + 1 < pcm.size(); at += 2 * channels)
+  for (std::size_t at = channel * 2; at + 1 < pcm.size(); at += 2 * channels)
     samples.push_back(static_cast<std::int16_t>(pcm[at] | (pcm[at + 1] << 8)) / 32768.0);
   return samples;
 }

@@ -382,8 +382,9 @@ TEST_F(V4l2DeviceTest, FramesAreNumberedAndTimedFromTheFirstAcrossAFormatChange)
   std::vector<CapturedFrame> frames = FramesOnce(7);
   ASSERT_EQ(frames.size(), 7u);
   for (int frame = 0; frame < 6; ++frame) {
-    EXPECT_EQ(frames[frame].sequence, frame);
-    EXPECT_EQ(frames[frame].timestamp_us, frame * 80'000);
+    const CapturedFrame& captured = frames[static_cast<std::size_t>(frame)];
+    EXPECT_EQ(captured.sequence, frame);
+    EXPECT_EQ(captured.timestamp_us, frame * 80'000);
   }
   EXPECT_EQ(frames[6].picture->height, 6);
   EXPECT_EQ(frames[6].sequence, 6);
