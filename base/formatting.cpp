@@ -27,8 +27,8 @@ std::size_t MandatoryDigits(std::string_view mask) {
 }
 
 void RequireDigitPlacesOnly(std::string_view mask) {
-  const bool only_places = std::all_of(mask.begin(), mask.end(),
-                                       [](char place) { return place == '#' || place == '0'; });
+  const bool only_places =
+      std::all_of(mask.begin(), mask.end(), [](char place) { return place == '#' || place == '0'; });
   if (mask.empty() || !only_places) {
     throw std::invalid_argument("A number mask is made of '#' and '0' places only");
   }
@@ -37,8 +37,7 @@ void RequireDigitPlacesOnly(std::string_view mask) {
 // The decimal digits of a whole, non-negative number of any double magnitude.
 std::string WholeNumberDigits(double whole) {
   std::array<char, kNumberBufferSize> buffer{};
-  const auto result = std::to_chars(buffer.data(), buffer.data() + buffer.size(), whole,
-                                    std::chars_format::fixed, 0);
+  const auto result = std::to_chars(buffer.data(), buffer.data() + buffer.size(), whole, std::chars_format::fixed, 0);
   return {buffer.data(), result.ptr};
 }
 
@@ -81,8 +80,7 @@ std::string WithoutBlanks(std::string_view text) {
 bool IsDecimalDigit(char character) { return character >= '0' && character <= '9'; }
 
 bool StartsWithLetter(std::string_view text, std::size_t position, char upper_letter) {
-  return position < text.size() &&
-         (text[position] == upper_letter || text[position] == upper_letter + ('a' - 'A'));
+  return position < text.size() && (text[position] == upper_letter || text[position] == upper_letter + ('a' - 'A'));
 }
 
 int RadixDigitValue(char character) {
@@ -147,8 +145,7 @@ void ReadExponent(std::string_view text, std::size_t position, DecimalPrefix& pr
     return;
   }
   std::size_t digits_start = position + 1;
-  const bool has_sign =
-      digits_start < text.size() && (text[digits_start] == '+' || text[digits_start] == '-');
+  const bool has_sign = digits_start < text.size() && (text[digits_start] == '+' || text[digits_start] == '-');
   if (has_sign) {
     ++digits_start;
   }
@@ -272,8 +269,8 @@ std::string NumberText(double value) {
     return "0";  // Also for -0, which the program never shows with a sign.
   }
   std::array<char, kNumberBufferSize> buffer{};
-  const auto result = std::to_chars(buffer.data(), buffer.data() + buffer.size(), value,
-                                    std::chars_format::general, kSignificantDigits);
+  const auto result = std::to_chars(buffer.data(), buffer.data() + buffer.size(), value, std::chars_format::general,
+                                    kSignificantDigits);
   return CapitaliseExponent({buffer.data(), result.ptr});
 }
 
@@ -296,31 +293,22 @@ double NumericPrefix(std::string_view text) {
   return DecimalValue(ReadDecimalPrefix(view));
 }
 
-std::int32_t RoundHalfEven(double value) {
-  return ToIntegerOrOverflow<std::int32_t>(RoundHalfEvenToWhole(value));
-}
+std::int32_t RoundHalfEven(double value) { return ToIntegerOrOverflow<std::int32_t>(RoundHalfEvenToWhole(value)); }
 
-std::int16_t RoundHalfEven16(double value) {
-  return ToIntegerOrOverflow<std::int16_t>(RoundHalfEvenToWhole(value));
-}
+std::int16_t RoundHalfEven16(double value) { return ToIntegerOrOverflow<std::int16_t>(RoundHalfEvenToWhole(value)); }
 
 double Fix(double value) { return std::trunc(value); }
 
 std::int16_t ToInt16(std::int64_t value) {
-  if (value < std::numeric_limits<std::int16_t>::min() ||
-      value > std::numeric_limits<std::int16_t>::max()) {
+  if (value < std::numeric_limits<std::int16_t>::min() || value > std::numeric_limits<std::int16_t>::max()) {
     throw OverflowError();
   }
   return static_cast<std::int16_t>(value);
 }
 
-std::int16_t Int16Add(std::int16_t a, std::int16_t b) {
-  return ToInt16(std::int64_t{a} + std::int64_t{b});
-}
+std::int16_t Int16Add(std::int16_t a, std::int16_t b) { return ToInt16(std::int64_t{a} + std::int64_t{b}); }
 
-std::int16_t Int16Multiply(std::int16_t a, std::int16_t b) {
-  return ToInt16(std::int64_t{a} * std::int64_t{b});
-}
+std::int16_t Int16Multiply(std::int16_t a, std::int16_t b) { return ToInt16(std::int64_t{a} * std::int64_t{b}); }
 
 double Divide(double dividend, double divisor) {
   if (divisor == 0.0) {

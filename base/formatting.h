@@ -7,8 +7,8 @@
 #include <string>
 #include <string_view>
 
-#include "base/program_error.h"
 #include "base/date_time.h"
+#include "base/program_error.h"
 
 namespace zr {
 

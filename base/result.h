@@ -16,8 +16,8 @@ struct Error {
 template <class T>
 class Result {
  public:
-  Result(T value) : content_(std::move(value)) {}          // NOLINT: implicit by design
-  Result(Error error) : content_(std::move(error)) {}      // NOLINT: implicit by design
+  Result(T value) : content_(std::move(value)) {}      // NOLINT: implicit by design
+  Result(Error error) : content_(std::move(error)) {}  // NOLINT: implicit by design
 
   bool ok() const { return std::holds_alternative<T>(content_); }
   explicit operator bool() const { return ok(); }

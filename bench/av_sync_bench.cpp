@@ -61,9 +61,11 @@ int main(int argc, char** argv) {
   auto drivers = built_in.devices.MakeDriverSystem();
   auto window = drivers->CreateCaptureWindow("VIDEO WINDOW", 0, 0, 160, 120);
   static std::atomic<int> ends{0};
-  window->SetStatusCallback([](void*, std::int16_t id, const char*) {
-    if (id == zr::kCaptureEndStatusId) ++ends;
-  }, nullptr);
+  window->SetStatusCallback(
+      [](void*, std::int16_t id, const char*) {
+        if (id == zr::kCaptureEndStatusId) ++ends;
+      },
+      nullptr);
   if (!window->Connect(0)) return 1;
   zr::CAPTUREPARMS parms;
   window->GetSetup(parms);
@@ -92,14 +94,16 @@ int main(int argc, char** argv) {
   const auto onsets = BeepOnsets(samples);
   double worst_beep_ms = 0;
   for (std::size_t beep = 1; beep < onsets.size(); ++beep) {
-    const double off = static_cast<double>(onsets[beep]) - static_cast<double>(onsets[0]) - static_cast<double>(beep) * kRate;
+    const double off =
+        static_cast<double>(onsets[beep]) - static_cast<double>(onsets[0]) - static_cast<double>(beep) * kRate;
     worst_beep_ms = std::max(worst_beep_ms, std::abs(off) * 1000.0 / kRate);
   }
   const double video_s = status.dwCurrentVideoFrame / kFramesPerSecond;
   const double sound_s = static_cast<double>(samples.size()) / kRate;
   const double frame_ms = 1000.0 / kFramesPerSecond;
   std::printf("sound and picture in step, %d s from the built-in camera and tone (30 fps, 44100 Hz)\n", seconds);
-  std::printf("  frames                %u, dropped %u\n", status.dwCurrentVideoFrame, status.dwCurrentVideoFramesDropped);
+  std::printf("  frames                %u, dropped %u\n", status.dwCurrentVideoFrame,
+              status.dwCurrentVideoFramesDropped);
   std::printf("  beeps found           %zu (of %d)\n", onsets.size(), seconds);
   std::printf("  beep drift            %.2f ms = %.3f frames   (target under 1 frame)\n", worst_beep_ms,
               worst_beep_ms / frame_ms);

@@ -21,7 +21,8 @@
 int main(int argc, char** argv) {
   using namespace zr::bench;
   const int seconds = argc > 1 ? std::max(1, std::atoi(argv[1])) : 20;
-  const std::filesystem::path folder = std::filesystem::temp_directory_path() / ("zr-recording-bench-" + std::to_string(getpid()));
+  const std::filesystem::path folder =
+      std::filesystem::temp_directory_path() / ("zr-recording-bench-" + std::to_string(getpid()));
   std::filesystem::create_directories(folder);
   const std::string ours = (folder / "ours.avi").string();
   const std::string theirs = (folder / "ffmpeg.avi").string();
@@ -55,8 +56,8 @@ int main(int argc, char** argv) {
   const auto stats = control->GetCaptureStats();
   control->SetDeviceConnected(false);
 
-  const std::string command = "ffmpeg -y -v error -f lavfi -i testsrc2=s=1920x1080:r=30 -t " +
-                              std::to_string(seconds) + " -c:v mjpeg -q:v 3 '" + theirs + "'";
+  const std::string command = "ffmpeg -y -v error -f lavfi -i testsrc2=s=1920x1080:r=30 -t " + std::to_string(seconds) +
+                              " -c:v mjpeg -q:v 3 '" + theirs + "'";
   const double children_before = CpuSeconds(RUSAGE_CHILDREN);
   const int status = std::system(command.c_str());
   const double their_cpu = CpuSeconds(RUSAGE_CHILDREN) - children_before;

@@ -87,8 +87,7 @@ void capShowSourceDialog(Program& program, VfwCaptureWindow& window) {
 }
 
 void capShowDisplayDialog(Program& program, VfwCaptureWindow& window) {
-  ShowDialogOrSay(program, window, platform::DriverDialog::VideoDisplay,
-                  "Tessavue: Cannot show Video Display Dialog.");
+  ShowDialogOrSay(program, window, platform::DriverDialog::VideoDisplay, "Tessavue: Cannot show Video Display Dialog.");
 }
 
 void capShowCompressionDialog(Program& program, VfwCaptureWindow& window) {

@@ -1,14 +1,14 @@
 #include "capture/capture_status.h"
 
-#include "core/window_registry.h"
 #include <cmath>
 
-#include "capture/capture_device.h"
-#include "capture/video_screen.h"
 #include "base/formatting.h"
+#include "capture/capture_device.h"
 #include "capture/movie_run_panel.h"
 #include "capture/series_panel.h"
+#include "capture/video_screen.h"
 #include "core/main_window.h"
+#include "core/window_registry.h"
 
 namespace zr {
 
@@ -56,11 +56,13 @@ void ShowRunning(Program& program, MainWindow& master) {
     return;
   }
   if (master.MasterBar.Bands("multiple").Visible) {
-    master.StatusString.Caption = program.MainPanel<SeriesPanel>().Shooter.Visible
-                                      ? NumberText(state.CapStatus.dwCurrentVideoFrame) + program.Translate(" frames captured")
-                                      : program.Translate("Recording");
+    master.StatusString.Caption =
+        program.MainPanel<SeriesPanel>().Shooter.Visible
+            ? NumberText(state.CapStatus.dwCurrentVideoFrame) + program.Translate(" frames captured")
+            : program.Translate("Recording");
   }
-  ResumeNext([&] { master.StatusTime.Caption = FrameCountTime(state.CapStatus.dwCurrentVideoFrame, state.FramesPerSecond); });
+  ResumeNext(
+      [&] { master.StatusTime.Caption = FrameCountTime(state.CapStatus.dwCurrentVideoFrame, state.FramesPerSecond); });
   if (master.MasterBar.Bands("movie").Visible && state.CaptureParms.wPercentDropForError >= 1)
     ShowDrops(program, master, state.CapStatus, state.CaptureParms);
   else
@@ -70,7 +72,8 @@ void ShowRunning(Program& program, MainWindow& master) {
 void CloseOutRun(Program& program, MainWindow& master) {
   auto& state = program.state;
   state.captureStatus.CaptureEnded.store(False, std::memory_order_relaxed);
-  if (program.MainPanel<MovieRunPanel>().MovieToolbar.Button("writeinfo").Value == 1 || program.MainPanel<SeriesPanel>().MultipleImageToolbar.Button("writeinfo").Value == 1) {
+  if (program.MainPanel<MovieRunPanel>().MovieToolbar.Button("writeinfo").Value == 1 ||
+      program.MainPanel<SeriesPanel>().MultipleImageToolbar.Button("writeinfo").Value == 1) {
     master.StatusString.Caption = program.Translate("Writing Info");
     WriteInformationChunk(program, state.CaptureFilename);
   }
@@ -109,7 +112,11 @@ void PopUpMovieViewer(Program&, const std::string&) { throw NotBuiltYet("the mov
 namespace {
 
 const ProgramProcedures kProcedures{{
-    {"CaptureStatusUpdate", [](Program& p, const ProcedureArguments& a) { a.Expect(0); CaptureStatusUpdate(p); }},
+    {"CaptureStatusUpdate",
+     [](Program& p, const ProcedureArguments& a) {
+       a.Expect(0);
+       CaptureStatusUpdate(p);
+     }},
 }};
 
 }  // namespace

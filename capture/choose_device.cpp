@@ -1,15 +1,14 @@
 #include "capture/choose_device.h"
 
-#include "capture/device_kind.h"
-#include "core/window_registry.h"
-
-#include "capture/video_screen.h"
 #include "base/formatting.h"
+#include "base/program_error.h"
+#include "capture/device_kind.h"
 #include "capture/movie_run_panel.h"
 #include "capture/series_panel.h"
+#include "capture/video_screen.h"
 #include "core/main_window.h"
-#include "base/program_error.h"
 #include "core/settings_keys.h"
+#include "core/window_registry.h"
 
 namespace zr {
 
@@ -28,7 +27,8 @@ ChooseDevice::ChooseDevice(Program& program) : ui::Window(program.services.loop,
 void ChooseDevice::Load() {
   const std::string last = ReadSetting(program_.services.settings, settings::LastDevice);
   for (const auto& entry : program_.MainWindow().DeviceToolbar.Button("device").ButtonMenus) {
-    if (const DeviceKind kind = DeviceKindOfTag(entry->tag); kind != DeviceKind::Driver && kind != DeviceKind::Control) continue;
+    if (const DeviceKind kind = DeviceKindOfTag(entry->tag); kind != DeviceKind::Driver && kind != DeviceKind::Control)
+      continue;
     devices.Items.push_back(ui::ListItem{entry->Text, entry->key, entry->tag, entry->Text == last});
     if (entry->Text == last) devices.ListIndex = devices.ListCount() - 1;
   }

@@ -4,6 +4,7 @@
 // an unattended machine comes up with its last device.
 
 #include <string_view>
+
 #include "core/program.h"
 #include "ui/controls.h"
 #include "ui/window.h"

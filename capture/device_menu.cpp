@@ -1,13 +1,13 @@
 #include "capture/device_menu.h"
 
-#include "capture/device_kind.h"
-#include "core/window_registry.h"
+#include "base/program_error.h"
 #include "capture/capture_device.h"
-#include "capture/video_screen.h"
+#include "capture/device_kind.h"
 #include "capture/movie_run_panel.h"
 #include "capture/series_panel.h"
+#include "capture/video_screen.h"
 #include "core/main_window.h"
-#include "base/program_error.h"
+#include "core/window_registry.h"
 
 namespace zr {
 
@@ -22,7 +22,8 @@ void BuildDeviceMenu(Program& program) {
 
   const int drivers = vfw::capGetDriverCount(program.services.drivers);
   for (int index = 0; index < drivers; ++index)
-    add("i" + std::to_string(index), vfw::capGetDriverName(program.services.drivers, index) + " (VFW)", TagOfDeviceKind(DeviceKind::Driver));
+    add("i" + std::to_string(index), vfw::capGetDriverName(program.services.drivers, index) + " (VFW)",
+        TagOfDeviceKind(DeviceKind::Driver));
   if (drivers == 0) add("", program.Translate("no Video for Windows devices detected"), "");
   separator();
   if (program.state.IsWindowsAfter2000) {
@@ -35,7 +36,8 @@ void BuildDeviceMenu(Program& program) {
     add("", program.Translate("WDM devices are only supported under Windows 2000 or higher"), "");
   }
   separator();
-  add("", program.Translate("Capture Video Stream... (Windows Media Stream)"), TagOfDeviceKind(DeviceKind::MediaStream));
+  add("", program.Translate("Capture Video Stream... (Windows Media Stream)"),
+      TagOfDeviceKind(DeviceKind::MediaStream));
   separator();
   add("", program.Translate("IP Camera... (JPEG HTTP)"), TagOfDeviceKind(DeviceKind::IpCamera));
   separator();
@@ -47,7 +49,11 @@ void BuildDeviceMenu(Program& program) {
 namespace {
 
 const ProgramProcedures kProcedures{{
-    {"BuildDeviceMenu", [](Program& p, const ProcedureArguments& a) { a.Expect(0); BuildDeviceMenu(p); }},
+    {"BuildDeviceMenu",
+     [](Program& p, const ProcedureArguments& a) {
+       a.Expect(0);
+       BuildDeviceMenu(p);
+     }},
 }};
 
 }  // namespace

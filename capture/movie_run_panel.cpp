@@ -58,9 +58,9 @@ void MovieRunPanel::MovieLimitControl_Change(ui::RangeControl& control, ui::Labe
 // A checked box means an unlimited run: the limit controls and their displays are disabled.
 void MovieRunPanel::MovieDisableLimit_Click() {
   const bool limited = MovieDisableLimit.Value != 1;
-  for (ui::Control* control : std::initializer_list<ui::Control*>{
-           &MovieHoursControl, &MovieMinutesControl, &MovieSecondsControl, &MovieHoursDisplay, &MovieMinutesDisplay,
-           &MovieSecondsDisplay})
+  for (ui::Control* control :
+       std::initializer_list<ui::Control*>{&MovieHoursControl, &MovieMinutesControl, &MovieSecondsControl,
+                                           &MovieHoursDisplay, &MovieMinutesDisplay, &MovieSecondsDisplay})
     control->Enabled = limited;
 }
 

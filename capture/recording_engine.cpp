@@ -5,13 +5,13 @@
 #include <filesystem>
 #include <system_error>
 
-#include "core/operating_mode.h"
-#include "capture/capture_device.h"
-#include "capture/video_screen.h"
 #include "base/formatting.h"
+#include "capture/capture_device.h"
 #include "capture/movie_run_panel.h"
 #include "capture/series_panel.h"
+#include "capture/video_screen.h"
 #include "core/main_window.h"
+#include "core/operating_mode.h"
 #include "image/picture_writer.h"
 
 namespace zr {
@@ -22,7 +22,8 @@ void RebuildAudioFormat(const MovieRunPanel& movie, WAVEFORMATEX& format) {
   format.wBitsPerSample = movie.AudioBits.ListIndex == 0 ? 8 : 16;
   format.nChannels = movie.AudioChannels.ListIndex == 0 ? 1 : 2;
   static constexpr std::uint32_t kRates[] = {8000, 11025, 22050, 44100};
-  if (movie.AudioRate.ListIndex >= 0 && movie.AudioRate.ListIndex <= 3) format.nSamplesPerSec = kRates[movie.AudioRate.ListIndex];
+  if (movie.AudioRate.ListIndex >= 0 && movie.AudioRate.ListIndex <= 3)
+    format.nSamplesPerSec = kRates[movie.AudioRate.ListIndex];
   format.nAvgBytesPerSec = static_cast<std::uint32_t>(
       RoundHalfEven(format.nSamplesPerSec * static_cast<double>(format.nChannels) * format.wBitsPerSample / 8));
   format.nBlockAlign = static_cast<std::uint16_t>(RoundHalfEven(format.nChannels * format.wBitsPerSample / 8.0));
@@ -238,7 +239,8 @@ void VideoScreen::CloseMultipleCapture() {
 void VideoScreen::ShowTCR() {
   if (!wdmX.Visible) return;
   ResumeNext([&] {
-    if (program_.MainPanel<MovieRunPanel>().MovieToolbar.Button("tcr").Value == 1 && ModeOfKey(program_.state.CaptureType) == OperatingMode::Movie) {
+    if (program_.MainPanel<MovieRunPanel>().MovieToolbar.Button("tcr").Value == 1 &&
+        ModeOfKey(program_.state.CaptureType) == OperatingMode::Movie) {
       constexpr double kCodeWidthEm = 8 * 0.556 + 3 * 0.278;  // "00:00:00:00"
       constexpr double kLineHeightEm = 1.15;
       int size = RoundHalfEven(control_->VideoHeight() * control_->VideoWidth() * 0.00005);
@@ -248,7 +250,8 @@ void VideoScreen::ShowTCR() {
       const double text_height = kLineHeightEm * size * 20;
       const double control_width = Width * kTwipsPerPixel;
       const double control_height = Height * kTwipsPerPixel;
-      const int x = RoundHalfEven(RoundHalfEven((control_width - text_width) / 2) / static_cast<double>(kTwipsPerPixel));
+      const int x =
+          RoundHalfEven(RoundHalfEven((control_width - text_width) / 2) / static_cast<double>(kTwipsPerPixel));
       const int y = RoundHalfEven(control_height / kTwipsPerPixel - 2 * text_height / kTwipsPerPixel);
       control_->DrawVideoText(0, "SMPTE", x, y, "Arial", size, ui::Rgb(255, 255, 255), 0);
     } else {

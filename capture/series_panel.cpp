@@ -21,7 +21,8 @@ SeriesPanel::SeriesPanel(ui::Window& window) : window_(window) {
 }
 
 void SeriesPanel::CreateToolbars() {
-  for (const char* key : {"record", "autostart", "motion", "filename", "otherinfo", "vidcompression", "netset", "effects"})
+  for (const char* key :
+       {"record", "autostart", "motion", "filename", "otherinfo", "vidcompression", "netset", "effects"})
     MultipleImageToolbar.AddButton(key, ButtonStyle::Default, key);
   for (const char* key : {"writeinfo", "ftp"}) MultipleImageToolbar.AddButton(key, ButtonStyle::Check, key);
 

@@ -1,9 +1,8 @@
 #include "capture/video_info.h"
 
-#include "core/window_registry.h"
-
 #include "capture/capture_device.h"
 #include "capture/video_screen.h"
+#include "core/window_registry.h"
 
 namespace zr {
 

@@ -3,6 +3,7 @@
 // while the capture window keeps running.
 
 #include <string_view>
+
 #include "core/program.h"
 #include "ui/controls.h"
 #include "ui/window.h"

@@ -2,15 +2,15 @@
 
 #include "capture/video_screen.h"
 
-#include "core/main_menus.h"
-#include "core/window_registry.h"
-#include "capture/capture_device.h"
-#include "capture/video_info.h"
-#include "core/settings_keys.h"
 #include "base/formatting.h"
+#include "capture/capture_device.h"
 #include "capture/movie_run_panel.h"
 #include "capture/series_panel.h"
+#include "capture/video_info.h"
+#include "core/main_menus.h"
 #include "core/main_window.h"
+#include "core/settings_keys.h"
+#include "core/window_registry.h"
 
 namespace zr {
 
@@ -116,13 +116,17 @@ void VideoScreen::Initialize() {
   Mastertoolbar.Visible = false;
   Caption = program_.Translate("Initializing...");
   program_.Yield();
-  if (Kind() == DeviceKind::IpCamera || Kind() == DeviceKind::MediaStream) InitializeNetworkSource(Kind());
-  else if (Kind() == DeviceKind::Control) InitializeControl();
-  else if (Kind() == DeviceKind::Driver) InitializeDriver();
+  if (Kind() == DeviceKind::IpCamera || Kind() == DeviceKind::MediaStream)
+    InitializeNetworkSource(Kind());
+  else if (Kind() == DeviceKind::Control)
+    InitializeControl();
+  else if (Kind() == DeviceKind::Driver)
+    InitializeDriver();
 }
 
 bool VideoScreen::AskAddress(const std::string& prompt, std::string& address) {
-  const auto answer = program_.services.dialogs.InputBox(platform::InputBoxRequest{program_.Translate(prompt), kAppTitle, ""});
+  const auto answer =
+      program_.services.dialogs.InputBox(platform::InputBoxRequest{program_.Translate(prompt), kAppTitle, ""});
   address = answer.value_or("");
   return !address.empty();
 }
@@ -144,7 +148,8 @@ void VideoScreen::InitializeNetworkSource(DeviceKind kind) {
   // Each step passes over its own failure and the next one runs.
   ResumeNext([&] { control_->SetDeviceConnected(false); });
   if (kind == DeviceKind::MediaStream) {
-    ResumeNext([&] { control_->SetUseVMR9(program_.services.settings.Get(kAppTitle, "System", "VMR", "Yes") == "Yes"); });
+    ResumeNext(
+        [&] { control_->SetUseVMR9(program_.services.settings.Get(kAppTitle, "System", "VMR", "Yes") == "Yes"); });
   } else {
     ResumeNext([&] { control_->SetVideoDeviceIndex(kHttpSourceIndex); });
     ResumeNext([&] { control_->SetNetworkSourceUrl(address); });
@@ -184,7 +189,8 @@ void VideoScreen::InitializeControl() {
   ResumeNext([&] { FillInputMenu(); });
   ResumeNext([&] {
     movie.AudioDevice.Clear();
-    for (int index = 0; index < control_->AudioDeviceCount(); ++index) movie.AudioDevice.AddItem(control_->AudioDeviceName(index));
+    for (int index = 0; index < control_->AudioDeviceCount(); ++index)
+      movie.AudioDevice.AddItem(control_->AudioDeviceName(index));
     movie.AudioDevice.ListIndex = 0;
   });
   ResumeNext([&] {
@@ -215,9 +221,11 @@ void VideoScreen::EnableControlKindMenus(bool device_settings) {
 // level.
 void VideoScreen::SelectSoundLists(bool driver_lists) {
   auto& movie = program_.MainPanel<MovieRunPanel>();
-  for (ui::Control* list : std::initializer_list<ui::Control*>{&movie.AudioDevice, &movie.AudioInput, &movie.AudioLevel})
+  for (ui::Control* list :
+       std::initializer_list<ui::Control*>{&movie.AudioDevice, &movie.AudioInput, &movie.AudioLevel})
     list->Enabled = !driver_lists;
-  for (ui::Control* list : std::initializer_list<ui::Control*>{&movie.AudioBits, &movie.AudioChannels, &movie.AudioRate})
+  for (ui::Control* list :
+       std::initializer_list<ui::Control*>{&movie.AudioBits, &movie.AudioChannels, &movie.AudioRate})
     list->Enabled = driver_lists;
 }
 
@@ -280,17 +288,28 @@ void VideoScreen::InitializeDriver() {
   vfw::capGetSetup(*capture_window_, state.CaptureParms);
   FollowDriverCaps();
   vfw::capGetStatus(*capture_window_, state.CapStatus);
-  if (state.CapStatus.fOverlayWindow == 1 && state.CapDriverCaps.fHasOverlay == 1) Overlay();
-  else Preview(movie.previewrate.ListIndex + 1);
+  if (state.CapStatus.fOverlayWindow == 1 && state.CapDriverCaps.fHasOverlay == 1)
+    Overlay();
+  else
+    Preview(movie.previewrate.ListIndex + 1);
   vfw::capGetAudioFormat(*capture_window_, state.WaveFormat, kWaveFormatBytes);
   movie.AudioChannels.ListIndex = state.WaveFormat.nChannels == 1 ? 0 : 1;
   movie.AudioBits.ListIndex = state.WaveFormat.wBitsPerSample == 8 ? 0 : 1;
   switch (state.WaveFormat.nSamplesPerSec) {
-    case 8000: movie.AudioRate.ListIndex = 0; break;
-    case 11025: movie.AudioRate.ListIndex = 1; break;
-    case 22050: movie.AudioRate.ListIndex = 2; break;
-    case 44100: movie.AudioRate.ListIndex = 3; break;
-    default: break;
+    case 8000:
+      movie.AudioRate.ListIndex = 0;
+      break;
+    case 11025:
+      movie.AudioRate.ListIndex = 1;
+      break;
+    case 22050:
+      movie.AudioRate.ListIndex = 2;
+      break;
+    case 44100:
+      movie.AudioRate.ListIndex = 3;
+      break;
+    default:
+      break;
   }
   master.SetAudioCapture(state.CaptureParms.fCaptureAudio != 0);
   const int rate = FramesPerSecondFromMicroSeconds(state.CaptureParms.dwRequestMicroSecPerFrame);
@@ -299,7 +318,8 @@ void VideoScreen::InitializeDriver() {
   movie.MovieHoursControl.Value = static_cast<int>(state.CaptureParms.wTimeLimit / 3600);
   movie.MovieMinutesControl.Value = static_cast<int>(state.CaptureParms.wTimeLimit % 3600 / 60);
   movie.MovieSecondsControl.Value = static_cast<int>(state.CaptureParms.wTimeLimit % 60);
-  master.MasterStatus.Panels("filename").Text = program_.Translate("Filename: ") + vfw::capGetCaptureFile(*capture_window_);
+  master.MasterStatus.Panels("filename").Text =
+      program_.Translate("Filename: ") + vfw::capGetCaptureFile(*capture_window_);
   state.CaptureParms.fYield = static_cast<BOOL>(ReadSettingNumber(program_.services.settings, settings::CaptureYields));
   program_.MainWindow().LoadParameterFile(state.AppPath + kDeviceStateFile);
   // Whatever the file said.
@@ -329,8 +349,9 @@ void VideoScreen::SizeToPicture() {
   const int width = RoundHalfEven(state.CapStatus.uiImageWidth * view_scale_);
   const int height = RoundHalfEven(state.CapStatus.uiImageHeight * view_scale_);
   vfw::capResize(*capture_window_, 0, 0, width, height);  // the window stands at 0,0 of its parent
-  const std::string resolution = program_.Translate("Resolution:") + " " + std::to_string(state.CapStatus.uiImageWidth) +
-                                 "x" + std::to_string(state.CapStatus.uiImageHeight);
+  const std::string resolution = program_.Translate("Resolution:") + " " +
+                                 std::to_string(state.CapStatus.uiImageWidth) + "x" +
+                                 std::to_string(state.CapStatus.uiImageHeight);
   StatusBar.Panels("resolution").Text = resolution;
   program_.MainWindow().MasterStatus.Panels("resolution").Text = resolution;
   program_.MainWindow().StatusString.Caption = program_.Translate("Connected");
@@ -345,23 +366,31 @@ void VideoScreen::RefreshWindow() {
 }
 
 void VideoScreen::VideoCompressionDialog() {
-  if (Kind() == DeviceKind::Driver && capture_window_) vfw::capShowCompressionDialog(program_, *capture_window_);
-  else if (Kind() == DeviceKind::Control || Kind() == DeviceKind::MediaStream) throw NotBuiltYet("the video compressor window");
+  if (Kind() == DeviceKind::Driver && capture_window_)
+    vfw::capShowCompressionDialog(program_, *capture_window_);
+  else if (Kind() == DeviceKind::Control || Kind() == DeviceKind::MediaStream)
+    throw NotBuiltYet("the video compressor window");
 }
 
 void VideoScreen::VideoSource() {
-  if (Kind() == DeviceKind::Driver && capture_window_) vfw::capShowSourceDialog(program_, *capture_window_);
-  else if (Kind() == DeviceKind::Control) ResumeNext([&] { control_->ShowSourceDialog(); });
+  if (Kind() == DeviceKind::Driver && capture_window_)
+    vfw::capShowSourceDialog(program_, *capture_window_);
+  else if (Kind() == DeviceKind::Control)
+    ResumeNext([&] { control_->ShowSourceDialog(); });
 }
 
 void VideoScreen::VideoDisplay() {
-  if (Kind() == DeviceKind::Driver && capture_window_) vfw::capShowDisplayDialog(program_, *capture_window_);
-  else if (Kind() == DeviceKind::Control) ResumeNext([&] { control_->ShowDisplayDialog(); });
+  if (Kind() == DeviceKind::Driver && capture_window_)
+    vfw::capShowDisplayDialog(program_, *capture_window_);
+  else if (Kind() == DeviceKind::Control)
+    ResumeNext([&] { control_->ShowDisplayDialog(); });
 }
 
 void VideoScreen::VideoFormat() {
-  if (Kind() == DeviceKind::Driver && capture_window_) vfw::capShowFormatDialog(program_, *capture_window_);
-  else if (Kind() == DeviceKind::Control) ResumeNext([&] { control_->ShowFormatDialog(); });
+  if (Kind() == DeviceKind::Driver && capture_window_)
+    vfw::capShowFormatDialog(program_, *capture_window_);
+  else if (Kind() == DeviceKind::Control)
+    ResumeNext([&] { control_->ShowFormatDialog(); });
 }
 
 // The buttons follow what the driver did, not what was asked.
@@ -451,35 +480,121 @@ void VideoScreen::MouseDown(int) {}
 namespace {
 
 const WindowRegistration<VideoScreen> kRegistration{{
-      {"Disconnect", [](VideoScreen& w, const ProcedureArguments& a) { a.Expect(0); w.Disconnect(); }},
-      {"RefreshWindow", [](VideoScreen& w, const ProcedureArguments& a) { a.Expect(0); w.RefreshWindow(); }},
-      {"VideoCompressionDialog", [](VideoScreen& w, const ProcedureArguments& a) { a.Expect(0); w.VideoCompressionDialog(); }},
-      {"Initialize", [](VideoScreen& w, const ProcedureArguments& a) { a.Expect(0); w.Initialize(); }},
-      {"VideoSource", [](VideoScreen& w, const ProcedureArguments& a) { a.Expect(0); w.VideoSource(); }},
-      {"VideoDisplay", [](VideoScreen& w, const ProcedureArguments& a) { a.Expect(0); w.VideoDisplay(); }},
-      {"VideoFormat", [](VideoScreen& w, const ProcedureArguments& a) { a.Expect(0); w.VideoFormat(); }},
-      {"Overlay", [](VideoScreen& w, const ProcedureArguments& a) { a.Expect(0); w.Overlay(); }},
-      {"Preview", [](VideoScreen& w, const ProcedureArguments& a) { a.Expect(1); w.Preview(static_cast<int>(a.Number(0))); }},
-      {"Record", [](VideoScreen& w, const ProcedureArguments& a) { a.Expect(0); w.Record(); }},
-      {"StopCapture", [](VideoScreen& w, const ProcedureArguments& a) { a.Expect(0); w.StopCapture(); }},
-      {"SaveStill", [](VideoScreen& w, const ProcedureArguments& a) {
-         a.Expect(3);
-         w.SaveStill(a.Text(0), static_cast<int>(a.Number(1)), a.Flag(2));
-       }},
-      {"SetFilename", [](VideoScreen& w, const ProcedureArguments& a) { a.Expect(1); w.SetFilename(a.Text(0)); }},
-      {"GetFilename", [](VideoScreen& w, const ProcedureArguments& a) { a.Expect(0); (void)w.GetFilename(); }},
-      {"OpenMultipleImage", [](VideoScreen& w, const ProcedureArguments& a) { a.Expect(0); w.OpenMultipleImage(); }},
-      {"SetCaptureParameters", [](VideoScreen& w, const ProcedureArguments& a) { a.Expect(0); w.SetCaptureParameters(); }},
-      {"CaptureSingle", [](VideoScreen& w, const ProcedureArguments& a) { a.Expect(0); w.CaptureSingle(); }},
-      {"CloseMultipleCapture", [](VideoScreen& w, const ProcedureArguments& a) { a.Expect(0); w.CloseMultipleCapture(); }},
-      {"WDMCaptureDialog", [](VideoScreen& w, const ProcedureArguments& a) { a.Expect(0); w.WDMCaptureDialog(); }},
-      {"ResizeWDM", [](VideoScreen& w, const ProcedureArguments& a) { a.Expect(0); w.ResizeWDM(); }},
-      {"AudioVFW", [](VideoScreen& w, const ProcedureArguments& a) { a.Expect(1); w.AudioVFW(a.Flag(0)); }},
-      {"ConnectVideoCaptureDevice", [](VideoScreen& w, const ProcedureArguments& a) {
-         a.Expect(3);
-         w.ConnectVideoCaptureDevice(static_cast<int>(a.Number(0)), a.Text(1), a.Text(2));
-       }},
-      {"ShowTCR", [](VideoScreen& w, const ProcedureArguments& a) { a.Expect(0); w.ShowTCR(); }},
+    {"Disconnect",
+     [](VideoScreen& w, const ProcedureArguments& a) {
+       a.Expect(0);
+       w.Disconnect();
+     }},
+    {"RefreshWindow",
+     [](VideoScreen& w, const ProcedureArguments& a) {
+       a.Expect(0);
+       w.RefreshWindow();
+     }},
+    {"VideoCompressionDialog",
+     [](VideoScreen& w, const ProcedureArguments& a) {
+       a.Expect(0);
+       w.VideoCompressionDialog();
+     }},
+    {"Initialize",
+     [](VideoScreen& w, const ProcedureArguments& a) {
+       a.Expect(0);
+       w.Initialize();
+     }},
+    {"VideoSource",
+     [](VideoScreen& w, const ProcedureArguments& a) {
+       a.Expect(0);
+       w.VideoSource();
+     }},
+    {"VideoDisplay",
+     [](VideoScreen& w, const ProcedureArguments& a) {
+       a.Expect(0);
+       w.VideoDisplay();
+     }},
+    {"VideoFormat",
+     [](VideoScreen& w, const ProcedureArguments& a) {
+       a.Expect(0);
+       w.VideoFormat();
+     }},
+    {"Overlay",
+     [](VideoScreen& w, const ProcedureArguments& a) {
+       a.Expect(0);
+       w.Overlay();
+     }},
+    {"Preview",
+     [](VideoScreen& w, const ProcedureArguments& a) {
+       a.Expect(1);
+       w.Preview(static_cast<int>(a.Number(0)));
+     }},
+    {"Record",
+     [](VideoScreen& w, const ProcedureArguments& a) {
+       a.Expect(0);
+       w.Record();
+     }},
+    {"StopCapture",
+     [](VideoScreen& w, const ProcedureArguments& a) {
+       a.Expect(0);
+       w.StopCapture();
+     }},
+    {"SaveStill",
+     [](VideoScreen& w, const ProcedureArguments& a) {
+       a.Expect(3);
+       w.SaveStill(a.Text(0), static_cast<int>(a.Number(1)), a.Flag(2));
+     }},
+    {"SetFilename",
+     [](VideoScreen& w, const ProcedureArguments& a) {
+       a.Expect(1);
+       w.SetFilename(a.Text(0));
+     }},
+    {"GetFilename",
+     [](VideoScreen& w, const ProcedureArguments& a) {
+       a.Expect(0);
+       (void)w.GetFilename();
+     }},
+    {"OpenMultipleImage",
+     [](VideoScreen& w, const ProcedureArguments& a) {
+       a.Expect(0);
+       w.OpenMultipleImage();
+     }},
+    {"SetCaptureParameters",
+     [](VideoScreen& w, const ProcedureArguments& a) {
+       a.Expect(0);
+       w.SetCaptureParameters();
+     }},
+    {"CaptureSingle",
+     [](VideoScreen& w, const ProcedureArguments& a) {
+       a.Expect(0);
+       w.CaptureSingle();
+     }},
+    {"CloseMultipleCapture",
+     [](VideoScreen& w, const ProcedureArguments& a) {
+       a.Expect(0);
+       w.CloseMultipleCapture();
+     }},
+    {"WDMCaptureDialog",
+     [](VideoScreen& w, const ProcedureArguments& a) {
+       a.Expect(0);
+       w.WDMCaptureDialog();
+     }},
+    {"ResizeWDM",
+     [](VideoScreen& w, const ProcedureArguments& a) {
+       a.Expect(0);
+       w.ResizeWDM();
+     }},
+    {"AudioVFW",
+     [](VideoScreen& w, const ProcedureArguments& a) {
+       a.Expect(1);
+       w.AudioVFW(a.Flag(0));
+     }},
+    {"ConnectVideoCaptureDevice",
+     [](VideoScreen& w, const ProcedureArguments& a) {
+       a.Expect(3);
+       w.ConnectVideoCaptureDevice(static_cast<int>(a.Number(0)), a.Text(1), a.Text(2));
+     }},
+    {"ShowTCR",
+     [](VideoScreen& w, const ProcedureArguments& a) {
+       a.Expect(0);
+       w.ShowTCR();
+     }},
 }};
 
 }  // namespace

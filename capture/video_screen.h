@@ -4,9 +4,9 @@
 // branches on it. Connection lives in capture/video_screen.cpp, runs and stills in
 // capture/recording_engine.cpp.
 
-#include <string_view>
 #include <memory>
 #include <string>
+#include <string_view>
 
 #include "capture/device_kind.h"
 #include "core/program.h"

@@ -24,13 +24,13 @@ struct AppState {
   std::string ProductSite;            // the product's web address
   Boolean Exiting = False;
   Boolean IsWindowsAfter2000 = False;
-  std::int16_t PreviewRate = 0;             // preview frames per second
-  double MovieFrameRate = 0;                // frames per second of a movie, four decimals
-  std::int32_t FramesPerSecond = 0;         // display rate of the current run
-  std::int32_t ImageCount = 0;              // pictures taken in the current series
-  std::int32_t ImageCounterStart = 0;       // first number of numbered file names
+  std::int16_t PreviewRate = 0;        // preview frames per second
+  double MovieFrameRate = 0;           // frames per second of a movie, four decimals
+  std::int32_t FramesPerSecond = 0;    // display rate of the current run
+  std::int32_t ImageCount = 0;         // pictures taken in the current series
+  std::int32_t ImageCounterStart = 0;  // first number of numbered file names
   std::string ImageCounterFormat = "#000000";
-  std::optional<double> ShotInterval;       // seconds between shots in timer mode; empty at start
+  std::optional<double> ShotInterval;  // seconds between shots in timer mode; empty at start
   std::int32_t ShotElapsed = 0;
   Boolean MotionWasRunning = False;
   Boolean MotionRecordArmed = False;
@@ -59,7 +59,7 @@ struct AppState {
   CAPDRIVERCAPS CapDriverCaps;
   CAPTUREPARMS CaptureParms;
   WAVEFORMATEX WaveFormat;
-  std::uint32_t hCapWnd = 0;  // non-zero while a capture window exists
+  std::uint32_t hCapWnd = 0;         // non-zero while a capture window exists
   CaptureStatusWords captureStatus;  // CaptureStatusId, CaptureStatusText, CaptureEnded
 
   // ---- information texts and network settings

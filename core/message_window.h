@@ -2,6 +2,7 @@
 // The small message window shown while the program saves or applies a parameter file.
 
 #include <string_view>
+
 #include "core/program.h"
 #include "ui/controls.h"
 #include "ui/window.h"

@@ -11,9 +11,9 @@ namespace zr {
 enum class OperatingMode { Movie, Image, Multiple, AviBuilder, WebShare, None };
 
 // In the order of the main toolbar's mode buttons and of the File menu's first entries.
-inline constexpr std::array<OperatingMode, 5> kOperatingModes = {
-    OperatingMode::Movie, OperatingMode::Image, OperatingMode::Multiple, OperatingMode::AviBuilder,
-    OperatingMode::WebShare};
+inline constexpr std::array<OperatingMode, 5> kOperatingModes = {OperatingMode::Movie, OperatingMode::Image,
+                                                                 OperatingMode::Multiple, OperatingMode::AviBuilder,
+                                                                 OperatingMode::WebShare};
 
 constexpr std::string_view ModeKey(OperatingMode mode) {
   switch (mode) {

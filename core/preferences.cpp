@@ -1,9 +1,8 @@
 #include "core/preferences.h"
 
-#include "core/window_registry.h"
-
 #include "base/formatting.h"
 #include "core/settings_keys.h"
+#include "core/window_registry.h"
 
 namespace zr {
 

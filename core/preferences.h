@@ -4,6 +4,7 @@
 // program. Cancel writes nothing.
 
 #include <string_view>
+
 #include "core/program.h"
 #include "ui/controls.h"
 #include "ui/window.h"

@@ -17,8 +17,8 @@ Program::Program(Services given_services, std::string program_folder)
     : services(std::move(given_services)), ProgramFolder(std::move(program_folder)) {
   state.AppPath = ProgramFolder;
   for (const WindowKind& kind : RegisteredWindowKinds())
-    windows_.push_back(std::make_unique<ui::WindowSlot<ui::Window>>(
-        kind.name, [this, &kind] { return kind.make(*this, kind.name); }));
+    windows_.push_back(
+        std::make_unique<ui::WindowSlot<ui::Window>>(kind.name, [this, &kind] { return kind.make(*this, kind.name); }));
 }
 
 Program::~Program() = default;
@@ -65,9 +65,8 @@ platform::MessageAnswer Program::MessageBox(const std::string& text, platform::M
 }
 
 void Program::Main() {
-  VersionText = Translate("Version") + " " + std::to_string(kVersionMajor) + "." +
-                FormatNumber(kVersionMinor, "#00") + " " + Translate("Build") + " " +
-                FormatNumber(kVersionRevision, "#");
+  VersionText = Translate("Version") + " " + std::to_string(kVersionMajor) + "." + FormatNumber(kVersionMinor, "#00") +
+                " " + Translate("Build") + " " + FormatNumber(kVersionRevision, "#");
   state.AppPath = ProgramFolder;
   state.IsWindowsAfter2000 = SystemVersion > 5.0 ? True : False;
   state.PreviewRate = 10;
@@ -108,7 +107,11 @@ void Program::ExitProgram() {
 namespace {
 
 const ProgramProcedures kProcedures{{
-    {"ExitProgram", [](Program& p, const ProcedureArguments& a) { a.Expect(0); p.ExitProgram(); }},
+    {"ExitProgram",
+     [](Program& p, const ProcedureArguments& a) {
+       a.Expect(0);
+       p.ExitProgram();
+     }},
 }};
 
 }  // namespace

@@ -3,6 +3,7 @@
 // window loads behind it. Nothing waits on it.
 
 #include <string_view>
+
 #include "core/program.h"
 #include "ui/controls.h"
 #include "ui/window.h"

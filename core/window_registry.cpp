@@ -20,7 +20,8 @@ std::map<std::string, ProgramProcedure, std::less<>>& ProgramProcedureTable() {
 
 void ProcedureArguments::Expect(std::size_t count) const {
   if (values_.size() != count)
-    throw ProcedureCallError("expected " + std::to_string(count) + " arguments, found " + std::to_string(values_.size()));
+    throw ProcedureCallError("expected " + std::to_string(count) + " arguments, found " +
+                             std::to_string(values_.size()));
 }
 
 std::string ProcedureArguments::Text(std::size_t at) const {

@@ -53,7 +53,7 @@ using WindowProcedure = std::function<void(ui::Window&, const ProcedureArguments
 using ProgramProcedure = std::function<void(Program&, const ProcedureArguments&)>;
 
 struct WindowKind {
-  std::string name;  // as the faces and the scenarios address the window
+  std::string name;                     // as the faces and the scenarios address the window
   std::type_index type = typeid(void);  // the class that serves it
   ui::WindowPlacement placement = ui::WindowPlacement::TopLevel;
   std::function<std::unique_ptr<ui::Window>(Program&, const std::string& name)> make;
@@ -76,7 +76,8 @@ template <class W>
 class WindowRegistration {
  public:
   using Procedure = std::function<void(W&, const ProcedureArguments&)>;
-  explicit WindowRegistration(std::map<std::string, Procedure> procedures = {}, std::string_view name = W::kWindowName) {
+  explicit WindowRegistration(std::map<std::string, Procedure> procedures = {},
+                              std::string_view name = W::kWindowName) {
     WindowKind kind;
     kind.name = std::string(name);
     kind.type = typeid(W);
@@ -88,9 +89,10 @@ class WindowRegistration {
         return std::make_unique<W>(program);
     };
     for (auto& [procedure_name, procedure] : procedures)
-      kind.procedures.emplace(procedure_name, [call = std::move(procedure)](ui::Window& window, const ProcedureArguments& arguments) {
-        call(dynamic_cast<W&>(window), arguments);
-      });
+      kind.procedures.emplace(procedure_name,
+                              [call = std::move(procedure)](ui::Window& window, const ProcedureArguments& arguments) {
+                                call(dynamic_cast<W&>(window), arguments);
+                              });
     registry_detail::Add(std::move(kind));
   }
 };

@@ -118,8 +118,9 @@ class CommandButtonBinding final : public BindingOf<QPushButton, ui::CommandButt
 class CheckBoxBinding final : public BindingOf<QAbstractButton, ui::CheckBox> {
  public:
   CheckBoxBinding(ui::CheckBox& box, const Guard& guard, QWidget* parent)
-      : BindingOf(box, box.is_option_button ? static_cast<QAbstractButton*>(new QRadioButton(parent))
-                                            : static_cast<QAbstractButton*>(new QCheckBox(parent)),
+      : BindingOf(box,
+                  box.is_option_button ? static_cast<QAbstractButton*>(new QRadioButton(parent))
+                                       : static_cast<QAbstractButton*>(new QCheckBox(parent)),
                   guard) {
     widget_->setObjectName(Text(box.Name()));
     if (box.is_option_button) static_cast<QRadioButton*>(widget_)->setAutoExclusive(false);
@@ -180,9 +181,8 @@ class ComboBinding final : public BindingOf<QComboBox, ui::ListControl> {
   ComboBinding(ui::ListControl& list, const Guard& guard, QWidget* parent)
       : BindingOf(list, new QComboBox(parent), guard) {
     widget_->setObjectName(Text(list.Name()));
-    QObject::connect(widget_, &QComboBox::activated, widget_, [this](int index) {
-      Operator([this, index] { control_.ClickEntry(index); });
-    });
+    QObject::connect(widget_, &QComboBox::activated, widget_,
+                     [this](int index) { Operator([this, index] { control_.ClickEntry(index); }); });
   }
   void Refresh() override {
     if (EntriesChanged(control_, shown_)) {
@@ -290,7 +290,8 @@ class ToolbarBinding final : public BindingOf<QToolBar, ui::Toolbar> {
     if (shown.tool->text() != Text(model.Caption)) shown.tool->setText(Text(model.Caption));
     shown.tool->setToolButtonStyle(model.Caption.get().empty() ? Qt::ToolButtonIconOnly : Qt::ToolButtonTextBesideIcon);
     if (shown.tool->isEnabled() != model.Enabled.get()) shown.tool->setEnabled(model.Enabled);
-    if (shown.tool->isCheckable() && shown.tool->isChecked() != (model.Value == 1)) shown.tool->setChecked(model.Value == 1);
+    if (shown.tool->isCheckable() && shown.tool->isChecked() != (model.Value == 1))
+      shown.tool->setChecked(model.Value == 1);
     if (model.Style() == ui::ButtonStyle::Dropdown) ShowMenu(model, shown);
   }
 
@@ -312,7 +313,8 @@ class ToolbarBinding final : public BindingOf<QToolBar, ui::Toolbar> {
       shown.menu_count = model.ButtonMenus.size();
     }
     const auto actions = menu.actions();
-    for (std::size_t index = 0; index < model.ButtonMenus.size() && index < static_cast<std::size_t>(actions.size()); ++index) {
+    for (std::size_t index = 0; index < model.ButtonMenus.size() && index < static_cast<std::size_t>(actions.size());
+         ++index) {
       const ui::ButtonMenu& entry = *model.ButtonMenus[index];
       QAction& action = *actions[static_cast<qsizetype>(index)];
       if (!action.isSeparator() && action.text() != Text(entry.Text)) action.setText(Text(entry.Text));
@@ -339,7 +341,8 @@ class StatusBarBinding final : public BindingOf<QWidget, ui::StatusBar> {
     layout->setSpacing(2);
   }
   void Refresh() override {
-    while (panels_.size() < static_cast<std::size_t>(control_.PanelCount())) AddPanel(static_cast<int>(panels_.size()) + 1);
+    while (panels_.size() < static_cast<std::size_t>(control_.PanelCount()))
+      AddPanel(static_cast<int>(panels_.size()) + 1);
     for (int number = 1; number <= control_.PanelCount(); ++number) {
       ui::Panel& panel = control_.Panels(number);
       QLabel& label = *panels_[static_cast<std::size_t>(number - 1)];
@@ -400,9 +403,8 @@ class TabBinding final : public BindingOf<QTabBar, ui::TabStrip> {
   TabBinding(ui::TabStrip& tabs, const Guard& guard, QWidget* parent) : BindingOf(tabs, new QTabBar(parent), guard) {
     widget_->setObjectName(Text(tabs.Name()));
     for (const auto& caption : tabs.Tabs) widget_->addTab(Text(caption));
-    QObject::connect(widget_, &QTabBar::tabBarClicked, widget_, [this](int index) {
-      Operator([this, index] { control_.ClickTab(index + 1); });
-    });
+    QObject::connect(widget_, &QTabBar::tabBarClicked, widget_,
+                     [this](int index) { Operator([this, index] { control_.ClickTab(index + 1); }); });
   }
   void Refresh() override {
     if (widget_->currentIndex() != control_.SelectedIndex - 1) widget_->setCurrentIndex(control_.SelectedIndex - 1);
@@ -424,7 +426,8 @@ bool ShowsAsListBox(const ui::ListControl& list) { return list.Name() == "device
 std::unique_ptr<Binding> BindControl(ui::Control& control, const Guard& guard, QWidget* parent) {
   if (auto* label = dynamic_cast<ui::Label*>(&control)) return Make<LabelBinding>(*label, guard, parent);
   if (auto* box = dynamic_cast<ui::TextBox*>(&control)) return Make<TextBoxBinding>(*box, guard, parent);
-  if (auto* button = dynamic_cast<ui::CommandButton*>(&control)) return Make<CommandButtonBinding>(*button, guard, parent);
+  if (auto* button = dynamic_cast<ui::CommandButton*>(&control))
+    return Make<CommandButtonBinding>(*button, guard, parent);
   if (auto* check = dynamic_cast<ui::CheckBox*>(&control)) return Make<CheckBoxBinding>(*check, guard, parent);
   if (auto* range = dynamic_cast<ui::RangeControl*>(&control)) return Make<RangeBinding>(*range, guard, parent);
   if (auto* list = dynamic_cast<ui::ListControl*>(&control)) {

@@ -115,8 +115,10 @@ void DesktopFace::SyncWindow(ui::WindowSlotBase& slot, ui::Window& window, bool 
 DesktopFace::Shown DesktopFace::MakeShown(ui::WindowSlotBase& slot, ui::Window& window, bool extra) {
   auto close_box = [this, &slot, &window, extra] {
     guard_([&slot, &window, extra] {
-      if (extra) slot.UnloadExtra(window, ui::UnloadMode::CloseBox);
-      else slot.Unload(ui::UnloadMode::CloseBox);
+      if (extra)
+        slot.UnloadExtra(window, ui::UnloadMode::CloseBox);
+      else
+        slot.Unload(ui::UnloadMode::CloseBox);
     });
   };
   ShownWindow made;
@@ -177,8 +179,10 @@ QWidget* DesktopFace::WidgetOf(const ui::Window& window) const {
 
 void DesktopFace::ShowFailure(const std::exception& failure) {
   const bool missing = dynamic_cast<const NotBuiltYet*>(&failure) != nullptr;
-  const QString text = missing ? QString("This part of %1 is not built yet.\n\n%2").arg(QString::fromStdString(kAppTitle), failure.what())
-                               : QString("The last command failed: %1").arg(failure.what());
+  const QString text =
+      missing
+          ? QString("This part of %1 is not built yet.\n\n%2").arg(QString::fromStdString(kAppTitle), failure.what())
+          : QString("The last command failed: %1").arg(failure.what());
   QMessageBox::warning(QApplication::activeWindow(), QString::fromStdString(kAppTitle), text);
 }
 
@@ -211,8 +215,10 @@ void DesktopFace::TrackKey(QEvent* event) {
 std::string KeyStateName(int toolkit_key) {
   if (toolkit_key == Qt::Key_Control) return "ctrl";
   if (toolkit_key == Qt::Key_Shift) return "shift";
-  if (toolkit_key >= Qt::Key_A && toolkit_key <= Qt::Key_Z) return std::string(1, static_cast<char>('A' + (toolkit_key - Qt::Key_A)));
-  if (toolkit_key >= Qt::Key_F1 && toolkit_key <= Qt::Key_F12) return "F" + std::to_string(toolkit_key - Qt::Key_F1 + 1);
+  if (toolkit_key >= Qt::Key_A && toolkit_key <= Qt::Key_Z)
+    return std::string(1, static_cast<char>('A' + (toolkit_key - Qt::Key_A)));
+  if (toolkit_key >= Qt::Key_F1 && toolkit_key <= Qt::Key_F12)
+    return "F" + std::to_string(toolkit_key - Qt::Key_F1 + 1);
   return "";
 }
 

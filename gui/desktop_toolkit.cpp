@@ -6,12 +6,12 @@
 #include <cstdlib>
 #include <iostream>
 
-#include "main_window/master.h"
 #include "gui/desktop_face.h"
 #include "gui/device_dialogs.h"
 #include "gui/icons.h"
 #include "gui/qt_event_loop.h"
 #include "gui/qt_services.h"
+#include "main_window/master.h"
 
 namespace zr::gui {
 

@@ -85,8 +85,10 @@ void QtDeviceDialogs::EditSource(const std::string& device, platform::DeviceSett
     });
     form->addRow("Input:", input);
   }
-  for (const auto& control : settings.Controls()) form->addRow(Text(control.name) + ":", AdjustmentOf(control, settings, *problem, &dialog));
-  if (inputs.empty() && settings.Controls().empty()) form->addRow(new QLabel("This source has no settings to adjust.", &dialog));
+  for (const auto& control : settings.Controls())
+    form->addRow(Text(control.name) + ":", AdjustmentOf(control, settings, *problem, &dialog));
+  if (inputs.empty() && settings.Controls().empty())
+    form->addRow(new QLabel("This source has no settings to adjust.", &dialog));
   layout->addWidget(problem);
   auto* buttons = new QDialogButtonBox(QDialogButtonBox::Close, &dialog);
   QObject::connect(buttons, &QDialogButtonBox::rejected, &dialog, &QDialog::reject);

@@ -7,7 +7,6 @@
 #include <QPainter>
 #include <QPainterPath>
 #include <QPolygonF>
-
 #include <algorithm>
 #include <cmath>
 #include <initializer_list>
@@ -123,8 +122,8 @@ void Gear(QPainter& p, QPointF center, qreal outer, qreal inner, qreal hole, con
   QPolygonF outline;
   for (int i = 0; i < kTeeth; ++i) {
     const qreal a = i * step;
-    for (const auto& [offset, radius] : {std::pair{-0.30, inner}, std::pair{-0.17, outer},
-                                         std::pair{0.17, outer}, std::pair{0.30, inner}}) {
+    for (const auto& [offset, radius] :
+         {std::pair{-0.30, inner}, std::pair{-0.17, outer}, std::pair{0.17, outer}, std::pair{0.30, inner}}) {
       outline << center + QPointF(std::cos(a + offset), std::sin(a + offset)) * radius;
     }
   }
@@ -892,8 +891,8 @@ QPixmap DrawnIcon(std::string_view image_key, int size) {
 
 QIcon ToolbarIcon(std::string_view image_key) {
   if (const Pictogram* pictogram = FindPictogram(image_key); pictogram && !pictogram->theme_name.empty()) {
-    const QString name = QString::fromLatin1(pictogram->theme_name.data(),
-                                             static_cast<qsizetype>(pictogram->theme_name.size()));
+    const QString name =
+        QString::fromLatin1(pictogram->theme_name.data(), static_cast<qsizetype>(pictogram->theme_name.size()));
     if (QIcon::hasThemeIcon(name)) return QIcon::fromTheme(name);
   }
   QIcon icon;

@@ -9,7 +9,6 @@
 #include <QIcon>
 #include <QPixmap>
 #include <QSize>
-
 #include <string_view>
 
 namespace zr::gui {

@@ -26,7 +26,8 @@ std::int64_t QtEventLoop::NowMs() const { return clock_.elapsed(); }
 
 void QtEventLoop::Post(std::function<void()> event) {
   posted_.Push(std::move(event));
-  QMetaObject::invokeMethod(this, [this] { RunPostedEvents(); }, Qt::QueuedConnection);
+  QMetaObject::invokeMethod(
+      this, [this] { RunPostedEvents(); }, Qt::QueuedConnection);
 }
 
 void QtEventLoop::Yield() {

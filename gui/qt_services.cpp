@@ -23,11 +23,16 @@ QString Text(const std::string& text) { return QString::fromStdString(text); }
 
 QMessageBox::Icon ToolkitIcon(MessageIcon icon) {
   switch (icon) {
-    case MessageIcon::Stop: return QMessageBox::Critical;
-    case MessageIcon::Question: return QMessageBox::Question;
-    case MessageIcon::Exclamation: return QMessageBox::Warning;
-    case MessageIcon::Information: return QMessageBox::Information;
-    case MessageIcon::None: break;
+    case MessageIcon::Stop:
+      return QMessageBox::Critical;
+    case MessageIcon::Question:
+      return QMessageBox::Question;
+    case MessageIcon::Exclamation:
+      return QMessageBox::Warning;
+    case MessageIcon::Information:
+      return QMessageBox::Information;
+    case MessageIcon::None:
+      break;
   }
   return QMessageBox::NoIcon;
 }
@@ -35,15 +40,20 @@ QMessageBox::Icon ToolkitIcon(MessageIcon icon) {
 // The buttons of each set, in the order they stand, with the answer each gives.
 std::vector<std::pair<QMessageBox::StandardButton, MessageAnswer>> ButtonsOf(MessageButtons buttons) {
   switch (buttons) {
-    case MessageButtons::Ok: return {{QMessageBox::Ok, MessageAnswer::Ok}};
-    case MessageButtons::OkCancel: return {{QMessageBox::Ok, MessageAnswer::Ok}, {QMessageBox::Cancel, MessageAnswer::Cancel}};
+    case MessageButtons::Ok:
+      return {{QMessageBox::Ok, MessageAnswer::Ok}};
+    case MessageButtons::OkCancel:
+      return {{QMessageBox::Ok, MessageAnswer::Ok}, {QMessageBox::Cancel, MessageAnswer::Cancel}};
     case MessageButtons::AbortRetryIgnore:
-      return {{QMessageBox::Abort, MessageAnswer::Abort}, {QMessageBox::Retry, MessageAnswer::Retry},
+      return {{QMessageBox::Abort, MessageAnswer::Abort},
+              {QMessageBox::Retry, MessageAnswer::Retry},
               {QMessageBox::Ignore, MessageAnswer::Ignore}};
     case MessageButtons::YesNoCancel:
-      return {{QMessageBox::Yes, MessageAnswer::Yes}, {QMessageBox::No, MessageAnswer::No},
+      return {{QMessageBox::Yes, MessageAnswer::Yes},
+              {QMessageBox::No, MessageAnswer::No},
               {QMessageBox::Cancel, MessageAnswer::Cancel}};
-    case MessageButtons::YesNo: return {{QMessageBox::Yes, MessageAnswer::Yes}, {QMessageBox::No, MessageAnswer::No}};
+    case MessageButtons::YesNo:
+      return {{QMessageBox::Yes, MessageAnswer::Yes}, {QMessageBox::No, MessageAnswer::No}};
     case MessageButtons::RetryCancel:
       return {{QMessageBox::Retry, MessageAnswer::Retry}, {QMessageBox::Cancel, MessageAnswer::Cancel}};
   }
@@ -81,8 +91,10 @@ std::optional<std::vector<std::string>> QtDialogs::FileDialog(const platform::Fi
   QStringList chosen;
   switch (request.kind) {
     case platform::FileDialogKind::Open:
-      if (request.multiple) chosen = QFileDialog::getOpenFileNames(parent_, title, Text(request.file_name), filter);
-      else chosen << QFileDialog::getOpenFileName(parent_, title, Text(request.file_name), filter);
+      if (request.multiple)
+        chosen = QFileDialog::getOpenFileNames(parent_, title, Text(request.file_name), filter);
+      else
+        chosen << QFileDialog::getOpenFileName(parent_, title, Text(request.file_name), filter);
       break;
     case platform::FileDialogKind::Save:
       chosen << QFileDialog::getSaveFileName(parent_, title, Text(request.file_name), filter, nullptr,

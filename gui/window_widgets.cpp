@@ -13,10 +13,10 @@
 #include <algorithm>
 
 #include "capture/video_screen.h"
-#include "main_window/master.h"
 #include "gui/icons.h"
 #include "gui/picture_image.h"
 #include "gui/window_faces.h"
+#include "main_window/master.h"
 
 namespace zr::gui {
 
@@ -96,12 +96,11 @@ const FaceRegistration kSplashFace{"Splash", [](ui::Window& window, const FacePa
 namespace {
 
 // The capture window's frame takes the size of the picture and its bars whenever that changes.
-const FaceRegistration kVideoFace{std::string(zr::VideoScreen::kWindowName),
-                                  [](ui::Window& window, const FaceParts& parts) {
-                                    auto* video = new VideoWindow(dynamic_cast<zr::VideoScreen&>(window), parts.guard,
-                                                                  parts.live, parts.close_box);
-                                    return ShownWindow{video, [video] { video->Refresh(); }, true, false};
-                                  }};
+const FaceRegistration kVideoFace{
+    std::string(zr::VideoScreen::kWindowName), [](ui::Window& window, const FaceParts& parts) {
+      auto* video = new VideoWindow(dynamic_cast<zr::VideoScreen&>(window), parts.guard, parts.live, parts.close_box);
+      return ShownWindow{video, [video] { video->Refresh(); }, true, false};
+    }};
 
 }  // namespace
 
@@ -193,9 +192,9 @@ struct MenuOfBar {
   const char* title;
   ui::ControlArray<ui::Menu> MainWindow::*entries;
 };
-const MenuOfBar kMenus[] = {{"&File", &MainWindow::FileMenu},       {"&Edit", &MainWindow::EditMenu},
-                            {"&View", &MainWindow::ViewMenu},       {"&Video", &MainWindow::VideoMenu},
-                            {"&Audio", &MainWindow::AudioMenu},     {"&Toolbars", &MainWindow::Toolbars},
+const MenuOfBar kMenus[] = {{"&File", &MainWindow::FileMenu},        {"&Edit", &MainWindow::EditMenu},
+                            {"&View", &MainWindow::ViewMenu},        {"&Video", &MainWindow::VideoMenu},
+                            {"&Audio", &MainWindow::AudioMenu},      {"&Toolbars", &MainWindow::Toolbars},
                             {"&Priority", &MainWindow::cpu_priority}};
 
 // What each band of the cool bar holds, by control name (an index after '#' for an element of
@@ -208,10 +207,27 @@ const BandContent kBands[] = {
     {"device", {"DeviceToolbar"}},
     {"operation", {"OperationBar", "Labels#14"}},
     {"movie",
-     {"MovieToolbar", "MovieFrameRateControl", "MovieFrameRateDisplay", "PreviewRateLabel", "previewrate", "|",
-      "MovieDisableLimit", "MovieHoursControl", "MovieHoursDisplay", "MovieMinutesControl", "MovieMinutesDisplay",
-      "MovieSecondsControl", "MovieSecondsDisplay", "AudioChannels", "AudioBits", "AudioRate", "Labels#6",
-      "AudioDevice", "Labels#5", "AudioInput", "AudioLevel"}},
+     {"MovieToolbar",
+      "MovieFrameRateControl",
+      "MovieFrameRateDisplay",
+      "PreviewRateLabel",
+      "previewrate",
+      "|",
+      "MovieDisableLimit",
+      "MovieHoursControl",
+      "MovieHoursDisplay",
+      "MovieMinutesControl",
+      "MovieMinutesDisplay",
+      "MovieSecondsControl",
+      "MovieSecondsDisplay",
+      "AudioChannels",
+      "AudioBits",
+      "AudioRate",
+      "Labels#6",
+      "AudioDevice",
+      "Labels#5",
+      "AudioInput",
+      "AudioLevel"}},
     {"image", {"imagesettings#0"}},
     {"multiple",
      {"MultipleImageToolbar", "MultipleImageMode", "MultipleImageFrameRate", "imagesettings#1", "|", "TriggerType",
@@ -243,8 +259,10 @@ MasterWindow::MasterWindow(Program& program, const Guard& guard)
   auto status = BindControl(model_.MasterStatus, guard, this);
   statusBar()->addWidget(status->Widget(), 1);
   controls_.Add(std::move(status));
-  if (model_.Width > 0 && model_.Height > 0) setGeometry(model_.Left, model_.Top, model_.Width, model_.Height);
-  else resize(1024, 720);
+  if (model_.Width > 0 && model_.Height > 0)
+    setGeometry(model_.Left, model_.Top, model_.Width, model_.Height);
+  else
+    resize(1024, 720);
   Refresh();
 }
 
@@ -311,8 +329,10 @@ void MasterWindow::BuildCoolBar() {
     }
     line->addStretch();
     const bool top_row = std::string_view(band.key) == "device" || std::string_view(band.key) == "operation";
-    if (top_row) first_row->addWidget(frame);
-    else rows->addWidget(frame);
+    if (top_row)
+      first_row->addWidget(frame);
+    else
+      rows->addWidget(frame);
     bands_.push_back({band.key, frame});
   }
   first_row->addWidget(BuildStatusPanel());

@@ -54,7 +54,8 @@ std::optional<platform::Picture> ReadBmpFile(const std::string& path) {
   const std::uint32_t compression = GetLittleEndian(bytes.data() + 30, 4);
   const int height = signed_height < 0 ? -signed_height : signed_height;
   // The rows must all be in the file before the picture is made for them.
-  if (bits != 24 || compression != 0 || signed_height == INT32_MIN || !PlausiblePictureSize(width, height, bytes.size(), 1))
+  if (bits != 24 || compression != 0 || signed_height == INT32_MIN ||
+      !PlausiblePictureSize(width, height, bytes.size(), 1))
     return std::nullopt;
   const std::size_t stride = static_cast<std::size_t>(platform::Picture::StrideFor(width));
   if (bytes.size() < offset + stride * static_cast<std::size_t>(height)) return std::nullopt;

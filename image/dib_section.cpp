@@ -4,7 +4,6 @@
 #include <cmath>
 #include <cstring>
 
-
 namespace zr {
 
 namespace {
@@ -75,15 +74,14 @@ bool cDIBSection::Create(int width, int height) {
   return true;
 }
 
-void cDIBSection::LoadPictureBlt(const platform::Picture& source, int source_x, int source_y, int width,
-                                 int height) {
+void cDIBSection::LoadPictureBlt(const platform::Picture& source, int source_x, int source_y, int width, int height) {
   if (width < 0) width = pixels_.width;
   if (height < 0) height = pixels_.height;
   CopySpan(source, pixels_, Span{source_x, source_y, 0, 0, width, height});
 }
 
-void cDIBSection::PaintPicture(platform::Picture& destination, int x, int y, int width, int height,
-                               int source_x, int source_y) const {
+void cDIBSection::PaintPicture(platform::Picture& destination, int x, int y, int width, int height, int source_x,
+                               int source_y) const {
   if (width < 0) width = pixels_.width;
   if (height < 0) height = pixels_.height;
   CopySpan(pixels_, destination, Span{source_x, source_y, x, y, width, height});
@@ -144,8 +142,7 @@ void cDIBSection::ResampleInto(cDIBSection& target) const {
         // the default rounding mode).
         const long v_left = std::lrint((1.0f - fy) * upper[left + c] + fy * lower[left + c]);
         const long v_right = std::lrint((1.0f - fy) * upper[right + c] + fy * lower[right + c]);
-        out[c] = ClampToByte(
-            std::lrint((1.0f - fx) * static_cast<float>(v_left) + fx * static_cast<float>(v_right)));
+        out[c] = ClampToByte(std::lrint((1.0f - fx) * static_cast<float>(v_left) + fx * static_cast<float>(v_right)));
       }
     }
   }

@@ -84,9 +84,7 @@ std::string HexDigits(std::uint32_t colour) {
   return digits.str();
 }
 
-platform::Error FormatError(std::string message) {
-  return platform::Error{std::move(message), "FormatInsertionText"};
-}
+platform::Error FormatError(std::string message) { return platform::Error{std::move(message), "FormatInsertionText"}; }
 
 }  // namespace
 

@@ -32,13 +32,14 @@ JpegEncoder::JpegEncoder() : handle_(std::make_unique<Handle>()) {}
 JpegEncoder::~JpegEncoder() = default;
 
 Result<std::span<const std::uint8_t>> JpegEncoder::Encode(const platform::FrameView& frame, int quality) {
-  if (!handle_->handle) return Error{std::string("the JPEG coder cannot start: ") + tjGetErrorStr2(nullptr), kJpegInitStage};
+  if (!handle_->handle)
+    return Error{std::string("the JPEG coder cannot start: ") + tjGetErrorStr2(nullptr), kJpegInitStage};
   const unsigned long largest = tjBufSize(frame.width, frame.height, TJSAMP_420);
   if (buffer_.size() < largest) buffer_.resize(largest);
   unsigned char* coded = buffer_.data();
   unsigned long coded_bytes = largest;
-  if (tjCompress2(handle_->handle, frame.bottom_up_bgr, frame.width, frame.stride_bytes, frame.height, TJPF_BGR,
-                  &coded, &coded_bytes, TJSAMP_420, quality, TJFLAG_BOTTOMUP | TJFLAG_NOREALLOC) != 0)
+  if (tjCompress2(handle_->handle, frame.bottom_up_bgr, frame.width, frame.stride_bytes, frame.height, TJPF_BGR, &coded,
+                  &coded_bytes, TJSAMP_420, quality, TJFLAG_BOTTOMUP | TJFLAG_NOREALLOC) != 0)
     return Error{std::string("cannot code the picture as JPEG: ") + tjGetErrorStr2(handle_->handle), "tjCompress2"};
   return std::span<const std::uint8_t>(buffer_.data(), coded_bytes);
 }
@@ -64,13 +65,13 @@ Result<void> JpegDecoder::DecodeInto(std::span<const std::uint8_t> jpeg, platfor
                           &subsampling, &colourspace) != 0)
     return Error{std::string("not a JPEG picture: ") + tjGetErrorStr2(handle_->handle), "tjDecompressHeader3"};
   if (!PlausiblePictureSize(width, height, jpeg.size(), kDecodedBytesPerJpegByte))
-    return Error{"the JPEG picture claims an impossible size of " + std::to_string(width) + "x" +
-                     std::to_string(height),
-                 "tjDecompressHeader3"};
+    return Error{
+        "the JPEG picture claims an impossible size of " + std::to_string(width) + "x" + std::to_string(height),
+        "tjDecompressHeader3"};
   if (picture.width != width || picture.height != height) picture = platform::Picture::Blank(width, height);
-  const int status = tjDecompress2(handle_->handle, jpeg.data(), static_cast<unsigned long>(jpeg.size()),
-                                   picture.bottom_up_bgr.data(), width, picture.Stride(), height, TJPF_BGR,
-                                   TJFLAG_BOTTOMUP);
+  const int status =
+      tjDecompress2(handle_->handle, jpeg.data(), static_cast<unsigned long>(jpeg.size()), picture.bottom_up_bgr.data(),
+                    width, picture.Stride(), height, TJPF_BGR, TJFLAG_BOTTOMUP);
   if (status != 0 && tjGetErrorCode(handle_->handle) == TJERR_FATAL)
     return Error{std::string("the JPEG picture cannot be decoded: ") + tjGetErrorStr2(handle_->handle),
                  "tjDecompress2"};

@@ -60,8 +60,7 @@ std::vector<char32_t> CodePoints(std::string_view text) {
   std::size_t at = 0;
   while (at < text.size()) {
     const auto lead = static_cast<unsigned char>(text[at]);
-    const std::size_t length =
-        lead >= 0xF0 && lead < 0xF8 ? 4 : lead >= 0xE0 ? 3 : lead >= 0xC2 && lead < 0xE0 ? 2 : 1;
+    const std::size_t length = lead >= 0xF0 && lead < 0xF8 ? 4 : lead >= 0xE0 ? 3 : lead >= 0xC2 && lead < 0xE0 ? 2 : 1;
     char32_t point = length == 1 ? lead : lead & (0x7F >> length);
     bool well_formed = lead < 0x80 || length > 1;
     for (std::size_t follow = 1; well_formed && follow < length; ++follow) {

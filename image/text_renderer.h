@@ -11,8 +11,8 @@
 #include <string_view>
 
 #include "base/formatting.h"
-#include "platform/picture.h"
 #include "base/result.h"
+#include "platform/picture.h"
 
 struct FT_LibraryRec_;
 struct FT_FaceRec_;
@@ -29,7 +29,7 @@ struct FontRequest {
 };
 
 struct PrintColours {
-  std::uint32_t text = 0;                 // 0xBBGGRR
+  std::uint32_t text = 0;                   // 0xBBGGRR
   std::optional<std::uint32_t> background;  // 0xBBGGRR; empty for transparent text
 };
 
@@ -56,8 +56,7 @@ class TextRenderer {
 
   // Prints with the cell's top-left corner at (left, top), counted in pixels from the
   // picture's top-left corner. Whatever falls outside the picture is left out.
-  void Print(platform::Picture& picture, int left, int top, std::string_view text,
-             const PrintColours& colours) const;
+  void Print(platform::Picture& picture, int left, int top, std::string_view text, const PrintColours& colours) const;
 
  private:
   struct LibraryCloser {

@@ -3,10 +3,10 @@
 
 #include <cmath>
 
-#include "core/operating_mode.h"
+#include "base/formatting.h"
 #include "capture/capture_status.h"
 #include "capture/video_screen.h"
-#include "base/formatting.h"
+#include "core/operating_mode.h"
 #include "main_window/master.h"
 
 namespace zr {
@@ -38,7 +38,9 @@ void Master::MasterTimer_Timer() {
       MasterStatus.Panels(3).Text = state.ProductSite;
     }
   });
-  ResumeNext([&] { MasterStatus.Panels("filename").Text = program_.Translate("Filename: ") + LowerCase(state.CaptureFilename); });
+  ResumeNext([&] {
+    MasterStatus.Panels("filename").Text = program_.Translate("Filename: ") + LowerCase(state.CaptureFilename);
+  });
   ResumeNext([&] {
     // Heals the bar after a run ended by a path that did not re-enable the motion button.
     auto& motion = OperationBar.Button("motion");
@@ -47,8 +49,9 @@ void Master::MasterTimer_Timer() {
   ResumeNext([&] {
     const double free_bytes = FreeBytesOfCaptureDrive();
     MasterStatus.Panels("diskcap").Text =
-        free_bytes > kMegabyte ? program_.Translate("Free Space : ") + FormatNumber(std::floor(free_bytes / kMegabyte), "#") + " Mb"
-                               : program_.Translate("Disk Full (< 1Mb)");
+        free_bytes > kMegabyte
+            ? program_.Translate("Free Space : ") + FormatNumber(std::floor(free_bytes / kMegabyte), "#") + " Mb"
+            : program_.Translate("Disk Full (< 1Mb)");
   });
   ResumeNext([&] {
     if (program_.Window<VideoScreen>().Kind() == DeviceKind::Driver) CaptureStatusUpdate(program_);
@@ -60,14 +63,15 @@ void Master::MasterTimer_Timer() {
 void Master::ReadShortcutKeys() {
   if (program_.ForegroundWindow != "Master" || !program_.KeyDown("ctrl")) return;
   if (program_.KeyDown("F12")) {
-    if (ModeOfKey(program_.state.CaptureType) == OperatingMode::Multiple && Shooter.Enabled && Shooter.Visible) Shooter.Click();
+    if (ModeOfKey(program_.state.CaptureType) == OperatingMode::Multiple && Shooter.Enabled && Shooter.Visible)
+      Shooter.Click();
     return;
   }
   static const std::pair<const char*, OperatingMode> kModeKeys[] = {{"M", OperatingMode::Movie},
-                                                                      {"I", OperatingMode::Image},
-                                                                      {"U", OperatingMode::Multiple},
-                                                                      {"W", OperatingMode::WebShare},
-                                                                      {"A", OperatingMode::AviBuilder}};
+                                                                    {"I", OperatingMode::Image},
+                                                                    {"U", OperatingMode::Multiple},
+                                                                    {"W", OperatingMode::WebShare},
+                                                                    {"A", OperatingMode::AviBuilder}};
   for (const auto& [key, mode] : kModeKeys) {
     if (program_.KeyDown(key)) {
       SetOperationMode(std::string(ModeKey(mode)));

@@ -2,15 +2,15 @@
 // the parameter files, the preferences, the sound choice, the Toolbars menu and Exit. Each
 // command is one line to the procedure that does the work.
 
-#include "main_window/parameter_file.h"
+#include "base/formatting.h"
 #include "capture/video_info.h"
 #include "capture/video_screen.h"
-#include "base/formatting.h"
-#include "main_window/master.h"
-#include "core/preferences.h"
 #include "core/main_menus.h"
 #include "core/operating_mode.h"
+#include "core/preferences.h"
 #include "core/settings_keys.h"
+#include "main_window/master.h"
+#include "main_window/parameter_file.h"
 
 namespace zr {
 
@@ -24,25 +24,39 @@ std::string LastThreeLower(const std::string& name) {
 
 void Master::MainToolbar_ButtonClick(ui::ToolbarButton& button) {
   const std::string& key = button.Key();
-  if (ModeOfKey(key) != OperatingMode::None) SetOperationMode(key);
-  else if (key == "open") OpenCaptureFile();
-  else if (key == "save") SaveCaptureFile();
-  else if (key == "preferences") program_.SlotOf<Preferences>().ShowModal(program_.services.loop);
-  else throw NotBuiltYet("the main toolbar command \"" + key + "\"");
+  if (ModeOfKey(key) != OperatingMode::None)
+    SetOperationMode(key);
+  else if (key == "open")
+    OpenCaptureFile();
+  else if (key == "save")
+    SaveCaptureFile();
+  else if (key == "preferences")
+    program_.SlotOf<Preferences>().ShowModal(program_.services.loop);
+  else
+    throw NotBuiltYet("the main toolbar command \"" + key + "\"");
 }
 
 void Master::DeviceToolbar_ButtonClick(ui::ToolbarButton& button) {
   auto& screen = program_.Window<VideoScreen>();
   const std::string& key = button.Key();
-  if (key == "device" || key == "wdmsettings") screen.WDMCaptureDialog();
-  else if (key == "source") screen.VideoSource();
-  else if (key == "display") screen.VideoDisplay();
-  else if (key == "format") screen.VideoFormat();
-  else if (key == "overlay") screen.Overlay();
-  else if (key == "preview") screen.Preview(program_.state.PreviewRate);
-  else if (key == "info") program_.SlotOf<VideoInfo>().ShowModal(program_.services.loop);
-  else if (key == "snapshot") TakeSnapshot(false);
-  else throw NotBuiltYet("the device toolbar command \"" + key + "\"");
+  if (key == "device" || key == "wdmsettings")
+    screen.WDMCaptureDialog();
+  else if (key == "source")
+    screen.VideoSource();
+  else if (key == "display")
+    screen.VideoDisplay();
+  else if (key == "format")
+    screen.VideoFormat();
+  else if (key == "overlay")
+    screen.Overlay();
+  else if (key == "preview")
+    screen.Preview(program_.state.PreviewRate);
+  else if (key == "info")
+    program_.SlotOf<VideoInfo>().ShowModal(program_.services.loop);
+  else if (key == "snapshot")
+    TakeSnapshot(false);
+  else
+    throw NotBuiltYet("the device toolbar command \"" + key + "\"");
 }
 
 // The device menu: an entry's key holds the device index after its letter, its tag the kind
@@ -55,7 +69,9 @@ void Master::DeviceToolbar_ButtonMenuClick(ui::ToolbarButton& button, ui::Button
     program_.Window<VideoScreen>().ConnectVideoCaptureDevice(index, entry.tag, entry.Text);
     return;
   }
-  if (program_.Window<VideoScreen>().Kind() != DeviceKind::Control || (button.Key() != "format" && button.Key() != "source")) return;
+  if (program_.Window<VideoScreen>().Kind() != DeviceKind::Control ||
+      (button.Key() != "format" && button.Key() != "source"))
+    return;
   const int row = button.MenuIndex(entry);
   auto& control = program_.Window<VideoScreen>().Control();
   if (button.Key() == "format") {
@@ -74,19 +90,26 @@ void Master::FileMenu_Click(int index) {
   using namespace file_menu;
   if (index >= kMovieCapture && index <= kWebcamBroadcast)
     SetOperationMode(std::string(ModeKey(kOperatingModes[static_cast<std::size_t>(index)])));
-  else if (index == kOpenCaptureFile) OpenCaptureFile();
-  else if (index == kSaveCaptureFile) SaveCaptureFile();
-  else if (index == kPreferences) program_.SlotOf<Preferences>().ShowModal(program_.services.loop);
-  else if (index == kExit) program_.SlotOf<Master>().Unload(ui::UnloadMode::FromCode);
+  else if (index == kOpenCaptureFile)
+    OpenCaptureFile();
+  else if (index == kSaveCaptureFile)
+    SaveCaptureFile();
+  else if (index == kPreferences)
+    program_.SlotOf<Preferences>().ShowModal(program_.services.loop);
+  else if (index == kExit)
+    program_.SlotOf<Master>().Unload(ui::UnloadMode::FromCode);
   else if (index == kMediaBroadcast || index == kSystemInformation)
     throw NotBuiltYet("the file menu entry " + std::to_string(index));
 }
 
 void Master::ViewMenu_Click(int index) {
   auto& screen = program_.Window<VideoScreen>();
-  if (index == view_menu::kOverlayMode) screen.Overlay();
-  else if (index == view_menu::kPreviewMode) screen.Preview(program_.state.PreviewRate);
-  else if (index == view_menu::kFullScreen) throw NotBuiltYet("the full-screen view");
+  if (index == view_menu::kOverlayMode)
+    screen.Overlay();
+  else if (index == view_menu::kPreviewMode)
+    screen.Preview(program_.state.PreviewRate);
+  else if (index == view_menu::kFullScreen)
+    throw NotBuiltYet("the full-screen view");
 }
 
 // The device's own dialogs are followed by a refresh of the window, whose size they may change.
@@ -94,11 +117,24 @@ void Master::VideoMenu_Click(int index) {
   auto& screen = program_.Window<VideoScreen>();
   using namespace video_menu;
   switch (index) {
-    case kVideoSource: screen.VideoSource(); screen.RefreshWindow(); break;
-    case kVideoFormat: screen.VideoFormat(); screen.RefreshWindow(); break;
-    case kVideoDisplay: screen.VideoDisplay(); screen.RefreshWindow(); break;
-    case kVideoCompression: screen.VideoCompressionDialog(); break;
-    case kVideoCaptureDevice: program_.SlotOf<VideoInfo>().ShowModal(program_.services.loop); break;
+    case kVideoSource:
+      screen.VideoSource();
+      screen.RefreshWindow();
+      break;
+    case kVideoFormat:
+      screen.VideoFormat();
+      screen.RefreshWindow();
+      break;
+    case kVideoDisplay:
+      screen.VideoDisplay();
+      screen.RefreshWindow();
+      break;
+    case kVideoCompression:
+      screen.VideoCompressionDialog();
+      break;
+    case kVideoCaptureDevice:
+      program_.SlotOf<VideoInfo>().ShowModal(program_.services.loop);
+      break;
     case kVideoEngine: {
       auto& entry = VideoMenu(kVideoEngine);
       entry.Checked = !entry.Checked;
@@ -106,16 +142,24 @@ void Master::VideoMenu_Click(int index) {
       screen.ResizeWDM();
       break;
     }
-    case kVideoCodecs: case kWhatCodec: case kAdvancedSettings: case kSetImageOverlay: case kClearImageOverlay:
+    case kVideoCodecs:
+    case kWhatCodec:
+    case kAdvancedSettings:
+    case kSetImageOverlay:
+    case kClearImageOverlay:
       throw NotBuiltYet("the video menu entry " + std::to_string(index));
-    default: break;
+    default:
+      break;
   }
 }
 
 void Master::EditMenu_Click(int index) {
-  if (index == edit_menu::kCaptureFrame) TakeSnapshot(false);
-  else if (index == edit_menu::kPutOnClipboard) TakeSnapshot(true);
-  else if (index == edit_menu::kOtherInformation) throw NotBuiltYet("the other information window");
+  if (index == edit_menu::kCaptureFrame)
+    TakeSnapshot(false);
+  else if (index == edit_menu::kPutOnClipboard)
+    TakeSnapshot(true);
+  else if (index == edit_menu::kOtherInformation)
+    throw NotBuiltYet("the other information window");
 }
 
 // The counter of a series' file names; "insert" is a pressed state read at each shot.
@@ -133,16 +177,18 @@ void Master::OpenCaptureFile() {
   if (!chosen || chosen->empty()) return;
   const std::string& path = chosen->front();
   const std::string kind = LastThreeLower(path);
-  if (kind == "zrp") LoadParameters(program_, path);
-  else if (kind == "avi" || kind == "bmp" || kind == "jpg") throw NotBuiltYet("opening a ." + kind + " file");
+  if (kind == "zrp")
+    LoadParameters(program_, path);
+  else if (kind == "avi" || kind == "bmp" || kind == "jpg")
+    throw NotBuiltYet("opening a ." + kind + " file");
 }
 
 void Master::SaveCaptureFile() {
   const std::string& capture = program_.state.CaptureFilename;
   const std::string proposed = capture.size() < 3 ? capture : capture.substr(0, capture.size() - 3) + "zrp";
-  const auto chosen = program_.services.dialogs.FileDialog(platform::FileDialogRequest{
-      platform::FileDialogKind::Save, program_.Translate("Save Capture Parameters"),
-      "Zandrell Parameters (*.zrp)|*.zrp|", proposed, false});
+  const auto chosen = program_.services.dialogs.FileDialog(
+      platform::FileDialogRequest{platform::FileDialogKind::Save, program_.Translate("Save Capture Parameters"),
+                                  "Zandrell Parameters (*.zrp)|*.zrp|", proposed, false});
   if (!chosen || chosen->empty()) return;
   SaveParameters(program_, chosen->front());
 }
@@ -152,23 +198,39 @@ void Master::Toolbars_Click(int index) {
   auto& entry = Toolbars(index);
   entry.Checked = !entry.Checked;
   if (index == toolbars_menu::kStatusDisplay) StatusPanel.Visible = entry.Checked.get();
-  if (index < toolbars_menu::kTvTuner) MasterBar.BandAt(index + 1).Visible = entry.Checked.get();
-  else MasterBar.Bands("tuner").Visible = entry.Checked.get();
+  if (index < toolbars_menu::kTvTuner)
+    MasterBar.BandAt(index + 1).Visible = entry.Checked.get();
+  else
+    MasterBar.Bands("tuner").Visible = entry.Checked.get();
 }
 
 void Master::AudioMenu_Click(int index) {
   using namespace audio_menu;
   switch (index) {
-    case kAudioOff: SetAudioCapture(false); break;
-    case kAudioOn: SetAudioCapture(true); break;
-    case kMono: AudioChannels.ListIndex = 0; break;
-    case kStereo: AudioChannels.ListIndex = 1; break;
-    case k8Bits: AudioBits.ListIndex = 0; break;
-    case k16Bits: AudioBits.ListIndex = 1; break;
+    case kAudioOff:
+      SetAudioCapture(false);
+      break;
+    case kAudioOn:
+      SetAudioCapture(true);
+      break;
+    case kMono:
+      AudioChannels.ListIndex = 0;
+      break;
+    case kStereo:
+      AudioChannels.ListIndex = 1;
+      break;
+    case k8Bits:
+      AudioBits.ListIndex = 0;
+      break;
+    case k16Bits:
+      AudioBits.ListIndex = 1;
+      break;
     case kRecordingSettings:
     case kSoundVolume:
-    case kPreviewAudio: throw NotBuiltYet("the audio menu entry " + std::to_string(index));
-    default: break;
+    case kPreviewAudio:
+      throw NotBuiltYet("the audio menu entry " + std::to_string(index));
+    default:
+      break;
   }
 }
 
@@ -184,8 +246,10 @@ void Master::SetAudioCapture(bool on) {
 void Master::MovieToolbar_ButtonClick(ui::ToolbarButton& button) {
   const std::string& key = button.Key();
   if (key == "record") {
-    if (RecordButton().Image == "record") CaptureControl(true);
-    else StopMovieRecord();
+    if (RecordButton().Image == "record")
+      CaptureControl(true);
+    else
+      StopMovieRecord();
   } else if (key == "motion") {
     ArmMotionDetector();
   } else if (key == "audio") {
@@ -201,10 +265,14 @@ void Master::MovieToolbar_ButtonClick(ui::ToolbarButton& button) {
 
 void Master::MultipleImageToolbar_ButtonClick(ui::ToolbarButton& button) {
   const std::string& key = button.Key();
-  if (key == "record") CaptureControl(RecordButton().Image == "record");
-  else if (key == "motion") ArmMotionDetector();
-  else if (key == "vidcompression") program_.Window<VideoScreen>().VideoCompressionDialog();
-  else if (key != "writeinfo" && key != "ftp") throw NotBuiltYet("the series toolbar command \"" + key + "\"");
+  if (key == "record")
+    CaptureControl(RecordButton().Image == "record");
+  else if (key == "motion")
+    ArmMotionDetector();
+  else if (key == "vidcompression")
+    program_.Window<VideoScreen>().VideoCompressionDialog();
+  else if (key != "writeinfo" && key != "ftp")
+    throw NotBuiltYet("the series toolbar command \"" + key + "\"");
 }
 
 void Master::MultipleImageMode_Click() { ApplyFilenameExtension(); }

@@ -1,10 +1,10 @@
 #include "main_window/master.h"
 
-#include "core/main_menus.h"
-#include "core/window_registry.h"
 #include <initializer_list>
 
 #include "base/formatting.h"
+#include "core/main_menus.h"
+#include "core/window_registry.h"
 
 namespace zr {
 
@@ -41,8 +41,8 @@ void Master::CreateToolbars() {
 
   DeviceToolbar.AddButton("device", ButtonStyle::Dropdown, "device");
   for (const char* key : {"source", "format"}) DeviceToolbar.AddButton(key, ButtonStyle::Dropdown, key);
-  for (const char* key : {"display", "wdmsettings", "fullscreen", "snapshot", "info", "advanced", "histogram",
-                          "lens", "exportdv", "about", "screen", "seprate"})
+  for (const char* key : {"display", "wdmsettings", "fullscreen", "snapshot", "info", "advanced", "histogram", "lens",
+                          "exportdv", "about", "screen", "seprate"})
     DeviceToolbar.AddButton(key, ButtonStyle::Default, key);
   for (const char* key : {"overlay", "preview"}) DeviceToolbar.AddButton(key, ButtonStyle::Check, key);
 
@@ -72,22 +72,49 @@ void AddMenuEntries(ui::Window& window, ui::ControlArray<ui::Menu>& menu, const 
 
 namespace {
 
-const char* const kFileMenu[] = {
-      "Movie Capture... (CTRL+M)", "Image Capture... (CTRL+I)", "Multiple Image Capture... (CTRL+U)",
-      "AVI Builder... (CTRL+A)", "Webcam Broadcast... (CTRL+W)", "Windows Media Broadcast...", "-",
-      "&Open Capture File...", "&Save Capture File...", "-", "&Preferences", "&System Information...", "-", "E&xit"};
+const char* const kFileMenu[] = {"Movie Capture... (CTRL+M)",
+                                 "Image Capture... (CTRL+I)",
+                                 "Multiple Image Capture... (CTRL+U)",
+                                 "AVI Builder... (CTRL+A)",
+                                 "Webcam Broadcast... (CTRL+W)",
+                                 "Windows Media Broadcast...",
+                                 "-",
+                                 "&Open Capture File...",
+                                 "&Save Capture File...",
+                                 "-",
+                                 "&Preferences",
+                                 "&System Information...",
+                                 "-",
+                                 "E&xit"};
 const char* const kEditMenu[] = {"Capture Frame", "-", "Other Information", "-", "Put On Clipboard"};
 const char* const kViewMenu[] = {"Overlay Mode", "Preview Mode", "-", "Full Screen"};
-const char* const kVideoMenu[] = {
-      "Video Source...", "Video Format...", "Video Display...", "-", "Video Compression", "Video Codecs",
-      "What Codec...", "-", "VFW Advanced Settings", "-", "Video Capture Device...", "-",
-      "Use DirectX Video Engine", "-", "Set Image Overlay", "Clear Image Overlay"};
-const char* const kAudioMenu[] = {"Audio O&ff", "Audio &On", "-", "&Mono", "&Stereo", "-", " &8 bits",
-                                           "1&6 bits", "-", "Sample Rate", "-", "Recording Settings", "-",
-                                           "Sound Volume", "-", "Preview Audio (only for WDM drivers)"};
-const char* const kToolbars[] = {"Device Toolbars", "Capture", "Movie Capture Toolbar", "Image Toolbar",
-                                 "Multiple Image Capture", "Avi Builder", "Web Share ", "Status Display",
-                                 "TV Tuner"};
+const char* const kVideoMenu[] = {"Video Source...",
+                                  "Video Format...",
+                                  "Video Display...",
+                                  "-",
+                                  "Video Compression",
+                                  "Video Codecs",
+                                  "What Codec...",
+                                  "-",
+                                  "VFW Advanced Settings",
+                                  "-",
+                                  "Video Capture Device...",
+                                  "-",
+                                  "Use DirectX Video Engine",
+                                  "-",
+                                  "Set Image Overlay",
+                                  "Clear Image Overlay"};
+const char* const kAudioMenu[] = {"Audio O&ff", "Audio &On",
+                                  "-",          "&Mono",
+                                  "&Stereo",    "-",
+                                  " &8 bits",   "1&6 bits",
+                                  "-",          "Sample Rate",
+                                  "-",          "Recording Settings",
+                                  "-",          "Sound Volume",
+                                  "-",          "Preview Audio (only for WDM drivers)"};
+const char* const kToolbars[] = {
+    "Device Toolbars", "Capture",    "Movie Capture Toolbar", "Image Toolbar", "Multiple Image Capture",
+    "Avi Builder",     "Web Share ", "Status Display",        "TV Tuner"};
 const char* const kPriorities[] = {"RealTime Priority", "High Priority", "Normal Priority"};
 
 template <std::size_t N>
@@ -139,12 +166,11 @@ void Master::CreateStatusBar() {
 }
 
 void Master::CreateLabels() {
-  static const std::pair<int, const char*> kLabels[] = {{5, "Input:"},           {6, "Audio Device:"},
-                                                        {8, "Channel:"},         {10, "Streaming Port:"},
-                                                        {11, "Compression:"},    {14, "Stand by"}};
+  static const std::pair<int, const char*> kLabels[] = {{5, "Input:"},        {6, "Audio Device:"},
+                                                        {8, "Channel:"},      {10, "Streaming Port:"},
+                                                        {11, "Compression:"}, {14, "Stand by"}};
   for (const auto& [index, caption] : kLabels) Labels.Add(*this, "Labels", index).Caption = caption;
 }
-
 
 void Master::ConnectHandlers() {
   OperationBar.OnButtonClick = [this](ui::ToolbarButton& button) { OperationBar_ButtonClick(button); };
@@ -169,17 +195,61 @@ void Master::ConnectHandlers() {
 namespace {
 
 const WindowRegistration<Master> kRegistration{{
-      {"CaptureControl", [](Master& w, const ProcedureArguments& a) { a.Expect(1); w.CaptureControl(a.Flag(0)); }},
-      {"StopMovieRecord", [](Master& w, const ProcedureArguments& a) { a.Expect(0); w.StopMovieRecord(); }},
-      {"RecordNow", [](Master& w, const ProcedureArguments& a) { a.Expect(0); w.RecordNow(); }},
-      {"AllControls", [](Master& w, const ProcedureArguments& a) { a.Expect(1); w.AllControls(a.Flag(0)); }},
-      {"SetOperationMode", [](Master& w, const ProcedureArguments& a) { a.Expect(1); w.SetOperationMode(a.Text(0)); }},
-      {"ApplyFilenameExtension", [](Master& w, const ProcedureArguments& a) { a.Expect(0); w.ApplyFilenameExtension(); }},
-      {"ClearAVIBuilderBuffer", [](Master& w, const ProcedureArguments& a) { a.Expect(0); w.ClearAVIBuilderBuffer(); }},
-      {"LanguageControls", [](Master& w, const ProcedureArguments& a) { a.Expect(0); w.LanguageControls(); }},
-      {"SaveCoolBar", [](Master& w, const ProcedureArguments& a) { a.Expect(1); w.SaveCoolBar(a.Text(0)); }},
-      {"LoadCoolBar", [](Master& w, const ProcedureArguments& a) { a.Expect(1); w.LoadCoolBar(a.Text(0)); }},
-      {"SetAudioCapture", [](Master& w, const ProcedureArguments& a) { a.Expect(1); w.SetAudioCapture(a.Flag(0)); }},
+    {"CaptureControl",
+     [](Master& w, const ProcedureArguments& a) {
+       a.Expect(1);
+       w.CaptureControl(a.Flag(0));
+     }},
+    {"StopMovieRecord",
+     [](Master& w, const ProcedureArguments& a) {
+       a.Expect(0);
+       w.StopMovieRecord();
+     }},
+    {"RecordNow",
+     [](Master& w, const ProcedureArguments& a) {
+       a.Expect(0);
+       w.RecordNow();
+     }},
+    {"AllControls",
+     [](Master& w, const ProcedureArguments& a) {
+       a.Expect(1);
+       w.AllControls(a.Flag(0));
+     }},
+    {"SetOperationMode",
+     [](Master& w, const ProcedureArguments& a) {
+       a.Expect(1);
+       w.SetOperationMode(a.Text(0));
+     }},
+    {"ApplyFilenameExtension",
+     [](Master& w, const ProcedureArguments& a) {
+       a.Expect(0);
+       w.ApplyFilenameExtension();
+     }},
+    {"ClearAVIBuilderBuffer",
+     [](Master& w, const ProcedureArguments& a) {
+       a.Expect(0);
+       w.ClearAVIBuilderBuffer();
+     }},
+    {"LanguageControls",
+     [](Master& w, const ProcedureArguments& a) {
+       a.Expect(0);
+       w.LanguageControls();
+     }},
+    {"SaveCoolBar",
+     [](Master& w, const ProcedureArguments& a) {
+       a.Expect(1);
+       w.SaveCoolBar(a.Text(0));
+     }},
+    {"LoadCoolBar",
+     [](Master& w, const ProcedureArguments& a) {
+       a.Expect(1);
+       w.LoadCoolBar(a.Text(0));
+     }},
+    {"SetAudioCapture",
+     [](Master& w, const ProcedureArguments& a) {
+       a.Expect(1);
+       w.SetAudioCapture(a.Flag(0));
+     }},
 }};
 
 }  // namespace

@@ -5,14 +5,14 @@
 #include <fstream>
 #include <system_error>
 
-#include "core/main_menus.h"
+#include "base/formatting.h"
 #include "capture/choose_device.h"
 #include "capture/device_menu.h"
-#include "main_window/parameter_file.h"
 #include "capture/video_screen.h"
-#include "base/formatting.h"
-#include "main_window/master.h"
+#include "core/main_menus.h"
 #include "core/settings_keys.h"
+#include "main_window/master.h"
+#include "main_window/parameter_file.h"
 
 namespace zr {
 
@@ -63,8 +63,10 @@ void Master::Load() {
   program_.SlotOf<ChooseDevice>().ShowModal(program_.services.loop);
   state.CaptureFilename = program_.Window<VideoScreen>().GetFilename();
   if (LowerCase(state.CaptureFilename) == "error") state.CaptureFilename = state.AppPath + "zandrell.avi";
-  if (FileExists(state.AppPath + kStateFile)) LoadParameters(program_, state.AppPath + kStateFile);
-  else SetOperationMode("movie");
+  if (FileExists(state.AppPath + kStateFile))
+    LoadParameters(program_, state.AppPath + kStateFile);
+  else
+    SetOperationMode("movie");
   ReadStations();
   OpenCommandLineFile();
 }
@@ -126,8 +128,11 @@ void Master::WriteStations() {
 void Master::OpenCommandLineFile() {
   const std::string& line = program_.CommandLine;
   if (!line.empty()) {
-    if (FileExists(line)) LoadParameters(program_, line);
-    else program_.MessageBox(program_.Translate("Cannot open ") + line, platform::MessageButtons::Ok, platform::MessageIcon::Exclamation);
+    if (FileExists(line))
+      LoadParameters(program_, line);
+    else
+      program_.MessageBox(program_.Translate("Cannot open ") + line, platform::MessageButtons::Ok,
+                          platform::MessageIcon::Exclamation);
   }
   program_.Yield();
 }
@@ -150,8 +155,9 @@ bool Master::QueryUnload(ui::UnloadMode mode) {
   SaveSetting(store, settings::WebShareQuality, std::to_string(WebShare_Quality.Value));
   SaveParameters(program_, state.AppPath + kStateFile);
   if (mode == ui::UnloadMode::CloseBox) {
-    const auto answer = program_.MessageBox(Caption.get() + "\n\n" + program_.Translate("Are you sure you want to quit ?"),
-                                            platform::MessageButtons::YesNo, platform::MessageIcon::Question);
+    const auto answer =
+        program_.MessageBox(Caption.get() + "\n\n" + program_.Translate("Are you sure you want to quit ?"),
+                            platform::MessageButtons::YesNo, platform::MessageIcon::Question);
     state.LastResult = static_cast<std::int32_t>(answer);
     if (answer != platform::MessageAnswer::Yes) return false;
   }

@@ -3,10 +3,10 @@
 // capture file name; SetOperationMode is the only writer of all of them.
 
 #include "base/formatting.h"
-#include "main_window/master.h"
 #include "core/main_menus.h"
 #include "core/operating_mode.h"
 #include "core/settings_keys.h"
+#include "main_window/master.h"
 
 namespace zr {
 
@@ -96,12 +96,20 @@ void Master::ApplyFilenameExtension() {
     return;
   } else if (MasterBar.Bands("multiple").Visible) {
     switch (MultipleImageMode.ListIndex) {
-      case 0: extension = "avi"; break;
+      case 0:
+        extension = "avi";
+        break;
       case 1:
-      case 3: extension = "bmp"; break;
+      case 3:
+        extension = "bmp";
+        break;
       case 2:
-      case 4: extension = "jpg"; break;
-      default: panel.Text = ""; return;
+      case 4:
+        extension = "jpg";
+        break;
+      default:
+        panel.Text = "";
+        return;
     }
   } else {
     return;

@@ -2,7 +2,6 @@
 
 #include "main_window/parameter_file.h"
 
-#include "core/window_registry.h"
 #include <algorithm>
 #include <array>
 #include <cerrno>
@@ -12,10 +11,11 @@
 #include <fstream>
 #include <optional>
 
-#include "capture/video_screen.h"
 #include "base/formatting.h"
-#include "main_window/master.h"
+#include "capture/video_screen.h"
 #include "core/message_window.h"
+#include "core/window_registry.h"
+#include "main_window/master.h"
 #include "platform/atomic_file.h"
 
 namespace zr {
@@ -251,9 +251,12 @@ std::string ParameterFileText(Program& program, const std::string& path) {
   WriteDevice(program, out);
   out.Block("; Capture Type");
   auto& bands = program.Window<Master>().MasterBar;
-  if (bands.Bands("movie").Visible) WriteMovie(program, path, out);
-  else if (bands.Bands("image").Visible) WriteImage(program, out);
-  else if (bands.Bands("multiple").Visible) WriteMultiple(program, out);
+  if (bands.Bands("movie").Visible)
+    WriteMovie(program, path, out);
+  else if (bands.Bands("image").Visible)
+    WriteImage(program, out);
+  else if (bands.Bands("multiple").Visible)
+    WriteMultiple(program, out);
   return out.Text();
 }
 
@@ -287,9 +290,12 @@ class ParameterLoader {
   void Run() {
     LoadCommon();
     const std::string capture = LowerCase(Text("Capture", "Movie"));
-    if (capture == "movie") LoadMovie();
-    else if (capture == "single image") LoadImage();
-    else if (capture == "multiple image") LoadMultiple();
+    if (capture == "movie")
+      LoadMovie();
+    else if (capture == "single image")
+      LoadImage();
+    else if (capture == "multiple image")
+      LoadMultiple();
   }
 
  private:
@@ -310,8 +316,10 @@ class ParameterLoader {
     ResumeNext([&] { screen.Control().SetVideoCompressorIndex(RoundHalfEven(Number("WDMVIDEOCODEC", "0"))); });
     ResumeNext([&] { screen.Control().SetAudioCompressorIndex(RoundHalfEven(Number("WDMAUDIOCODEC", "0"))); });
     ResumeNext([&] {
-      if (Says("View Mode", "Overlay", "overlay")) screen.Overlay();
-      else screen.Preview(master_.previewrate.ListIndex + 1);
+      if (Says("View Mode", "Overlay", "overlay"))
+        screen.Overlay();
+      else
+        screen.Preview(master_.previewrate.ListIndex + 1);
     });
     ResumeNext([&] { state_.AutostartHours = RoundHalfEven16(Number("Hours", "0")); });
     ResumeNext([&] { state_.AutostartMinutes = RoundHalfEven16(Number("Minutes", "0")); });
@@ -353,8 +361,7 @@ class ParameterLoader {
     if (rounded >= kLowestMovieRate && rounded <= kHighestMovieRate) master_.MovieFrameRateControl.Value = rounded;
   }
 
-  void LoadDuration(std::int32_t total, ui::RangeControl& hours, ui::RangeControl& minutes,
-                    ui::RangeControl& seconds) {
+  void LoadDuration(std::int32_t total, ui::RangeControl& hours, ui::RangeControl& minutes, ui::RangeControl& seconds) {
     const HoursMinutesSeconds split = SplitSeconds(total);
     ResumeNext([&] { SetRangeValue(hours, split.hours); });
     ResumeNext([&] { SetRangeValue(minutes, split.minutes); });
@@ -469,8 +476,16 @@ void LoadParameters(Program& program, const std::string& path) {
 namespace {
 
 const ProgramProcedures kProcedures{{
-    {"LoadParameters", [](Program& p, const ProcedureArguments& a) { a.Expect(1); LoadParameters(p, a.Text(0)); }},
-    {"SaveParameters", [](Program& p, const ProcedureArguments& a) { a.Expect(1); SaveParameters(p, a.Text(0)); }},
+    {"LoadParameters",
+     [](Program& p, const ProcedureArguments& a) {
+       a.Expect(1);
+       LoadParameters(p, a.Text(0));
+     }},
+    {"SaveParameters",
+     [](Program& p, const ProcedureArguments& a) {
+       a.Expect(1);
+       SaveParameters(p, a.Text(0));
+     }},
 }};
 
 }  // namespace

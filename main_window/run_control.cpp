@@ -4,9 +4,9 @@
 #include <filesystem>
 #include <system_error>
 
-#include "core/operating_mode.h"
-#include "capture/video_screen.h"
 #include "base/formatting.h"
+#include "capture/video_screen.h"
+#include "core/operating_mode.h"
 #include "main_window/master.h"
 
 namespace zr {
@@ -36,7 +36,8 @@ void Master::OperationBar_ButtonClick(ui::ToolbarButton& button) {
     ArmMotionDetectorFromOperationBar();
     return;
   }
-  if (key == "rs232" || key == "autostart" || key == "sound") throw NotBuiltYet("the trigger window of \"" + key + "\"");
+  if (key == "rs232" || key == "autostart" || key == "sound")
+    throw NotBuiltYet("the trigger window of \"" + key + "\"");
   if (key != "record") return;
   // The visible option band decides, tested in this order; with all three hidden the press
   // does nothing.
@@ -64,7 +65,8 @@ void Master::OperationBar_ButtonClick(ui::ToolbarButton& button) {
 void Master::CaptureControl(bool start) {
   auto& state = program_.state;
   UnloadIfLoaded(program_, "Autostart");
-  if (WindowState == static_cast<int>(ui::WindowState::Minimized)) WindowState = static_cast<int>(ui::WindowState::Normal);
+  if (WindowState == static_cast<int>(ui::WindowState::Minimized))
+    WindowState = static_cast<int>(ui::WindowState::Normal);
   state.MotionRecordArmed = False;
   state.MotionWasRunning = False;
   if (MotionTimer.Enabled) {
@@ -72,9 +74,12 @@ void Master::CaptureControl(bool start) {
     MotionTimer.Enabled = false;
     StatusString.Caption = "";
   }
-  if (ModeOfKey(state.CaptureType) == OperatingMode::Movie) CaptureMovie(start);
-  else if (ModeOfKey(state.CaptureType) == OperatingMode::Multiple) CaptureMultiple(start);
-  else if (ModeOfKey(state.CaptureType) == OperatingMode::Image) CaptureImage();
+  if (ModeOfKey(state.CaptureType) == OperatingMode::Movie)
+    CaptureMovie(start);
+  else if (ModeOfKey(state.CaptureType) == OperatingMode::Multiple)
+    CaptureMultiple(start);
+  else if (ModeOfKey(state.CaptureType) == OperatingMode::Image)
+    CaptureImage();
 }
 
 // One still, whichever way the button reads: the frame goes over the clipboard into the
@@ -90,8 +95,9 @@ void Master::CaptureImage() {
 // button that ends a run. The image is set before the timer can fire.
 void Master::ArmMotionDetectorFromOperationBar() {
   if (DeviceToolbar.Button("overlay").Value == 1)
-    program_.MessageBox(program_.Translate("Overlay Mode detected. Some devices can only detect movement under Preview Mode."),
-                        MessageButtons::Ok, MessageIcon::Exclamation, program_.Translate("Warning"));
+    program_.MessageBox(
+        program_.Translate("Overlay Mode detected. Some devices can only detect movement under Preview Mode."),
+        MessageButtons::Ok, MessageIcon::Exclamation, program_.Translate("Warning"));
   RecordButton().Image = "stop";
   program_.Yield();
   OperationBar.Button("motion").Enabled = false;
@@ -111,8 +117,8 @@ void Master::ArmMotionDetector() {
 bool Master::OverwriteDeclined(bool with_icon) {
   const std::string text = program_.Translate("The file ") + program_.state.CaptureFilename +
                            program_.Translate(" already exists. Do you want to replace the existing file ?");
-  const auto answer = program_.MessageBox(text, MessageButtons::YesNo,
-                                          with_icon ? MessageIcon::Exclamation : MessageIcon::None);
+  const auto answer =
+      program_.MessageBox(text, MessageButtons::YesNo, with_icon ? MessageIcon::Exclamation : MessageIcon::None);
   program_.state.LastResult = static_cast<std::int32_t>(answer);
   return answer != MessageAnswer::Yes;
 }
@@ -131,8 +137,8 @@ void Master::CaptureMovie(bool start) {
     if (RunsOnTheControl(screen.Kind())) screen.StopCapture();
     return;
   }
-  const bool ask = NumericPrefix(program_.services.settings.Get("ZR", "MD", "OQ", "1")) == 1 &&
-                   state.MotionWasRunning == False;
+  const bool ask =
+      NumericPrefix(program_.services.settings.Get("ZR", "MD", "OQ", "1")) == 1 && state.MotionWasRunning == False;
   if (ask && FileLengthProbeSucceeds(state.CaptureFilename) && OverwriteDeclined(/*with_icon=*/true)) return;
   if (state.PopupMovieViewer == "1") UnloadIfLoaded(program_, "MovieViewer");
   state.BytesPerRun = 0;
@@ -194,10 +200,10 @@ void Master::RecordNow() { OperationBar.ClickButton(RecordButton()); }
 
 void Master::AllControls(bool enabled) {
   for (ui::Control* control : std::initializer_list<ui::Control*>{
-           &DeviceToolbar, &previewrate, &MovieToolbar, &MovieFrameRateControl, &MovieDisableLimit,
-           &MovieHoursControl, &MovieMinutesControl, &MovieSecondsControl, &AudioChannels, &AudioBits, &AudioRate,
-           &MultipleImageMode, &TriggerType, &MultipleImageHoursControl, &MultipleImageMinutesControl,
-           &MultipleImageSecondsControl, &MainToolbar, &MoviePanel})
+           &DeviceToolbar, &previewrate, &MovieToolbar, &MovieFrameRateControl, &MovieDisableLimit, &MovieHoursControl,
+           &MovieMinutesControl, &MovieSecondsControl, &AudioChannels, &AudioBits, &AudioRate, &MultipleImageMode,
+           &TriggerType, &MultipleImageHoursControl, &MultipleImageMinutesControl, &MultipleImageSecondsControl,
+           &MainToolbar, &MoviePanel})
     control->Enabled = enabled;
 }
 

@@ -5,12 +5,12 @@
 #include <filesystem>
 #include <system_error>
 
-#include "capture/video_screen.h"
 #include "base/formatting.h"
-#include "main_window/master.h"
+#include "capture/video_screen.h"
+#include "image/picture_writer.h"
 #include "image/windows/image_window.h"
 #include "image/windows/picture_commands.h"
-#include "image/picture_writer.h"
+#include "main_window/master.h"
 
 namespace zr {
 
@@ -123,8 +123,8 @@ void Master::ShootImage() {
     cDIBSection dib;
     dib.CreateFromPicture(*window.MasterImage.Picture);
     if (!SaveJPG(program_, dib, file, state.JpegQuality)) StatusString.Caption = "Error writing " + file + "JPEG File.";
-  }
-  else WritePictureFile(*window.MasterImage.Picture, file, 100);
+  } else
+    WritePictureFile(*window.MasterImage.Picture, file, 100);
   window.Caption = file;
   if (MultipleImageToolbar.Button("ftp").Value == 1) SendToFtp(file, std::filesystem::path(file).filename().string());
 }
@@ -132,7 +132,9 @@ void Master::ShootImage() {
 void Master::SendToFtp(const std::string&, const std::string&) { throw NotBuiltYet("the FTP upload"); }
 
 // A shot that fails to store ends that shot only; the series goes on with the next.
-void Master::ShootImageOfSeries() { ResumeNext([&] { ShootImage(); }); }
+void Master::ShootImageOfSeries() {
+  ResumeNext([&] { ShootImage(); });
+}
 
 // The answer's length gives the number of digits, its value the number the counting starts
 // from; a cancelled box is an empty answer.
@@ -140,10 +142,10 @@ void Master::AskImageCounter() {
   auto& state = program_.state;
   const std::string prompt = program_.Translate("Enter the offset on image counter:") + "\r\n\r\n" +
                              program_.Translate("Example: 0000010 to define number of zeros");
-  const std::string answer =
-      program_.services.dialogs
-          .InputBox(platform::InputBoxRequest{prompt, Caption, FormatNumber(state.ImageCounterStart, state.ImageCounterFormat)})
-          .value_or("");
+  const std::string answer = program_.services.dialogs
+                                 .InputBox(platform::InputBoxRequest{
+                                     prompt, Caption, FormatNumber(state.ImageCounterStart, state.ImageCounterFormat)})
+                                 .value_or("");
   state.ImageCounterFormat = "#" + std::string(answer.size(), '0');
   // A number beyond the counter's range leaves the start as it was.
   ResumeNext([&] { state.ImageCounterStart = RoundHalfEven(NumericPrefix(answer)); });

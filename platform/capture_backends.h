@@ -80,8 +80,8 @@ class VfwDriverSystem {
   virtual ~VfwDriverSystem() = default;
   // Nothing for an index without a driver.
   virtual std::optional<DriverDescription> Describe(int driver_index) = 0;
-  virtual std::unique_ptr<VfwCaptureWindow> CreateCaptureWindow(const std::string& title, int x,
-                                                                int y, int width, int height) = 0;
+  virtual std::unique_ptr<VfwCaptureWindow> CreateCaptureWindow(const std::string& title, int x, int y, int width,
+                                                                int height) = 0;
 };
 
 // ---- Control kind
@@ -195,9 +195,8 @@ class VideoCaptureControl {
   virtual void StreamVideoSize(int& width, int& height) = 0;
 
   // Burnt-in text and camcorder transport
-  virtual void DrawVideoText(int line, const std::string& text, int x, int y,
-                             const std::string& font, int size, std::int32_t colour,
-                             int background) = 0;
+  virtual void DrawVideoText(int line, const std::string& text, int x, int y, const std::string& font, int size,
+                             std::int32_t colour, int background) = 0;
   virtual int DVCommand(int command) = 0;
   virtual std::string DVTimeCode() = 0;
   virtual std::string DVRecordDate() = 0;

@@ -80,7 +80,7 @@ struct CAPTUREPARMS {
 static_assert(sizeof(CAPTUREPARMS) == 96);
 
 #pragma pack(push, 1)
-struct WAVEFORMATEX {  // passed to the driver as a record of 22 bytes
+struct WAVEFORMATEX {            // passed to the driver as a record of 22 bytes
   std::uint16_t wFormatTag = 1;  // PCM
   std::uint16_t nChannels = 1;
   std::uint32_t nSamplesPerSec = 11025;

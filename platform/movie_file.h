@@ -84,8 +84,7 @@ struct MovieInfo {
 class MovieFiles {
  public:
   virtual ~MovieFiles() = default;
-  virtual Result<std::unique_ptr<MovieWriter>> OpenWriter(const std::string& path,
-                                                          const MovieFormat& format) = 0;
+  virtual Result<std::unique_ptr<MovieWriter>> OpenWriter(const std::string& path, const MovieFormat& format) = 0;
   virtual Result<MovieInfo> ReadInfo(const std::string& path) = 0;
 };
 

@@ -67,10 +67,10 @@ class Clipboard {
 class SettingsStore {
  public:
   virtual ~SettingsStore() = default;
-  virtual std::string Get(const std::string& application, const std::string& section,
-                          const std::string& key, const std::string& default_value) = 0;
-  virtual void Save(const std::string& application, const std::string& section,
-                    const std::string& key, const std::string& value) = 0;
+  virtual std::string Get(const std::string& application, const std::string& section, const std::string& key,
+                          const std::string& default_value) = 0;
+  virtual void Save(const std::string& application, const std::string& section, const std::string& key,
+                    const std::string& value) = 0;
 };
 
 // ---- File system facts

@@ -47,8 +47,7 @@ class TimerTable {
     for (const auto& [timer, entry] : timers_) {
       if (entry.due_ms > now_ms) continue;
       if (std::find(firing_.begin(), firing_.end(), timer) != firing_.end()) continue;
-      if (entry.due_ms < due_entry.due_ms ||
-          (entry.due_ms == due_entry.due_ms && entry.started < due_entry.started)) {
+      if (entry.due_ms < due_entry.due_ms || (entry.due_ms == due_entry.due_ms && entry.started < due_entry.started)) {
         due = timer;
         due_entry = entry;
       }

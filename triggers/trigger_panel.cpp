@@ -41,10 +41,10 @@ void TriggerPanel::SelectTrigger(const std::string& key) {
   const bool by_hand = key == "manual" || key == "joystick";
   const bool by_timer = key == "timer";
   series_.Shooter.Visible = by_hand;
-  for (ui::Control* control : std::initializer_list<ui::Control*>{
-           &series_.MultipleImageHoursDisplay, &series_.MultipleImageHoursControl,
-           &series_.MultipleImageMinutesDisplay, &series_.MultipleImageMinutesControl,
-           &series_.MultipleImageSecondsDisplay, &series_.MultipleImageSecondsControl})
+  for (ui::Control* control :
+       std::initializer_list<ui::Control*>{&series_.MultipleImageHoursDisplay, &series_.MultipleImageHoursControl,
+                                           &series_.MultipleImageMinutesDisplay, &series_.MultipleImageMinutesControl,
+                                           &series_.MultipleImageSecondsDisplay, &series_.MultipleImageSecondsControl})
     control->Visible = by_timer;
   MotionLabel.Visible = key == "motion";
 }
@@ -62,7 +62,8 @@ void TriggerPanel::MultipleImageTimer_Timer() {
   state.ShotElapsed += 1;
   const double interval = state.ShotInterval.value_or(0);
   if (state.ShotElapsed < interval) {
-    status.Caption = LeadingBlank(interval - state.ShotElapsed) + program_.Translate(" seconds to capture another frame");
+    status.Caption =
+        LeadingBlank(interval - state.ShotElapsed) + program_.Translate(" seconds to capture another frame");
     return;
   }
   state.ShotElapsed = 0;

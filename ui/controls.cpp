@@ -26,17 +26,20 @@ std::optional<Value> Label::Get(std::string_view property, std::optional<int> el
 }
 
 bool Label::Set(std::string_view property, const Value& value) {
-  if (property == "Caption") Caption = ValueToText(value);
-  else if (property == "ForeColor") ForeColor = static_cast<Colour>(ValueToNumber(value));
-  else if (property == "FontBold") FontBold = ValueToBool(value);
-  else return Control::Set(property, value);
+  if (property == "Caption")
+    Caption = ValueToText(value);
+  else if (property == "ForeColor")
+    ForeColor = static_cast<Colour>(ValueToNumber(value));
+  else if (property == "FontBold")
+    FontBold = ValueToBool(value);
+  else
+    return Control::Set(property, value);
   return true;
 }
 
 // ---- TextBox
 
-TextBox::TextBox(Window& owner, std::string name, std::optional<int> index)
-    : Control(owner, std::move(name), index) {
+TextBox::TextBox(Window& owner, std::string name, std::optional<int> index) : Control(owner, std::move(name), index) {
   Text.OnChange([this] {
     if (OnChange) OnChange();
   });
@@ -49,37 +52,39 @@ std::optional<Value> TextBox::Get(std::string_view property, std::optional<int> 
 }
 
 bool TextBox::Set(std::string_view property, const Value& value) {
-  if (property == "Text") Text = ValueToText(value);
-  else if (property == "FontItalic") FontItalic = ValueToBool(value);
-  else return Control::Set(property, value);
+  if (property == "Text")
+    Text = ValueToText(value);
+  else if (property == "FontItalic")
+    FontItalic = ValueToBool(value);
+  else
+    return Control::Set(property, value);
   return true;
 }
 
 // ---- CommandButton
 
-std::optional<Value> CommandButton::Get(std::string_view property,
-                                        std::optional<int> element) const {
+std::optional<Value> CommandButton::Get(std::string_view property, std::optional<int> element) const {
   if (property == "Caption") return Value{Caption.get()};
   return Control::Get(property, element);
 }
 
 bool CommandButton::Set(std::string_view property, const Value& value) {
-  if (property == "Caption") Caption = ValueToText(value);
-  else return Control::Set(property, value);
+  if (property == "Caption")
+    Caption = ValueToText(value);
+  else
+    return Control::Set(property, value);
   return true;
 }
 
 // ---- CheckBox
 
-CheckBox::CheckBox(Window& owner, std::string name, std::optional<int> index)
-    : Control(owner, std::move(name), index) {
+CheckBox::CheckBox(Window& owner, std::string name, std::optional<int> index) : Control(owner, std::move(name), index) {
   Value.OnChange([this] {
     if (OnClick) OnClick();
   });
 }
 
-std::optional<ui::Value> CheckBox::Get(std::string_view property,
-                                       std::optional<int> element) const {
+std::optional<ui::Value> CheckBox::Get(std::string_view property, std::optional<int> element) const {
   if (property == "Value") return Number(Value);
   if (property == "Caption") return ui::Value{Caption.get()};
   return Control::Get(property, element);
@@ -88,8 +93,10 @@ std::optional<ui::Value> CheckBox::Get(std::string_view property,
 bool CheckBox::Set(std::string_view property, const ui::Value& value) {
   if (property == "Value") {
     // An option button's Value reads True/False; a check box's 0, 1 or 2.
-    if (is_option_button) Value = ValueToBool(value) ? 1 : 0;
-    else Value = static_cast<int>(ValueToNumber(value));
+    if (is_option_button)
+      Value = ValueToBool(value) ? 1 : 0;
+    else
+      Value = static_cast<int>(ValueToNumber(value));
   } else if (property == "Caption") {
     Caption = ValueToText(value);
   } else {
@@ -119,8 +126,7 @@ RangeControl::RangeControl(Window& owner, std::string name, std::optional<int> i
   });
 }
 
-std::optional<ui::Value> RangeControl::Get(std::string_view property,
-                                           std::optional<int> element) const {
+std::optional<ui::Value> RangeControl::Get(std::string_view property, std::optional<int> element) const {
   if (property == "Value") return Number(Value);
   if (property == "Min") return Number(Min);
   if (property == "Max") return Number(Max);
@@ -129,10 +135,14 @@ std::optional<ui::Value> RangeControl::Get(std::string_view property,
 
 bool RangeControl::Set(std::string_view property, const ui::Value& value) {
   const int number = static_cast<int>(ValueToNumber(value));
-  if (property == "Value") Value = number;
-  else if (property == "Min") Min = number;
-  else if (property == "Max") Max = number;
-  else return Control::Set(property, value);
+  if (property == "Value")
+    Value = number;
+  else if (property == "Min")
+    Min = number;
+  else if (property == "Max")
+    Max = number;
+  else
+    return Control::Set(property, value);
   return true;
 }
 
@@ -157,8 +167,7 @@ std::string ListControl::Text() const {
   return Items[static_cast<std::size_t>(ListIndex.get())].text;
 }
 
-std::optional<ui::Value> ListControl::Get(std::string_view property,
-                                          std::optional<int> element) const {
+std::optional<ui::Value> ListControl::Get(std::string_view property, std::optional<int> element) const {
   if (property == "ListIndex") return Number(ListIndex);
   if (property == "ListCount") return Number(ListCount());
   if (property == "Text") return ui::Value{Text()};
@@ -170,8 +179,10 @@ std::optional<ui::Value> ListControl::Get(std::string_view property,
 }
 
 bool ListControl::Set(std::string_view property, const ui::Value& value) {
-  if (property == "ListIndex") ListIndex = static_cast<int>(ValueToNumber(value));
-  else return Control::Set(property, value);
+  if (property == "ListIndex")
+    ListIndex = static_cast<int>(ValueToNumber(value));
+  else
+    return Control::Set(property, value);
   return true;
 }
 
@@ -197,9 +208,12 @@ std::optional<Value> Menu::Get(std::string_view property, std::optional<int> ele
 }
 
 bool Menu::Set(std::string_view property, const Value& value) {
-  if (property == "Caption") Caption = ValueToText(value);
-  else if (property == "Checked") Checked = ValueToBool(value);
-  else return Control::Set(property, value);
+  if (property == "Caption")
+    Caption = ValueToText(value);
+  else if (property == "Checked")
+    Checked = ValueToBool(value);
+  else
+    return Control::Set(property, value);
   return true;
 }
 
@@ -249,13 +263,20 @@ std::optional<ui::Value> ToolbarButton::Get(std::string_view property) const {
 }
 
 bool ToolbarButton::Set(std::string_view property, const ui::Value& value) {
-  if (property == "Value") Value = static_cast<int>(ValueToNumber(value));
-  else if (property == "Enabled") Enabled = ValueToBool(value);
-  else if (property == "Visible") Visible = ValueToBool(value);
-  else if (property == "Image") Image = ValueToText(value);
-  else if (property == "Caption") Caption = ValueToText(value);
-  else if (property == "ToolTipText") ToolTipText = ValueToText(value);
-  else return false;
+  if (property == "Value")
+    Value = static_cast<int>(ValueToNumber(value));
+  else if (property == "Enabled")
+    Enabled = ValueToBool(value);
+  else if (property == "Visible")
+    Visible = ValueToBool(value);
+  else if (property == "Image")
+    Image = ValueToText(value);
+  else if (property == "Caption")
+    Caption = ValueToText(value);
+  else if (property == "ToolTipText")
+    ToolTipText = ValueToText(value);
+  else
+    return false;
   return true;
 }
 
@@ -300,8 +321,10 @@ Timer::Timer(Window& owner, std::string name, int interval_ms, bool enabled)
 Timer::~Timer() { loop_.StopTimer(*this); }
 
 void Timer::Reschedule() {
-  if (Running()) loop_.StartTimer(*this, Interval);
-  else loop_.StopTimer(*this);
+  if (Running())
+    loop_.StartTimer(*this, Interval);
+  else
+    loop_.StopTimer(*this);
 }
 
 void Timer::Fire() {
@@ -315,9 +338,12 @@ std::optional<Value> Timer::Get(std::string_view property, std::optional<int> el
 }
 
 bool Timer::Set(std::string_view property, const Value& value) {
-  if (property == "Interval") Interval = static_cast<int>(ValueToNumber(value));
-  else if (property == "Tag") Tag = ValueToText(value);
-  else return Control::Set(property, value);
+  if (property == "Interval")
+    Interval = static_cast<int>(ValueToNumber(value));
+  else if (property == "Tag")
+    Tag = ValueToText(value);
+  else
+    return Control::Set(property, value);
   return true;
 }
 

@@ -12,7 +12,6 @@
 #include "platform/picture.h"
 #include "ui/control.h"
 
-
 namespace zr::ui {
 
 // A text shown on a window; a click on it is an event like any other.
@@ -135,7 +134,7 @@ class ToolbarButton {
   std::vector<std::unique_ptr<ButtonMenu>> ButtonMenus;
 
   ButtonMenu& AddMenu(std::string key, std::string text, std::string tag = "");
-  ButtonMenu* FindMenu(std::string_view name);  // by key, else tag, else caption
+  ButtonMenu* FindMenu(std::string_view name);   // by key, else tag, else caption
   int MenuIndex(const ButtonMenu& entry) const;  // its place in the menu, from 0; -1 when not in it
   std::optional<ui::Value> Get(std::string_view property) const;
   bool Set(std::string_view property, const ui::Value& value);
@@ -149,8 +148,7 @@ class ToolbarButton {
 class Toolbar : public Control {
  public:
   using Control::Control;
-  ToolbarButton& AddButton(std::string key, ButtonStyle style = ButtonStyle::Default,
-                           std::string image = "");
+  ToolbarButton& AddButton(std::string key, ButtonStyle style = ButtonStyle::Default, std::string image = "");
   ToolbarButton& Button(std::string_view key);  // fails loudly on a key the bar has not
   ToolbarButton* FindButton(std::string_view key);
   const std::vector<std::unique_ptr<ToolbarButton>>& Buttons() const { return buttons_; }
@@ -200,7 +198,7 @@ class CoolBar : public Control {
   Band& AddBand(std::string key);
   Band& Bands(std::string_view key);  // fails loudly on an unknown key
   Band* FindBand(std::string_view key);
-  Band& BandAt(int position);          // 1-based
+  Band& BandAt(int position);  // 1-based
   int BandCount() const { return static_cast<int>(bands_.size()); }
 
  private:

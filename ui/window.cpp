@@ -52,16 +52,26 @@ std::optional<Value> Window::Get(std::string_view property) const {
 }
 
 bool Window::Set(std::string_view property, const Value& value) {
-  if (property == "Caption") Caption = ValueToText(value);
-  else if (property == "Visible") Visible = ValueToBool(value);
-  else if (property == "WindowState") WindowState = static_cast<int>(ValueToNumber(value));
-  else if (property == "Left") Left = static_cast<int>(ValueToNumber(value));
-  else if (property == "Top") Top = static_cast<int>(ValueToNumber(value));
-  else if (property == "Width") Width = static_cast<int>(ValueToNumber(value));
-  else if (property == "Height") Height = static_cast<int>(ValueToNumber(value));
-  else if (property == "Enabled") Enabled = ValueToBool(value);
-  else if (property == "Tag") Tag = ValueToText(value);
-  else return false;
+  if (property == "Caption")
+    Caption = ValueToText(value);
+  else if (property == "Visible")
+    Visible = ValueToBool(value);
+  else if (property == "WindowState")
+    WindowState = static_cast<int>(ValueToNumber(value));
+  else if (property == "Left")
+    Left = static_cast<int>(ValueToNumber(value));
+  else if (property == "Top")
+    Top = static_cast<int>(ValueToNumber(value));
+  else if (property == "Width")
+    Width = static_cast<int>(ValueToNumber(value));
+  else if (property == "Height")
+    Height = static_cast<int>(ValueToNumber(value));
+  else if (property == "Enabled")
+    Enabled = ValueToBool(value);
+  else if (property == "Tag")
+    Tag = ValueToText(value);
+  else
+    return false;
   return true;
 }
 
@@ -107,8 +117,7 @@ Window& WindowSlotBase::AddExtra() {
 }
 
 bool WindowSlotBase::UnloadExtra(Window& window, UnloadMode mode) {
-  auto found = std::find_if(extras_.begin(), extras_.end(),
-                            [&](const auto& extra) { return extra.get() == &window; });
+  auto found = std::find_if(extras_.begin(), extras_.end(), [&](const auto& extra) { return extra.get() == &window; });
   if (found == extras_.end()) return true;
   if (!window.QueryUnload(mode)) return false;
   window.Unload();

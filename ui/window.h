@@ -127,8 +127,7 @@ template <class W>
 class WindowSlot : public WindowSlotBase {
  public:
   using Factory = std::function<std::unique_ptr<W>()>;
-  WindowSlot(std::string name, Factory factory)
-      : WindowSlotBase(std::move(name)), factory_(std::move(factory)) {}
+  WindowSlot(std::string name, Factory factory) : WindowSlotBase(std::move(name)), factory_(std::move(factory)) {}
 
   // A first touch creates the window and runs its Load handler.
   W& operator()() { return static_cast<W&>(Touch()); }

@@ -48,8 +48,7 @@ void ResolveKeys(Target& target, const Segment& segment) {
 
 std::optional<ui::Value> PanelProperty(const ui::Panel& panel, std::string_view property) {
   if (property == "Text") return ui::Value{panel.Text.get()};
-  if (property == "Bevel")
-    return ui::Value{std::string(panel.Bevel == ui::BevelStyle::Inset ? "inset" : "raised")};
+  if (property == "Bevel") return ui::Value{std::string(panel.Bevel == ui::BevelStyle::Inset ? "inset" : "raised")};
   return std::nullopt;
 }
 

@@ -56,26 +56,40 @@ std::string ValueText(const Value& value) {
 
 const char* RelationText(Relation relation) {
   switch (relation) {
-    case Relation::kEqual: return "==";
-    case Relation::kNotEqual: return "!=";
-    case Relation::kLess: return "<";
-    case Relation::kLessOrEqual: return "<=";
-    case Relation::kGreater: return ">";
-    case Relation::kGreaterOrEqual: return ">=";
-    case Relation::kContains: return "contains";
+    case Relation::kEqual:
+      return "==";
+    case Relation::kNotEqual:
+      return "!=";
+    case Relation::kLess:
+      return "<";
+    case Relation::kLessOrEqual:
+      return "<=";
+    case Relation::kGreater:
+      return ">";
+    case Relation::kGreaterOrEqual:
+      return ">=";
+    case Relation::kContains:
+      return "contains";
   }
   return "==";
 }
 
 bool CompareNumbers(double actual, Relation relation, double expected) {
   switch (relation) {
-    case Relation::kEqual: return actual == expected;
-    case Relation::kNotEqual: return actual != expected;
-    case Relation::kLess: return actual < expected;
-    case Relation::kLessOrEqual: return actual <= expected;
-    case Relation::kGreater: return actual > expected;
-    case Relation::kGreaterOrEqual: return actual >= expected;
-    case Relation::kContains: return false;
+    case Relation::kEqual:
+      return actual == expected;
+    case Relation::kNotEqual:
+      return actual != expected;
+    case Relation::kLess:
+      return actual < expected;
+    case Relation::kLessOrEqual:
+      return actual <= expected;
+    case Relation::kGreater:
+      return actual > expected;
+    case Relation::kGreaterOrEqual:
+      return actual >= expected;
+    case Relation::kContains:
+      return false;
   }
   return false;
 }

@@ -11,12 +11,15 @@ int main(int argc, char** argv) {
   std::vector<std::string> files;
   for (int i = 1; i < argc; ++i) {
     const std::string argument = argv[i];
-    if (argument == "--verbose") options.verbose = true;
-    else if (argument == "--keep") options.keep = true;
+    if (argument == "--verbose")
+      options.verbose = true;
+    else if (argument == "--keep")
+      options.keep = true;
     else if (argument == "--help") {
       std::cout << "Usage: zandrell-scenario [--verbose] [--keep] FILE...\n";
       return 0;
-    } else files.push_back(argument);
+    } else
+      files.push_back(argument);
   }
   if (files.empty()) {
     std::cerr << "Usage: zandrell-scenario [--verbose] [--keep] FILE...\n";

@@ -31,52 +31,76 @@ ui::Value FieldOf(const std::map<std::string, double>& fields, const std::string
 }
 
 ui::Value CapStatusField(const CAPSTATUS& s, const std::string& field) {
-  const std::map<std::string, double> fields = {
-      {"uiImageWidth", s.uiImageWidth}, {"uiImageHeight", s.uiImageHeight}, {"fLiveWindow", s.fLiveWindow},
-      {"fOverlayWindow", s.fOverlayWindow}, {"fScale", s.fScale}, {"fUsingDefaultPalette", s.fUsingDefaultPalette},
-      {"fAudioHardware", s.fAudioHardware}, {"fCapFileExists", s.fCapFileExists},
-      {"dwCurrentVideoFrame", s.dwCurrentVideoFrame}, {"dwCurrentVideoFramesDropped", s.dwCurrentVideoFramesDropped},
-      {"dwCurrentWaveSamples", s.dwCurrentWaveSamples}, {"dwCurrentTimeElapsedMS", s.dwCurrentTimeElapsedMS},
-      {"fCapturingNow", s.fCapturingNow}, {"dwReturn", s.dwReturn}, {"wNumVideoAllocated", s.wNumVideoAllocated},
-      {"wNumAudioAllocated", s.wNumAudioAllocated}};
+  const std::map<std::string, double> fields = {{"uiImageWidth", s.uiImageWidth},
+                                                {"uiImageHeight", s.uiImageHeight},
+                                                {"fLiveWindow", s.fLiveWindow},
+                                                {"fOverlayWindow", s.fOverlayWindow},
+                                                {"fScale", s.fScale},
+                                                {"fUsingDefaultPalette", s.fUsingDefaultPalette},
+                                                {"fAudioHardware", s.fAudioHardware},
+                                                {"fCapFileExists", s.fCapFileExists},
+                                                {"dwCurrentVideoFrame", s.dwCurrentVideoFrame},
+                                                {"dwCurrentVideoFramesDropped", s.dwCurrentVideoFramesDropped},
+                                                {"dwCurrentWaveSamples", s.dwCurrentWaveSamples},
+                                                {"dwCurrentTimeElapsedMS", s.dwCurrentTimeElapsedMS},
+                                                {"fCapturingNow", s.fCapturingNow},
+                                                {"dwReturn", s.dwReturn},
+                                                {"wNumVideoAllocated", s.wNumVideoAllocated},
+                                                {"wNumAudioAllocated", s.wNumAudioAllocated}};
   return FieldOf(fields, field, "CapStatus");
 }
 
 ui::Value CapDriverCapsField(const CAPDRIVERCAPS& c, const std::string& field) {
-  const std::map<std::string, double> fields = {
-      {"wDeviceIndex", c.wDeviceIndex}, {"fHasOverlay", c.fHasOverlay}, {"fHasDlgVideoSource", c.fHasDlgVideoSource},
-      {"fHasDlgVideoFormat", c.fHasDlgVideoFormat}, {"fHasDlgVideoDisplay", c.fHasDlgVideoDisplay},
-      {"fCaptureInitialized", c.fCaptureInitialized}, {"fDriverSuppliesPalettes", c.fDriverSuppliesPalettes}};
+  const std::map<std::string, double> fields = {{"wDeviceIndex", c.wDeviceIndex},
+                                                {"fHasOverlay", c.fHasOverlay},
+                                                {"fHasDlgVideoSource", c.fHasDlgVideoSource},
+                                                {"fHasDlgVideoFormat", c.fHasDlgVideoFormat},
+                                                {"fHasDlgVideoDisplay", c.fHasDlgVideoDisplay},
+                                                {"fCaptureInitialized", c.fCaptureInitialized},
+                                                {"fDriverSuppliesPalettes", c.fDriverSuppliesPalettes}};
   return FieldOf(fields, field, "CapDriverCaps");
 }
 
 ui::Value CaptureParmsField(const CAPTUREPARMS& p, const std::string& field) {
-  const std::map<std::string, double> fields = {
-      {"dwRequestMicroSecPerFrame", p.dwRequestMicroSecPerFrame}, {"fMakeUserHitOKToCapture", p.fMakeUserHitOKToCapture},
-      {"wPercentDropForError", p.wPercentDropForError}, {"fYield", p.fYield}, {"dwIndexSize", p.dwIndexSize},
-      {"wChunkGranularity", p.wChunkGranularity}, {"fUsingDOSMemory", p.fUsingDOSMemory},
-      {"wNumVideoRequested", p.wNumVideoRequested}, {"fCaptureAudio", p.fCaptureAudio},
-      {"wNumAudioRequested", p.wNumAudioRequested}, {"vKeyAbort", p.vKeyAbort},
-      {"fAbortLeftMouse", p.fAbortLeftMouse}, {"fAbortRightMouse", p.fAbortRightMouse},
-      {"fLimitEnabled", p.fLimitEnabled}, {"wTimeLimit", p.wTimeLimit}, {"fMCIControl", p.fMCIControl},
-      {"fStepMCIDevice", p.fStepMCIDevice}, {"dwMCIStartTime", p.dwMCIStartTime}, {"dwMCIStopTime", p.dwMCIStopTime},
-      {"fStepCaptureAt2x", p.fStepCaptureAt2x}, {"wStepCaptureAverageFrames", p.wStepCaptureAverageFrames},
-      {"dwAudioBufferSize", p.dwAudioBufferSize}, {"fDisableWriteCache", p.fDisableWriteCache},
-      {"AVStreamMaster", p.AVStreamMaster}};
+  const std::map<std::string, double> fields = {{"dwRequestMicroSecPerFrame", p.dwRequestMicroSecPerFrame},
+                                                {"fMakeUserHitOKToCapture", p.fMakeUserHitOKToCapture},
+                                                {"wPercentDropForError", p.wPercentDropForError},
+                                                {"fYield", p.fYield},
+                                                {"dwIndexSize", p.dwIndexSize},
+                                                {"wChunkGranularity", p.wChunkGranularity},
+                                                {"fUsingDOSMemory", p.fUsingDOSMemory},
+                                                {"wNumVideoRequested", p.wNumVideoRequested},
+                                                {"fCaptureAudio", p.fCaptureAudio},
+                                                {"wNumAudioRequested", p.wNumAudioRequested},
+                                                {"vKeyAbort", p.vKeyAbort},
+                                                {"fAbortLeftMouse", p.fAbortLeftMouse},
+                                                {"fAbortRightMouse", p.fAbortRightMouse},
+                                                {"fLimitEnabled", p.fLimitEnabled},
+                                                {"wTimeLimit", p.wTimeLimit},
+                                                {"fMCIControl", p.fMCIControl},
+                                                {"fStepMCIDevice", p.fStepMCIDevice},
+                                                {"dwMCIStartTime", p.dwMCIStartTime},
+                                                {"dwMCIStopTime", p.dwMCIStopTime},
+                                                {"fStepCaptureAt2x", p.fStepCaptureAt2x},
+                                                {"wStepCaptureAverageFrames", p.wStepCaptureAverageFrames},
+                                                {"dwAudioBufferSize", p.dwAudioBufferSize},
+                                                {"fDisableWriteCache", p.fDisableWriteCache},
+                                                {"AVStreamMaster", p.AVStreamMaster}};
   return FieldOf(fields, field, "CaptureParms");
 }
 
 ui::Value WaveFormatField(const WAVEFORMATEX& w, const std::string& field) {
-  const std::map<std::string, double> fields = {
-      {"wFormatTag", w.wFormatTag}, {"nChannels", w.nChannels}, {"nSamplesPerSec", w.nSamplesPerSec},
-      {"nAvgBytesPerSec", w.nAvgBytesPerSec}, {"nBlockAlign", w.nBlockAlign}, {"wBitsPerSample", w.wBitsPerSample},
-      {"cbSize", w.cbSize}};
+  const std::map<std::string, double> fields = {{"wFormatTag", w.wFormatTag},
+                                                {"nChannels", w.nChannels},
+                                                {"nSamplesPerSec", w.nSamplesPerSec},
+                                                {"nAvgBytesPerSec", w.nAvgBytesPerSec},
+                                                {"nBlockAlign", w.nBlockAlign},
+                                                {"wBitsPerSample", w.wBitsPerSample},
+                                                {"cbSize", w.cbSize}};
   return FieldOf(fields, field, "WaveFormat");
 }
 
-ui::Value Optional(const std::optional<double>& value) {
-  return value ? Number(*value) : ui::Value{std::string()};
-}
+ui::Value Optional(const std::optional<double>& value) { return value ? Number(*value) : ui::Value{std::string()}; }
 
 ui::Value PlainMember(const AppState& s, const Segment& member) {
   const std::string& name = member.name;
@@ -85,25 +109,43 @@ ui::Value PlainMember(const AppState& s, const Segment& member) {
       throw AddressError("expected AviInfoText(0) to AviInfoText(5), found another index");
     return ui::Value{s.AviInfoText[static_cast<std::size_t>(*member.index)]};
   }
-  const std::map<std::string, ui::Value> texts = {
-      {"CaptureType", s.CaptureType}, {"CaptureFilename", s.CaptureFilename}, {"AppPath", s.AppPath},
-      {"ProductSite", s.ProductSite}, {"ImageCounterFormat", s.ImageCounterFormat},
-      {"PopupMovieViewer", s.PopupMovieViewer}, {"AutoPlay", s.AutoPlay}, {"ShutterSound", s.ShutterSound},
-      {"InsertionFile", s.InsertionFile}, {"FtpHost", s.FtpHost}, {"FtpUser", s.FtpUser},
-      {"FtpPassword", s.FtpPassword}, {"FtpFolder", s.FtpFolder}};
+  const std::map<std::string, ui::Value> texts = {{"CaptureType", s.CaptureType},
+                                                  {"CaptureFilename", s.CaptureFilename},
+                                                  {"AppPath", s.AppPath},
+                                                  {"ProductSite", s.ProductSite},
+                                                  {"ImageCounterFormat", s.ImageCounterFormat},
+                                                  {"PopupMovieViewer", s.PopupMovieViewer},
+                                                  {"AutoPlay", s.AutoPlay},
+                                                  {"ShutterSound", s.ShutterSound},
+                                                  {"InsertionFile", s.InsertionFile},
+                                                  {"FtpHost", s.FtpHost},
+                                                  {"FtpUser", s.FtpUser},
+                                                  {"FtpPassword", s.FtpPassword},
+                                                  {"FtpFolder", s.FtpFolder}};
   if (const auto found = texts.find(name); found != texts.end()) return found->second;
-  const std::map<std::string, double> numbers = {
-      {"Exiting", s.Exiting}, {"IsWindowsAfter2000", s.IsWindowsAfter2000}, {"PreviewRate", s.PreviewRate},
-      {"MovieFrameRate", s.MovieFrameRate}, {"FramesPerSecond", s.FramesPerSecond}, {"ImageCount", s.ImageCount},
-      {"ImageCounterStart", s.ImageCounterStart}, {"ShotElapsed", s.ShotElapsed},
-      {"MotionWasRunning", s.MotionWasRunning}, {"MotionRecordArmed", s.MotionRecordArmed},
-      {"MotionSensitivity", s.MotionSensitivity}, {"AutostartHours", s.AutostartHours},
-      {"AutostartMinutes", s.AutostartMinutes}, {"AutostartSeconds", s.AutostartSeconds},
-      {"AutostartAccepted", s.AutostartAccepted}, {"ViewerShown", s.ViewerShown}, {"LastResult", s.LastResult},
-      {"BytesPerRun", s.BytesPerRun}, {"JpegQuality", s.JpegQuality}, {"FtpPort", s.FtpPort},
-      {"hCapWnd", s.hCapWnd},
-      {"CaptureStatusId", s.captureStatus.CaptureStatusId.load()},
-      {"CaptureEnded", s.captureStatus.CaptureEnded.load()}};
+  const std::map<std::string, double> numbers = {{"Exiting", s.Exiting},
+                                                 {"IsWindowsAfter2000", s.IsWindowsAfter2000},
+                                                 {"PreviewRate", s.PreviewRate},
+                                                 {"MovieFrameRate", s.MovieFrameRate},
+                                                 {"FramesPerSecond", s.FramesPerSecond},
+                                                 {"ImageCount", s.ImageCount},
+                                                 {"ImageCounterStart", s.ImageCounterStart},
+                                                 {"ShotElapsed", s.ShotElapsed},
+                                                 {"MotionWasRunning", s.MotionWasRunning},
+                                                 {"MotionRecordArmed", s.MotionRecordArmed},
+                                                 {"MotionSensitivity", s.MotionSensitivity},
+                                                 {"AutostartHours", s.AutostartHours},
+                                                 {"AutostartMinutes", s.AutostartMinutes},
+                                                 {"AutostartSeconds", s.AutostartSeconds},
+                                                 {"AutostartAccepted", s.AutostartAccepted},
+                                                 {"ViewerShown", s.ViewerShown},
+                                                 {"LastResult", s.LastResult},
+                                                 {"BytesPerRun", s.BytesPerRun},
+                                                 {"JpegQuality", s.JpegQuality},
+                                                 {"FtpPort", s.FtpPort},
+                                                 {"hCapWnd", s.hCapWnd},
+                                                 {"CaptureStatusId", s.captureStatus.CaptureStatusId.load()},
+                                                 {"CaptureEnded", s.captureStatus.CaptureEnded.load()}};
   if (const auto found = numbers.find(name); found != numbers.end()) return Number(found->second);
   if (name == "ShotInterval") return Optional(s.ShotInterval);
   if (name == "FreeBytesAtStart") return Optional(s.FreeBytesAtStart);

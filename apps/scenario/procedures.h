@@ -15,8 +15,7 @@ namespace zr::scenario {
 // Runs `W.Name(args)` or `Name(args)`; raises AddressError for a name the program has not or
 // for arguments that do not fit.
 void CallProcedure(Program& program, const std::optional<WindowRef>& window, const std::string& name,
-                   const std::vector<Value>& arguments, const std::string& app_folder,
-                   const std::string& temp_folder);
+                   const std::vector<Value>& arguments, const std::string& app_folder, const std::string& temp_folder);
 
 // A member of the state record: `CaptureType`, `AviInfoText(0)`, `CaptureParms.dwIndexSize`.
 ui::Value ReadStateMember(const Program& program, std::span<const Segment> member);

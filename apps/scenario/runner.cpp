@@ -37,9 +37,12 @@ const StepTable& Steps() {
 
 void Say(const platform::sim::ShownDialog& dialog) {
   using Kind = platform::sim::ShownDialog::Kind;
-  if (dialog.kind == Kind::MessageBox) std::cout << "  dialog: message box " << Quoted(dialog.message.text) << "\n";
-  else if (dialog.kind == Kind::InputBox) std::cout << "  dialog: input box " << Quoted(dialog.input.prompt) << "\n";
-  else std::cout << "  dialog: file dialog " << Quoted(dialog.file.title) << "\n";
+  if (dialog.kind == Kind::MessageBox)
+    std::cout << "  dialog: message box " << Quoted(dialog.message.text) << "\n";
+  else if (dialog.kind == Kind::InputBox)
+    std::cout << "  dialog: input box " << Quoted(dialog.input.prompt) << "\n";
+  else
+    std::cout << "  dialog: file dialog " << Quoted(dialog.file.title) << "\n";
 }
 
 }  // namespace
@@ -53,8 +56,11 @@ void NotYetSupported(const std::string& what) { throw std::runtime_error(what + 
 std::string Quoted(const std::string& text) { return "\"" + text + "\""; }
 
 Runner::Runner(std::vector<Command> commands, const std::string& scenario_path, const RunOptions& options)
-    : steps_(Steps()), commands_(std::move(commands)),
-      scenario_folder_(std::filesystem::path(scenario_path).parent_path()), options_(options), world_(options.keep) {
+    : steps_(Steps()),
+      commands_(std::move(commands)),
+      scenario_folder_(std::filesystem::path(scenario_path).parent_path()),
+      options_(options),
+      world_(options.keep) {
   world_.loop.SetInputSource(this);
   if (options_.verbose) world_.dialogs.on_shown = [](const platform::sim::ShownDialog& dialog) { Say(dialog); };
 }

@@ -15,8 +15,8 @@ struct RunOptions {
 
 struct Outcome {
   bool passed = false;
-  int line = 0;          // the failing line
-  std::string message;   // what was expected, what was found
+  int line = 0;         // the failing line
+  std::string message;  // what was expected, what was found
 };
 
 // Runs one scenario file; never throws.

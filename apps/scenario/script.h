@@ -52,15 +52,7 @@ using Duration = std::chrono::milliseconds;
 // The comparison of an expectation: == != < <= > >= and the word `contains`.
 // The reader guarantees: kContains always comes with a string; kLess, kLessOrEqual, kGreater and
 // kGreaterOrEqual always with a number.
-enum class Relation {
-  kEqual,
-  kNotEqual,
-  kLess,
-  kLessOrEqual,
-  kGreater,
-  kGreaterOrEqual,
-  kContains
-};
+enum class Relation { kEqual, kNotEqual, kLess, kLessOrEqual, kGreater, kGreaterOrEqual, kContains };
 
 // "== VALUE", "contains "text"", ">= 29".
 struct Comparison {
@@ -554,18 +546,17 @@ struct ExpectHttpBodyImage {};
 
 using CommandBody = std::variant<
     // the world
-    Clock, SystemFlag, Setting, WriteFile, CopyFile, CommandLine, Device, UrlSource, SoundInputs,
-    SerialPorts, FtpServer, Start,
+    Clock, SystemFlag, Setting, WriteFile, CopyFile, CommandLine, Device, UrlSource, SoundInputs, SerialPorts,
+    FtpServer, Start,
     // actions
-    Click, DoubleClick, SetProperty, Key, Foreground, CloseWindow, MinimizeWindow, RestoreWindow,
-    Wait, Yield, After, Call, LoadWindow, UnloadWindow, AnswerMsgBox, AnswerInput, AnswerFileDialog,
-    ChangePicture, DropFrames, Unplug, SoundLevel, SerialLine, Joystick, HttpRequest,
+    Click, DoubleClick, SetProperty, Key, Foreground, CloseWindow, MinimizeWindow, RestoreWindow, Wait, Yield, After,
+    Call, LoadWindow, UnloadWindow, AnswerMsgBox, AnswerInput, AnswerFileDialog, ChangePicture, DropFrames, Unplug,
+    SoundLevel, SerialLine, Joystick, HttpRequest,
     // expectations
-    ExpectProperty, ExpectState, ExpectSetting, ExpectFileExists, ExpectFileSize, ExpectFileText,
-    ExpectFileBytes, ExpectMsgBox, ExpectInputBox, ExpectFileDialog, ExpectNoDialog, ExpectWindow,
-    ExpectClipboard, ExpectMovie, ExpectImageSize, ExpectImagePixel, ExpectDeviceLog,
-    ExpectDeviceLogSequence, ExpectFtpReceived, ExpectFtpLog, ExpectHttpText, ExpectHttpStatus,
-    ExpectHttpHeader, ExpectHttpBodyImage>;
+    ExpectProperty, ExpectState, ExpectSetting, ExpectFileExists, ExpectFileSize, ExpectFileText, ExpectFileBytes,
+    ExpectMsgBox, ExpectInputBox, ExpectFileDialog, ExpectNoDialog, ExpectWindow, ExpectClipboard, ExpectMovie,
+    ExpectImageSize, ExpectImagePixel, ExpectDeviceLog, ExpectDeviceLogSequence, ExpectFtpReceived, ExpectFtpLog,
+    ExpectHttpText, ExpectHttpStatus, ExpectHttpHeader, ExpectHttpBodyImage>;
 
 // One command of a scenario file: its line number (from 1), its text as written without the
 // surrounding blanks (for --verbose; a text block's lines are not part of it) and its meaning.

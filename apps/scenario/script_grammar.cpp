@@ -30,8 +30,7 @@ constexpr int kMaxWhole = std::numeric_limits<int>::max();
 constexpr std::int64_t kMaxOffset = std::int64_t{1} << 52;
 
 constexpr std::string_view kFormatExpected = "a format WxHxBITS (as 640x480x24)";
-constexpr std::string_view kValueExpected =
-    "a value (a string, a number, true, false, rgb(R,G,B) or WxH)";
+constexpr std::string_view kValueExpected = "a value (a string, a number, true, false, rgb(R,G,B) or WxH)";
 constexpr std::string_view kArgumentExpected = "an argument (a string, a number, true or false)";
 constexpr std::string_view kComparisonExpected = "a comparison (==, !=, <, <=, >, >=, contains)";
 constexpr std::string_view kNumberComparisonExpected = "a comparison (==, !=, <, <=, >, >=)";
@@ -159,8 +158,7 @@ constexpr auto kRelations = std::to_array<Choice<Relation>>({
 });
 
 bool IsOrdering(Relation relation) {
-  return relation != Relation::kEqual && relation != Relation::kNotEqual &&
-         relation != Relation::kContains;
+  return relation != Relation::kEqual && relation != Relation::kNotEqual && relation != Relation::kContains;
 }
 
 // OP VALUE, where contains takes a string and an ordering a number.
@@ -170,8 +168,7 @@ Comparison TakeComparison(Cursor& c, std::string_view expected = kComparisonExpe
   c.SkipBlanks();
   const std::size_t start = c.position();
   comparison.expected = TakeValue(c);
-  if (comparison.relation == Relation::kContains &&
-      !std::holds_alternative<std::string>(comparison.expected)) {
+  if (comparison.relation == Relation::kContains && !std::holds_alternative<std::string>(comparison.expected)) {
     c.FailAt(start, "a string after contains");
   }
   if (IsOrdering(comparison.relation) && !std::holds_alternative<double>(comparison.expected)) {
@@ -194,8 +191,8 @@ Comparison TakeNumberAsComparison(Cursor& c) {
 
 constexpr auto kTextMatches = std::to_array<Choice<TextMatch>>(
     {{"==", TextMatch::kEquals}, {"contains", TextMatch::kContains}, {"lacks", TextMatch::kLacks}});
-constexpr auto kLogMatches = std::to_array<Choice<TextMatch>>(
-    {{"contains", TextMatch::kContains}, {"lacks", TextMatch::kLacks}});
+constexpr auto kLogMatches =
+    std::to_array<Choice<TextMatch>>({{"contains", TextMatch::kContains}, {"lacks", TextMatch::kLacks}});
 
 // ---------------------------------------------------------------------------------------------
 // Options
@@ -206,8 +203,8 @@ using OptionReader = void (*)(Cursor&, Target&);
 // Options up to the end of the line, in any order, each at most once: a word, the separator
 // ("=" or nothing) and what the option's reader takes.
 template <typename Target, std::size_t N>
-void TakeOptions(Cursor& c, const std::array<Choice<OptionReader<Target>>, N>& options,
-                 std::string_view separator, Target& target) {
+void TakeOptions(Cursor& c, const std::array<Choice<OptionReader<Target>>, N>& options, std::string_view separator,
+                 Target& target) {
   std::vector<std::string_view> seen;
   while (!AtLineEnd(c)) {
     const std::string_view word = PeekToken(c);
@@ -224,14 +221,12 @@ void TakeOptions(Cursor& c, const std::array<Choice<OptionReader<Target>>, N>& o
 }
 
 constexpr auto kPictureKinds = std::to_array<Choice<Picture (*)(Cursor&)>>({
-    {"solid",
-     [](Cursor& c) -> Picture { return SolidPicture{TakeParenthesised(c, TakeColourComponents)}; }},
+    {"solid", [](Cursor& c) -> Picture { return SolidPicture{TakeParenthesised(c, TakeColourComponents)}; }},
     {"file",
      [](Cursor& c) -> Picture {
        return PictureFile{TakeParenthesised(c, [](Cursor& inner) { return TakeString(inner); })};
      }},
-    {"pattern",
-     [](Cursor& c) -> Picture { return PicturePattern{TakeParenthesised(c, TakeName)}; }},
+    {"pattern", [](Cursor& c) -> Picture { return PicturePattern{TakeParenthesised(c, TakeName)}; }},
 });
 
 Picture TakePicture(Cursor& c) { return TakeChoice(c, kPictureKinds)(c); }
@@ -375,8 +370,8 @@ std::optional<Clock> ReadClock(std::string_view date, std::string_view time) {
                     .minute = DigitsValue(time.substr(3, 2)),
                     .second = DigitsValue(time.substr(6, 2))};
   const bool valid = clock.month >= 1 && clock.month <= 12 && clock.day >= 1 &&
-                     clock.day <= DaysInMonth(clock.year, clock.month) && clock.hour <= 23 &&
-                     clock.minute <= 59 && clock.second <= 59;
+                     clock.day <= DaysInMonth(clock.year, clock.month) && clock.hour <= 23 && clock.minute <= 59 &&
+                     clock.second <= 59;
   return valid ? std::optional<Clock>(clock) : std::nullopt;
 }
 
@@ -430,8 +425,8 @@ CommandBody ParseCopyFile(Cursor& c) {
   return copy;
 }
 
-constexpr auto kDeviceKinds = std::to_array<Choice<DeviceKind>>(
-    {{"vfw", DeviceKind::kDriver}, {"wdm", DeviceKind::kControlDevice}});
+constexpr auto kDeviceKinds =
+    std::to_array<Choice<DeviceKind>>({{"vfw", DeviceKind::kDriver}, {"wdm", DeviceKind::kControlDevice}});
 
 CommandBody ParseDevice(Cursor& c) {
   Device device;
@@ -468,8 +463,8 @@ CommandBody ParseSet(Cursor& c) {
 }
 
 bool IsKeyName(std::string_view name) {
-  constexpr std::array<std::string_view, 14> kNamedKeys{
-      "ctrl", "shift", "F1", "F2", "F3", "F4", "F5", "F6", "F7", "F8", "F9", "F10", "F11", "F12"};
+  constexpr std::array<std::string_view, 14> kNamedKeys{"ctrl", "shift", "F1", "F2", "F3",  "F4",  "F5",
+                                                        "F6",   "F7",    "F8", "F9", "F10", "F11", "F12"};
   const bool letter = name.size() == 1 && name.front() >= 'A' && name.front() <= 'Z';
   return letter || std::find(kNamedKeys.begin(), kNamedKeys.end(), name) != kNamedKeys.end();
 }
@@ -554,8 +549,7 @@ CommandBody TakeFileDialogAnswer(Cursor& c, FileDialogKind kind) {
 }
 
 constexpr auto kAnswerKinds = std::to_array<Choice<CommandParser>>({
-    {"msgbox",
-     [](Cursor& c) -> CommandBody { return AnswerMsgBox{TakeChoice(c, kMsgBoxAnswers)}; }},
+    {"msgbox", [](Cursor& c) -> CommandBody { return AnswerMsgBox{TakeChoice(c, kMsgBoxAnswers)}; }},
     {"input", ParseAnswerInput},
     {"open", [](Cursor& c) { return TakeFileDialogAnswer(c, FileDialogKind::kOpen); }},
     {"save", [](Cursor& c) { return TakeFileDialogAnswer(c, FileDialogKind::kSave); }},
@@ -586,8 +580,7 @@ CommandBody ParseExpectSetting(Cursor& c) {
   expect.section = TakeString(c);
   expect.key = TakeString(c);
   if (!TakeKeyword(c, "missing")) {
-    expect.comparison =
-        TakeComparison(c, "a comparison (==, !=, <, <=, >, >=, contains) or missing");
+    expect.comparison = TakeComparison(c, "a comparison (==, !=, <, <=, >, >=, contains) or missing");
   }
   return expect;
 }
@@ -596,8 +589,7 @@ std::string TakeHexBytes(Cursor& c) {
   c.SkipBlanks();
   const std::size_t start = c.position();
   const std::string digits = LexString(c);
-  if (digits.empty() || digits.size() % 2 != 0 ||
-      !std::all_of(digits.begin(), digits.end(), IsHexDigit)) {
+  if (digits.empty() || digits.size() % 2 != 0 || !std::all_of(digits.begin(), digits.end(), IsHexDigit)) {
     c.FailAt(start, "pairs of hex digits in double quotes");
   }
   std::string bytes;
@@ -639,25 +631,21 @@ constexpr auto kFileChecks = std::to_array<Choice<FileCheckParser>>({
     {"bytes", ParseFileBytes},
     {"contains",
      [](Cursor& c, std::string path) -> CommandBody {
-       return ExpectFileText{
-           .path = std::move(path), .match = TextMatch::kContains, .text = TakeString(c)};
+       return ExpectFileText{.path = std::move(path), .match = TextMatch::kContains, .text = TakeString(c)};
      }},
     {"lacks",
      [](Cursor& c, std::string path) -> CommandBody {
-       return ExpectFileText{
-           .path = std::move(path), .match = TextMatch::kLacks, .text = TakeString(c)};
+       return ExpectFileText{.path = std::move(path), .match = TextMatch::kLacks, .text = TakeString(c)};
      }},
 });
 
 CommandBody ParseExpectFile(Cursor& c) {
   std::string path = TakePath(c);
   if (AtHeredoc(c)) {
-    return ExpectFileText{
-        .path = std::move(path), .match = TextMatch::kEquals, .text = TakeHeredoc(c)};
+    return ExpectFileText{.path = std::move(path), .match = TextMatch::kEquals, .text = TakeHeredoc(c)};
   }
   const FileCheckParser check =
-      TakeChoice(c, kFileChecks,
-                 "exists, missing, size, text, bytes, contains, lacks or a text block (<<WORD)");
+      TakeChoice(c, kFileChecks, "exists, missing, size, text, bytes, contains, lacks or a text block (<<WORD)");
   return check(c, std::move(path));
 }
 
@@ -792,8 +780,7 @@ Point TakePoint(Cursor& c) {
   return point;
 }
 
-constexpr auto kPixelRelations =
-    std::to_array<Choice<bool>>({{"==", false}, {"~", true}});  // true: within a tolerance
+constexpr auto kPixelRelations = std::to_array<Choice<bool>>({{"==", false}, {"~", true}});  // true: within a tolerance
 
 CommandBody ParseImagePixel(Cursor& c, std::string path) {
   const Point point = TakeParenthesised(c, TakePoint);
@@ -857,9 +844,7 @@ constexpr auto kHttpChecks = std::to_array<Choice<CommandParser>>({
        return ExpectHttpText{.match = match, .text = TakeString(c)};
      }},
     {"contains",
-     [](Cursor& c) -> CommandBody {
-       return ExpectHttpText{.match = TextMatch::kContains, .text = TakeString(c)};
-     }},
+     [](Cursor& c) -> CommandBody { return ExpectHttpText{.match = TextMatch::kContains, .text = TakeString(c)}; }},
     {"status", [](Cursor& c) -> CommandBody { return ExpectHttpStatus{TakeNumberComparison(c)}; }},
     {"header", ParseHttpHeader},
     {"body",
@@ -880,8 +865,7 @@ constexpr auto kExpectations = std::to_array<Choice<CommandParser>>({
        return ExpectNoDialog{};
      }},
     {"window", ParseExpectWindow},
-    {"clipboard",
-     [](Cursor& c) -> CommandBody { return ExpectClipboard{TakeChoice(c, kClipboardContents)}; }},
+    {"clipboard", [](Cursor& c) -> CommandBody { return ExpectClipboard{TakeChoice(c, kClipboardContents)}; }},
     {"movie", ParseExpectMovie},
     {"image", ParseExpectImage},
     {"device", ParseExpectDeviceLog},
@@ -890,8 +874,7 @@ constexpr auto kExpectations = std::to_array<Choice<CommandParser>>({
 });
 
 CommandBody ParseExpectProperty(Cursor& c) {
-  const std::string expected =
-      "an address with a property (Window.Control.Property) or " + Alternatives(kExpectations);
+  const std::string expected = "an address with a property (Window.Control.Property) or " + Alternatives(kExpectations);
   ExpectProperty expect;
   expect.target = TakePropertyAddress(c, expected);
   expect.comparison = TakeComparison(c);

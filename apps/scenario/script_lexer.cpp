@@ -45,8 +45,7 @@ constexpr int kMaxAfterDepth = 16;
 constexpr double kMaxMilliseconds = 1e12;
 
 constexpr std::string_view kEscapesExpected = "an escape (\\\" \\\\ \\r \\n \\t \\xHH)";
-constexpr std::string_view kDurationExpected =
-    "a duration (a number with ms or s, as 600ms or 1.5s)";
+constexpr std::string_view kDurationExpected = "a duration (a number with ms or s, as 600ms or 1.5s)";
 
 int HexDigitValue(char c) {
   if (IsDigit(c)) return c - '0';
@@ -96,9 +95,7 @@ char LexEscape(Cursor& c, std::size_t backslash) {
 
 }  // namespace
 
-char HexByte(char high, char low) {
-  return static_cast<char>(HexDigitValue(high) * 16 + HexDigitValue(low));
-}
+char HexByte(char high, char low) { return static_cast<char>(HexDigitValue(high) * 16 + HexDigitValue(low)); }
 
 std::string_view TrimBlanks(std::string_view text) {
   while (!text.empty() && IsBlank(text.front())) text.remove_prefix(1);
@@ -150,8 +147,7 @@ std::string Cursor::TakeBlock(std::string_view end_word, std::string_view line_e
     if (line == end_word) return block;
     block.append(line).append(line_end);
   }
-  throw ParseError(line_number_, "a line " + Shown(end_word) + " ending the text block",
-                   "end of file");
+  throw ParseError(line_number_, "a line " + Shown(end_word) + " ending the text block", "end of file");
 }
 
 void Cursor::FailAt(std::size_t start, std::string_view expected) const {
@@ -273,12 +269,10 @@ double TakeNumber(Cursor& c, std::string_view expected) {
   return LexNumber(c, expected).value;
 }
 
-std::int64_t LexInteger(Cursor& c, std::int64_t lowest, std::int64_t highest,
-                        std::string_view expected) {
+std::int64_t LexInteger(Cursor& c, std::int64_t lowest, std::int64_t highest, std::string_view expected) {
   const NumberToken token = LexNumber(c, expected);
   const bool whole = token.value == std::floor(token.value);
-  if (!whole || token.value < static_cast<double>(lowest) ||
-      token.value > static_cast<double>(highest)) {
+  if (!whole || token.value < static_cast<double>(lowest) || token.value > static_cast<double>(highest)) {
     c.FailFound(expected, token.text);
   }
   return static_cast<std::int64_t>(token.value);
@@ -311,8 +305,7 @@ bool IsSizeText(std::string_view text) {
   const auto all_digits = [](std::string_view part) {
     return !part.empty() && std::all_of(part.begin(), part.end(), IsDigit);
   };
-  return x != std::string_view::npos && all_digits(text.substr(0, x)) &&
-         all_digits(text.substr(x + 1));
+  return x != std::string_view::npos && all_digits(text.substr(0, x)) && all_digits(text.substr(x + 1));
 }
 
 Duration TakeDuration(Cursor& c) {

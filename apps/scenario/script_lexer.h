@@ -34,13 +34,9 @@ inline bool IsLetter(char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <
 inline bool IsNameStart(char c) { return IsLetter(c) || c == '_'; }
 inline bool IsNameChar(char c) { return IsNameStart(c) || IsDigit(c); }
 inline bool IsWordChar(char c) { return IsNameChar(c) || c == '-'; }
-inline bool IsOperatorChar(char c) {
-  return c == '=' || c == '!' || c == '<' || c == '>' || c == '~';
-}
+inline bool IsOperatorChar(char c) { return c == '=' || c == '!' || c == '<' || c == '>' || c == '~'; }
 inline bool IsBareKeyChar(char c) { return IsNotBlank(c) && c != '[' && c != ']' && c != '"'; }
-inline bool IsHexDigit(char c) {
-  return IsDigit(c) || (c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F');
-}
+inline bool IsHexDigit(char c) { return IsDigit(c) || (c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F'); }
 
 // Two hex digits as the byte they stand for: '4', 'C' -> 'L'.
 char HexByte(char high, char low);
@@ -85,14 +81,10 @@ class Cursor {
   int line_number() const { return line_number_; }
   std::size_t position() const { return position_; }
   bool AtEnd() const { return position_ >= text_.size(); }
-  char Peek(std::size_t ahead = 0) const {
-    return position_ + ahead < text_.size() ? text_[position_ + ahead] : '\0';
-  }
+  char Peek(std::size_t ahead = 0) const { return position_ + ahead < text_.size() ? text_[position_ + ahead] : '\0'; }
   std::string_view Rest() const { return text_.substr(position_); }
   std::string_view From(std::size_t start) const { return text_.substr(start, position_ - start); }
-  std::string_view Slice(std::size_t start, std::size_t length) const {
-    return text_.substr(start, length);
-  }
+  std::string_view Slice(std::size_t start, std::size_t length) const { return text_.substr(start, length); }
 
   void Advance(std::size_t count) { position_ = std::min(position_ + count, text_.size()); }
   char Take() {
@@ -231,8 +223,7 @@ NumberToken LexNumber(Cursor& c, std::string_view expected);
 double TakeNumber(Cursor& c, std::string_view expected);
 
 // A whole number from lowest to highest.
-std::int64_t LexInteger(Cursor& c, std::int64_t lowest, std::int64_t highest,
-                        std::string_view expected);
+std::int64_t LexInteger(Cursor& c, std::int64_t lowest, std::int64_t highest, std::string_view expected);
 int LexInt(Cursor& c, int lowest, int highest, std::string_view expected);
 int TakeInt(Cursor& c, int lowest, int highest, std::string_view expected);
 

@@ -75,8 +75,8 @@ void AddPictureServerSteps(StepTable& steps);  // network cameras and the pictur
 void AddFtpSteps(StepTable& steps);            // the simulated FTP server
 
 inline constexpr std::array kStepFamilies{
-    AddWorldSteps,  AddTimeSteps,   AddControlSteps,  AddDeviceSteps,        AddDialogSteps, AddExpectationSteps,
-    AddSoundSteps,  AddSerialSteps, AddJoystickSteps, AddPictureServerSteps, AddFtpSteps,
+    AddWorldSteps, AddTimeSteps,   AddControlSteps,  AddDeviceSteps,        AddDialogSteps, AddExpectationSteps,
+    AddSoundSteps, AddSerialSteps, AddJoystickSteps, AddPictureServerSteps, AddFtpSteps,
 };
 
 }  // namespace zr::scenario

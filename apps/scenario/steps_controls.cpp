@@ -28,8 +28,10 @@ void Do(Runner& runner, const Click& click) {
   const Target target = runner.Locate(click.target, false);
   World& world = runner.world();
   if (auto* source = world.devices->ConnectedSource()) source->MousePressed(1);
-  if (world.loop.Blocking()) world.loop.Post([target] { ClickTarget(target); });
-  else ClickTarget(target);
+  if (world.loop.Blocking())
+    world.loop.Post([target] { ClickTarget(target); });
+  else
+    ClickTarget(target);
 }
 
 void Do(Runner& runner, const DoubleClick& click) { DoubleClickTarget(runner.Locate(click.target, false)); }

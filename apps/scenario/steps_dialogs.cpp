@@ -13,43 +13,62 @@ namespace {
 
 platform::MessageAnswer ToAnswer(MsgBoxAnswer answer) {
   switch (answer) {
-    case MsgBoxAnswer::kYes: return platform::MessageAnswer::Yes;
-    case MsgBoxAnswer::kNo: return platform::MessageAnswer::No;
-    case MsgBoxAnswer::kOk: return platform::MessageAnswer::Ok;
-    case MsgBoxAnswer::kCancel: return platform::MessageAnswer::Cancel;
-    case MsgBoxAnswer::kAbort: return platform::MessageAnswer::Abort;
-    case MsgBoxAnswer::kRetry: return platform::MessageAnswer::Retry;
-    case MsgBoxAnswer::kIgnore: return platform::MessageAnswer::Ignore;
+    case MsgBoxAnswer::kYes:
+      return platform::MessageAnswer::Yes;
+    case MsgBoxAnswer::kNo:
+      return platform::MessageAnswer::No;
+    case MsgBoxAnswer::kOk:
+      return platform::MessageAnswer::Ok;
+    case MsgBoxAnswer::kCancel:
+      return platform::MessageAnswer::Cancel;
+    case MsgBoxAnswer::kAbort:
+      return platform::MessageAnswer::Abort;
+    case MsgBoxAnswer::kRetry:
+      return platform::MessageAnswer::Retry;
+    case MsgBoxAnswer::kIgnore:
+      return platform::MessageAnswer::Ignore;
   }
   return platform::MessageAnswer::Ok;
 }
 
 platform::FileDialogKind ToKind(FileDialogKind kind) {
   switch (kind) {
-    case FileDialogKind::kOpen: return platform::FileDialogKind::Open;
-    case FileDialogKind::kSave: return platform::FileDialogKind::Save;
-    case FileDialogKind::kFolder: return platform::FileDialogKind::Folder;
+    case FileDialogKind::kOpen:
+      return platform::FileDialogKind::Open;
+    case FileDialogKind::kSave:
+      return platform::FileDialogKind::Save;
+    case FileDialogKind::kFolder:
+      return platform::FileDialogKind::Folder;
   }
   return platform::FileDialogKind::Open;
 }
 
 platform::MessageIcon ToIcon(MsgBoxIcon icon) {
   switch (icon) {
-    case MsgBoxIcon::kNone: return platform::MessageIcon::None;
-    case MsgBoxIcon::kStop: return platform::MessageIcon::Stop;
-    case MsgBoxIcon::kExclamation: return platform::MessageIcon::Exclamation;
-    case MsgBoxIcon::kInformation: return platform::MessageIcon::Information;
-    case MsgBoxIcon::kQuestion: return platform::MessageIcon::Question;
+    case MsgBoxIcon::kNone:
+      return platform::MessageIcon::None;
+    case MsgBoxIcon::kStop:
+      return platform::MessageIcon::Stop;
+    case MsgBoxIcon::kExclamation:
+      return platform::MessageIcon::Exclamation;
+    case MsgBoxIcon::kInformation:
+      return platform::MessageIcon::Information;
+    case MsgBoxIcon::kQuestion:
+      return platform::MessageIcon::Question;
   }
   return platform::MessageIcon::None;
 }
 
 platform::MessageButtons ToButtons(MsgBoxButtons buttons) {
   switch (buttons) {
-    case MsgBoxButtons::kOk: return platform::MessageButtons::Ok;
-    case MsgBoxButtons::kOkCancel: return platform::MessageButtons::OkCancel;
-    case MsgBoxButtons::kYesNo: return platform::MessageButtons::YesNo;
-    case MsgBoxButtons::kYesNoCancel: return platform::MessageButtons::YesNoCancel;
+    case MsgBoxButtons::kOk:
+      return platform::MessageButtons::Ok;
+    case MsgBoxButtons::kOkCancel:
+      return platform::MessageButtons::OkCancel;
+    case MsgBoxButtons::kYesNo:
+      return platform::MessageButtons::YesNo;
+    case MsgBoxButtons::kYesNoCancel:
+      return platform::MessageButtons::YesNoCancel;
   }
   return platform::MessageButtons::Ok;
 }
@@ -135,7 +154,7 @@ void Do(Runner& runner, const ExpectNoDialog&) {
     if (dialog.checked) continue;
     const std::string text = dialog.kind == platform::sim::ShownDialog::Kind::MessageBox ? dialog.message.text
                              : dialog.kind == platform::sim::ShownDialog::Kind::InputBox ? dialog.input.prompt
-                                                                                        : dialog.file.title;
+                                                                                         : dialog.file.title;
     Fail("no dialog", Quoted(text));
   }
 }

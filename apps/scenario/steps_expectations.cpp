@@ -45,8 +45,7 @@ void Do(Runner& runner, const ExpectProperty& expect) {
 }
 
 void Do(Runner& runner, const ExpectState& expect) {
-  ExpectValue(ReadStateMember(runner.program(), expect.member), ExpandedComparison(runner, expect.comparison),
-              "state");
+  ExpectValue(ReadStateMember(runner.program(), expect.member), ExpandedComparison(runner, expect.comparison), "state");
 }
 
 void Do(Runner& runner, const ExpectWindow& expect) {
@@ -57,10 +56,18 @@ void Do(Runner& runner, const ExpectWindow& expect) {
   const bool visible = loaded && window->Visible;
   bool holds = false;
   switch (expect.condition) {
-    case WindowCondition::kLoaded: holds = loaded; break;
-    case WindowCondition::kUnloaded: holds = !loaded; break;
-    case WindowCondition::kVisible: holds = visible; break;
-    case WindowCondition::kHidden: holds = !visible; break;
+    case WindowCondition::kLoaded:
+      holds = loaded;
+      break;
+    case WindowCondition::kUnloaded:
+      holds = !loaded;
+      break;
+    case WindowCondition::kVisible:
+      holds = visible;
+      break;
+    case WindowCondition::kHidden:
+      holds = !visible;
+      break;
   }
   if (!holds)
     Fail("window " + expect.window.name + " in another state", loaded ? (visible ? "visible" : "hidden") : "unloaded");
@@ -146,8 +153,12 @@ void Do(Runner& runner, const ExpectMovie& expect) {
     case MovieProperty::kFrames:
       ExpectValue(ui::Value{static_cast<double>(info->frame_count)}, expect.comparison, "movie frames");
       break;
-    case MovieProperty::kRate: ExpectValue(ui::Value{info->frames_per_second}, expect.comparison, "movie rate"); break;
-    case MovieProperty::kFourcc: ExpectValue(ui::Value{info->fourcc}, expect.comparison, "movie fourcc"); break;
+    case MovieProperty::kRate:
+      ExpectValue(ui::Value{info->frames_per_second}, expect.comparison, "movie rate");
+      break;
+    case MovieProperty::kFourcc:
+      ExpectValue(ui::Value{info->fourcc}, expect.comparison, "movie fourcc");
+      break;
     case MovieProperty::kSize: {
       const auto* size = std::get_if<Size>(&expect.comparison.expected);
       const bool equal = size && size->width == info->width && size->height == info->height;

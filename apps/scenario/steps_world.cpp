@@ -32,8 +32,8 @@ void Do(Runner& runner, const WriteFile& file) {
 void Do(Runner& runner, const CopyFile& copy) {
   const auto source = runner.scenario_folder() / copy.fixture;
   std::error_code error;
-  std::filesystem::copy_file(source, runner.PathOf(copy.destination),
-                             std::filesystem::copy_options::overwrite_existing, error);
+  std::filesystem::copy_file(source, runner.PathOf(copy.destination), std::filesystem::copy_options::overwrite_existing,
+                             error);
   if (error) Fail("a fixture " + Quoted(copy.fixture) + " beside the scenario", error.message());
 }
 

@@ -1,10 +1,10 @@
 #include "apps/scenario/world.h"
 
-#include "capture/choose_device.h"
-
 #include <cstdlib>
 #include <filesystem>
 #include <stdexcept>
+
+#include "capture/choose_device.h"
 
 namespace zr::scenario {
 
@@ -42,10 +42,10 @@ World::~World() {
 
 Program& World::MakeProgram() {
   program_.reset();
-  program_ = std::make_unique<Program>(
-      Services{loop, dialogs, clipboard, *settings, *files, clock, desktop, movies, *drivers,
-               [this] { return platform::sim::MakeSimCaptureControl(*devices); }},
-      app_folder_);
+  program_ =
+      std::make_unique<Program>(Services{loop, dialogs, clipboard, *settings, *files, clock, desktop, movies, *drivers,
+                                         [this] { return platform::sim::MakeSimCaptureControl(*devices); }},
+                                app_folder_);
   program_->HomeFolder = root_ + "/home/";
   return *program_;
 }

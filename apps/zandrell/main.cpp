@@ -12,12 +12,12 @@
 #include <vector>
 
 #include "apps/zandrell/program_parts.h"
-#include "core/operating_mode.h"
+#include "base/program_error.h"
 #include "capture/choose_device.h"
 #include "capture/video_screen.h"
-#include "main_window/master.h"
-#include "base/program_error.h"
+#include "core/operating_mode.h"
 #include "gui/desktop_toolkit.h"
+#include "main_window/master.h"
 #include "platform/linux/poll_event_loop.h"
 
 namespace {
@@ -32,27 +32,26 @@ constexpr int kDefaultSeconds = 3;
 constexpr std::int64_t kClosingGraceMs = 15000;
 
 void PrintHelp() {
-  std::cout
-      << "Usage: zandrell [OPTIONS] [PARAMETER_FILE]\n"
-         "Opens the capture program's windows; without a display, or with --headless, records a\n"
-         "movie from a capture device without windows.\n\n"
-         "  --headless              run without windows\n"
-         "  --record SECONDS FILE   without windows: record a movie of SECONDS seconds into FILE\n"
-         "                          (default: 3 seconds into zandrell.avi in the current folder)\n"
-         "  --device NAME           the device to connect, as the device chooser lists it,\n"
-         "                          e.g. \"Built-in Test Camera (VFW)\" or \"Built-in Test Camera\";\n"
-         "                          default: the built-in test camera\n"
-         "  --list-devices          list the devices the chooser offers, and exit\n"
-         "  --app-path DIR          the program folder, where zrsr.zr2 and zrsr.zr3 are kept\n"
-         "                          (default: the executable's folder)\n"
-         "  --lang CODE             the language of the texts: en, pt, es, fr or de\n"
-         "                          (default: the desktop's)\n"
-         "  PARAMETER_FILE          a .zrp file of capture settings applied at start\n"
-         "                          (frame rate, sound format, ...)\n"
-         "  --help                  this text\n\n"
-         "Settings are kept in $XDG_CONFIG_HOME/video-zandrell (default ~/.config/video-zandrell).\n"
-         "Exit status without windows: 0 when the movie was written, 1 when it was not, 2 for a\n"
-         "wrong option.\n";
+  std::cout << "Usage: zandrell [OPTIONS] [PARAMETER_FILE]\n"
+               "Opens the capture program's windows; without a display, or with --headless, records a\n"
+               "movie from a capture device without windows.\n\n"
+               "  --headless              run without windows\n"
+               "  --record SECONDS FILE   without windows: record a movie of SECONDS seconds into FILE\n"
+               "                          (default: 3 seconds into zandrell.avi in the current folder)\n"
+               "  --device NAME           the device to connect, as the device chooser lists it,\n"
+               "                          e.g. \"Built-in Test Camera (VFW)\" or \"Built-in Test Camera\";\n"
+               "                          default: the built-in test camera\n"
+               "  --list-devices          list the devices the chooser offers, and exit\n"
+               "  --app-path DIR          the program folder, where zrsr.zr2 and zrsr.zr3 are kept\n"
+               "                          (default: the executable's folder)\n"
+               "  --lang CODE             the language of the texts: en, pt, es, fr or de\n"
+               "                          (default: the desktop's)\n"
+               "  PARAMETER_FILE          a .zrp file of capture settings applied at start\n"
+               "                          (frame rate, sound format, ...)\n"
+               "  --help                  this text\n\n"
+               "Settings are kept in $XDG_CONFIG_HOME/video-zandrell (default ~/.config/video-zandrell).\n"
+               "Exit status without windows: 0 when the movie was written, 1 when it was not, 2 for a\n"
+               "wrong option.\n";
 }
 
 struct Options {
@@ -140,7 +139,8 @@ class HeadlessOperator {
   int Entry(const zr::ChooseDevice& chooser) const {
     const auto& items = chooser.devices.Items;
     for (std::size_t index = 0; index < items.size(); ++index) {
-      const bool wanted = device_.empty() ? items[index].text.starts_with("Built-in Test Camera") : items[index].text == device_;
+      const bool wanted =
+          device_.empty() ? items[index].text.starts_with("Built-in Test Camera") : items[index].text == device_;
       if (wanted) return static_cast<int>(index);
     }
     return -1;
@@ -191,8 +191,7 @@ void ReportMovie(MovieFiles& movies, const std::string& path) {
     return;
   }
   std::cout << "Wrote " << path << ": " << info->frame_count << " frames of " << info->width << "x" << info->height
-            << " at " << info->frames_per_second << " fps (" << info->fourcc << "), " << info->duration_seconds
-            << " s";
+            << " at " << info->frames_per_second << " fps (" << info->fourcc << "), " << info->duration_seconds << " s";
   if (info->audio)
     std::cout << ", sound " << info->audio->samples_per_second << " Hz " << info->audio->bits_per_sample << "-bit "
               << info->audio->channels << (info->audio->channels == 1 ? " channel" : " channels");
@@ -203,15 +202,15 @@ ProgramStart StartOf(const Options& options, const std::string& app_path) {
   const char* home = std::getenv("HOME");
   return ProgramStart{app_path, options.command_line,
                       home && *home == '/' ? std::filesystem::path(home).string() + "/" : "",
-                      options.language.value_or(zr::DesktopLanguage(Environment("LC_ALL"), Environment("LC_MESSAGES"),
-                                                                    Environment("LANG")))};
+                      options.language.value_or(
+                          zr::DesktopLanguage(Environment("LC_ALL"), Environment("LC_MESSAGES"), Environment("LANG")))};
 }
 
 int RunWithWindows(zr::gui::DesktopToolkit& toolkit, const Options& options, const std::string& app_path,
                    std::vector<VideoDeviceEntry> video, std::vector<AudioDeviceEntry> audio) {
-  ProgramParts parts(toolkit.Loop(), [] {}, toolkit.Dialogs(), toolkit.Clipboard(), &toolkit.DeviceDialogs(),
-                     toolkit.Screen(),
-                     StartOf(options, app_path), std::move(video), std::move(audio));
+  ProgramParts parts(
+      toolkit.Loop(), [] {}, toolkit.Dialogs(), toolkit.Clipboard(), &toolkit.DeviceDialogs(), toolkit.Screen(),
+      StartOf(options, app_path), std::move(video), std::move(audio));
   return toolkit.Run(parts.program, parts.LiveVideo());
 }
 
@@ -220,8 +219,9 @@ int RunWithoutWindows(const Options& options, const std::string& app_path, std::
   PollEventLoop loop;
   TerminalDialogs dialogs(std::cerr);
   MemoryClipboard clipboard;
-  ProgramParts parts(loop, [&loop] { loop.Wake(); }, dialogs, clipboard, nullptr, ScreenSize{1920, 1080},
-                     StartOf(options, app_path), std::move(video), std::move(audio));
+  ProgramParts parts(
+      loop, [&loop] { loop.Wake(); }, dialogs, clipboard, nullptr, ScreenSize{1920, 1080}, StartOf(options, app_path),
+      std::move(video), std::move(audio));
   zr::Program& program = parts.program;
   auto& devices = parts.devices;
   HeadlessOperator headless_operator(program, options.device);
@@ -245,7 +245,8 @@ int RunWithoutWindows(const Options& options, const std::string& app_path, std::
       // The movie is closed before any later step of the close-out runs.
       std::cerr << "zandrell: " << missing.what() << "\n";
     }
-    if (const std::string message = devices.SourceMessage(); !message.empty()) std::cerr << "zandrell: " << message << "\n";
+    if (const std::string message = devices.SourceMessage(); !message.empty())
+      std::cerr << "zandrell: " << message << "\n";
     std::cout << program.Window<zr::Master>().StatusString.Caption.get() << ": " << options.output << "\n";
     if (recorded) ReportMovie(parts.movies, options.output);
   }
@@ -282,8 +283,7 @@ int main(int argc, char** argv) {
     if (auto toolkit = zr::gui::DesktopToolkit::Open(argc, argv))
       return RunWithWindows(*toolkit, options, app_path, std::move(video_devices), std::move(audio_devices));
     std::cerr << "zandrell: no display to open windows on; recording " << options.seconds << " s from "
-              << (options.device.empty() ? "the built-in test camera" : options.device)
-              << " without windows instead\n";
+              << (options.device.empty() ? "the built-in test camera" : options.device) << " without windows instead\n";
   }
   return RunWithoutWindows(options, app_path, std::move(video_devices), std::move(audio_devices));
 }

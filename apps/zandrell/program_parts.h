@@ -31,8 +31,7 @@ struct ProgramParts {
   // `device_dialogs` is null without windows: the devices' own dialogs cannot be shown then.
   ProgramParts(platform::EventLoop& loop, std::function<void()> wake, platform::Dialogs& dialogs,
                platform::Clipboard& clipboard, platform::DeviceDialogHost* device_dialogs, platform::ScreenSize screen,
-               const ProgramStart& start,
-               std::vector<platform::linux_impl::VideoDeviceEntry> video,
+               const ProgramStart& start, std::vector<platform::linux_impl::VideoDeviceEntry> video,
                std::vector<platform::linux_impl::AudioDeviceEntry> audio)
       : settings(platform::linux_impl::DefaultSettingsFolder()),
         desktop(screen),

@@ -1,8 +1,8 @@
 #include "image/windows/image_window.h"
 
-#include "core/window_registry.h"
-
 #include <utility>
+
+#include "core/window_registry.h"
 
 namespace zr {
 
@@ -22,8 +22,7 @@ void Image::PrepareImageDrawing() {
 
 // The pen draws on its own copy, which then becomes the holder's picture; the picture the
 // holder had may still be shared with the restore point or the clipboard.
-void Image::DrawInsertionFile(const std::string& path, const platform::WallClock& clock,
-                              const TextRenderer& renderer) {
+void Image::DrawInsertionFile(const std::string& path, const platform::WallClock& clock, const TextRenderer& renderer) {
   MasterImage.AutoRedraw = true;
   if (!MasterImage.Picture || path.empty()) {
     zr::PrepareImageDrawing(pen_);

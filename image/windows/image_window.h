@@ -3,9 +3,9 @@
 // the restore point. Snapshots each get a window of their own; the still of "image" mode and
 // the last picture of a series (MultiImage) have one each.
 
-#include <string_view>
 #include <memory>
 #include <string>
+#include <string_view>
 
 #include "core/program.h"
 #include "image/insertion_overlay.h"

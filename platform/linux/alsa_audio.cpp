@@ -49,8 +49,7 @@ Owner Allocate(Allocator allocate) {
   return Owner(raw);
 }
 
-Error DeviceError(const AlsaCaptureDevice& device, const std::string& what, int code,
-                  const char* where) {
+Error DeviceError(const AlsaCaptureDevice& device, const std::string& what, int code, const char* where) {
   return Error{"The sound device " + device.name + " " + what + ": " + snd_strerror(code), where};
 }
 
@@ -71,9 +70,9 @@ void AddCaptureDevicesOfCard(int card, std::vector<AlsaCaptureDevice>& devices) 
     snd_pcm_info_set_stream(pcm_info.get(), SND_PCM_STREAM_CAPTURE);
     if (snd_ctl_pcm_info(control.get(), pcm_info.get()) < 0) continue;  // plays only
     const std::string number = std::to_string(card) + "," + std::to_string(device);
-    devices.push_back(AlsaCaptureDevice{
-        card_name + ": " + snd_pcm_info_get_name(pcm_info.get()) + " (hw:" + number + ")",
-        "plughw:CARD=" + card_id + ",DEV=" + std::to_string(device), "hw:CARD=" + card_id});
+    devices.push_back(
+        AlsaCaptureDevice{card_name + ": " + snd_pcm_info_get_name(pcm_info.get()) + " (hw:" + number + ")",
+                          "plughw:CARD=" + card_id + ",DEV=" + std::to_string(device), "hw:CARD=" + card_id});
   }
 }
 
@@ -90,15 +89,12 @@ class CaptureMixer {
     if (snd_mixer_open(&raw, 0) < 0) return;
     MixerHandle mixer(raw);
     if (snd_mixer_attach(mixer.get(), mixer_name.c_str()) < 0 ||
-        snd_mixer_selem_register(mixer.get(), nullptr, nullptr) < 0 ||
-        snd_mixer_load(mixer.get()) < 0)
+        snd_mixer_selem_register(mixer.get(), nullptr, nullptr) < 0 || snd_mixer_load(mixer.get()) < 0)
       return;
     for (snd_mixer_elem_t* element = snd_mixer_first_elem(mixer.get()); element;
          element = snd_mixer_elem_next(element)) {
       if (!snd_mixer_selem_is_active(element)) continue;
-      if (!snd_mixer_selem_has_capture_switch(element) &&
-          !snd_mixer_selem_has_capture_volume(element))
-        continue;
+      if (!snd_mixer_selem_has_capture_switch(element) && !snd_mixer_selem_has_capture_volume(element)) continue;
       auto id = Allocate<ElementId>(snd_mixer_selem_id_malloc);
       if (!id) continue;
       snd_mixer_selem_get_id(element, id.get());
@@ -145,8 +141,7 @@ class CaptureMixer {
     if (!element) return 0;
     long minimum = 0, maximum = 0, volume = 0;
     if (snd_mixer_selem_has_capture_volume(element) &&
-        snd_mixer_selem_get_capture_volume_range(element, &minimum, &maximum) == 0 &&
-        maximum > minimum &&
+        snd_mixer_selem_get_capture_volume_range(element, &minimum, &maximum) == 0 && maximum > minimum &&
         snd_mixer_selem_get_capture_volume(element, SND_MIXER_SCHN_FRONT_LEFT, &volume) == 0)
       return static_cast<int>((volume - minimum) * 100 / (maximum - minimum));
     int on = 0;
@@ -164,8 +159,7 @@ class CaptureMixer {
 
   static std::string LabelOf(const snd_mixer_selem_id_t* id) {
     std::string label = snd_mixer_selem_id_get_name(id);
-    if (const unsigned index = snd_mixer_selem_id_get_index(id); index > 0)
-      label += " " + std::to_string(index);
+    if (const unsigned index = snd_mixer_selem_id_get_index(id); index > 0) label += " " + std::to_string(index);
     return label;
   }
 
@@ -200,37 +194,30 @@ Error OpenError(const AlsaCaptureDevice& device, int code) {
 }
 
 // Sets the device up for `format`, with periods of about kPeriodUs; gives the period in frames.
-Result<snd_pcm_uframes_t> Configure(snd_pcm_t* pcm, const AudioFormat& format,
-                                    snd_pcm_format_t sample_format,
+Result<snd_pcm_uframes_t> Configure(snd_pcm_t* pcm, const AudioFormat& format, snd_pcm_format_t sample_format,
                                     const AlsaCaptureDevice& device) {
   const auto params = Allocate<HardwareParams>(snd_pcm_hw_params_malloc);
   if (!params) return Error{"out of memory", "snd_pcm_hw_params_malloc"};
   int code = snd_pcm_hw_params_any(pcm, params.get());
-  if (code >= 0)
-    code = snd_pcm_hw_params_set_access(pcm, params.get(), SND_PCM_ACCESS_RW_INTERLEAVED);
+  if (code >= 0) code = snd_pcm_hw_params_set_access(pcm, params.get(), SND_PCM_ACCESS_RW_INTERLEAVED);
   if (code >= 0) code = snd_pcm_hw_params_set_format(pcm, params.get(), sample_format);
-  if (code >= 0)
-    code =
-        snd_pcm_hw_params_set_channels(pcm, params.get(), static_cast<unsigned>(format.channels));
+  if (code >= 0) code = snd_pcm_hw_params_set_channels(pcm, params.get(), static_cast<unsigned>(format.channels));
   unsigned rate = static_cast<unsigned>(format.samples_per_second);
   if (code >= 0) code = snd_pcm_hw_params_set_rate_near(pcm, params.get(), &rate, nullptr);
-  if (code < 0)
-    return DeviceError(device, "does not record in this format", code, "snd_pcm_hw_params");
+  if (code < 0) return DeviceError(device, "does not record in this format", code, "snd_pcm_hw_params");
   if (rate != static_cast<unsigned>(format.samples_per_second))
-    return Error{"The sound device " + device.name + " records at " + std::to_string(rate) +
-                     " Hz, not at " + std::to_string(format.samples_per_second) + " Hz",
+    return Error{"The sound device " + device.name + " records at " + std::to_string(rate) + " Hz, not at " +
+                     std::to_string(format.samples_per_second) + " Hz",
                  "snd_pcm_hw_params_set_rate_near"};
   unsigned buffer_us = kBufferUs;
   unsigned period_us = kPeriodUs;
   code = snd_pcm_hw_params_set_buffer_time_near(pcm, params.get(), &buffer_us, nullptr);
-  if (code >= 0)
-    code = snd_pcm_hw_params_set_period_time_near(pcm, params.get(), &period_us, nullptr);
+  if (code >= 0) code = snd_pcm_hw_params_set_period_time_near(pcm, params.get(), &period_us, nullptr);
   if (code >= 0) code = snd_pcm_hw_params(pcm, params.get());
   if (code < 0) return DeviceError(device, "cannot be set up", code, "snd_pcm_hw_params");
   snd_pcm_uframes_t period_frames = 0;
   code = snd_pcm_hw_params_get_period_size(params.get(), &period_frames, nullptr);
-  if (code < 0 || period_frames == 0)
-    return DeviceError(device, "cannot be set up", code, "snd_pcm_hw_params");
+  if (code < 0 || period_frames == 0) return DeviceError(device, "cannot be set up", code, "snd_pcm_hw_params");
   return period_frames;
 }
 
@@ -242,14 +229,11 @@ struct OpenCapture {
 Result<OpenCapture> Open(const AlsaCaptureDevice& device, const AudioFormat& format) {
   const auto sample_format = SampleFormatOf(format);
   if (!sample_format || format.channels < 1 || format.samples_per_second < 1)
-    return Error{"sound is recorded as 8 or 16 bits, at least one channel, a rate above zero",
-                 "Start"};
+    return Error{"sound is recorded as 8 or 16 bits, at least one channel, a rate above zero", "Start"};
   QuietAlsaErrors quiet;
   snd_pcm_t* raw = nullptr;
   // Non-blocking: a busy device says so at once, and a read never waits past what is there.
-  if (const int code =
-          snd_pcm_open(&raw, device.pcm_name.c_str(), SND_PCM_STREAM_CAPTURE, SND_PCM_NONBLOCK);
-      code < 0)
+  if (const int code = snd_pcm_open(&raw, device.pcm_name.c_str(), SND_PCM_STREAM_CAPTURE, SND_PCM_NONBLOCK); code < 0)
     return OpenError(device, code);
   PcmHandle pcm(raw);
   auto period_frames = Configure(pcm.get(), format, *sample_format, device);
@@ -276,9 +260,7 @@ std::string EndMessage(const AlsaCaptureDevice& device, int code) {
 class AlsaAudioSource final : public AudioSource {
  public:
   explicit AlsaAudioSource(AlsaCaptureDevice device)
-      : device_(std::move(device)),
-        mixer_(device_.mixer_name),
-        current_input_(mixer_.SwitchedOn()) {}
+      : device_(std::move(device)), mixer_(device_.mixer_name), current_input_(mixer_.SwitchedOn()) {}
   ~AlsaAudioSource() override { Stop(); }
   AlsaAudioSource(const AlsaAudioSource&) = delete;
   AlsaAudioSource& operator=(const AlsaAudioSource&) = delete;
@@ -289,9 +271,8 @@ class AlsaAudioSource final : public AudioSource {
     if (!opened) return opened.error();
     pcm_ = std::move(opened->pcm);
     stop_requested_ = false;
-    reader_ = std::thread([this, format, period_frames = opened->period_frames, &sink] {
-      Read(format, period_frames, sink);
-    });
+    reader_ = std::thread(
+        [this, format, period_frames = opened->period_frames, &sink] { Read(format, period_frames, sink); });
     return {};
   }
 
@@ -325,8 +306,7 @@ class AlsaAudioSource final : public AudioSource {
     while (!stop_requested_) {
       const int ready = snd_pcm_wait(pcm_.get(), kWaitMs);
       if (ready == 0) continue;
-      snd_pcm_sframes_t got =
-          ready < 0 ? ready : snd_pcm_readi(pcm_.get(), buffer.data(), period_frames);
+      snd_pcm_sframes_t got = ready < 0 ? ready : snd_pcm_readi(pcm_.get(), buffer.data(), period_frames);
       if (got == -EAGAIN) continue;
       if (got < 0) {
         const int code = static_cast<int>(got);
@@ -337,9 +317,8 @@ class AlsaAudioSource final : public AudioSource {
         continue;
       }
       failures_in_a_row = 0;
-      sink.OnAudio(
-          std::span<const std::uint8_t>(buffer.data(), static_cast<std::size_t>(got) * frame_bytes),
-          delivered * 1'000'000 / format.samples_per_second);
+      sink.OnAudio(std::span<const std::uint8_t>(buffer.data(), static_cast<std::size_t>(got) * frame_bytes),
+                   delivered * 1'000'000 / format.samples_per_second);
       delivered += got;
     }
   }
@@ -357,8 +336,7 @@ class AlsaAudioSource final : public AudioSource {
 std::vector<AlsaCaptureDevice> ListAlsaCaptureDevices() {
   QuietAlsaErrors quiet;
   std::vector<AlsaCaptureDevice> devices;
-  for (int card = -1; snd_card_next(&card) == 0 && card >= 0;)
-    AddCaptureDevicesOfCard(card, devices);
+  for (int card = -1; snd_card_next(&card) == 0 && card >= 0;) AddCaptureDevicesOfCard(card, devices);
   return devices;
 }
 

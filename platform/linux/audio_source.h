@@ -10,8 +10,8 @@
 #include <string>
 #include <vector>
 
-#include "platform/movie_file.h"
 #include "base/result.h"
+#include "platform/movie_file.h"
 
 namespace zr::platform::linux_impl {
 

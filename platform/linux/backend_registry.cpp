@@ -48,7 +48,10 @@ const CaptureBackends& BuiltBackends() {
       {BackendKind::TestTone, "built-in test tone", {}, ProbeTestTone, {}},
       {BackendKind::Alsa, "ALSA", {}, ProbeAlsa, {}},
       {BackendKind::IpCamera, "IP camera", {}, {}, [](const std::string& url) { return MakeIpCameraSource(url); }},
-      {BackendKind::NetworkStream, "network stream", {}, {},
+      {BackendKind::NetworkStream,
+       "network stream",
+       {},
+       {},
        [](const std::string& url) { return MakeNetworkStreamSource(url); }},
   };
   return backends;

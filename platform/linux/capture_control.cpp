@@ -50,17 +50,13 @@ class RealCaptureControl final : public VideoCaptureControl, public ConnectedDev
   // ---- devices and inputs
 
   int VideoDeviceCount() override { return static_cast<int>(devices_.VideoDevices().size()); }
-  std::string VideoDeviceName(int index) override {
-    return Entry(devices_.VideoDevices(), index).name;
-  }
+  std::string VideoDeviceName(int index) override { return Entry(devices_.VideoDevices(), index).name; }
   int VideoDeviceIndex() override { return device_index_; }
   void SetVideoDeviceIndex(int index) override { device_index_ = index; }
   void SetNetworkSourceUrl(const std::string& url) override { url_ = url; }
 
   int AudioDeviceCount() override { return static_cast<int>(devices_.AudioDevices().size()); }
-  std::string AudioDeviceName(int index) override {
-    return Entry(devices_.AudioDevices(), index).name;
-  }
+  std::string AudioDeviceName(int index) override { return Entry(devices_.AudioDevices(), index).name; }
   int AudioDeviceIndex() override { return audio_device_; }
   void SetAudioDeviceIndex(int index) override {
     Entry(devices_.AudioDevices(), index);
@@ -75,9 +71,7 @@ class RealCaptureControl final : public VideoCaptureControl, public ConnectedDev
   void SelectAudioInputLevel(int pin) override { Require(SoundSettings().SelectInput(pin)); }
 
   int VideoInputCount() override { return static_cast<int>(Connected().Source().Inputs().size()); }
-  std::string VideoInputName(int index) override {
-    return Entry(Connected().Source().Inputs(), index);
-  }
+  std::string VideoInputName(int index) override { return Entry(Connected().Source().Inputs(), index); }
   int VideoInputIndex() override { return Connected().Source().CurrentInput(); }
   void SetVideoInputIndex(int index) override { Require(Connected().Source().SelectInput(index)); }
   std::vector<VideoFormatRow> VideoFormatList() override {
@@ -90,14 +84,12 @@ class RealCaptureControl final : public VideoCaptureControl, public ConnectedDev
 
   int VideoCompressorCount() override { return devices_.Compressors().Count(); }
   std::string VideoCompressorName(int index) override {
-    if (index < 0 || index >= devices_.Compressors().Count())
-      throw DeviceError("no such compressor");
+    if (index < 0 || index >= devices_.Compressors().Count()) throw DeviceError("no such compressor");
     return devices_.Compressors().Name(index);
   }
   int VideoCompressorIndex() override { return devices_.Compressors().ControlCompressor(); }
   void SetVideoCompressorIndex(int index) override {
-    if (index < 0 || index >= devices_.Compressors().Count())
-      throw DeviceError("no such compressor");
+    if (index < 0 || index >= devices_.Compressors().Count()) throw DeviceError("no such compressor");
     devices_.Compressors().SetControlCompressor(index);
   }
   int AudioCompressorCount() override { return 1; }
@@ -165,13 +157,9 @@ class RealCaptureControl final : public VideoCaptureControl, public ConnectedDev
   // The picture is always delivered; how it is shown (preview, stretched, full screen) is the
   // face's, drawn from the capture window's model.
   void SetPreviewEnabled(bool) override {}
-  void SetPreviewRate(int frames_per_second) override {
-    devices_.SetPreviewRate(frames_per_second);
-  }
+  void SetPreviewRate(int frames_per_second) override { devices_.SetPreviewRate(frames_per_second); }
   void SetStretchPreview(bool) override {}
-  bool OverlayEnabled() override {
-    return false;
-  }  // no overlay hardware: the picture is always drawn
+  bool OverlayEnabled() override { return false; }  // no overlay hardware: the picture is always drawn
   void SetOverlayEnabled(bool enabled) override {
     if (enabled) throw DeviceError("the device has no overlay");
   }
@@ -197,8 +185,7 @@ class RealCaptureControl final : public VideoCaptureControl, public ConnectedDev
     EndRun(run_);
     MovieRun::Request request;
     request.path = capture_file_;
-    request.format =
-        devices_.Compressors().MovieFormatOf(devices_.Compressors().ControlCompressor());
+    request.format = devices_.Compressors().MovieFormatOf(devices_.Compressors().ControlCompressor());
     const double rate = live.Source().FramesPerSecond();
     request.format.frames_per_second = rate > 0 ? rate : kRateOfSourcesWithoutOne;
     request.format.audio = kControlSoundFormat;
@@ -206,10 +193,9 @@ class RealCaptureControl final : public VideoCaptureControl, public ConnectedDev
     std::unique_ptr<AudioSource> sound;
     if (capture_audio_ && !devices_.AudioDevices().empty())
       sound = Entry(devices_.AudioDevices(), audio_device_).open();
-    run_ = std::make_unique<MovieRun>(devices_.Services().movies, live, std::move(sound), request,
-                                      [this](RecordingEnd, const std::string&) {
-                                        PostEvent(&CaptureControlEvents::CaptureStopped);
-                                      });
+    run_ = std::make_unique<MovieRun>(
+        devices_.Services().movies, live, std::move(sound), request,
+        [this](RecordingEnd, const std::string&) { PostEvent(&CaptureControlEvents::CaptureStopped); });
     if (auto started = run_->Start(); !started) {
       run_.reset();
       throw DeviceError(started.error().message);
@@ -240,12 +226,10 @@ class RealCaptureControl final : public VideoCaptureControl, public ConnectedDev
     EndRun(single_frames_);
     MovieRun::Request request;
     request.path = capture_file_;
-    request.format =
-        devices_.Compressors().MovieFormatOf(devices_.Compressors().ControlCompressor());
+    request.format = devices_.Compressors().MovieFormatOf(devices_.Compressors().ControlCompressor());
     request.format.frames_per_second = frames_per_second > 0 ? frames_per_second : 1;
     request.pace = RecordingPace::FrameByFrame;
-    single_frames_ =
-        std::make_unique<MovieRun>(devices_.Services().movies, live, nullptr, request, nullptr);
+    single_frames_ = std::make_unique<MovieRun>(devices_.Services().movies, live, nullptr, request, nullptr);
     if (auto started = single_frames_->Start(); !started) {
       single_frames_.reset();
       throw DeviceError(started.error().message);
@@ -305,9 +289,7 @@ class RealCaptureControl final : public VideoCaptureControl, public ConnectedDev
 
   // ---- the face's hands on the picture
 
-  std::shared_ptr<const Picture> LatestPicture() const override {
-    return live_ ? live_->Latest() : nullptr;
-  }
+  std::shared_ptr<const Picture> LatestPicture() const override { return live_ ? live_->Latest() : nullptr; }
   std::string SourceMessage() const override { return live_ ? live_->EndMessage() : std::string(); }
   void MousePressed(int button) override {
     if (events_) events_->MouseDown(button);
@@ -332,8 +314,7 @@ class RealCaptureControl final : public VideoCaptureControl, public ConnectedDev
 
   static int CurrentFormatRow(LiveSource& live, const std::vector<SourceFormat>& formats) {
     for (std::size_t row = 0; row < formats.size(); ++row)
-      if (formats[row].width == live.Source().Width() &&
-          formats[row].height == live.Source().Height())
+      if (formats[row].width == live.Source().Width() && formats[row].height == live.Source().Height())
         return static_cast<int>(row);
     return 0;
   }

@@ -1,10 +1,8 @@
 #include "platform/linux/capture_devices.h"
 
-
 namespace zr::platform::linux_impl {
 
-RealCaptureDevices::RealCaptureDevices(CaptureDeviceServices services,
-                                       std::vector<VideoDeviceEntry> video,
+RealCaptureDevices::RealCaptureDevices(CaptureDeviceServices services, std::vector<VideoDeviceEntry> video,
                                        std::vector<AudioDeviceEntry> audio)
     : services_(std::move(services)), video_(std::move(video)), audio_(std::move(audio)) {}
 

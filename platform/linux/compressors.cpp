@@ -39,8 +39,7 @@ CompressorSettings::CompressorSettings(std::vector<VideoCompressor> compressors)
   }
   const auto mjpeg = std::find_if(compressors_.begin(), compressors_.end(),
                                   [](const auto& c) { return c.codec == VideoCodec::Mjpeg; });
-  const int first =
-      mjpeg == compressors_.end() ? 0 : static_cast<int>(mjpeg - compressors_.begin());
+  const int first = mjpeg == compressors_.end() ? 0 : static_cast<int>(mjpeg - compressors_.begin());
   control_compressor_ = first;
   driver_compressor_ = first;
 }
@@ -61,15 +60,12 @@ std::optional<CompressorSetting> CompressorSettings::Setting(int index) const {
     case CompressorSettingKind::Quality:
       return CompressorSetting{"Quality", compressor.minimum, compressor.maximum, Value(index)};
     case CompressorSettingKind::BitRate:
-      return CompressorSetting{"Bit rate (kbit/s)", compressor.minimum, compressor.maximum,
-                               Value(index)};
+      return CompressorSetting{"Bit rate (kbit/s)", compressor.minimum, compressor.maximum, Value(index)};
   }
   return std::nullopt;
 }
 
-int CompressorSettings::Value(int index) const {
-  return values_.at(static_cast<std::size_t>(index));
-}
+int CompressorSettings::Value(int index) const { return values_.at(static_cast<std::size_t>(index)); }
 
 Result<void> CompressorSettings::SetValue(int index, int value) {
   if (auto checked = CheckIndex(index, "SetValue"); !checked) return checked;

@@ -18,9 +18,9 @@
 #include <string>
 #include <vector>
 
+#include "base/result.h"
 #include "platform/device_settings.h"
 #include "platform/movie_file.h"
-#include "base/result.h"
 
 namespace zr::platform::linux_impl {
 

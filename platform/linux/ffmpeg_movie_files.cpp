@@ -32,9 +32,7 @@ Error FfmpegError(const std::string& what, const char* where, int code) {
 
 Error OutOfMemory(const char* where) { return Error{"out of memory", where}; }
 
-std::string SizeText(int width, int height) {
-  return std::to_string(width) + "x" + std::to_string(height);
-}
+std::string SizeText(int width, int height) { return std::to_string(width) + "x" + std::to_string(height); }
 
 // ---- The movie's format ---------------------------------------------------------------------
 
@@ -49,44 +47,34 @@ constexpr int kAudioPacketsPerSecond = 10;
 constexpr int kEncoderThreads = 2;
 constexpr int kSmallestSlicedSide = 16;  // FFV1's slices need pictures this wide and high
 
-bool DrivenByBitRate(VideoCodec codec) {
-  return codec == VideoCodec::Mpeg4 || codec == VideoCodec::H264;
-}
+bool DrivenByBitRate(VideoCodec codec) { return codec == VideoCodec::Mpeg4 || codec == VideoCodec::H264; }
 
 bool UsesQuality(const MovieFormat& format) {
-  return format.codec == VideoCodec::Mjpeg ||
-         (DrivenByBitRate(format.codec) && format.bit_rate_kbps == 0);
+  return format.codec == VideoCodec::Mjpeg || (DrivenByBitRate(format.codec) && format.bit_rate_kbps == 0);
 }
 
 Result<void> CheckCodecSettings(const MovieFormat& format) {
   if (UsesQuality(format) && (format.quality < 1 || format.quality > 100)) {
-    return Error{"the quality must be 1 to 100, not " + std::to_string(format.quality),
-                 "OpenWriter"};
+    return Error{"the quality must be 1 to 100, not " + std::to_string(format.quality), "OpenWriter"};
   }
-  if (DrivenByBitRate(format.codec) &&
-      (format.bit_rate_kbps < 0 || format.bit_rate_kbps > kLargestBitRateKbps)) {
-    return Error{
-        "the bit rate must be 0 to 1000000 kbit/s, not " + std::to_string(format.bit_rate_kbps),
-        "OpenWriter"};
+  if (DrivenByBitRate(format.codec) && (format.bit_rate_kbps < 0 || format.bit_rate_kbps > kLargestBitRateKbps)) {
+    return Error{"the bit rate must be 0 to 1000000 kbit/s, not " + std::to_string(format.bit_rate_kbps), "OpenWriter"};
   }
   // 4:2:0 H.264 has no way to store half a chroma sample at the edge.
   if (format.codec == VideoCodec::H264 && (format.width % 2 != 0 || format.height % 2 != 0)) {
-    return Error{
-        "H.264 movies need an even width and height, not " + SizeText(format.width, format.height),
-        "OpenWriter"};
+    return Error{"H.264 movies need an even width and height, not " + SizeText(format.width, format.height),
+                 "OpenWriter"};
   }
   return {};
 }
 
 Result<void> CheckVideoFormat(const MovieFormat& format) {
   if (format.width <= 0 || format.height <= 0) {
-    return Error{"a movie of " + SizeText(format.width, format.height) + " has no pixels",
-                 "OpenWriter"};
+    return Error{"a movie of " + SizeText(format.width, format.height) + " has no pixels", "OpenWriter"};
   }
   const double fps = format.frames_per_second;
   if (!(fps >= 1.0 / kLargestRateTerm && fps <= kLargestRateTerm)) {
-    return Error{"the frame rate must be between 0.00001 and 100000 frames per second, not " +
-                     std::to_string(fps),
+    return Error{"the frame rate must be between 0.00001 and 100000 frames per second, not " + std::to_string(fps),
                  "OpenWriter"};
   }
   return CheckCodecSettings(format);
@@ -94,9 +82,7 @@ Result<void> CheckVideoFormat(const MovieFormat& format) {
 
 Result<void> CheckAudioFormat(const AudioFormat& audio) {
   if (audio.bits_per_sample != 8 && audio.bits_per_sample != 16) {
-    return Error{
-        "audio samples must have 8 or 16 bits, not " + std::to_string(audio.bits_per_sample),
-        "OpenWriter"};
+    return Error{"audio samples must have 8 or 16 bits, not " + std::to_string(audio.bits_per_sample), "OpenWriter"};
   }
   // The wave header holds the channel count in 16 bits.
   if (audio.channels < 1 || audio.channels > 0xFFFF || audio.samples_per_second < 1) {
@@ -188,7 +174,6 @@ class JpegFrameCoder {
   int quality_;
 };
 
-
 void UseFixedQuality(AVCodecContext& encoder, int quality) {
   encoder.flags |= AV_CODEC_FLAG_QSCALE;
   encoder.global_quality = FF_QP2LAMBDA * FixedQscale(quality);
@@ -206,17 +191,15 @@ void UseKeyFrameEverySecond(AVCodecContext& encoder) {
 
 Result<void> SetPrivateOption(AVCodecContext& encoder, const char* name, const std::string& value) {
   const int status = av_opt_set(encoder.priv_data, name, value.c_str(), 0);
-  if (status < 0)
-    return FfmpegError(std::string("cannot set the encoder's ") + name, "av_opt_set", status);
+  if (status < 0) return FfmpegError(std::string("cannot set the encoder's ") + name, "av_opt_set", status);
   return {};
 }
 
 // B-frames would leave the encoder out of order, which AVI cannot store; the low-latency tuning
 // turns them and the look-ahead off. Its log goes down to warnings, so a run prints nothing.
 Result<void> SetUpH264(AVCodecContext& encoder, const MovieFormat& format) {
-  for (const auto& [name, value] : {std::pair<const char*, std::string>{"preset", "veryfast"},
-                                    {"tune", "zerolatency"},
-                                    {"x264-params", "log=1"}}) {
+  for (const auto& [name, value] :
+       {std::pair<const char*, std::string>{"preset", "veryfast"}, {"tune", "zerolatency"}, {"x264-params", "log=1"}}) {
     if (auto set = SetPrivateOption(encoder, name, value); !set) return set;
   }
   if (format.bit_rate_kbps > 0) {
@@ -252,8 +235,7 @@ Result<void> SetUpCodec(AVCodecContext& encoder, const MovieFormat& format) {
     case VideoCodec::Ffv1:
       // Version 3 codes slices in parallel; its slices lose pixels in pictures only a row or
       // two high or wide, which version 1 keeps whole.
-      encoder.level =
-          format.width >= kSmallestSlicedSide && format.height >= kSmallestSlicedSide ? 3 : 1;
+      encoder.level = format.width >= kSmallestSlicedSide && format.height >= kSmallestSlicedSide ? 3 : 1;
       return {};
   }
   return {};
@@ -262,8 +244,7 @@ Result<void> SetUpCodec(AVCodecContext& encoder, const MovieFormat& format) {
 Result<CodecContextPtr> OpenVideoEncoder(const MovieFormat& format, const EncoderChoice& choice) {
   const AVCodec* codec = avcodec_find_encoder_by_name(choice.encoder);
   if (codec == nullptr) {
-    return Error{std::string("FFmpeg has no ") + choice.encoder + " encoder",
-                 "avcodec_find_encoder_by_name"};
+    return Error{std::string("FFmpeg has no ") + choice.encoder + " encoder", "avcodec_find_encoder_by_name"};
   }
   CodecContextPtr encoder(avcodec_alloc_context3(codec));
   if (!encoder) return OutOfMemory("avcodec_alloc_context3");
@@ -287,20 +268,17 @@ Result<CodecContextPtr> OpenVideoEncoder(const MovieFormat& format, const Encode
 constexpr int kScalerFlags = SWS_BILINEAR | SWS_ACCURATE_RND;
 
 Result<ScalerPtr> CreateScaler(const AVCodecContext& encoder) {
-  ScalerPtr scaler(sws_getContext(encoder.width, encoder.height, AV_PIX_FMT_BGR24, encoder.width,
-                                  encoder.height, encoder.pix_fmt, kScalerFlags, nullptr, nullptr,
-                                  nullptr));
+  ScalerPtr scaler(sws_getContext(encoder.width, encoder.height, AV_PIX_FMT_BGR24, encoder.width, encoder.height,
+                                  encoder.pix_fmt, kScalerFlags, nullptr, nullptr, nullptr));
   if (!scaler) {
-    return Error{
-        std::string("cannot convert BGR frames to ") + av_get_pix_fmt_name(encoder.pix_fmt),
-        "sws_getContext"};
+    return Error{std::string("cannot convert BGR frames to ") + av_get_pix_fmt_name(encoder.pix_fmt), "sws_getContext"};
   }
   const int* coefficients = sws_getCoefficients(SWS_CS_ITU601);
   constexpr int kFullRange = 1;
   constexpr int kUnitFixedPoint = 1 << 16;
   const int target_range = encoder.color_range == AVCOL_RANGE_JPEG ? 1 : 0;
-  const int status = sws_setColorspaceDetails(scaler.get(), coefficients, kFullRange, coefficients,
-                                              target_range, 0, kUnitFixedPoint, kUnitFixedPoint);
+  const int status = sws_setColorspaceDetails(scaler.get(), coefficients, kFullRange, coefficients, target_range, 0,
+                                              kUnitFixedPoint, kUnitFixedPoint);
   if (status < 0) return Error{"cannot set the pixels' range", "sws_setColorspaceDetails"};
   return scaler;
 }
@@ -358,8 +336,7 @@ Result<void> CheckFrame(const FrameView& frame, const AVCodecContext& encoder) {
 
 class AviMovieWriter final : public MovieWriter {
  public:
-  static Result<std::unique_ptr<MovieWriter>> Open(const std::string& path,
-                                                   const MovieFormat& format);
+  static Result<std::unique_ptr<MovieWriter>> Open(const std::string& path, const MovieFormat& format);
   ~AviMovieWriter() override { Close(); }  // a destructor has no one to report a failure to
 
   Result<void> WriteVideoFrame(const FrameView& frame) override;
@@ -392,8 +369,7 @@ class AviMovieWriter final : public MovieWriter {
     std::int64_t samples_written = 0;
   };
 
-  AviMovieWriter(OutputContextPtr output, PacketPtr packet)
-      : output_(std::move(output)), packet_(std::move(packet)) {}
+  AviMovieWriter(OutputContextPtr output, PacketPtr packet) : output_(std::move(output)), packet_(std::move(packet)) {}
 
   Result<void> AddVideoTrack(const MovieFormat& format);
   Result<void> AddAudioTrack(const AudioFormat& audio);
@@ -416,8 +392,7 @@ class AviMovieWriter final : public MovieWriter {
   bool open_ = false;
 };
 
-Result<std::unique_ptr<MovieWriter>> AviMovieWriter::Open(const std::string& path,
-                                                          const MovieFormat& format) {
+Result<std::unique_ptr<MovieWriter>> AviMovieWriter::Open(const std::string& path, const MovieFormat& format) {
   if (auto checked = CheckFormat(format); !checked) return checked.error();
   AVFormatContext* context = nullptr;
   const int status = avformat_alloc_output_context2(&context, nullptr, "avi", path.c_str());
@@ -459,8 +434,7 @@ Result<void> AviMovieWriter::AddVideoTrack(const MovieFormat& format) {
   PacketPtr last_packet(av_packet_alloc());
   if (!last_packet) return OutOfMemory("av_packet_alloc");
   const AVCodecDescriptor* descriptor = avcodec_descriptor_get((*encoder)->codec_id);
-  const bool intra_only =
-      descriptor != nullptr && (descriptor->props & AV_CODEC_PROP_INTRA_ONLY) != 0;
+  const bool intra_only = descriptor != nullptr && (descriptor->props & AV_CODEC_PROP_INTRA_ONLY) != 0;
   video_ = VideoTrack{std::move(*encoder),
                       std::move(*scaler),
                       std::move(*picture),
@@ -483,12 +457,8 @@ Result<void> AviMovieWriter::AddAudioTrack(const AudioFormat& audio) {
   const auto bytes_per_sample_frame = static_cast<std::size_t>(stream->codecpar->block_align);
   const auto sample_frames_per_packet =
       static_cast<std::size_t>(std::max(1, audio.samples_per_second / kAudioPacketsPerSecond));
-  audio_ = AudioTrack{stream,
-                      stream->time_base,
-                      bytes_per_sample_frame,
-                      bytes_per_sample_frame * sample_frames_per_packet,
-                      {},
-                      0};
+  audio_ = AudioTrack{
+      stream, stream->time_base, bytes_per_sample_frame, bytes_per_sample_frame * sample_frames_per_packet, {}, 0};
   return {};
 }
 
@@ -497,8 +467,7 @@ Result<void> AviMovieWriter::StartFile(const std::string& path) {
   if (status < 0) return FfmpegError("cannot create '" + path + "'", "avio_open", status);
   status = avformat_write_header(output_.get(), nullptr);
   if (status < 0) {
-    return FfmpegError("cannot write the header of '" + path + "'", "avformat_write_header",
-                       status);
+    return FfmpegError("cannot write the header of '" + path + "'", "avformat_write_header", status);
   }
   open_ = true;
   return {};
@@ -543,8 +512,8 @@ Result<void> AviMovieWriter::ConvertIntoPicture(const FrameView& frame) {
   const RowOrder rows = StoredRowOrder(frame, video_.bottom_up);
   const std::uint8_t* const planes[] = {rows.first};
   const int strides[] = {rows.stride};
-  const int converted_rows = sws_scale(video_.scaler.get(), planes, strides, 0, frame.height,
-                                       video_.picture->data, video_.picture->linesize);
+  const int converted_rows =
+      sws_scale(video_.scaler.get(), planes, strides, 0, frame.height, video_.picture->data, video_.picture->linesize);
   if (converted_rows <= 0) return Error{"cannot convert the frame", "sws_scale"};
   return {};
 }
@@ -603,8 +572,7 @@ Result<void> AviMovieWriter::WriteAudio(std::span<const std::uint8_t> pcm) {
 // as at least smallest_packet_bytes of them remain; the rest waits for more.
 Result<void> AviMovieWriter::WriteAudioPackets(std::size_t smallest_packet_bytes) {
   AudioTrack& audio = *audio_;
-  const std::size_t whole_bytes =
-      audio.pending.size() - audio.pending.size() % audio.bytes_per_sample_frame;
+  const std::size_t whole_bytes = audio.pending.size() - audio.pending.size() % audio.bytes_per_sample_frame;
   std::size_t written = 0;
   while (whole_bytes - written >= smallest_packet_bytes) {
     const std::size_t size = std::min(audio.bytes_per_packet, whole_bytes - written);
@@ -715,14 +683,12 @@ std::optional<AudioFormat> DescribeAudio(AVFormatContext& movie) {
   const int index = av_find_best_stream(&movie, AVMEDIA_TYPE_AUDIO, -1, -1, nullptr, 0);
   if (index < 0) return std::nullopt;
   const AVCodecParameters& audio = *movie.streams[index]->codecpar;
-  return AudioFormat{audio.sample_rate, audio.ch_layout.nb_channels,
-                     av_get_bits_per_sample(audio.codec_id)};
+  return AudioFormat{audio.sample_rate, audio.ch_layout.nb_channels, av_get_bits_per_sample(audio.codec_id)};
 }
 
 }  // namespace
 
-Result<std::unique_ptr<MovieWriter>> FfmpegMovieFiles::OpenWriter(const std::string& path,
-                                                                  const MovieFormat& format) {
+Result<std::unique_ptr<MovieWriter>> FfmpegMovieFiles::OpenWriter(const std::string& path, const MovieFormat& format) {
   return AviMovieWriter::Open(path, format);
 }
 

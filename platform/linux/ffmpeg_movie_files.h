@@ -37,8 +37,7 @@ namespace zr::platform::linux_impl {
 
 class FfmpegMovieFiles final : public MovieFiles {
  public:
-  Result<std::unique_ptr<MovieWriter>> OpenWriter(const std::string& path,
-                                                  const MovieFormat& format) override;
+  Result<std::unique_ptr<MovieWriter>> OpenWriter(const std::string& path, const MovieFormat& format) override;
   Result<MovieInfo> ReadInfo(const std::string& path) override;
 
   // Whether this machine's FFmpeg has the encoder the codec is written with.

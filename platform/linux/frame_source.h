@@ -13,9 +13,9 @@
 #include <string>
 #include <vector>
 
+#include "base/result.h"
 #include "platform/device_settings.h"
 #include "platform/picture.h"
-#include "base/result.h"
 
 namespace zr::platform::linux_impl {
 

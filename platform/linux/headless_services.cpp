@@ -12,16 +12,14 @@ DateTime LocalWallClock::Now() const {
   const std::time_t now = std::time(nullptr);
   std::tm local{};
   localtime_r(&now, &local);
-  return DateTime{local.tm_year + 1900, local.tm_mon + 1, local.tm_mday,
-                  local.tm_hour,        local.tm_min,     local.tm_sec};
+  return DateTime{local.tm_year + 1900, local.tm_mon + 1, local.tm_mday, local.tm_hour, local.tm_min, local.tm_sec};
 }
 
 std::optional<std::uint64_t> StatvfsFileSystem::FreeBytes(const std::string& path) {
   std::error_code error;
   std::filesystem::path folder = std::filesystem::absolute(path.empty() ? "." : path, error);
   if (error) return std::nullopt;
-  while (!std::filesystem::exists(folder, error) && folder.has_parent_path() &&
-         folder != folder.parent_path())
+  while (!std::filesystem::exists(folder, error) && folder.has_parent_path() && folder != folder.parent_path())
     folder = folder.parent_path();
   struct statvfs facts {};
   if (statvfs(folder.c_str(), &facts) != 0) return std::nullopt;
@@ -58,8 +56,7 @@ std::optional<std::string> TerminalDialogs::InputBox(const InputBoxRequest& requ
   return request.default_text;
 }
 
-std::optional<std::vector<std::string>> TerminalDialogs::FileDialog(
-    const FileDialogRequest& request) {
+std::optional<std::vector<std::string>> TerminalDialogs::FileDialog(const FileDialogRequest& request) {
   out_ << request.title << ": no file can be chosen without a window\n";
   return std::nullopt;
 }

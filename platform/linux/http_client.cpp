@@ -30,13 +30,12 @@ Socket::~Socket() {
   if (fd_ >= 0) ::close(fd_);
 }
 
-WaitOutcome WaitForSocket(int fd, short events, std::chrono::milliseconds timeout,
-                          const std::stop_token& stop) {
+WaitOutcome WaitForSocket(int fd, short events, std::chrono::milliseconds timeout, const std::stop_token& stop) {
   const auto deadline = std::chrono::steady_clock::now() + timeout;
   for (;;) {
     if (stop.stop_requested()) return WaitOutcome::Stopped;
-    const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
-        deadline - std::chrono::steady_clock::now());
+    const auto left =
+        std::chrono::duration_cast<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
     if (left.count() <= 0) return WaitOutcome::TimedOut;
     pollfd watched{fd, events, 0};
     const int ready = ::poll(&watched, 1, static_cast<int>(std::min(left, kWaitSlice).count()));
@@ -53,8 +52,7 @@ bool SleepUntil(std::chrono::steady_clock::time_point deadline, const std::stop_
   return !stop.stop_requested();
 }
 
-SendOutcome SendAll(int fd, std::string_view bytes, std::chrono::milliseconds timeout,
-                    const std::stop_token& stop) {
+SendOutcome SendAll(int fd, std::string_view bytes, std::chrono::milliseconds timeout, const std::stop_token& stop) {
   while (!bytes.empty()) {
     switch (WaitForSocket(fd, POLLOUT, timeout, stop)) {
       case WaitOutcome::Stopped:
@@ -82,8 +80,8 @@ constexpr std::size_t kReceiveChunk = 16 * 1024;
 char Lower(char c) { return static_cast<char>(std::tolower(static_cast<unsigned char>(c))); }
 
 bool SameLetters(std::string_view a, std::string_view b) {
-  return a.size() == b.size() && std::equal(a.begin(), a.end(), b.begin(),
-                                            [](char x, char y) { return Lower(x) == Lower(y); });
+  return a.size() == b.size() &&
+         std::equal(a.begin(), a.end(), b.begin(), [](char x, char y) { return Lower(x) == Lower(y); });
 }
 
 bool StartsWithLetters(std::string_view text, std::string_view start) {
@@ -121,8 +119,7 @@ std::string Unescaped(std::string_view text) {
 }
 
 std::string Base64(std::string_view bytes) {
-  static constexpr char kDigits[] =
-      "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+  static constexpr char kDigits[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
   std::string text;
   for (std::size_t i = 0; i < bytes.size(); i += 3) {
     const std::size_t count = std::min<std::size_t>(3, bytes.size() - i);
@@ -178,8 +175,7 @@ AddressParts SplitAddress(std::string_view url) {
   return parts;
 }
 
-Result<std::pair<std::string, int>> SplitHostPort(std::string_view host_port,
-                                                  std::string_view url) {
+Result<std::pair<std::string, int>> SplitHostPort(std::string_view host_port, std::string_view url) {
   const Error malformed{"'" + AddressForMessages(url) + "' is not an address", "ParseHttpAddress"};
   std::string_view host = host_port;
   std::string_view port_text;
@@ -258,13 +254,11 @@ int PendingSocketError(int fd) {
 // system's reason.
 Result<Socket> ConnectOne(const addrinfo& peer, std::chrono::steady_clock::time_point deadline,
                           const std::stop_token& stop) {
-  Socket socket(
-      ::socket(peer.ai_family, peer.ai_socktype | SOCK_NONBLOCK | SOCK_CLOEXEC, peer.ai_protocol));
+  Socket socket(::socket(peer.ai_family, peer.ai_socktype | SOCK_NONBLOCK | SOCK_CLOEXEC, peer.ai_protocol));
   if (!socket.is_open()) return Error{std::strerror(errno), "socket"};
   if (::connect(socket.fd(), peer.ai_addr, peer.ai_addrlen) == 0) return socket;
   if (errno != EINPROGRESS) return Error{std::strerror(errno), "connect"};
-  const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
-      deadline - std::chrono::steady_clock::now());
+  const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
   switch (WaitForSocket(socket.fd(), POLLOUT, left, stop)) {
     case WaitOutcome::Stopped:
       return Error{"stopped", "connect"};
@@ -280,8 +274,7 @@ Result<Socket> ConnectOne(const addrinfo& peer, std::chrono::steady_clock::time_
 }
 
 // Tries every address of the host until one takes the connection, all within one timeout.
-Result<Socket> Connect(const addrinfo& peers, std::chrono::milliseconds timeout,
-                       const std::stop_token& stop) {
+Result<Socket> Connect(const addrinfo& peers, std::chrono::milliseconds timeout, const std::stop_token& stop) {
   const auto deadline = std::chrono::steady_clock::now() + timeout;
   Error last{"no address", "connect"};
   for (const addrinfo* peer = &peers; peer != nullptr; peer = peer->ai_next) {
@@ -363,8 +356,7 @@ std::string AddressForMessages(std::string_view url) {
   const AddressParts parts = SplitAddress(url);
   if (parts.user_info.empty()) return std::string(url);
   const std::string_view user = parts.user_info.substr(0, parts.user_info.find(':'));
-  return std::string(parts.scheme) + std::string(user) + "@" + std::string(parts.host_port) +
-         std::string(parts.target);
+  return std::string(parts.scheme) + std::string(user) + "@" + std::string(parts.host_port) + std::string(parts.target);
 }
 
 // ---- Answers ----------------------------------------------------------------------------------
@@ -428,9 +420,9 @@ Result<void> HttpConnection::Exchange(const HttpAddress& address) {
   early_body_used_ = 0;
   auto peers = Resolve(address);
   if (!peers) {
-    return Error{options_.far_end + " at " + AddressForMessages(url_) + " cannot be found (" +
-                     peers.error().message + ")",
-                 "getaddrinfo"};
+    return Error{
+        options_.far_end + " at " + AddressForMessages(url_) + " cannot be found (" + peers.error().message + ")",
+        "getaddrinfo"};
   }
   auto connected = Connect(**peers, options_.connect_timeout, options_.stop);
   if (!connected) return options_.stop.stop_requested() ? Stopped() : NoAnswer();
@@ -465,10 +457,9 @@ Result<void> HttpConnection::ReadHead() {
     if (*got == 0) return bytes.empty() ? NoAnswer() : NotHttp();  // closed before a whole head
     if (bytes.size() > kLargestHead) return NotHttp();
   }
-  if (const auto coding = response_.headers.Get("Transfer-Encoding");
-      coding && !SameLetters(*coding, "identity")) {
-    return Error{options_.far_end + " at " + AddressForMessages(url_) + " sends its answer as '" +
-                     *coding + "', which cannot be read",
+  if (const auto coding = response_.headers.Get("Transfer-Encoding"); coding && !SameLetters(*coding, "identity")) {
+    return Error{options_.far_end + " at " + AddressForMessages(url_) + " sends its answer as '" + *coding +
+                     "', which cannot be read",
                  "HttpConnection::Get"};
   }
   body_left_ = response_.headers.ContentLength();
@@ -490,8 +481,7 @@ Result<std::size_t> HttpConnection::Receive(std::span<std::uint8_t> buffer) {
     if (got >= 0) return static_cast<std::size_t>(got);
     if (errno == ECONNRESET) return std::size_t{0};  // a reset ends the answer like a close
     if (errno != EAGAIN && errno != EINTR) {
-      return Error{options_.far_end + " at " + AddressForMessages(url_) +
-                       " cannot be read: " + std::strerror(errno),
+      return Error{options_.far_end + " at " + AddressForMessages(url_) + " cannot be read: " + std::strerror(errno),
                    "recv"};
     }
   }
@@ -499,15 +489,13 @@ Result<std::size_t> HttpConnection::Receive(std::span<std::uint8_t> buffer) {
 
 Result<std::size_t> HttpConnection::ReadSome(std::span<std::uint8_t> buffer) {
   if (body_left_) {
-    buffer =
-        buffer.first(static_cast<std::size_t>(std::min<std::uint64_t>(*body_left_, buffer.size())));
+    buffer = buffer.first(static_cast<std::size_t>(std::min<std::uint64_t>(*body_left_, buffer.size())));
   }
   if (buffer.empty()) return std::size_t{0};
   std::size_t got = 0;
   if (early_body_used_ < early_body_.size()) {
     got = std::min(buffer.size(), early_body_.size() - early_body_used_);
-    std::copy_n(early_body_.begin() + static_cast<std::ptrdiff_t>(early_body_used_), got,
-                buffer.begin());
+    std::copy_n(early_body_.begin() + static_cast<std::ptrdiff_t>(early_body_used_), got, buffer.begin());
     early_body_used_ += got;
   } else {
     auto received = Receive(buffer);
@@ -522,13 +510,12 @@ Result<std::vector<std::uint8_t>> HttpConnection::ReadBody(std::size_t limit) {
   const auto expected = response_.headers.ContentLength();
   const std::string at = options_.far_end + " at " + AddressForMessages(url_);
   if (expected && *expected > limit) {
-    return Error{at + " sent an answer of " + std::to_string(*expected) + " bytes, larger than " +
-                     std::to_string(limit),
-                 "ReadBody"};
+    return Error{
+        at + " sent an answer of " + std::to_string(*expected) + " bytes, larger than " + std::to_string(limit),
+        "ReadBody"};
   }
   // Room for the whole body when its length is known, so the last read finds it over.
-  std::vector<std::uint8_t> body(expected ? static_cast<std::size_t>(*expected) + 1
-                                          : kReceiveChunk);
+  std::vector<std::uint8_t> body(expected ? static_cast<std::size_t>(*expected) + 1 : kReceiveChunk);
   std::size_t filled = 0;
   for (;;) {
     if (filled == body.size()) body.resize(body.size() * 2);
@@ -537,8 +524,7 @@ Result<std::vector<std::uint8_t>> HttpConnection::ReadBody(std::size_t limit) {
     if (*got == 0) break;
     filled += *got;
     if (filled > limit) {
-      return Error{at + " sent an answer larger than " + std::to_string(limit) + " bytes",
-                   "ReadBody"};
+      return Error{at + " sent an answer larger than " + std::to_string(limit) + " bytes", "ReadBody"};
     }
   }
   body.resize(filled);
@@ -552,20 +538,17 @@ Result<std::vector<std::uint8_t>> HttpConnection::ReadBody(std::size_t limit) {
 
 Result<void> HttpConnection::CheckSucceeded() const {
   if (response_.Succeeded()) return {};
-  return Error{options_.far_end + " at " + AddressForMessages(url_) + " answered " +
-                   std::to_string(response_.status) + " " + response_.reason,
+  return Error{options_.far_end + " at " + AddressForMessages(url_) + " answered " + std::to_string(response_.status) +
+                   " " + response_.reason,
                "HttpConnection::Get"};
 }
 
 Error HttpConnection::NoAnswer() const {
-  return Error{options_.far_end + " at " + AddressForMessages(url_) + " does not answer",
-               "connect"};
+  return Error{options_.far_end + " at " + AddressForMessages(url_) + " does not answer", "connect"};
 }
 
 Error HttpConnection::Silent() const {
-  return Error{
-      options_.far_end + " at " + AddressForMessages(url_) + " sent no " + options_.awaited,
-      "recv"};
+  return Error{options_.far_end + " at " + AddressForMessages(url_) + " sent no " + options_.awaited, "recv"};
 }
 
 Error HttpConnection::Stopped() const {
@@ -573,8 +556,7 @@ Error HttpConnection::Stopped() const {
 }
 
 Error HttpConnection::NotHttp() const {
-  return Error{options_.far_end + " at " + AddressForMessages(url_) +
-                   " answered with something other than HTTP",
+  return Error{options_.far_end + " at " + AddressForMessages(url_) + " answered with something other than HTTP",
                "recv"};
 }
 

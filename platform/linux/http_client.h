@@ -56,14 +56,12 @@ enum class WaitOutcome { Ready, TimedOut, Stopped };
 
 // Waits until `fd` is ready for `events` (POLLIN, POLLOUT), or `timeout` has passed, or `stop`
 // was asked. An error or hang-up on the socket counts as ready: the next call on it tells.
-WaitOutcome WaitForSocket(int fd, short events, std::chrono::milliseconds timeout,
-                          const std::stop_token& stop);
+WaitOutcome WaitForSocket(int fd, short events, std::chrono::milliseconds timeout, const std::stop_token& stop);
 
 enum class SendOutcome { Sent, TimedOut, Stopped, Failed };
 
 // Sends every byte, waiting at most `timeout` each time the socket cannot take more.
-SendOutcome SendAll(int fd, std::string_view bytes, std::chrono::milliseconds timeout,
-                    const std::stop_token& stop);
+SendOutcome SendAll(int fd, std::string_view bytes, std::chrono::milliseconds timeout, const std::stop_token& stop);
 
 // Sleeps until `deadline`; false when `stop` was asked first.
 bool SleepUntil(std::chrono::steady_clock::time_point deadline, const std::stop_token& stop);
@@ -139,8 +137,7 @@ class HttpConnection {
   Result<std::vector<std::uint8_t>> ReadBody(std::size_t limit);
 
  private:
-  HttpConnection(std::string url, HttpOptions options)
-      : url_(std::move(url)), options_(std::move(options)) {}
+  HttpConnection(std::string url, HttpOptions options) : url_(std::move(url)), options_(std::move(options)) {}
 
   Result<void> Exchange(const HttpAddress& address);
   Result<void> ReadHead();

@@ -13,8 +13,8 @@
 #include <string_view>
 #include <utility>
 
-#include "platform/atomic_file.h"
 #include "base/result.h"
+#include "platform/atomic_file.h"
 
 namespace zr::platform::linux_impl {
 namespace {
@@ -60,15 +60,13 @@ std::string JoinPath(const std::string& folder, const std::string& name) {
 void CheckName(const std::string& name, const char* what) {
   const bool breaks_line = name.find_first_of("\r\n") != std::string::npos;
   if (breaks_line || Trim(name).size() != name.size()) {
-    throw std::invalid_argument(std::string("settings ") + what + " name cannot be stored: \"" +
-                                name + "\"");
+    throw std::invalid_argument(std::string("settings ") + what + " name cannot be stored: \"" + name + "\"");
   }
 }
 
 void CheckKey(const std::string& key) {
   CheckName(key, "key");
-  const bool looks_like_other_line =
-      !key.empty() && (key.front() == ';' || key.front() == '#' || key.front() == '[');
+  const bool looks_like_other_line = !key.empty() && (key.front() == ';' || key.front() == '#' || key.front() == '[');
   if (looks_like_other_line || key.find('=') != std::string::npos) {
     throw std::invalid_argument("settings key name cannot be stored: \"" + key + "\"");
   }
@@ -243,8 +241,7 @@ Result<void> MakeFolder(const std::string& folder) {
 }
 
 // Settings are private to the user; the folder is made when missing.
-Result<void> ReplaceFile(const std::string& folder, const std::string& file_name,
-                         const std::string& text) {
+Result<void> ReplaceFile(const std::string& folder, const std::string& file_name, const std::string& text) {
   if (Result<void> made = MakeFolder(folder); !made) return made;
   return ReplaceFileAtomically(JoinPath(folder, file_name), text, NewFileMode::Private);
 }
@@ -273,20 +270,19 @@ std::string DefaultSettingsFolder() {
 IniSettingsStore::IniSettingsStore(std::string folder, std::ostream& errors)
     : folder_(std::move(folder)), errors_(errors) {}
 
-std::string IniSettingsStore::Get(const std::string& application, const std::string& section,
-                                  const std::string& key, const std::string& default_value) {
+std::string IniSettingsStore::Get(const std::string& application, const std::string& section, const std::string& key,
+                                  const std::string& default_value) {
   return Find(application, section, key).value_or(default_value);
 }
 
-std::optional<std::string> IniSettingsStore::Find(const std::string& application,
-                                                  const std::string& section,
+std::optional<std::string> IniSettingsStore::Find(const std::string& application, const std::string& section,
                                                   const std::string& key) const {
   if (auto unsaved = FindUnsaved(application, section, key)) return unsaved;
   return IniLines(ReadFileOrReport(FilePath(application))).Find(section, key);
 }
 
-void IniSettingsStore::Save(const std::string& application, const std::string& section,
-                            const std::string& key, const std::string& value) {
+void IniSettingsStore::Save(const std::string& application, const std::string& section, const std::string& key,
+                            const std::string& value) {
   CheckName(section, "section");
   CheckKey(key);
   std::vector<Setting>& unsaved = unsaved_[application];
@@ -314,8 +310,7 @@ std::string IniSettingsStore::FilePath(const std::string& application) const {
   return JoinPath(folder_, SafeFileName(application));
 }
 
-std::optional<std::string> IniSettingsStore::FindUnsaved(const std::string& application,
-                                                         const std::string& section,
+std::optional<std::string> IniSettingsStore::FindUnsaved(const std::string& application, const std::string& section,
                                                          const std::string& key) const {
   const auto found = unsaved_.find(application);
   if (found == unsaved_.end()) return std::nullopt;
@@ -332,8 +327,8 @@ std::string IniSettingsStore::ReadFileOrReport(const std::string& path) const {
     return *text;
   }
   if (reported_unreadable_.insert(path).second) {
-    errors_ << "zandrell: cannot read settings file " << Quoted(path) << ": "
-            << text.error().message << "; using the defaults\n";
+    errors_ << "zandrell: cannot read settings file " << Quoted(path) << ": " << text.error().message
+            << "; using the defaults\n";
   }
   return {};
 }

@@ -48,8 +48,8 @@ class IniSettingsStore final : public SettingsStore {
  public:
   explicit IniSettingsStore(std::string folder, std::ostream& errors = std::cerr);
 
-  std::string Get(const std::string& application, const std::string& section,
-                  const std::string& key, const std::string& default_value) override;
+  std::string Get(const std::string& application, const std::string& section, const std::string& key,
+                  const std::string& default_value) override;
   // Throws std::invalid_argument for a name that cannot be written and read back as the same
   // name: a line break in either, blanks around either, a key holding '=' or starting with ';',
   // '#' or '['.

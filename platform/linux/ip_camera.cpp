@@ -12,8 +12,8 @@
 #include <utility>
 #include <vector>
 
-#include "platform/linux/http_client.h"
 #include "image/jpeg_codec.h"
+#include "platform/linux/http_client.h"
 
 namespace zr::platform::linux_impl {
 namespace {
@@ -74,8 +74,7 @@ Result<CameraKind> KindOfAnswer(const HttpResponse& response, const std::string&
   if (media_type == "multipart/x-mixed-replace") {
     auto boundary = TypeParameter(content_type, "boundary");
     if (!boundary || boundary->empty()) {
-      return Error{camera + " sends a stream without a boundary between its pictures",
-                   "IpCamera::Start"};
+      return Error{camera + " sends a stream without a boundary between its pictures", "IpCamera::Start"};
     }
     return CameraKind{true, std::move(*boundary)};
   }
@@ -96,8 +95,7 @@ class MultipartReader {
  public:
   static std::string DelimiterOf(std::string_view boundary) {
     const auto own_start = boundary.find_first_not_of('-');
-    return "--" +
-           std::string(own_start == std::string_view::npos ? boundary : boundary.substr(own_start));
+    return "--" + std::string(own_start == std::string_view::npos ? boundary : boundary.substr(own_start));
   }
 
   MultipartReader(HttpConnection connection, std::string_view boundary)
@@ -220,8 +218,7 @@ void MultipartReader::DropConsumed() {
 // Decodes the camera's pictures and hands them to the sink, stamped and numbered.
 class FrameDelivery {
  public:
-  FrameDelivery(FrameSink& sink, Clock::time_point started, std::atomic<int>& width,
-                std::atomic<int>& height)
+  FrameDelivery(FrameSink& sink, Clock::time_point started, std::atomic<int>& width, std::atomic<int>& height)
       : sink_(sink), started_(started), width_(width), height_(height) {}
 
   // A picture that cannot be decoded is passed over: one damaged picture ends no recording.
@@ -233,8 +230,7 @@ class FrameDelivery {
     height_ = picture->height;
     CapturedFrame frame;
     frame.picture = std::make_shared<const Picture>(std::move(*picture));
-    frame.timestamp_us =
-        std::chrono::duration_cast<std::chrono::microseconds>(arrived - started_).count();
+    frame.timestamp_us = std::chrono::duration_cast<std::chrono::microseconds>(arrived - started_).count();
     frame.sequence = sequence_++;
     sink_.OnFrame(frame);
   }
@@ -253,9 +249,7 @@ class FrameDelivery {
 class IpCamera final : public FrameSource {
  public:
   IpCamera(std::string url, IpCameraTimeouts timeouts)
-      : url_(std::move(url)),
-        timeouts_(timeouts),
-        camera_("The camera at " + AddressForMessages(url_)) {}
+      : url_(std::move(url)), timeouts_(timeouts), camera_("The camera at " + AddressForMessages(url_)) {}
   ~IpCamera() override { Stop(); }
 
   Result<void> Start(FrameSink& sink) override;
@@ -296,11 +290,10 @@ Result<void> IpCamera::Start(FrameSink& sink) {
   auto kind = KindOfAnswer(answer->Response(), camera_);
   if (!kind) return kind.error();
   if (kind->streams) {
-    worker_ = std::thread(&IpCamera::RunStream, this, std::ref(sink), std::move(*answer),
-                          std::move(kind->boundary), stop_.get_token());
-  } else {
-    worker_ = std::thread(&IpCamera::RunSnapshots, this, std::ref(sink), std::move(*answer),
+    worker_ = std::thread(&IpCamera::RunStream, this, std::ref(sink), std::move(*answer), std::move(kind->boundary),
                           stop_.get_token());
+  } else {
+    worker_ = std::thread(&IpCamera::RunSnapshots, this, std::ref(sink), std::move(*answer), stop_.get_token());
   }
   return {};
 }
@@ -344,8 +337,7 @@ void IpCamera::RunSnapshots(FrameSink& sink, HttpConnection first, std::stop_tok
   }
 }
 
-void IpCamera::RunStream(FrameSink& sink, HttpConnection first, std::string boundary,
-                         std::stop_token stop) {
+void IpCamera::RunStream(FrameSink& sink, HttpConnection first, std::string boundary, std::stop_token stop) {
   FrameDelivery delivery(sink, started_, width_, height_);
   MultipartReader stream(std::move(first), boundary);
   // A camera may close a stream now and then; it is opened again once, and again only after it

@@ -37,7 +37,8 @@ void LiveSource::SetTimeCode(std::optional<BurntInTimeCode> time_code) {
 
 std::string TimeCodeText(std::int64_t timestamp_us, double frames_per_second) {
   const std::int64_t seconds = timestamp_us / 1000000;
-  const auto frame = static_cast<int>(std::floor(static_cast<double>(timestamp_us % 1000000) * frames_per_second / 1e6));
+  const auto frame =
+      static_cast<int>(std::floor(static_cast<double>(timestamp_us % 1000000) * frames_per_second / 1e6));
   char text[32];
   std::snprintf(text, sizeof text, "%02lld:%02lld:%02lld:%02d", static_cast<long long>(seconds / 3600 % 100),
                 static_cast<long long>(seconds / 60 % 60), static_cast<long long>(seconds % 60), frame);

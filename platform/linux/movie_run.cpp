@@ -4,8 +4,8 @@
 
 namespace zr::platform::linux_impl {
 
-MovieRun::MovieRun(MovieFiles& movies, LiveSource& live, std::unique_ptr<AudioSource> sound,
-                   Request request, Recorder::EndHandler on_end)
+MovieRun::MovieRun(MovieFiles& movies, LiveSource& live, std::unique_ptr<AudioSource> sound, Request request,
+                   Recorder::EndHandler on_end)
     : movies_(movies),
       live_(live),
       sound_(std::move(sound)),
@@ -28,16 +28,14 @@ Result<void> MovieRun::Start() {
     width = latest->width;
     height = latest->height;
   }
-  if (width <= 0 || height <= 0)
-    return Error{"the device has not delivered a picture yet", "MovieRun::Start"};
+  if (width <= 0 || height <= 0) return Error{"the device has not delivered a picture yet", "MovieRun::Start"};
   // H.264 takes even sizes only: an odd picture is scaled to the even size just below it.
   const bool even_only = settings.format.codec == VideoCodec::H264;
   settings.format.width = even_only && width > 1 ? width & ~1 : width;
   settings.format.height = even_only && height > 1 ? height & ~1 : height;
   if (!sound_) settings.format.audio.reset();
   if (request_.limit_seconds)
-    settings.limit_frames =
-        std::llround(*request_.limit_seconds * settings.format.frames_per_second);
+    settings.limit_frames = std::llround(*request_.limit_seconds * settings.format.frames_per_second);
   recorder_ = std::make_shared<Recorder>(movies_, settings, on_end_);
   if (auto started = recorder_->Start(); !started) {
     recorder_.reset();
@@ -45,8 +43,7 @@ Result<void> MovieRun::Start() {
   }
   if (request_.pace == RecordingPace::Timed) live_.Attach(recorder_);
   if (sound_ && settings.format.audio) {
-    if (auto sound = sound_->Start(*settings.format.audio, *recorder_); sound)
-      sound_started_ = true;
+    if (auto sound = sound_->Start(*settings.format.audio, *recorder_); sound) sound_started_ = true;
     // A sound device that cannot open leaves a silent track of the right length: the picture
     // is what the operator cannot get back, so the run goes on.
   }
@@ -58,8 +55,7 @@ void MovieRun::RequestStop() {
 }
 
 Result<void> MovieRun::AddLatestFrame() {
-  if (!recorder_ || !recorder_->Running())
-    return Error{"no frame-by-frame movie is open", "AddLatestFrame"};
+  if (!recorder_ || !recorder_->Running()) return Error{"no frame-by-frame movie is open", "AddLatestFrame"};
   auto latest = live_.Latest();
   if (!latest) return Error{"the device has not delivered a picture yet", "AddLatestFrame"};
   recorder_->AddFrame(std::move(latest));

@@ -26,8 +26,8 @@ class MovieRun {
     std::optional<int> limit_seconds;
   };
 
-  MovieRun(MovieFiles& movies, LiveSource& live, std::unique_ptr<AudioSource> sound,
-           Request request, Recorder::EndHandler on_end);
+  MovieRun(MovieFiles& movies, LiveSource& live, std::unique_ptr<AudioSource> sound, Request request,
+           Recorder::EndHandler on_end);
   ~MovieRun();  // asks for the end and finishes
   MovieRun(const MovieRun&) = delete;
   MovieRun& operator=(const MovieRun&) = delete;

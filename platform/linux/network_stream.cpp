@@ -1,7 +1,5 @@
 #include "platform/linux/network_stream.h"
 
-#include "platform/linux/ffmpeg_handles.h"
-
 #include <atomic>
 #include <cerrno>
 #include <chrono>
@@ -12,6 +10,7 @@
 #include <thread>
 #include <utility>
 
+#include "platform/linux/ffmpeg_handles.h"
 #include "platform/linux/http_client.h"
 
 extern "C" {
@@ -70,17 +69,14 @@ struct OpenedStream {
 };
 
 bool MeansNoAnswer(int status) {
-  return status == AVERROR(ECONNREFUSED) || status == AVERROR(ETIMEDOUT) ||
-         status == AVERROR(EHOSTUNREACH) || status == AVERROR(ENETUNREACH);
+  return status == AVERROR(ECONNREFUSED) || status == AVERROR(ETIMEDOUT) || status == AVERROR(EHOSTUNREACH) ||
+         status == AVERROR(ENETUNREACH);
 }
 
 class StreamOpener {
  public:
   StreamOpener(const std::string& url, WaitBound& bound, std::chrono::milliseconds timeout)
-      : url_(url),
-        stream_("The stream at " + AddressForMessages(url)),
-        bound_(bound),
-        timeout_(timeout) {}
+      : url_(url), stream_("The stream at " + AddressForMessages(url)), bound_(bound), timeout_(timeout) {}
 
   Result<OpenedStream> Open();
 
@@ -88,8 +84,7 @@ class StreamOpener {
   Result<InputContextPtr> OpenInput();
   Result<CodecContextPtr> OpenDecoder(const AVStream& video);
   Error Failed(const char* where, int status) const {
-    if (bound_.TimedOut() || MeansNoAnswer(status))
-      return Error{stream_ + " does not answer", where};
+    if (bound_.TimedOut() || MeansNoAnswer(status)) return Error{stream_ + " does not answer", where};
     return Error{stream_ + " cannot be opened: " + AvErrorText(status), where};
   }
 
@@ -127,9 +122,9 @@ Result<InputContextPtr> StreamOpener::OpenInput() {
 Result<CodecContextPtr> StreamOpener::OpenDecoder(const AVStream& video) {
   const AVCodec* codec = avcodec_find_decoder(video.codecpar->codec_id);
   if (codec == nullptr) {
-    return Error{stream_ + " holds " + avcodec_get_name(video.codecpar->codec_id) +
-                     " pictures, which cannot be decoded",
-                 "avcodec_find_decoder"};
+    return Error{
+        stream_ + " holds " + avcodec_get_name(video.codecpar->codec_id) + " pictures, which cannot be decoded",
+        "avcodec_find_decoder"};
   }
   CodecContextPtr decoder(avcodec_alloc_context3(codec));
   if (!decoder) return Error{"out of memory", "avcodec_alloc_context3"};
@@ -207,16 +202,13 @@ class PictureConverter {
 
 Result<void> PictureConverter::Prepare(const AVFrame& frame) {
   const auto source = static_cast<AVPixelFormat>(frame.format);
-  const Levels wanted{WithoutJpegAlias(source), frame.width, frame.height, IsFullRange(frame),
-                      frame.colorspace};
+  const Levels wanted{WithoutJpegAlias(source), frame.width, frame.height, IsFullRange(frame), frame.colorspace};
   if (scaler_ && wanted == prepared_) return {};
-  scaler_.reset(sws_getCachedContext(scaler_.release(), frame.width, frame.height, wanted.format,
-                                     frame.width, frame.height, AV_PIX_FMT_BGR24, kScalerFlags,
-                                     nullptr, nullptr, nullptr));
+  scaler_.reset(sws_getCachedContext(scaler_.release(), frame.width, frame.height, wanted.format, frame.width,
+                                     frame.height, AV_PIX_FMT_BGR24, kScalerFlags, nullptr, nullptr, nullptr));
   if (!scaler_) {
     const char* name = av_get_pix_fmt_name(source);
-    return Error{std::string("cannot convert ") + (name ? name : "these") + " pictures",
-                 "sws_getCachedContext"};
+    return Error{std::string("cannot convert ") + (name ? name : "these") + " pictures", "sws_getCachedContext"};
   }
   const AVPixFmtDescriptor* layout = av_pix_fmt_desc_get(wanted.format);
   if (layout != nullptr && (layout->flags & AV_PIX_FMT_FLAG_RGB) == 0) {
@@ -224,8 +216,7 @@ Result<void> PictureConverter::Prepare(const AVFrame& frame) {
     constexpr int kUnitFixedPoint = 1 << 16;
     const int* coefficients = sws_getCoefficients(frame.colorspace);
     sws_setColorspaceDetails(scaler_.get(), coefficients, wanted.full_range ? 1 : 0,
-                             sws_getCoefficients(SWS_CS_DEFAULT), 1, 0, kUnitFixedPoint,
-                             kUnitFixedPoint);
+                             sws_getCoefficients(SWS_CS_DEFAULT), 1, 0, kUnitFixedPoint, kUnitFixedPoint);
   }
   if (wanted.width != prepared_.width || wanted.height != prepared_.height || !scratch_) {
     // The scaler has taken the size, so both sides are positive.
@@ -243,15 +234,14 @@ Result<Picture> PictureConverter::Convert(const AVFrame& frame) {
   if (auto prepared = Prepare(frame); !prepared) return prepared.error();
   std::uint8_t* const rows[] = {scratch_.get(), nullptr, nullptr, nullptr};
   const int strides[] = {scratch_stride_, 0, 0, 0};
-  const int converted =
-      sws_scale(scaler_.get(), frame.data, frame.linesize, 0, frame.height, rows, strides);
+  const int converted = sws_scale(scaler_.get(), frame.data, frame.linesize, 0, frame.height, rows, strides);
   if (converted != frame.height) return Error{"cannot convert a picture", "sws_scale"};
   // The picture holds its rows bottom first.
   Picture picture = Picture::Blank(frame.width, frame.height);
   const std::size_t row_bytes = static_cast<std::size_t>(frame.width) * 3;
   for (int y = 0; y < frame.height; ++y) {
-    std::memcpy(picture.PixelFromTop(0, y),
-                scratch_.get() + static_cast<std::ptrdiff_t>(y) * scratch_stride_, row_bytes);
+    std::memcpy(picture.PixelFromTop(0, y), scratch_.get() + static_cast<std::ptrdiff_t>(y) * scratch_stride_,
+                row_bytes);
   }
   return picture;
 }
@@ -321,9 +311,7 @@ void InitialiseNetworkOnce() {
 class NetworkStream final : public FrameSource {
  public:
   NetworkStream(std::string url, int timeout_ms)
-      : url_(std::move(url)),
-        timeout_(timeout_ms),
-        stream_text_("The stream at " + AddressForMessages(url_)) {}
+      : url_(std::move(url)), timeout_(timeout_ms), stream_text_("The stream at " + AddressForMessages(url_)) {}
   ~NetworkStream() override { Stop(); }
 
   Result<void> Start(FrameSink& sink) override;

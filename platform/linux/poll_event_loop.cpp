@@ -13,9 +13,7 @@ constexpr std::int64_t kLongestSleepMs = 20;
 PollEventLoop::PollEventLoop() : start_(std::chrono::steady_clock::now()) {}
 
 std::int64_t PollEventLoop::NowMs() const {
-  return std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() -
-                                                               start_)
-      .count();
+  return std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - start_).count();
 }
 
 void PollEventLoop::Post(std::function<void()> event) {
@@ -31,9 +29,7 @@ void PollEventLoop::Wake() {
   wake_.notify_all();
 }
 
-void PollEventLoop::StartTimer(TimerClient& timer, int interval_ms) {
-  timers_.Start(timer, interval_ms, NowMs());
-}
+void PollEventLoop::StartTimer(TimerClient& timer, int interval_ms) { timers_.Start(timer, interval_ms, NowMs()); }
 
 void PollEventLoop::StopTimer(TimerClient& timer) { timers_.Stop(timer); }
 

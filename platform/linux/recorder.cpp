@@ -1,7 +1,5 @@
 #include "platform/linux/recorder.h"
 
-#include "platform/linux/ffmpeg_handles.h"
-
 #include <algorithm>
 #include <chrono>
 #include <cmath>
@@ -11,6 +9,8 @@
 #include <thread>
 #include <utility>
 #include <vector>
+
+#include "platform/linux/ffmpeg_handles.h"
 
 extern "C" {
 #include <libswscale/swscale.h>
@@ -40,19 +40,16 @@ class FrameScaler {
  public:
   Result<const Picture*> Scale(const Picture& source, int width, int height) {
     SwsContext* reused = scaler_.release();  // freed by the call when it no longer fits
-    scaler_.reset(sws_getCachedContext(reused, source.width, source.height, AV_PIX_FMT_BGR24, width,
-                                       height, AV_PIX_FMT_BGR24, SWS_BILINEAR, nullptr, nullptr,
-                                       nullptr));
-    if (!scaler_)
-      return Error{"cannot scale the frames to the movie's size", "sws_getCachedContext"};
+    scaler_.reset(sws_getCachedContext(reused, source.width, source.height, AV_PIX_FMT_BGR24, width, height,
+                                       AV_PIX_FMT_BGR24, SWS_BILINEAR, nullptr, nullptr, nullptr));
+    if (!scaler_) return Error{"cannot scale the frames to the movie's size", "sws_getCachedContext"};
     if (scaled_.width != width || scaled_.height != height) scaled_ = Picture::Blank(width, height);
     // Both pictures are bottom-up, so scaling them as they lie keeps them upright.
     const std::uint8_t* const source_planes[] = {source.bottom_up_bgr.data()};
     const int source_strides[] = {source.Stride()};
     std::uint8_t* const target_planes[] = {scaled_.bottom_up_bgr.data()};
     const int target_strides[] = {scaled_.Stride()};
-    if (sws_scale(scaler_.get(), source_planes, source_strides, 0, source.height, target_planes,
-                  target_strides) <= 0) {
+    if (sws_scale(scaler_.get(), source_planes, source_strides, 0, source.height, target_planes, target_strides) <= 0) {
       return Error{"cannot scale the frame", "sws_scale"};
     }
     return &scaled_;
@@ -90,8 +87,7 @@ class SoundBuffer {
   std::vector<std::uint8_t> Take(std::int64_t sample_frames) {
     const std::size_t wanted = static_cast<std::size_t>(sample_frames) * sample_frame_bytes_;
     const std::size_t size = std::min(wanted, bytes_.size());
-    std::vector<std::uint8_t> taken(bytes_.begin(),
-                                    bytes_.begin() + static_cast<std::ptrdiff_t>(size));
+    std::vector<std::uint8_t> taken(bytes_.begin(), bytes_.begin() + static_cast<std::ptrdiff_t>(size));
     Discard(size);
     return taken;
   }
@@ -99,9 +95,7 @@ class SoundBuffer {
   std::size_t SampleFrameBytes() const { return sample_frame_bytes_; }
 
  private:
-  void Discard(std::size_t bytes) {
-    bytes_.erase(bytes_.begin(), bytes_.begin() + static_cast<std::ptrdiff_t>(bytes));
-  }
+  void Discard(std::size_t bytes) { bytes_.erase(bytes_.begin(), bytes_.begin() + static_cast<std::ptrdiff_t>(bytes)); }
 
   std::size_t sample_frame_bytes_;
   std::size_t capacity_bytes_;
@@ -140,8 +134,7 @@ struct Recorder::State {
   bool Limited() const { return settings.pace == RecordingPace::Timed && settings.limit_frames; }
 
   Clock::duration LimitDuration() const {
-    const double seconds =
-        static_cast<double>(*settings.limit_frames) / settings.format.frames_per_second;
+    const double seconds = static_cast<double>(*settings.limit_frames) / settings.format.frames_per_second;
     return std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(seconds));
   }
 
@@ -160,10 +153,8 @@ struct Recorder::State {
       first_timestamp_us = frame.timestamp_us;
       if (Limited()) deadline = Clock::now() + LimitDuration() + kLateFrameGrace;
     }
-    const double since_first_s =
-        static_cast<double>(frame.timestamp_us - *first_timestamp_us) / 1e6;
-    const auto slot =
-        static_cast<std::int64_t>(std::llround(since_first_s * settings.format.frames_per_second));
+    const double since_first_s = static_cast<double>(frame.timestamp_us - *first_timestamp_us) / 1e6;
+    const auto slot = static_cast<std::int64_t>(std::llround(since_first_s * settings.format.frames_per_second));
     if (slot < next_slot) return;  // filled already: the source is faster than the run
     std::int64_t gap = slot - next_slot;
     if (Limited()) gap = std::min(gap, *settings.limit_frames - next_slot);
@@ -259,8 +250,7 @@ struct Recorder::State {
   // Sample frames that belong with the first `frames` frames of the movie.
   std::int64_t SoundDue(std::int64_t frames) const {
     const AudioFormat& audio = *settings.format.audio;
-    return std::llround(static_cast<double>(frames) * audio.samples_per_second /
-                        settings.format.frames_per_second);
+    return std::llround(static_cast<double>(frames) * audio.samples_per_second / settings.format.frames_per_second);
   }
 
   // The sound up to the end of the frame just written. A source that has fallen far behind is
@@ -307,8 +297,7 @@ struct Recorder::State {
     const std::uint8_t rest = audio.bits_per_sample == 8 ? 0x80 : 0x00;
     while (sample_frames > 0) {
       const std::int64_t piece = std::min<std::int64_t>(sample_frames, audio.samples_per_second);
-      const std::vector<std::uint8_t> silence(
-          static_cast<std::size_t>(piece) * sound.SampleFrameBytes(), rest);
+      const std::vector<std::uint8_t> silence(static_cast<std::size_t>(piece) * sound.SampleFrameBytes(), rest);
       if (auto written = writer->WriteAudio(silence); !written) return written;
       audio_sample_frames += piece;
       sample_frames -= piece;
@@ -429,8 +418,7 @@ void Recorder::AddFrame(std::shared_ptr<const Picture> picture) {
   State& state = *state_;
   if (state.settings.pace != RecordingPace::FrameByFrame || !picture) return;
   std::unique_lock lock(state.mutex);
-  state.space.wait(lock,
-                   [&] { return !state.accepting || state.queue.size() < state.queue_capacity; });
+  state.space.wait(lock, [&] { return !state.accepting || state.queue.size() < state.queue_capacity; });
   if (!state.accepting) return;
   state.queue.push_back({std::move(picture), 0});
   ++state.next_slot;

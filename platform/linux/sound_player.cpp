@@ -55,8 +55,7 @@ Result<WaveSound> ReadWaveFile(const std::string& path) {
     at += 8 + size + (size & 1);
   }
   if (!have_format || !have_data) return NoWave(path, "lacks its format or its samples");
-  if ((sound.bits_per_sample != 8 && sound.bits_per_sample != 16) || sound.channels < 1 ||
-      sound.samples_per_second < 1)
+  if ((sound.bits_per_sample != 8 && sound.bits_per_sample != 16) || sound.channels < 1 || sound.samples_per_second < 1)
     return NoWave(path, "has a sample format that is not played");
   return sound;
 }
@@ -76,7 +75,8 @@ Result<void> PlayWaveFile(const std::string& path, const std::string& pcm_name) 
   constexpr unsigned kLatencyMicroseconds = 100000;
   code = snd_pcm_set_params(pcm.get(), format, SND_PCM_ACCESS_RW_INTERLEAVED, static_cast<unsigned>(sound->channels),
                             static_cast<unsigned>(sound->samples_per_second), 1, kLatencyMicroseconds);
-  if (code < 0) return Error{std::string("The sound output refused the format: ") + snd_strerror(code), "snd_pcm_set_params"};
+  if (code < 0)
+    return Error{std::string("The sound output refused the format: ") + snd_strerror(code), "snd_pcm_set_params"};
 
   // The wave file has been read only with at least one channel of 8 or 16 bits.
   const auto frame_bytes = static_cast<std::size_t>(sound->channels * sound->bits_per_sample / 8);
@@ -85,7 +85,9 @@ Result<void> PlayWaveFile(const std::string& path, const std::string& pcm_name) 
   while (frames_left > 0) {
     snd_pcm_sframes_t written = snd_pcm_writei(pcm.get(), next, frames_left);
     if (written < 0) written = snd_pcm_recover(pcm.get(), static_cast<int>(written), 1);
-    if (written < 0) return Error{std::string("The sound output failed: ") + snd_strerror(static_cast<int>(written)), "snd_pcm_writei"};
+    if (written < 0)
+      return Error{std::string("The sound output failed: ") + snd_strerror(static_cast<int>(written)),
+                   "snd_pcm_writei"};
     next += static_cast<std::size_t>(written) * frame_bytes;
     frames_left -= static_cast<snd_pcm_uframes_t>(written);
   }

@@ -1,7 +1,5 @@
 #include "platform/linux/test_camera.h"
 
-#include "platform/linux/bitmap_font.h"
-
 #include <linux/videodev2.h>
 
 #include <algorithm>
@@ -15,6 +13,8 @@
 #include <thread>
 #include <utility>
 
+#include "platform/linux/bitmap_font.h"
+
 namespace zr::platform::linux_impl {
 
 // ---- The picture buffers --------------------------------------------------------------------
@@ -27,14 +27,13 @@ class PicturePool : public std::enable_shared_from_this<PicturePool> {
   std::shared_ptr<Picture> Acquire(int width, int height) {
     std::unique_ptr<Picture> picture = TakeFree(width, height);
     if (!picture) picture = Allocate(width, height);
-    return std::shared_ptr<Picture>(picture.release(),
-                                    [pool = weak_from_this()](Picture* returned) {
-                                      if (auto alive = pool.lock()) {
-                                        alive->Return(returned);
-                                      } else {
-                                        delete returned;
-                                      }
-                                    });
+    return std::shared_ptr<Picture>(picture.release(), [pool = weak_from_this()](Picture* returned) {
+      if (auto alive = pool.lock()) {
+        alive->Return(returned);
+      } else {
+        delete returned;
+      }
+    });
   }
 
   int Live() const {
@@ -114,19 +113,15 @@ std::string ClockText(std::int64_t timestamp_us, double frames_per_second) {
   const std::int64_t into_second_us = timestamp_us % 1'000'000;
   // Timestamps are rounded to the microsecond; the small allowance keeps a frame that falls on
   // a whole frame position from reading as the one before it.
-  const auto frame_in_second = static_cast<long long>(
-      std::floor(static_cast<double>(into_second_us) * frames_per_second / 1e6 + 1e-4));
+  const auto frame_in_second =
+      static_cast<long long>(std::floor(static_cast<double>(into_second_us) * frames_per_second / 1e6 + 1e-4));
   char text[32];
-  std::snprintf(text, sizeof text, "%02lld:%02lld:%02lld.%02lld",
-                static_cast<long long>(seconds / 3600 % 100),
-                static_cast<long long>(seconds / 60 % 60), static_cast<long long>(seconds % 60),
-                frame_in_second);
+  std::snprintf(text, sizeof text, "%02lld:%02lld:%02lld.%02lld", static_cast<long long>(seconds / 3600 % 100),
+                static_cast<long long>(seconds / 60 % 60), static_cast<long long>(seconds % 60), frame_in_second);
   return text;
 }
 
-double ClampedRate(double frames_per_second) {
-  return std::clamp(frames_per_second, kSlowestRate, kFastestRate);
-}
+double ClampedRate(double frames_per_second) { return std::clamp(frames_per_second, kSlowestRate, kFastestRate); }
 
 constexpr std::array<SourceFormat, 9> kFormats = {{{160, 120, 24},
                                                    {176, 144, 24},
@@ -149,8 +144,7 @@ TestPattern::TestPattern(int width, int height, int brightness, int contrast)
       contrast_(contrast),
       text_scale_(std::max(1, std::min(width / 160, height / 120))) {
   for (int level = 0; level < 256; ++level) {
-    const double adjusted =
-        (level - kNeutralSetting) * contrast / static_cast<double>(kNeutralSetting) + brightness;
+    const double adjusted = (level - kNeutralSetting) * contrast / static_cast<double>(kNeutralSetting) + brightness;
     tone_curve_[static_cast<std::size_t>(level)] =
         static_cast<std::uint8_t>(std::clamp<long>(std::lround(adjusted), 0, kLargestSetting));
   }
@@ -185,8 +179,7 @@ void TestPattern::BuildBackground() {
 
 void TestPattern::Render(std::int64_t frame, std::int64_t timestamp_us, double frames_per_second,
                          Picture& picture) const {
-  if (picture.width != width_ || picture.height != height_)
-    picture = Picture::Blank(width_, height_);
+  if (picture.width != width_ || picture.height != height_) picture = Picture::Blank(width_, height_);
   CopyBackground(frame, picture);
   DrawBlock(frame, picture);
   DrawPanel(frame, timestamp_us, frames_per_second, picture);
@@ -207,13 +200,11 @@ void TestPattern::DrawBlock(std::int64_t frame, Picture& picture) const {
   const int block_width = std::max(4, width_ / 8);
   const int block_height = std::max(4, height_ / 6);
   const Area block{Bounce(frame * std::max(1, width_ / 96), width_ - block_width),
-                   Bounce(frame * std::max(1, height_ / 80), height_ - block_height), block_width,
-                   block_height};
+                   Bounce(frame * std::max(1, height_ / 80), height_ - block_height), block_width, block_height};
   const int border = text_scale_;
   FillArea(block, Adjusted({0, 0, 0}), picture);
-  FillArea(
-      {block.x + border, block.y + border, block.width - 2 * border, block.height - 2 * border},
-      Adjusted({255, 255, 255}), picture);
+  FillArea({block.x + border, block.y + border, block.width - 2 * border, block.height - 2 * border},
+           Adjusted({255, 255, 255}), picture);
 }
 
 void TestPattern::DrawPanel(std::int64_t frame, std::int64_t timestamp_us, double frames_per_second,
@@ -239,8 +230,7 @@ TestPattern::Area TestPattern::ClockArea() const {
 TestPattern::Area TestPattern::CounterArea() const {
   const int unit = text_scale_;
   const int corner = (kMarginUnits + kPaddingUnits) * unit;
-  return {corner, corner + kLineAdvance * unit, (kPanelChars * kCellWidth - 1) * unit,
-          kGlyphRows * unit};
+  return {corner, corner + kLineAdvance * unit, (kPanelChars * kCellWidth - 1) * unit, kGlyphRows * unit};
 }
 
 // Fills the part of `area` inside the picture: the first line pixel by pixel, the others as
@@ -254,8 +244,7 @@ void TestPattern::FillArea(const Area& area, const Colour& colour, Picture& pict
   std::uint8_t* first_line = picture.PixelFromTop(left, top);
   for (int x = 0; x < right - left; ++x) std::memcpy(first_line + x * 3, colour.data(), 3);
   const std::size_t line_bytes = static_cast<std::size_t>(right - left) * 3;
-  for (int y = top + 1; y < bottom; ++y)
-    std::memcpy(picture.PixelFromTop(left, y), first_line, line_bytes);
+  for (int y = top + 1; y < bottom; ++y) std::memcpy(picture.PixelFromTop(left, y), first_line, line_bytes);
 }
 
 void TestPattern::DrawText(const std::string& text, int x, int y, Picture& picture) const {
@@ -281,8 +270,7 @@ class FrameClock {
     frames_per_second_ = frames_per_second;
   }
   std::int64_t TimestampOf(std::int64_t frame) const {
-    return base_us_ +
-           std::llround(static_cast<double>(frame - base_frame_) * 1e6 / frames_per_second_);
+    return base_us_ + std::llround(static_cast<double>(frame - base_frame_) * 1e6 / frames_per_second_);
   }
   double Rate() const { return frames_per_second_; }
 
@@ -302,8 +290,8 @@ struct Look {
 };
 
 bool PatternShows(const TestPattern& pattern, const Look& look) {
-  return pattern.Width() == look.width && pattern.Height() == look.height &&
-         pattern.Brightness() == look.brightness && pattern.Contrast() == look.contrast;
+  return pattern.Width() == look.width && pattern.Height() == look.height && pattern.Brightness() == look.brightness &&
+         pattern.Contrast() == look.contrast;
 }
 
 }  // namespace
@@ -330,11 +318,10 @@ TestCamera::TestCamera(TestCameraSettings settings)
     : shared_(std::make_unique<Shared>()), pool_(std::make_shared<PicturePool>()) {
   const TestCameraSettings defaults;
   const bool size_usable = settings.width > 0 && settings.height > 0;
-  shared_->look = Look{size_usable ? settings.width : defaults.width,
-                       size_usable ? settings.height : defaults.height,
-                       settings.frames_per_second > 0 ? ClampedRate(settings.frames_per_second)
-                                                      : defaults.frames_per_second,
-                       kNeutralSetting, kNeutralSetting};
+  shared_->look =
+      Look{size_usable ? settings.width : defaults.width, size_usable ? settings.height : defaults.height,
+           settings.frames_per_second > 0 ? ClampedRate(settings.frames_per_second) : defaults.frames_per_second,
+           kNeutralSetting, kNeutralSetting};
 }
 
 TestCamera::~TestCamera() { Stop(); }
@@ -417,18 +404,14 @@ Result<void> TestCamera::SelectInput(int index) {
 
 std::vector<SourceControl> TestCamera::Controls() const {
   const Look look = shared_->Current();
-  return {SourceControl{kBrightnessId, "Brightness", 0, kLargestSetting, 1, kNeutralSetting,
-                        look.brightness, false},
-          SourceControl{kContrastId, "Contrast", 0, kLargestSetting, 1, kNeutralSetting,
-                        look.contrast, false}};
+  return {SourceControl{kBrightnessId, "Brightness", 0, kLargestSetting, 1, kNeutralSetting, look.brightness, false},
+          SourceControl{kContrastId, "Contrast", 0, kLargestSetting, 1, kNeutralSetting, look.contrast, false}};
 }
 
 Result<void> TestCamera::SetControl(std::uint32_t id, int value) {
-  if (id != kBrightnessId && id != kContrastId)
-    return Error{"the test camera has no such setting", "SetControl"};
+  if (id != kBrightnessId && id != kContrastId) return Error{"the test camera has no such setting", "SetControl"};
   if (value < 0 || value > kLargestSetting)
-    return Error{"the setting takes values from 0 to " + std::to_string(kLargestSetting),
-                 "SetControl"};
+    return Error{"the setting takes values from 0 to " + std::to_string(kLargestSetting), "SetControl"};
   std::lock_guard lock(shared_->mutex);
   (id == kBrightnessId ? shared_->look.brightness : shared_->look.contrast) = value;
   return {};

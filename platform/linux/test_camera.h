@@ -50,8 +50,7 @@ class TestPattern {
 
   // Draws frame `frame`, taken `timestamp_us` after the start of a run at `frames_per_second`,
   // into `picture` (made the pattern's size first when it is not).
-  void Render(std::int64_t frame, std::int64_t timestamp_us, double frames_per_second,
-              Picture& picture) const;
+  void Render(std::int64_t frame, std::int64_t timestamp_us, double frames_per_second, Picture& picture) const;
 
   // Where the elapsed time and the frame counter are written.
   Area ClockArea() const;
@@ -63,8 +62,7 @@ class TestPattern {
   void BuildBackground();
   void CopyBackground(std::int64_t frame, Picture& picture) const;
   void DrawBlock(std::int64_t frame, Picture& picture) const;
-  void DrawPanel(std::int64_t frame, std::int64_t timestamp_us, double frames_per_second,
-                 Picture& picture) const;
+  void DrawPanel(std::int64_t frame, std::int64_t timestamp_us, double frames_per_second, Picture& picture) const;
   void FillArea(const Area& area, const Colour& colour, Picture& picture) const;
   void DrawText(const std::string& text, int x, int y, Picture& picture) const;
   Colour Adjusted(const Colour& colour) const;

@@ -25,9 +25,8 @@ constexpr int kInputLevel = 50;
 // whole numbers, so that it stays exact over a run of any length.
 double ToneAt(std::int64_t frame, int samples_per_second) {
   const std::int64_t into_second = frame % samples_per_second;
-  const double phase = 2 * std::numbers::pi *
-                       static_cast<double>(into_second * kToneHertz % samples_per_second) /
-                       samples_per_second;
+  const double phase =
+      2 * std::numbers::pi * static_cast<double>(into_second * kToneHertz % samples_per_second) / samples_per_second;
   const bool beeping = into_second < samples_per_second / kBeepShareOfSecond;
   return (beeping ? kBeepLevel : kToneLevel) * std::sin(phase);
 }
@@ -49,8 +48,8 @@ class TestTone final : public AudioSource {
 
   Result<void> Start(const AudioFormat& format, AudioSink& sink) override {
     if (!ToneTakes(format))
-      return Error{"the test tone records 8 or 16 bits, one or two channels, at 1 to " +
-                       std::to_string(kHighestRate) + " samples a second",
+      return Error{"the test tone records 8 or 16 bits, one or two channels, at 1 to " + std::to_string(kHighestRate) +
+                       " samples a second",
                    "Start"};
     Stop();
     thread_ = std::thread([this, format, &sink] { Deliver(format, sink); });
@@ -88,8 +87,7 @@ class TestTone final : public AudioSource {
     for (std::int64_t tick = 1;; ++tick) {
       if (WaitUntilOrStop(start + tick * kChunk)) return;
       const auto elapsed = std::chrono::steady_clock::now() - start;
-      const auto elapsed_us =
-          std::chrono::duration_cast<std::chrono::microseconds>(elapsed).count();
+      const auto elapsed_us = std::chrono::duration_cast<std::chrono::microseconds>(elapsed).count();
       const std::int64_t due = (elapsed_us * format.samples_per_second + 500'000) / 1'000'000;
       if (due > delivered) {
         pcm.resize(static_cast<std::size_t>(due - delivered) * frame_bytes);
@@ -115,8 +113,7 @@ class TestTone final : public AudioSource {
 
 }  // namespace
 
-void WriteTestTone(const AudioFormat& format, std::int64_t first_frame,
-                   std::span<std::uint8_t> pcm) {
+void WriteTestTone(const AudioFormat& format, std::int64_t first_frame, std::span<std::uint8_t> pcm) {
   const std::size_t frame_bytes = FrameBytes(format);
   const auto frames = static_cast<std::int64_t>(pcm.size() / frame_bytes);
   std::uint8_t* out = pcm.data();
@@ -126,8 +123,7 @@ void WriteTestTone(const AudioFormat& format, std::int64_t first_frame,
       if (format.bits_per_sample == 8) {
         *out++ = static_cast<std::uint8_t>(128 + std::lround(value * 127));
       } else {
-        const auto sample =
-            static_cast<std::uint16_t>(static_cast<std::int16_t>(std::lround(value * 32767)));
+        const auto sample = static_cast<std::uint16_t>(static_cast<std::int16_t>(std::lround(value * 32767)));
         *out++ = static_cast<std::uint8_t>(sample & 0xFF);
         *out++ = static_cast<std::uint8_t>(sample >> 8);
       }

@@ -18,8 +18,7 @@ namespace zr::platform::linux_impl {
 
 // Writes the sample frames starting at `first_frame` into `pcm` (as many whole frames as fit),
 // interleaved in `format`. The format must be one the tone takes (see MakeTestTone).
-void WriteTestTone(const AudioFormat& format, std::int64_t first_frame,
-                   std::span<std::uint8_t> pcm);
+void WriteTestTone(const AudioFormat& format, std::int64_t first_frame, std::span<std::uint8_t> pcm);
 
 // Start gives an Error for a format other than 8 or 16 bits, 1 or 2 channels, 1 to 384000 Hz.
 std::unique_ptr<AudioSource> MakeTestTone();

@@ -1,7 +1,5 @@
 #include "platform/linux/v4l2_device.h"
 
-#include "platform/linux/ffmpeg_handles.h"
-
 #include <fcntl.h>
 #include <linux/videodev2.h>
 #include <sys/mman.h>
@@ -26,6 +24,7 @@
 #include <utility>
 
 #include "image/jpeg_codec.h"
+#include "platform/linux/ffmpeg_handles.h"
 
 extern "C" {
 #include <libavutil/pixfmt.h>
@@ -105,16 +104,13 @@ constexpr std::array<PixelFormat, 9> kPixelFormats{{
 }};
 
 const PixelFormat* FindPixelFormat(std::uint32_t fourcc) {
-  const auto* found =
-      std::find_if(kPixelFormats.begin(), kPixelFormats.end(),
-                   [fourcc](const PixelFormat& format) { return format.fourcc == fourcc; });
+  const auto* found = std::find_if(kPixelFormats.begin(), kPixelFormats.end(),
+                                   [fourcc](const PixelFormat& format) { return format.fourcc == fourcc; });
   return found == kPixelFormats.end() ? nullptr : found;
 }
 
 // Lower is better.
-std::ptrdiff_t PreferenceOf(std::uint32_t fourcc) {
-  return FindPixelFormat(fourcc) - kPixelFormats.data();
-}
+std::ptrdiff_t PreferenceOf(std::uint32_t fourcc) { return FindPixelFormat(fourcc) - kPixelFormats.data(); }
 
 // ---- An open device node ----------------------------------------------------------------------
 
@@ -156,8 +152,7 @@ std::optional<v4l2_capability> QueryCapability(const DeviceFile& file) {
 // The capabilities of this node; those of the whole device may belong to its sibling nodes (a
 // camera's metadata node shares the camera's capture capability).
 std::uint32_t NodeCapabilities(const v4l2_capability& capability) {
-  return (capability.capabilities & V4L2_CAP_DEVICE_CAPS) ? capability.device_caps
-                                                          : capability.capabilities;
+  return (capability.capabilities & V4L2_CAP_DEVICE_CAPS) ? capability.device_caps : capability.capabilities;
 }
 
 bool CanStreamVideo(const v4l2_capability& capability) {
@@ -165,9 +160,7 @@ bool CanStreamVideo(const v4l2_capability& capability) {
   return (node & V4L2_CAP_VIDEO_CAPTURE) && (node & V4L2_CAP_STREAMING);
 }
 
-bool HasTuner(const v4l2_capability& capability) {
-  return NodeCapabilities(capability) & V4L2_CAP_TUNER;
-}
+bool HasTuner(const v4l2_capability& capability) { return NodeCapabilities(capability) & V4L2_CAP_TUNER; }
 
 // ---- The format menu --------------------------------------------------------------------------
 
@@ -230,8 +223,7 @@ std::vector<FrameSize> TriedSizes(const DeviceFile& file, std::uint32_t fourcc) 
     format.fmt.pix.pixelformat = fourcc;
     format.fmt.pix.field = V4L2_FIELD_ANY;
     if (file.Ioctl(VIDIOC_TRY_FMT, &format) != 0) continue;
-    const FrameSize kept{static_cast<int>(format.fmt.pix.width),
-                         static_cast<int>(format.fmt.pix.height)};
+    const FrameSize kept{static_cast<int>(format.fmt.pix.width), static_cast<int>(format.fmt.pix.height)};
     if (format.fmt.pix.pixelformat == fourcc && kept == size) sizes.push_back(size);
   }
   return sizes;
@@ -253,8 +245,7 @@ std::vector<FrameSize> FrameSizes(const DeviceFile& file, std::uint32_t fourcc) 
       break;
     }
     if (size.discrete.width > 0 && size.discrete.height > 0)
-      sizes.push_back(
-          {static_cast<int>(size.discrete.width), static_cast<int>(size.discrete.height)});
+      sizes.push_back({static_cast<int>(size.discrete.width), static_cast<int>(size.discrete.height)});
   }
   return sizes;
 }
@@ -269,8 +260,7 @@ std::vector<MenuRow> BuildMenu(const DeviceFile& file) {
   }
   std::vector<MenuRow> menu;
   for (const auto& [size, fourcc] : best_per_size)
-    menu.push_back(
-        {{size.width, size.height, FindPixelFormat(fourcc)->menu_bits_per_pixel}, fourcc});
+    menu.push_back({{size.width, size.height, FindPixelFormat(fourcc)->menu_bits_per_pixel}, fourcc});
   return menu;
 }
 
@@ -283,8 +273,7 @@ std::optional<MenuRow> DefaultRow(const DeviceFile& file, const std::vector<Menu
       return row.shown.width == static_cast<int>(current.fmt.pix.width) &&
              row.shown.height == static_cast<int>(current.fmt.pix.height);
     };
-    if (const auto found = std::find_if(menu.begin(), menu.end(), same_size); found != menu.end())
-      return *found;
+    if (const auto found = std::find_if(menu.begin(), menu.end(), same_size); found != menu.end()) return *found;
   }
   MenuRow choice = menu.front();
   for (const MenuRow& row : menu) {  // sorted: the last that fits is the largest
@@ -311,16 +300,14 @@ bool UsesFullRange(const v4l2_pix_format& format) {
   return format.pixelformat == V4L2_PIX_FMT_GREY || format.colorspace == V4L2_COLORSPACE_JPEG;
 }
 
-Result<ActiveFormat> ApplyFormat(const DeviceFile& file, const MenuRow& row,
-                                 const std::string& path) {
+Result<ActiveFormat> ApplyFormat(const DeviceFile& file, const MenuRow& row, const std::string& path) {
   v4l2_format format{};
   format.type = V4L2_BUF_TYPE_VIDEO_CAPTURE;
   format.fmt.pix.width = static_cast<std::uint32_t>(row.shown.width);
   format.fmt.pix.height = static_cast<std::uint32_t>(row.shown.height);
   format.fmt.pix.pixelformat = row.fourcc;
   format.fmt.pix.field = V4L2_FIELD_ANY;
-  if (const int error = file.Ioctl(VIDIOC_S_FMT, &format))
-    return DeviceError(path, error, "VIDIOC_S_FMT");
+  if (const int error = file.Ioctl(VIDIOC_S_FMT, &format)) return DeviceError(path, error, "VIDIOC_S_FMT");
   const v4l2_pix_format& taken = format.fmt.pix;
   const PixelFormat* pixel = FindPixelFormat(taken.pixelformat);
   if (!pixel || taken.width == 0 || taken.height == 0)
@@ -328,8 +315,7 @@ Result<ActiveFormat> ApplyFormat(const DeviceFile& file, const MenuRow& row,
   ActiveFormat active{pixel, static_cast<int>(taken.width), static_cast<int>(taken.height),
                       static_cast<int>(taken.bytesperline), UsesFullRange(taken)};
   // Drivers may leave the row length out; the rows are then packed.
-  active.bytes_per_line =
-      std::max(active.bytes_per_line, active.width * pixel->first_plane_bytes_per_pixel);
+  active.bytes_per_line = std::max(active.bytes_per_line, active.width * pixel->first_plane_bytes_per_pixel);
   return active;
 }
 
@@ -353,20 +339,17 @@ double ReadFramesPerSecond(const DeviceFile& file) {
 }
 
 v4l2_fract PeriodOf(double frames_per_second) {
-  const auto frames =
-      static_cast<std::uint32_t>(std::lround(frames_per_second * kRateTermsPerFrame));
+  const auto frames = static_cast<std::uint32_t>(std::lround(frames_per_second * kRateTermsPerFrame));
   const std::uint32_t common = std::gcd(frames, kRateTermsPerFrame);
   return {kRateTermsPerFrame / common, frames / common};
 }
 
-Result<double> ApplyRate(const DeviceFile& file, double frames_per_second,
-                         const std::string& path) {
+Result<double> ApplyRate(const DeviceFile& file, double frames_per_second, const std::string& path) {
   std::optional<v4l2_streamparm> parameters = ReadStreamParameters(file);
   if (!parameters || !(parameters->parm.capture.capability & V4L2_CAP_TIMEPERFRAME))
     return Error{DeviceText(path) + " has no rate to choose", "VIDIOC_S_PARM"};
   parameters->parm.capture.timeperframe = PeriodOf(frames_per_second);
-  if (const int error = file.Ioctl(VIDIOC_S_PARM, &*parameters))
-    return DeviceError(path, error, "VIDIOC_S_PARM");
+  if (const int error = file.Ioctl(VIDIOC_S_PARM, &*parameters)) return DeviceError(path, error, "VIDIOC_S_PARM");
   return RateOf(parameters->parm.capture.timeperframe);  // the rate the device took
 }
 
@@ -407,8 +390,7 @@ std::vector<SourceControl> ReadControls(const DeviceFile& file) {
   std::vector<SourceControl> controls;
   v4l2_queryctrl query{};
   query.id = V4L2_CTRL_FLAG_NEXT_CTRL;
-  for (std::uint32_t count = 0; count < kMaxEnumerated && file.Ioctl(VIDIOC_QUERYCTRL, &query) == 0;
-       ++count) {
+  for (std::uint32_t count = 0; count < kMaxEnumerated && file.Ioctl(VIDIOC_QUERYCTRL, &query) == 0; ++count) {
     if (IsAdjustable(query)) controls.push_back(ControlOf(file, query));
     const std::uint32_t next = query.id | V4L2_CTRL_FLAG_NEXT_CTRL;
     query = v4l2_queryctrl{};
@@ -424,9 +406,7 @@ class Mapping {
   Mapping(V4l2System& system, void* address, std::size_t length)
       : system_(&system), address_(address), length_(length) {}
   Mapping(Mapping&& other) noexcept
-      : system_(other.system_),
-        address_(std::exchange(other.address_, nullptr)),
-        length_(other.length_) {}
+      : system_(other.system_), address_(std::exchange(other.address_, nullptr)), length_(other.length_) {}
   Mapping& operator=(Mapping&&) = delete;
   ~Mapping() {
     if (address_) system_->Munmap(address_, length_);
@@ -458,8 +438,7 @@ class Stream {
     std::unique_ptr<Stream> stream(new Stream(std::move(file)));
     if (Result<void> requested = stream->RequestBuffers(path); !requested) return requested.error();
     if (Result<void> mapped = stream->MapBuffers(path); !mapped) return mapped.error();
-    if (Result<void> streaming = stream->QueueAllAndStream(path); !streaming)
-      return streaming.error();
+    if (Result<void> streaming = stream->QueueAllAndStream(path); !streaming) return streaming.error();
     return stream;
   }
 
@@ -494,19 +473,16 @@ class Stream {
     request.count = kBufferCount;
     request.type = V4L2_BUF_TYPE_VIDEO_CAPTURE;
     request.memory = V4L2_MEMORY_MMAP;
-    if (const int error = file_.Ioctl(VIDIOC_REQBUFS, &request))
-      return DeviceError(path, error, "VIDIOC_REQBUFS");
+    if (const int error = file_.Ioctl(VIDIOC_REQBUFS, &request)) return DeviceError(path, error, "VIDIOC_REQBUFS");
     buffer_count_ = request.count;
-    if (buffer_count_ == 0)
-      return Error{DeviceText(path) + " has no memory for pictures", "VIDIOC_REQBUFS"};
+    if (buffer_count_ == 0) return Error{DeviceText(path) + " has no memory for pictures", "VIDIOC_REQBUFS"};
     return {};
   }
 
   Result<void> MapBuffers(const std::string& path) {
     for (std::uint32_t index = 0; index < buffer_count_; ++index) {
       v4l2_buffer buffer = MappedBuffer(index);
-      if (const int error = file_.Ioctl(VIDIOC_QUERYBUF, &buffer))
-        return DeviceError(path, error, "VIDIOC_QUERYBUF");
+      if (const int error = file_.Ioctl(VIDIOC_QUERYBUF, &buffer)) return DeviceError(path, error, "VIDIOC_QUERYBUF");
       void* address = file_.system().Mmap(buffer.length, file_.fd(), buffer.m.offset);
       if (address == MAP_FAILED) return DeviceError(path, errno, "mmap");
       buffers_.emplace_back(file_.system(), address, buffer.length);
@@ -517,12 +493,10 @@ class Stream {
   Result<void> QueueAllAndStream(const std::string& path) {
     for (std::uint32_t index = 0; index < buffer_count_; ++index) {
       v4l2_buffer buffer = MappedBuffer(index);
-      if (const int error = file_.Ioctl(VIDIOC_QBUF, &buffer))
-        return DeviceError(path, error, "VIDIOC_QBUF");
+      if (const int error = file_.Ioctl(VIDIOC_QBUF, &buffer)) return DeviceError(path, error, "VIDIOC_QBUF");
     }
     int type = V4L2_BUF_TYPE_VIDEO_CAPTURE;
-    if (const int error = file_.Ioctl(VIDIOC_STREAMON, &type))
-      return DeviceError(path, error, "VIDIOC_STREAMON");
+    if (const int error = file_.Ioctl(VIDIOC_STREAMON, &type)) return DeviceError(path, error, "VIDIOC_STREAMON");
     streaming_ = true;
     return {};
   }
@@ -587,16 +561,15 @@ SourcePlanes UpwardPlanesOf(const ActiveFormat& format, const std::uint8_t* base
 constexpr int kScalerFlags = SWS_BILINEAR | SWS_ACCURATE_RND;
 
 Result<ScalerPtr> ScalerFor(const ActiveFormat& format) {
-  ScalerPtr scaler(sws_getContext(format.width, format.height, format.pixel->scaler_input,
-                                  format.width, format.height, AV_PIX_FMT_BGR24, kScalerFlags,
-                                  nullptr, nullptr, nullptr));
+  ScalerPtr scaler(sws_getContext(format.width, format.height, format.pixel->scaler_input, format.width, format.height,
+                                  AV_PIX_FMT_BGR24, kScalerFlags, nullptr, nullptr, nullptr));
   if (!scaler) return Error{"the device's pictures cannot be converted", "sws_getContext"};
   if (format.pixel->has_video_levels) {
     const int* coefficients = sws_getCoefficients(SWS_CS_ITU601);
     constexpr int kFullRange = 1;
     constexpr int kUnitFixedPoint = 1 << 16;
-    if (sws_setColorspaceDetails(scaler.get(), coefficients, format.full_range ? 1 : 0,
-                                 coefficients, kFullRange, 0, kUnitFixedPoint, kUnitFixedPoint) < 0)
+    if (sws_setColorspaceDetails(scaler.get(), coefficients, format.full_range ? 1 : 0, coefficients, kFullRange, 0,
+                                 kUnitFixedPoint, kUnitFixedPoint) < 0)
       return Error{"the device's picture levels cannot be converted", "sws_setColorspaceDetails"};
   }
   return scaler;
@@ -605,8 +578,7 @@ Result<ScalerPtr> ScalerFor(const ActiveFormat& format) {
 class FrameConverter {
  public:
   static Result<FrameConverter> For(const ActiveFormat& format) {
-    if (format.pixel->layout == Layout::kJpeg)
-      return FrameConverter(format, nullptr, std::make_unique<JpegDecoder>());
+    if (format.pixel->layout == Layout::kJpeg) return FrameConverter(format, nullptr, std::make_unique<JpegDecoder>());
     Result<ScalerPtr> scaler = ScalerFor(format);
     if (!scaler) return scaler.error();
     return FrameConverter(format, std::move(*scaler), nullptr);
@@ -633,8 +605,8 @@ class FrameConverter {
     auto picture = std::make_shared<Picture>(Picture::Blank(format_.width, format_.height));
     std::uint8_t* const target[4] = {picture->bottom_up_bgr.data()};
     const int target_strides[4] = {picture->Stride()};
-    if (sws_scale(scaler_.get(), planes.data.data(), planes.strides.data(), 0, format_.height,
-                  target, target_strides) <= 0)
+    if (sws_scale(scaler_.get(), planes.data.data(), planes.strides.data(), 0, format_.height, target,
+                  target_strides) <= 0)
       return nullptr;
     return picture;
   }
@@ -656,13 +628,12 @@ struct FrameClock {
     // A driver that stamps nothing: the time it arrived, on the same monotonic clock the
     // drivers use.
     if (taken_us == 0) {
-      taken_us = std::chrono::duration_cast<std::chrono::microseconds>(
-                     std::chrono::steady_clock::now().time_since_epoch())
-                     .count();
+      taken_us =
+          std::chrono::duration_cast<std::chrono::microseconds>(std::chrono::steady_clock::now().time_since_epoch())
+              .count();
     }
     if (!first_us) first_us = taken_us;
-    return CapturedFrame{std::move(picture), std::max<std::int64_t>(0, taken_us - *first_us),
-                         next_sequence++};
+    return CapturedFrame{std::move(picture), std::max<std::int64_t>(0, taken_us - *first_us), next_sequence++};
   }
 };
 
@@ -671,11 +642,7 @@ class Pump {
  public:
   Pump(std::unique_ptr<Stream> stream, FrameConverter converter, FrameSink& sink, FrameClock& clock,
        const std::string& path)
-      : stream_(std::move(stream)),
-        converter_(std::move(converter)),
-        sink_(sink),
-        clock_(clock),
-        path_(path) {}
+      : stream_(std::move(stream)), converter_(std::move(converter)), sink_(sink), clock_(clock), path_(path) {}
 
   // Until asked to stop (nothing), or until the device ends the run (why it ended).
   std::optional<std::string> Run(const std::stop_token& stop) {
@@ -706,15 +673,13 @@ class Pump {
   // device's error.
   int TakeFrame() {
     v4l2_buffer buffer = MappedBuffer(0);
-    if (const int error = stream_->file().Ioctl(VIDIOC_DQBUF, &buffer))
-      return error == EINTR ? EAGAIN : error;
+    if (const int error = stream_->file().Ioctl(VIDIOC_DQBUF, &buffer)) return error == EINTR ? EAGAIN : error;
     Deliver(buffer);
     return stream_->file().Ioctl(VIDIOC_QBUF, &buffer);
   }
 
   void Deliver(const v4l2_buffer& buffer) {
-    if (buffer.flags & V4L2_BUF_FLAG_ERROR)
-      return;  // damaged in transfer; the next one is whole again
+    if (buffer.flags & V4L2_BUF_FLAG_ERROR) return;  // damaged in transfer; the next one is whole again
     std::shared_ptr<const Picture> picture = converter_.Convert(stream_->Bytes(buffer));
     if (!picture) return;
     sink_.OnFrame(clock_.Stamp(std::move(picture), buffer.timestamp));
@@ -859,9 +824,7 @@ class V4l2Source final : public FrameSource {
     if (!capability || !CanStreamVideo(*capability))
       return Error{DeviceText(path_) + " cannot capture video", "VIDIOC_QUERYCAP"};
     const std::optional<MenuRow> row = chosen_ ? chosen_ : DefaultRow(file, MenuFrom(file));
-    if (!row)
-      return Error{DeviceText(path_) + " offers no picture format that can be shown",
-                   "VIDIOC_ENUM_FMT"};
+    if (!row) return Error{DeviceText(path_) + " offers no picture format that can be shown", "VIDIOC_ENUM_FMT"};
     Result<ActiveFormat> format = ApplyFormat(file, *row, path_);
     if (!format) return format.error();
     // Devices go back to their default rate with a new format; the operator's rate stays.
@@ -875,11 +838,9 @@ class V4l2Source final : public FrameSource {
     width_ = format->width;
     height_ = format->height;
     ended_ = false;
-    auto pump =
-        std::make_unique<Pump>(std::move(*stream), std::move(*converter), *sink_, clock_, path_);
-    pump_ = std::jthread([this, pump = std::move(pump)](std::stop_token stop) mutable {
-      RunPump(stop, std::move(pump));
-    });
+    auto pump = std::make_unique<Pump>(std::move(*stream), std::move(*converter), *sink_, clock_, path_);
+    pump_ =
+        std::jthread([this, pump = std::move(pump)](std::stop_token stop) mutable { RunPump(stop, std::move(pump)); });
     return {};
   }
 
@@ -893,8 +854,7 @@ class V4l2Source final : public FrameSource {
 
   // For what the devices take only while not streaming: stops the stream, changes, and starts
   // it again (with the old settings when the change failed).
-  Result<void> ChangeWhileNotStreaming(
-      const std::function<Result<void>(const DeviceFile&)>& change) {
+  Result<void> ChangeWhileNotStreaming(const std::function<Result<void>(const DeviceFile&)>& change) {
     const bool was_streaming = IsStreaming();
     Stop();
     Result<void> changed = [&]() -> Result<void> {
@@ -941,8 +901,7 @@ std::vector<V4l2DeviceInfo> ListV4l2Devices(V4l2System& system) {
   for (const std::string& node : nodes) {
     const DeviceFile file(system, node);
     if (!file.is_open()) {
-      if (file.open_error() == EBUSY || file.open_error() == EACCES)
-        devices.push_back({node, node, false});
+      if (file.open_error() == EBUSY || file.open_error() == EACCES) devices.push_back({node, node, false});
       continue;
     }
     const std::optional<v4l2_capability> capability = QueryCapability(file);

@@ -21,8 +21,8 @@ constexpr std::string_view kVideoNodePrefix = "video";
 // "video" followed by its number only: video0, video12 (not video-loopback or the like).
 bool IsVideoNodeName(const std::string& name) {
   if (name.size() <= kVideoNodePrefix.size() || !name.starts_with(kVideoNodePrefix)) return false;
-  return std::all_of(name.begin() + static_cast<std::ptrdiff_t>(kVideoNodePrefix.size()),
-                     name.end(), [](unsigned char c) { return std::isdigit(c) != 0; });
+  return std::all_of(name.begin() + static_cast<std::ptrdiff_t>(kVideoNodePrefix.size()), name.end(),
+                     [](unsigned char c) { return std::isdigit(c) != 0; });
 }
 
 class RealSystem final : public V4l2System {
@@ -36,9 +36,7 @@ class RealSystem final : public V4l2System {
     return nodes;
   }
 
-  int Open(const std::string& path, int flags) override {
-    return ::open(path.c_str(), flags | O_CLOEXEC);
-  }
+  int Open(const std::string& path, int flags) override { return ::open(path.c_str(), flags | O_CLOEXEC); }
   int Close(int fd) override { return ::close(fd); }
 
   int Ioctl(int fd, unsigned long request, void* argument) override {

@@ -132,8 +132,8 @@ class RealCaptureWindow final : public VfwCaptureWindow, public ConnectedDevice 
 
   bool SetAudioFormat(const WAVEFORMATEX& format, int) override {
     if (!live_) return false;
-    if (format.wFormatTag != 1 || (format.wBitsPerSample != 8 && format.wBitsPerSample != 16) ||
-        format.nChannels < 1 || format.nSamplesPerSec < 1)
+    if (format.wFormatTag != 1 || (format.wBitsPerSample != 8 && format.wBitsPerSample != 16) || format.nChannels < 1 ||
+        format.nSamplesPerSec < 1)
       return false;
     wave_ = format;
     return true;
@@ -211,22 +211,17 @@ class RealCaptureWindow final : public VfwCaptureWindow, public ConnectedDevice 
     EndRun();
     run_message_ = kCaptureEndText;
     const double frames_per_second = RunFramesPerSecond();
-    (void)live_->Source().SetFramesPerSecond(
-        frames_per_second);  // a source with no rate of its own keeps its pace
+    (void)live_->Source().SetFramesPerSecond(frames_per_second);  // a source with no rate of its own keeps its pace
     MovieRun::Request request;
     request.path = capture_file_;
-    request.format =
-        devices_.Compressors().MovieFormatOf(devices_.Compressors().DriverCompressor());
+    request.format = devices_.Compressors().MovieFormatOf(devices_.Compressors().DriverCompressor());
     request.format.frames_per_second = frames_per_second;
-    request.format.audio =
-        AudioFormat{static_cast<int>(wave_.nSamplesPerSec), wave_.nChannels, wave_.wBitsPerSample};
+    request.format.audio = AudioFormat{static_cast<int>(wave_.nSamplesPerSec), wave_.nChannels, wave_.wBitsPerSample};
     if (parms_.fLimitEnabled) request.limit_seconds = static_cast<int>(parms_.wTimeLimit);
     std::unique_ptr<AudioSource> sound;
-    if (parms_.fCaptureAudio && !devices_.AudioDevices().empty())
-      sound = devices_.AudioDevices()[audio_device_].open();
-    run_ = std::make_unique<MovieRun>(
-        devices_.Services().movies, *live_, std::move(sound), request,
-        [this](RecordingEnd end, const std::string& message) { RunEnded(end, message); });
+    if (parms_.fCaptureAudio && !devices_.AudioDevices().empty()) sound = devices_.AudioDevices()[audio_device_].open();
+    run_ = std::make_unique<MovieRun>(devices_.Services().movies, *live_, std::move(sound), request,
+                                      [this](RecordingEnd end, const std::string& message) { RunEnded(end, message); });
     status_.fCapFileExists = 1;
     if (!run_->Start()) {
       run_.reset();
@@ -251,12 +246,10 @@ class RealCaptureWindow final : public VfwCaptureWindow, public ConnectedDevice 
     single_frames_.reset();
     MovieRun::Request request;
     request.path = capture_file_;
-    request.format =
-        devices_.Compressors().MovieFormatOf(devices_.Compressors().DriverCompressor());
+    request.format = devices_.Compressors().MovieFormatOf(devices_.Compressors().DriverCompressor());
     request.format.frames_per_second = RunFramesPerSecond();
     request.pace = RecordingPace::FrameByFrame;
-    single_frames_ =
-        std::make_unique<MovieRun>(devices_.Services().movies, *live_, nullptr, request, nullptr);
+    single_frames_ = std::make_unique<MovieRun>(devices_.Services().movies, *live_, nullptr, request, nullptr);
     if (!single_frames_->Start()) {
       single_frames_.reset();
       return false;
@@ -274,14 +267,11 @@ class RealCaptureWindow final : public VfwCaptureWindow, public ConnectedDevice 
 
   // ---- the face's hands on the picture
 
-  std::shared_ptr<const Picture> LatestPicture() const override {
-    return live_ ? live_->Latest() : nullptr;
-  }
+  std::shared_ptr<const Picture> LatestPicture() const override { return live_ ? live_->Latest() : nullptr; }
   std::string SourceMessage() const override { return live_ ? live_->EndMessage() : std::string(); }
   void MousePressed(int button) override {
     if (!run_ || !run_->Running()) return;
-    const bool aborts =
-        (button == 1 && parms_.fAbortLeftMouse) || (button == 2 && parms_.fAbortRightMouse);
+    const bool aborts = (button == 1 && parms_.fAbortLeftMouse) || (button == 2 && parms_.fAbortRightMouse);
     if (aborts) run_->RequestStop();
   }
 
@@ -299,8 +289,7 @@ class RealCaptureWindow final : public VfwCaptureWindow, public ConnectedDevice 
 
   int CurrentFormatRow(const std::vector<SourceFormat>& formats) const {
     for (std::size_t row = 0; row < formats.size(); ++row)
-      if (formats[row].width == live_->Source().Width() &&
-          formats[row].height == live_->Source().Height())
+      if (formats[row].width == live_->Source().Width() && formats[row].height == live_->Source().Height())
         return static_cast<int>(row);
     return 0;
   }
@@ -348,8 +337,7 @@ class RealCaptureWindow final : public VfwCaptureWindow, public ConnectedDevice 
   std::mutex callback_mutex_;  // the callback is called from the logic and the writer threads
   CaptureStatusCallback callback_ = nullptr;
   void* callback_context_ = nullptr;
-  std::string run_message_ =
-      kCaptureEndText;  // the text of the last 301; its pointer outlives the call
+  std::string run_message_ = kCaptureEndText;  // the text of the last 301; its pointer outlives the call
   std::unique_ptr<MovieRun> run_;
   std::unique_ptr<MovieRun> single_frames_;
 };
@@ -365,8 +353,7 @@ class RealDriverSystem final : public VfwDriverSystem {
     return DriverDescription{entry.name, entry.version};
   }
 
-  std::unique_ptr<VfwCaptureWindow> CreateCaptureWindow(const std::string&, int, int, int,
-                                                        int) override {
+  std::unique_ptr<VfwCaptureWindow> CreateCaptureWindow(const std::string&, int, int, int, int) override {
     return MakeCaptureWindow(devices_);
   }
 

@@ -59,7 +59,9 @@ class SimCaptureControl : public VideoCaptureControl, public SimSource {
     Write("VideoInputIndex", std::to_string(index));
     video_input_ = index;
   }
-  std::vector<VideoFormatRow> VideoFormatList() override { return spec_ ? spec_->formats : std::vector<VideoFormatRow>{}; }
+  std::vector<VideoFormatRow> VideoFormatList() override {
+    return spec_ ? spec_->formats : std::vector<VideoFormatRow>{};
+  }
   void SelectVideoFormat(int row) override {
     Invoke("SelectVideoFormat", std::to_string(row));
     if (!spec_ || row < 0 || row >= static_cast<int>(spec_->formats.size())) throw DeviceError("no such format");
@@ -147,9 +149,9 @@ class SimCaptureControl : public VideoCaptureControl, public SimSource {
     settings.height = described.height;
     if (capture_audio_) settings.audio = AudioFormat{22050, 1, 16};
     if (limit_enabled_) settings.limit_seconds = limit_seconds_;
-    recording_ = std::make_shared<SimRecording>(world_.Loop(), world_.Movies(), settings,
-                                                [this] { return CurrentPicture(); },
-                                                [this] { PostEvent(&CaptureControlEvents::CaptureStopped); });
+    recording_ = std::make_shared<SimRecording>(
+        world_.Loop(), world_.Movies(), settings, [this] { return CurrentPicture(); },
+        [this] { PostEvent(&CaptureControlEvents::CaptureStopped); });
     if (!recording_->Start()) throw DeviceError("the capture file cannot be written");
     PostEvent(&CaptureControlEvents::CaptureStarted);
   }
@@ -179,8 +181,8 @@ class SimCaptureControl : public VideoCaptureControl, public SimSource {
     settings.path = capture_file_;
     settings.width = described.width;
     settings.height = described.height;
-    single_frames_ = std::make_shared<SimRecording>(world_.Loop(), world_.Movies(), settings,
-                                                    [this] { return CurrentPicture(); }, nullptr);
+    single_frames_ = std::make_shared<SimRecording>(
+        world_.Loop(), world_.Movies(), settings, [this] { return CurrentPicture(); }, nullptr);
     if (!single_frames_->OpenForSingleFrames(frames_per_second)) {
       single_frames_.reset();
       throw DeviceError("the capture file cannot be written");
@@ -210,9 +212,9 @@ class SimCaptureControl : public VideoCaptureControl, public SimSource {
 
   void DrawVideoText(int line, const std::string& text, int x, int y, const std::string& font, int size,
                      std::int32_t colour, int background) override {
-    Invoke("DrawVideoText", std::to_string(line) + ", " + text + ", " + std::to_string(x) + ", " +
-                                std::to_string(y) + ", " + font + ", " + std::to_string(size) + ", " +
-                                std::to_string(colour) + ", " + std::to_string(background));
+    Invoke("DrawVideoText", std::to_string(line) + ", " + text + ", " + std::to_string(x) + ", " + std::to_string(y) +
+                                ", " + font + ", " + std::to_string(size) + ", " + std::to_string(colour) + ", " +
+                                std::to_string(background));
   }
   int DVCommand(int command) override {
     Invoke("DVCommand", std::to_string(command));
@@ -243,9 +245,7 @@ class SimCaptureControl : public VideoCaptureControl, public SimSource {
     if (index < 0 || index >= static_cast<int>(devices.size())) throw DeviceError("no such device");
     return *devices[static_cast<std::size_t>(index)];
   }
-  std::vector<std::string> AudioInputs() const {
-    return spec_ ? spec_->audio_inputs : std::vector<std::string>{};
-  }
+  std::vector<std::string> AudioInputs() const { return spec_ ? spec_->audio_inputs : std::vector<std::string>{}; }
   static std::string Item(const std::vector<std::string>& items, int index) {
     if (index < 0 || index >= static_cast<int>(items.size())) throw DeviceError("no such entry");
     return items[static_cast<std::size_t>(index)];

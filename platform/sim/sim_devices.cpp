@@ -192,8 +192,8 @@ class SimCaptureWindow : public VfwCaptureWindow, public SimSource {
   }
 
   bool Place(int x, int y, int width, int height, Placement) override {
-    world_.Log("capResize(" + std::to_string(x) + ", " + std::to_string(y) + ", " +
-               std::to_string(width) + ", " + std::to_string(height) + ")");
+    world_.Log("capResize(" + std::to_string(x) + ", " + std::to_string(y) + ", " + std::to_string(width) + ", " +
+               std::to_string(height) + ")");
     return true;
   }
 
@@ -229,9 +229,9 @@ class SimCaptureWindow : public VfwCaptureWindow, public SimSource {
     if (parms_.fCaptureAudio)
       settings.audio = AudioFormat{static_cast<int>(audio_.nSamplesPerSec), audio_.nChannels, audio_.wBitsPerSample};
     if (parms_.fLimitEnabled) settings.limit_seconds = static_cast<int>(parms_.wTimeLimit);
-    recording_ = std::make_shared<SimRecording>(world_.Loop(), world_.Movies(), settings,
-                                                [this] { return CurrentPicture(); },
-                                                [this] { Report(kCaptureEndStatusId, "End of capture"); });
+    recording_ = std::make_shared<SimRecording>(
+        world_.Loop(), world_.Movies(), settings, [this] { return CurrentPicture(); },
+        [this] { Report(kCaptureEndStatusId, "End of capture"); });
     status_.fCapFileExists = 1;
     if (!recording_->Start()) return false;
     Report(kCaptureBeginStatusId, "Capture start");
@@ -256,8 +256,8 @@ class SimCaptureWindow : public VfwCaptureWindow, public SimSource {
     settings.path = capture_file_;
     settings.width = spec_->width;
     settings.height = spec_->height;
-    single_frames_ = std::make_shared<SimRecording>(world_.Loop(), world_.Movies(), settings,
-                                                    [this] { return CurrentPicture(); }, nullptr);
+    single_frames_ = std::make_shared<SimRecording>(
+        world_.Loop(), world_.Movies(), settings, [this] { return CurrentPicture(); }, nullptr);
     const double rate = parms_.dwRequestMicroSecPerFrame > 0 ? 1e6 / parms_.dwRequestMicroSecPerFrame : 15.0;
     if (!single_frames_->OpenForSingleFrames(rate)) {
       single_frames_.reset();

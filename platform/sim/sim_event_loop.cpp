@@ -79,8 +79,7 @@ void SimEventLoop::Block(const std::function<bool()>& finished) {
   RunDueWork(now_ms_);
   while (!finished()) {
     const std::int64_t next = NextDueMs(/*with_timers=*/false);
-    if (next == kNever)
-      throw StuckError("the program is blocked in a call that nothing scheduled will end");
+    if (next == kNever) throw StuckError("the program is blocked in a call that nothing scheduled will end");
     now_ms_ = std::max(now_ms_, next);
     RunDueWork(now_ms_);
   }

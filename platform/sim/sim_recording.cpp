@@ -18,8 +18,8 @@ std::vector<std::uint8_t> Silence(const AudioFormat& format, std::int64_t sample
 
 }  // namespace
 
-SimRecording::SimRecording(SimEventLoop& loop, MovieFiles& movies, Settings settings,
-                           std::function<Picture()> picture, std::function<void()> on_end)
+SimRecording::SimRecording(SimEventLoop& loop, MovieFiles& movies, Settings settings, std::function<Picture()> picture,
+                           std::function<void()> on_end)
     : loop_(loop),
       movies_(movies),
       settings_(std::move(settings)),
@@ -35,8 +35,8 @@ bool SimRecording::OpenForSingleFrames(double frames_per_second) {
 }
 
 bool SimRecording::Start() {
-  MovieFormat format{settings_.width, settings_.height, RateOf(settings_.microseconds_per_frame),
-                     VideoCodec::Mjpeg, 90, settings_.audio};
+  MovieFormat format{settings_.width, settings_.height, RateOf(settings_.microseconds_per_frame), VideoCodec::Mjpeg, 90,
+                     settings_.audio};
   auto writer = movies_.OpenWriter(settings_.path, format);
   if (!writer) return false;
   writer_ = std::move(writer.value());
@@ -94,9 +94,7 @@ bool SimRecording::AppendFrame() {
   return WriteFrameAndSound(frames_);
 }
 
-std::int64_t SimRecording::ElapsedMs() const {
-  return (running_ ? loop_.NowMs() : end_ms_) - start_ms_;
-}
+std::int64_t SimRecording::ElapsedMs() const { return (running_ ? loop_.NowMs() : end_ms_) - start_ms_; }
 
 void SimRecording::End() {
   if (writer_) {

@@ -26,8 +26,8 @@ class SimRecording : public std::enable_shared_from_this<SimRecording> {
     std::optional<int> limit_seconds;  // nothing: runs until stopped
   };
 
-  SimRecording(SimEventLoop& loop, MovieFiles& movies, Settings settings,
-               std::function<Picture()> picture, std::function<void()> on_end);
+  SimRecording(SimEventLoop& loop, MovieFiles& movies, Settings settings, std::function<Picture()> picture,
+               std::function<void()> on_end);
 
   // Opens the file and starts delivering frames; false when the file cannot be written.
   bool Start();

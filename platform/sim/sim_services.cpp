@@ -10,20 +10,28 @@ namespace {
 
 std::string DescribeDialog(const ShownDialog& dialog) {
   switch (dialog.kind) {
-    case ShownDialog::Kind::MessageBox: return "message box \"" + dialog.message.text + "\"";
-    case ShownDialog::Kind::InputBox: return "input box \"" + dialog.input.prompt + "\"";
-    case ShownDialog::Kind::Open: return "open dialog \"" + dialog.file.title + "\"";
-    case ShownDialog::Kind::Save: return "save dialog \"" + dialog.file.title + "\"";
-    case ShownDialog::Kind::Folder: return "folder dialog \"" + dialog.file.title + "\"";
+    case ShownDialog::Kind::MessageBox:
+      return "message box \"" + dialog.message.text + "\"";
+    case ShownDialog::Kind::InputBox:
+      return "input box \"" + dialog.input.prompt + "\"";
+    case ShownDialog::Kind::Open:
+      return "open dialog \"" + dialog.file.title + "\"";
+    case ShownDialog::Kind::Save:
+      return "save dialog \"" + dialog.file.title + "\"";
+    case ShownDialog::Kind::Folder:
+      return "folder dialog \"" + dialog.file.title + "\"";
   }
   return "dialog";
 }
 
 ShownDialog::Kind KindOf(FileDialogKind kind) {
   switch (kind) {
-    case FileDialogKind::Open: return ShownDialog::Kind::Open;
-    case FileDialogKind::Save: return ShownDialog::Kind::Save;
-    case FileDialogKind::Folder: return ShownDialog::Kind::Folder;
+    case FileDialogKind::Open:
+      return ShownDialog::Kind::Open;
+    case FileDialogKind::Save:
+      return ShownDialog::Kind::Save;
+    case FileDialogKind::Folder:
+      return ShownDialog::Kind::Folder;
   }
   return ShownDialog::Kind::Open;
 }
@@ -61,8 +69,7 @@ MessageAnswer SimDialogs::MessageBox(const MessageBoxRequest& request) {
   ShownDialog dialog{ShownDialog::Kind::MessageBox, request, {}, {}};
   Record(dialog);
   if (request.buttons == MessageButtons::Ok) return MessageAnswer::Ok;
-  if (message_answers_.empty())
-    throw UnansweredDialog("no answer queued for the " + DescribeDialog(dialog));
+  if (message_answers_.empty()) throw UnansweredDialog("no answer queued for the " + DescribeDialog(dialog));
   const MessageAnswer answer = message_answers_.front();
   message_answers_.pop_front();
   return answer;
@@ -71,15 +78,13 @@ MessageAnswer SimDialogs::MessageBox(const MessageBoxRequest& request) {
 std::optional<std::string> SimDialogs::InputBox(const InputBoxRequest& request) {
   ShownDialog dialog{ShownDialog::Kind::InputBox, {}, request, {}};
   Record(dialog);
-  if (input_answers_.empty())
-    throw UnansweredDialog("no answer queued for the " + DescribeDialog(dialog));
+  if (input_answers_.empty()) throw UnansweredDialog("no answer queued for the " + DescribeDialog(dialog));
   auto answer = std::move(input_answers_.front());
   input_answers_.pop_front();
   return answer;
 }
 
-void SimDialogs::QueueFileAnswer(FileDialogKind kind,
-                                 std::optional<std::vector<std::string>> answer) {
+void SimDialogs::QueueFileAnswer(FileDialogKind kind, std::optional<std::vector<std::string>> answer) {
   file_answers_[kind].push_back(std::move(answer));
 }
 
@@ -93,18 +98,17 @@ std::optional<std::vector<std::string>> SimDialogs::FileDialog(const FileDialogR
   return answer;
 }
 
-std::string SimSettingsStore::Get(const std::string& application, const std::string& section,
-                                  const std::string& key, const std::string& default_value) {
+std::string SimSettingsStore::Get(const std::string& application, const std::string& section, const std::string& key,
+                                  const std::string& default_value) {
   return Find(application, section, key).value_or(default_value);
 }
 
-void SimSettingsStore::Save(const std::string& application, const std::string& section,
-                            const std::string& key, const std::string& value) {
+void SimSettingsStore::Save(const std::string& application, const std::string& section, const std::string& key,
+                            const std::string& value) {
   values_[{application, section, key}] = value;
 }
 
-std::optional<std::string> SimSettingsStore::Find(const std::string& application,
-                                                  const std::string& section,
+std::optional<std::string> SimSettingsStore::Find(const std::string& application, const std::string& section,
                                                   const std::string& key) const {
   const auto found = values_.find({application, section, key});
   if (found == values_.end()) return std::nullopt;
@@ -123,8 +127,8 @@ std::optional<std::uint64_t> SimFileSystem::FreeBytes(const std::string&) {
 }
 
 DateTime AddSeconds(const DateTime& start, std::int64_t seconds) {
-  std::int64_t total = DaysFromCivil(start.year, start.month, start.day) * 86400 +
-                       start.hour * 3600 + start.minute * 60 + start.second + seconds;
+  std::int64_t total = DaysFromCivil(start.year, start.month, start.day) * 86400 + start.hour * 3600 +
+                       start.minute * 60 + start.second + seconds;
   std::int64_t days = total >= 0 ? total / 86400 : (total - 86399) / 86400;
   std::int64_t in_day = total - days * 86400;
   DateTime result;
@@ -135,9 +139,7 @@ DateTime AddSeconds(const DateTime& start, std::int64_t seconds) {
   return result;
 }
 
-DateTime SimWallClock::Now() const {
-  return AddSeconds(base_, (loop_.NowMs() - base_loop_ms_) / 1000);
-}
+DateTime SimWallClock::Now() const { return AddSeconds(base_, (loop_.NowMs() - base_loop_ms_) / 1000); }
 
 void SimWallClock::Set(const DateTime& now) {
   base_ = now;

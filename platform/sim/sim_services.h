@@ -59,8 +59,8 @@ using SimClipboard = MemoryClipboard;
 
 class SimSettingsStore : public SettingsStore {
  public:
-  std::string Get(const std::string& application, const std::string& section,
-                  const std::string& key, const std::string& default_value) override;
+  std::string Get(const std::string& application, const std::string& section, const std::string& key,
+                  const std::string& default_value) override;
   void Save(const std::string& application, const std::string& section, const std::string& key,
             const std::string& value) override;
   std::optional<std::string> Find(const std::string& application, const std::string& section,

@@ -28,8 +28,8 @@ class HeadlessProgramTest : public ::testing::Test {
   // exit status and leaves what it printed in output_.
   int Run(const std::string& arguments) {
     const std::string command = "cd '" + folder_.string() + "' && XDG_CONFIG_HOME='" + (folder_ / "config").string() +
-                                "' HOME='" + folder_.string() + "' LANG=C " + ZR_ZANDRELL_PROGRAM +
-                                " --app-path '" + (folder_ / "app").string() + "' " + arguments + " 2>&1; echo \"exit=$?\"";
+                                "' HOME='" + folder_.string() + "' LANG=C " + ZR_ZANDRELL_PROGRAM + " --app-path '" +
+                                (folder_ / "app").string() + "' " + arguments + " 2>&1; echo \"exit=$?\"";
     output_ = RunCommand(command);
     const auto at = output_.rfind("exit=");
     return at == std::string::npos ? -1 : std::stoi(output_.substr(at + 5));

@@ -1,9 +1,9 @@
 // The scenario runner against the program: what passes, and that every kind of mistake fails
 // at its line with what was expected and what was found, never passes.
 
-#include <gtest/gtest.h>
-
 #include "apps/scenario/runner.h"
+
+#include <gtest/gtest.h>
 
 namespace zr::scenario {
 namespace {
@@ -17,17 +17,18 @@ const char* const kConnectedDriver =
     "call VideoScreen.ConnectVideoCaptureDevice(0, \"vfw\", \"Sim Camera\")\n";
 
 TEST(RunnerTest, CallReachesTheRecordingEngineAndExpectationsPass) {
-  const auto outcome = RunText(std::string(kConnectedDriver) +
-                           "set Master.MovieFrameRateControl.Value = 10\n"
-                           "set Master.MovieSecondsControl.Value = 2\n"
-                           "call VideoScreen.SetFilename(\"$APPa.avi\")\n"
-                           "call VideoScreen.Record()\n"
-                           "expect state CapStatus.fCapturingNow == 0\n"
-                           "wait 2500ms\n"
-                           "expect Master.StatusString.Caption == \"Stopped\"\n"
-                           "expect movie a.avi frames == 20\n"
-                           "expect movie a.avi rate == 10\n"
-                           "expect device log sequence \"capSetCaptureFile(\" \"capSetSetup()\" \"capStartSequence()\"\n");
+  const auto outcome =
+      RunText(std::string(kConnectedDriver) +
+              "set Master.MovieFrameRateControl.Value = 10\n"
+              "set Master.MovieSecondsControl.Value = 2\n"
+              "call VideoScreen.SetFilename(\"$APPa.avi\")\n"
+              "call VideoScreen.Record()\n"
+              "expect state CapStatus.fCapturingNow == 0\n"
+              "wait 2500ms\n"
+              "expect Master.StatusString.Caption == \"Stopped\"\n"
+              "expect movie a.avi frames == 20\n"
+              "expect movie a.avi rate == 10\n"
+              "expect device log sequence \"capSetCaptureFile(\" \"capSetSetup()\" \"capStartSequence()\"\n");
   EXPECT_TRUE(outcome.passed) << outcome.line << ": " << outcome.message;
 }
 
@@ -57,8 +58,7 @@ INSTANTIATE_TEST_SUITE_P(
         FailingCase{"MisspeltProperty", "expect Master.StatusString.Captoin == \"\"\n", 5, "Captoin"},
         FailingCase{"MisspeltCommand", "clik Master.OperationBar[record]\n", 5, "expected"},
         FailingCase{"MisspeltProcedure", "call VideoScreen.Recrod()\n", 5, "found \"Recrod\""},
-        FailingCase{"WrongValue", "expect Master.StatusString.Caption == \"Recording\"\n", 5,
-                    "found \"Connected\""},
+        FailingCase{"WrongValue", "expect Master.StatusString.Caption == \"Recording\"\n", 5, "found \"Connected\""},
         FailingCase{"WrongNumber", "expect state CaptureParms.dwIndexSize < 1000\n", 5, "found 324000"},
         FailingCase{"MissingFile", "expect file nothing.avi exists\n", 5, "no such file"},
         FailingCase{"UncheckedDialog", "call VideoScreen.VideoSource()\nexpect no dialog\n", 6,
@@ -78,16 +78,16 @@ TEST(RunnerTest, ADialogWithoutAQueuedAnswerFailsNamingTheDialog) {
 
 TEST(RunnerTest, AnAfterCommandRunsInsideABlockingCaptureAndItsClickEndsTheRun) {
   const auto outcome = RunText("setting \"ZZANDRELL\" \"ADV\" \"YIELD\" = \"0\"\n" + std::string(kConnectedDriver) +
-                           "expect state CaptureParms.fYield == 0\n"
-                           "set Master.MovieFrameRateControl.Value = 10\n"
-                           "set Master.MovieDisableLimit.Value = 1\n"
-                           "call VideoScreen.SetFilename(\"$APPx.avi\")\n"
-                           "after 1950ms expect Master.DroppedString.Caption == \"Exclusive Task\"\n"
-                           "after 1950ms click Master.StatusString\n"
-                           "click Master.OperationBar[record]\n"
-                           "wait 100ms\n"
-                           "expect Master.StatusString.Caption == \"Stopped\"\n"
-                           "expect movie x.avi frames == 20\n");
+                               "expect state CaptureParms.fYield == 0\n"
+                               "set Master.MovieFrameRateControl.Value = 10\n"
+                               "set Master.MovieDisableLimit.Value = 1\n"
+                               "call VideoScreen.SetFilename(\"$APPx.avi\")\n"
+                               "after 1950ms expect Master.DroppedString.Caption == \"Exclusive Task\"\n"
+                               "after 1950ms click Master.StatusString\n"
+                               "click Master.OperationBar[record]\n"
+                               "wait 100ms\n"
+                               "expect Master.StatusString.Caption == \"Stopped\"\n"
+                               "expect movie x.avi frames == 20\n");
   EXPECT_TRUE(outcome.passed) << outcome.line << ": " << outcome.message;
 }
 

@@ -119,8 +119,9 @@ TEST(ScriptParserForms, WorldCommands) {
          return u.address == "http://cam/x.jpg" && u.options.size() == 3 && u.options[0].key == "fps" &&
                 u.options[0].value == "5" && u.options[1].value == R"("a b")" && u.options[2].value == "solid(1, 2, 3)";
        })},
-      {R"(sound-inputs "Mic" "Line")",
-       Is<SoundInputs>([](const SoundInputs& s) { return s.names == std::vector<std::string>{"Mic", "Line"}; })},
+      {R"(sound-inputs "Mic" "Line")", Is<SoundInputs>([](const SoundInputs& s) {
+         return s.names == std::vector<std::string>{"Mic", "Line"};
+       })},
       {"sound-inputs", Is<SoundInputs>([](const SoundInputs& s) { return s.names.empty(); })},
       {R"(serial-ports "/dev/ttyS0" "/dev/ttyUSB0")",
        Is<SerialPorts>([](const SerialPorts& s) { return s.names.size() == 2 && s.names[1] == "/dev/ttyUSB0"; })},
@@ -207,8 +208,8 @@ TEST(ScriptParserForms, Expectations) {
          return Describe(e.target) == "Master#0/OperationBar{record}/Image" &&
                 e.comparison.relation == Relation::kEqual && e.comparison.expected == Value("stop"s);
        })},
-      {R"(expect Master.StatusString.Caption contains "Stop")", Is<ExpectProperty>(
-           [](const ExpectProperty& e) { return e.comparison.relation == Relation::kContains; })},
+      {R"(expect Master.StatusString.Caption contains "Stop")",
+       Is<ExpectProperty>([](const ExpectProperty& e) { return e.comparison.relation == Relation::kContains; })},
       {"expect Master.Slider.Value >= -2.5", Is<ExpectProperty>([](const ExpectProperty& e) {
          return e.comparison.relation == Relation::kGreaterOrEqual && e.comparison.expected == Value(-2.5);
        })},
@@ -236,8 +237,8 @@ TEST(ScriptParserForms, Expectations) {
        Is<ExpectFileText>([](const ExpectFileText& e) { return e.match == TextMatch::kEquals && e.text == "x\r\n"; })},
       {R"(expect file a.txt text lacks "y")",
        Is<ExpectFileText>([](const ExpectFileText& e) { return e.match == TextMatch::kLacks && e.text == "y"; })},
-      {R"(expect file a.avi bytes 8 == hex "4C49a0")", Is<ExpectFileBytes>(
-           [](const ExpectFileBytes& e) { return e.offset == 8 && e.bytes == "LI\xa0"; })},
+      {R"(expect file a.avi bytes 8 == hex "4C49a0")",
+       Is<ExpectFileBytes>([](const ExpectFileBytes& e) { return e.offset == 8 && e.bytes == "LI\xa0"; })},
       {R"(expect dialog msgbox "Saved")", Is<ExpectMsgBox>([](const ExpectMsgBox& e) {
          return e.text == "Saved" && !e.partial && !e.title && !e.icon && !e.buttons;
        })},
@@ -271,8 +272,9 @@ TEST(ScriptParserForms, Expectations) {
       {R"(expect movie clip.avi fourcc == "MJPG")", Is<ExpectMovie>([](const ExpectMovie& e) {
          return e.property == MovieProperty::kFourcc && e.comparison.expected == Value("MJPG"s);
        })},
-      {"expect image a.bmp size == 32x16",
-       Is<ExpectImageSize>([](const ExpectImageSize& e) { return e.size == Size{32, 16}; })},
+      {"expect image a.bmp size == 32x16", Is<ExpectImageSize>([](const ExpectImageSize& e) {
+         return e.size == Size{32, 16};
+       })},
       {"expect image a.bmp pixel(1,2) == rgb(3,4,5)", Is<ExpectImagePixel>([](const ExpectImagePixel& e) {
          return e.x == 1 && e.y == 2 && e.colour == Colour{3, 4, 5} && e.tolerance == 0;
        })},
@@ -315,8 +317,7 @@ TEST(ScriptParserAddresses, WindowsSegmentsIndexesAndKeys) {
   };
   for (const auto& [text, described] : cases) {
     SCOPED_TRACE(text);
-    EXPECT_EQ(Describe(std::get<Click>(ParseOne("click " + std::string(text)).body).target),
-              described);
+    EXPECT_EQ(Describe(std::get<Click>(ParseOne("click " + std::string(text)).body).target), described);
   }
 }
 
@@ -350,8 +351,7 @@ TEST(ScriptParserLexical, ValuesKeepTheirKind) {
   };
   for (const auto& [literal, value] : cases) {
     SCOPED_TRACE(literal);
-    EXPECT_EQ(std::get<SetProperty>(ParseOne("set W.C.P = " + std::string(literal)).body).value,
-              value);
+    EXPECT_EQ(std::get<SetProperty>(ParseOne("set W.C.P = " + std::string(literal)).body).value, value);
   }
 }
 
@@ -404,8 +404,7 @@ TEST(ScriptParserErrors, SayLineExpectedAndFound) {
   const std::vector<ErrorCase> cases = {
       {"clik Master.X", 1, "a command", R"("clik")"},
       {"\n# c\n  start extra", 3, "end of line", R"("extra")"},
-      {"expect Master.X.Caption => \"a\"", 1, "a comparison (==, !=, <, <=, >, >=, contains)",
-       R"("=>")"},
+      {"expect Master.X.Caption => \"a\"", 1, "a comparison (==, !=, <, <=, >, >=, contains)", R"("=>")"},
       {"set Master.X.Value == 1", 1, R"("=")", R"("==")"},
       {"set Master = 1", 1, "a property", R"("Master")"},
       {"expect fiel x exists", 1, "state, setting, file", R"("fiel")"},
@@ -465,8 +464,7 @@ TEST(ScriptParserErrors, MessageReadsExpectedThenFound) {
     ParseScript("expect Master.X.Caption => \"a\"");
     FAIL() << "no error";
   } catch (const ParseError& error) {
-    EXPECT_STREQ(error.what(),
-                 "expected a comparison (==, !=, <, <=, >, >=, contains), found \"=>\"");
+    EXPECT_STREQ(error.what(), "expected a comparison (==, !=, <, <=, >, >=, contains), found \"=>\"");
   }
 }
 
@@ -490,8 +488,7 @@ TEST(ScriptParserErrors, AnyInputReadsOrFailsCleanly) {
     const int damage = static_cast<int>(random() % 6) + 1;
     for (int i = 0; i < damage; ++i) {
       const std::size_t at = random() % source.size();
-      source[at] =
-          round % 3 == 0 ? static_cast<char>(random() % 256) : alphabet[random() % alphabet.size()];
+      source[at] = round % 3 == 0 ? static_cast<char>(random() % 256) : alphabet[random() % alphabet.size()];
     }
     if (round % 5 == 0) source.resize(random() % source.size());
     if (round % 7 == 0) {

@@ -1,9 +1,10 @@
 // The operations of the driver kind and the status contract: conversions, the driver count,
 // preview periods, window sizing, the callback's word stores and the close-out once per end.
 
+#include "capture/capture_device.h"
+
 #include <gtest/gtest.h>
 
-#include "capture/capture_device.h"
 #include "capture/capture_status.h"
 #include "tests/support/recording_fixture.h"
 

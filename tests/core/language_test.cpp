@@ -190,8 +190,8 @@ TEST(LanguageTable, HoldsEveryTextTheSourcesTranslate) {
   const auto& texts = TranslatableTexts();
   const std::set<std::string> catalogue(texts.begin(), texts.end());
   std::size_t calls = 0;
-  for (const char* folder : {"core", "ui", "capture", "image", "platform", "triggers", "movie", "net", "peripherals",
-                             "apps", "gui"}) {
+  for (const char* folder :
+       {"core", "ui", "capture", "image", "platform", "triggers", "movie", "net", "peripherals", "apps", "gui"}) {
     const auto root = std::filesystem::path(ZR_SOURCE_DIR) / folder;
     if (!std::filesystem::exists(root)) continue;
     for (const auto& entry : std::filesystem::recursive_directory_iterator(root)) {
@@ -199,8 +199,8 @@ TEST(LanguageTable, HoldsEveryTextTheSourcesTranslate) {
       if (!entry.is_regular_file() || (extension != ".cpp" && extension != ".h")) continue;
       for (const auto& literal : TranslatedLiterals(ReadFile(entry.path()))) {
         ++calls;
-        EXPECT_TRUE(catalogue.contains(literal)) << entry.path().string() << " translates \"" << literal
-                                                 << "\", which the table does not hold";
+        EXPECT_TRUE(catalogue.contains(literal))
+            << entry.path().string() << " translates \"" << literal << "\", which the table does not hold";
       }
     }
   }
@@ -218,8 +218,8 @@ TEST(TranslateText, GivesTheTextOfTheAskedLanguage) {
 }
 
 TEST(TranslateText, GivesAnUnknownTextBackUnchanged) {
-  for (const auto language : {Language::English, Language::Portuguese, Language::Spanish, Language::French,
-                              Language::German}) {
+  for (const auto language :
+       {Language::English, Language::Portuguese, Language::Spanish, Language::French, Language::German}) {
     EXPECT_EQ(TranslateText(language, "A text nobody wrote"), "A text nobody wrote") << NameOf(language);
     EXPECT_EQ(TranslateText(language, "stopped"), "stopped") << NameOf(language) << ": keys match exactly";
     EXPECT_EQ(TranslateText(language, ""), "") << NameOf(language);
@@ -230,16 +230,24 @@ TEST(TranslateText, GivesAnUnknownTextBackUnchanged) {
 
 TEST(LanguageOfLocale, ReadsTheLanguageAtTheHeadOfTheName) {
   const std::pair<std::string_view, Language> cases[] = {
-      {"pt_BR.UTF-8", Language::Portuguese}, {"pt_PT", Language::Portuguese},
-      {"es", Language::Spanish},             {"es_MX.utf8", Language::Spanish},
-      {"fr_CA", Language::French},           {"fr_FR.ISO-8859-1", Language::French},
-      {"de_DE@euro", Language::German},      {"de_AT.UTF-8@euro", Language::German},
-      {"en_GB", Language::English},          {"en_US.UTF-8", Language::English},
-      {"C.UTF-8", Language::English},        {"C", Language::English},
-      {"POSIX", Language::English},          {"", Language::English},
+      {"pt_BR.UTF-8", Language::Portuguese},
+      {"pt_PT", Language::Portuguese},
+      {"es", Language::Spanish},
+      {"es_MX.utf8", Language::Spanish},
+      {"fr_CA", Language::French},
+      {"fr_FR.ISO-8859-1", Language::French},
+      {"de_DE@euro", Language::German},
+      {"de_AT.UTF-8@euro", Language::German},
+      {"en_GB", Language::English},
+      {"en_US.UTF-8", Language::English},
+      {"C.UTF-8", Language::English},
+      {"C", Language::English},
+      {"POSIX", Language::English},
+      {"", Language::English},
       {"it_IT.UTF-8", Language::English},
       // Other languages whose codes begin with the same letters.
-      {"frr_DE", Language::English},         {"dsb_DE", Language::English},
+      {"frr_DE", Language::English},
+      {"dsb_DE", Language::English},
   };
   for (const auto& [locale, language] : cases) EXPECT_EQ(LanguageOfLocale(locale), language) << locale;
 }

@@ -4,8 +4,8 @@
 
 #include "apps/scenario/world.h"
 #include "capture/choose_device.h"
-#include "main_window/master.h"
 #include "core/settings_keys.h"
+#include "main_window/master.h"
 
 namespace zr {
 namespace {
@@ -34,8 +34,8 @@ TEST(ProgramStart, FixedTextsFollowTheChosenLanguage) {
   EXPECT_EQ(master.FileMenu(0).Caption.get(), TranslateText(Language::German, "Movie Capture... (CTRL+M)"));
   EXPECT_EQ(master.FileMenu(6).Caption.get(), "-");
   EXPECT_EQ(master.Labels(14).Caption.get(), TranslateText(Language::German, "Stand by"));
-  EXPECT_EQ(master.Caption.get(), TranslateText(Language::German, "Version") + " 1.00 " +
-                                      TranslateText(Language::German, "Build") + " 1");
+  EXPECT_EQ(master.Caption.get(),
+            TranslateText(Language::German, "Version") + " 1.00 " + TranslateText(Language::German, "Build") + " 1");
   // Translating twice must not translate a translation.
   master.LanguageControls();
   EXPECT_EQ(master.Toolbars(6).Caption.get(), TranslateText(Language::German, "Web Share "));

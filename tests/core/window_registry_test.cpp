@@ -1,6 +1,8 @@
 // The window registry: every window class of the sources is registered, each kind makes its own
 // class, and procedures are found by name with their arguments checked.
 
+#include "core/window_registry.h"
+
 #include <cxxabi.h>
 #include <gtest/gtest.h>
 
@@ -13,7 +15,6 @@
 #include <string>
 
 #include "apps/scenario/world.h"
-#include "core/window_registry.h"
 
 namespace zr {
 namespace {

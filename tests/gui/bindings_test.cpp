@@ -1,8 +1,6 @@
 // The widgets show the model and hand the operator's input to it: a change of the model shows
 // after a refresh, a click or a change on the widget reaches the control's handler.
 
-#include "gui/control_bindings.h"
-
 #include <gtest/gtest.h>
 
 #include <QApplication>
@@ -15,6 +13,7 @@
 #include <QToolButton>
 #include <stdexcept>
 
+#include "gui/control_bindings.h"
 #include "gui/picture_image.h"
 #include "gui/qt_event_loop.h"
 #include "gui/qt_services.h"

@@ -3,6 +3,8 @@
 // The movie must be playable; a picture of the main window with live video is left in the
 // screenshots folder.
 
+#include <unistd.h>
+
 #include <QAbstractButton>
 #include <QApplication>
 #include <QCheckBox>
@@ -14,8 +16,6 @@
 #include <QTimer>
 #include <QToolBar>
 #include <QToolButton>
-#include <unistd.h>
-
 #include <cstdlib>
 #include <filesystem>
 #include <iostream>
@@ -23,8 +23,8 @@
 
 #include "apps/zandrell/program_parts.h"
 #include "capture/video_screen.h"
-#include "main_window/master.h"
 #include "gui/desktop_toolkit.h"
+#include "main_window/master.h"
 #include "tests/support/movie_probe.h"
 
 namespace {
@@ -60,24 +60,36 @@ class Operator {
 
   void Act() {
     if (step_ != Step::Quit && clock_.elapsed() - step_started_ > kStepTimeoutMs) {
-      const std::string status =
-          parts_.program.SlotOf<zr::Master>().Loaded() ? parts_.program.Window<zr::Master>().StatusString.Caption.get() : "no main window";
+      const std::string status = parts_.program.SlotOf<zr::Master>().Loaded()
+                                     ? parts_.program.Window<zr::Master>().StatusString.Caption.get()
+                                     : "no main window";
       Fail("step " + std::to_string(static_cast<int>(step_)) + " did not end; the status reads \"" + status +
            "\", the device says \"" + parts_.devices.SourceMessage() + "\", last result " +
            std::to_string(parts_.program.state.LastResult) + ", capturing " +
-           std::to_string(parts_.program.state.CapStatus.fCapturingNow) + ", file \"" + parts_.program.state.CaptureFilename + "\"");
+           std::to_string(parts_.program.state.CapStatus.fCapturingNow) + ", file \"" +
+           parts_.program.state.CaptureFilename + "\"");
     }
     if (auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget())) {
       if (step_ != Step::Quit) Fail("a message box came up: " + box->text().toStdString());
-      if (auto* yes = box->button(QMessageBox::Yes)) yes->click();
-      else box->accept();
+      if (auto* yes = box->button(QMessageBox::Yes))
+        yes->click();
+      else
+        box->accept();
       return;
     }
     switch (step_) {
-      case Step::PickCamera: PickCamera(); break;
-      case Step::WaitForLiveVideo: WaitForLiveVideo(); break;
-      case Step::Recording: WatchRecording(); break;
-      case Step::Quit: Quit(); break;
+      case Step::PickCamera:
+        PickCamera();
+        break;
+      case Step::WaitForLiveVideo:
+        WaitForLiveVideo();
+        break;
+      case Step::Recording:
+        WatchRecording();
+        break;
+      case Step::Quit:
+        Quit();
+        break;
     }
   }
 
@@ -87,7 +99,8 @@ class Operator {
   }
 
   void PickCamera() {
-    if (auto* splash = FindWidget<QWidget>("Splash"); splash && !splash_shot_) splash_shot_ = Screenshot(splash, "splash.png");
+    if (auto* splash = FindWidget<QWidget>("Splash"); splash && !splash_shot_)
+      splash_shot_ = Screenshot(splash, "splash.png");
     auto* devices = FindWidget<QListWidget>("devices");
     auto* start = FindWidget<QPushButton>("start");
     if (!devices || !start) return;
@@ -115,8 +128,10 @@ class Operator {
 
   void WatchRecording() {
     auto& master = parts_.program.Window<zr::Master>();
-    if (!shot_ && clock_.elapsed() - step_started_ > 1000) shot_ = Screenshot(FindWidget<QWidget>("Master"), "main_window.png");
-    if (master.RecordButton().Image.get() == "record" && clock_.elapsed() - step_started_ > kRecordSeconds * 1000) Next(3);
+    if (!shot_ && clock_.elapsed() - step_started_ > 1000)
+      shot_ = Screenshot(FindWidget<QWidget>("Master"), "main_window.png");
+    if (master.RecordButton().Image.get() == "record" && clock_.elapsed() - step_started_ > kRecordSeconds * 1000)
+      Next(3);
   }
 
   // The close runs after this tick, so that the next ticks can answer the question it asks.
@@ -163,10 +178,10 @@ int main(int argc, char** argv) {
     std::cerr << "FAIL: no display to open windows on\n";
     return 1;
   }
-  zr::ProgramParts parts(toolkit->Loop(), [] {}, toolkit->Dialogs(), toolkit->Clipboard(), &toolkit->DeviceDialogs(),
-                         toolkit->Screen(),
-                         zr::ProgramStart{folder.string() + "/", "", folder.string() + "/", zr::Language::English},
-                         zr::platform::linux_impl::ProbeVideoDevices(), zr::platform::linux_impl::ProbeAudioDevices());
+  zr::ProgramParts parts(
+      toolkit->Loop(), [] {}, toolkit->Dialogs(), toolkit->Clipboard(), &toolkit->DeviceDialogs(), toolkit->Screen(),
+      zr::ProgramStart{folder.string() + "/", "", folder.string() + "/", zr::Language::English},
+      zr::platform::linux_impl::ProbeVideoDevices(), zr::platform::linux_impl::ProbeAudioDevices());
   Operator operator_(parts, ZR_SCREENSHOT_DIR);
   toolkit->Run(parts.program, parts.LiveVideo());
   if (!operator_.failure.empty()) {

@@ -5,7 +5,6 @@
 #include <QGuiApplication>
 #include <QIcon>
 #include <QImage>
-
 #include <cstdlib>
 #include <map>
 #include <memory>

@@ -1,11 +1,12 @@
 // The drawable bitmap: row sizes, blits, noise, the resampler's worked values and the clipboard.
 
+#include "image/dib_section.h"
+
 #include <gtest/gtest.h>
 
 #include <array>
 #include <cstring>
 
-#include "image/dib_section.h"
 #include "platform/memory_clipboard.h"
 
 namespace zr {
@@ -76,8 +77,8 @@ TEST(DibSection, ResampleTwoByTwoToFourByFourFollowsTheBilinearRule) {
   cDIBSection source;
   ASSERT_TRUE(source.Create(2, 2));
   // Rows in memory order, 8 bytes each: blue differs per pixel, green 7, red 250.
-  const std::array<std::uint8_t, 16> bits{0, 7, 250, 100, 7, 250, 0, 0,    //
-                                          200, 7, 250, 40, 7, 250, 0, 0};  //
+  const std::array<std::uint8_t, 16> bits{0,   7, 250, 100, 7, 250, 0, 0,   //
+                                          200, 7, 250, 40,  7, 250, 0, 0};  //
   std::memcpy(source.DIBSectionBitsPtr(), bits.data(), bits.size());
 
   const cDIBSection resampled = source.Resample(4, 4);
@@ -86,10 +87,8 @@ TEST(DibSection, ResampleTwoByTwoToFourByFourFollowsTheBilinearRule) {
   // Scales 0.25: rows mix row 0 and 1 by 0, 1/4, 1/2, 3/4 and round; then columns the same.
   // The last column (sx = 0.75) never reaches the right pixel alone. Halves round to even:
   // 67.5 gives 68, 92.5 gives 92, 102.5 gives 102.
-  const std::array<std::array<int, 4>, 4> expected_blue{{{0, 25, 50, 75},
-                                                         {50, 59, 68, 76},
-                                                         {100, 92, 85, 78},
-                                                         {150, 126, 102, 79}}};
+  const std::array<std::array<int, 4>, 4> expected_blue{
+      {{0, 25, 50, 75}, {50, 59, 68, 76}, {100, 92, 85, 78}, {150, 126, 102, 79}}};
   const auto stride = static_cast<std::size_t>(resampled.BytesPerScanLine());
   for (std::size_t y = 0; y < 4; ++y)
     for (std::size_t x = 0; x < 4; ++x) {

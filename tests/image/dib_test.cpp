@@ -1,6 +1,8 @@
 // The packed bitmap: BMP files written and read byte for byte, refused inputs, and writes that
 // do not cut a longer file.
 
+#include "image/dib.h"
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -10,7 +12,6 @@
 #include <vector>
 
 #include "image/bmp.h"
-#include "image/dib.h"
 
 namespace zr {
 namespace {
@@ -28,13 +29,13 @@ class DibFiles : public ::testing::Test {
     return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
   }
   static void WriteAll(const std::string& path, const Bytes& bytes) {
-    std::ofstream(path, std::ios::binary).write(reinterpret_cast<const char*>(bytes.data()),
-                                                static_cast<std::streamsize>(bytes.size()));
+    std::ofstream(path, std::ios::binary)
+        .write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
   }
 
   std::filesystem::path folder_ = std::filesystem::temp_directory_path() /
-                                  ("zr-dib-" + std::to_string(::testing::UnitTest::GetInstance()->random_seed()) +
-                                   "-" + ::testing::UnitTest::GetInstance()->current_test_info()->name());
+                                  ("zr-dib-" + std::to_string(::testing::UnitTest::GetInstance()->random_seed()) + "-" +
+                                   ::testing::UnitTest::GetInstance()->current_test_info()->name());
 };
 
 // A packed bitmap of `width` by `height`: the information header, then numbered bytes.
@@ -95,7 +96,8 @@ TEST_F(DibFiles, RefusesFilesThatAreNotBitmapsAndPackedBitmapsWithPalettes) {
   EXPECT_FALSE(dib.CreateFromFile(File("missing.bmp")));
   EXPECT_EQ(open_files(), open_before) << "a refused read left its file open";
 
-  for (const int bit_count : {8, 15}) EXPECT_FALSE(dib.CreateFromPackedDIBPointer(PackedBitmap(4, 2, bit_count).data()));
+  for (const int bit_count : {8, 15})
+    EXPECT_FALSE(dib.CreateFromPackedDIBPointer(PackedBitmap(4, 2, bit_count).data()));
   EXPECT_TRUE(dib.CreateFromPackedDIBPointer(PackedBitmap(4, 2, 16).data()));
   Bytes empty = PackedBitmap(4, 2);
   PutLittleEndian(empty.data() + 20, 0, 4);
@@ -115,10 +117,9 @@ TEST_F(DibFiles, HeadersThatPromiseMoreThanTheFileHoldsAreRefused) {
     bool cdib_reads;
     bool picture_reads;
   };
-  for (const Lie& lie : {Lie{"huge image size", 34, 0xFFFFFFF0u, false, true},
-                         Lie{"huge bits offset", 10, 0xFFFFFFF0u, false, false},
-                         Lie{"width past the limit", 18, 16385, true, false},
-                         Lie{"rows the file lacks", 22, 16000, true, false}}) {
+  for (const Lie& lie :
+       {Lie{"huge image size", 34, 0xFFFFFFF0u, false, true}, Lie{"huge bits offset", 10, 0xFFFFFFF0u, false, false},
+        Lie{"width past the limit", 18, 16385, true, false}, Lie{"rows the file lacks", 22, 16000, true, false}}) {
     SCOPED_TRACE(lie.what);
     Bytes bytes = good;
     PutLittleEndian(bytes.data() + lie.at, lie.value, 4);

@@ -14,22 +14,22 @@ std::string FileWith(std::string_view elements) {
 }
 
 TEST(InsertionFileTest, ReadsTextElementsAndSkipsOtherLines) {
-  const auto layout = ParseInsertionFile(FileWith(
-      "TXT:500,250,FF0000,00FF,1,Hello\r\n"
-      "BOX:1,2,3\r\n"
-      "txt:1,2,0,0,0,lower case tag is no text\r\n"
-      "TXT:12.5abc,999,ffffff,0,0,%hh:%mm:%ss\r\n"));
+  const auto layout =
+      ParseInsertionFile(FileWith("TXT:500,250,FF0000,00FF,1,Hello\r\n"
+                                  "BOX:1,2,3\r\n"
+                                  "txt:1,2,0,0,0,lower case tag is no text\r\n"
+                                  "TXT:12.5abc,999,ffffff,0,0,%hh:%mm:%ss\r\n"));
   // Blue stands in the high byte; a number stops at its first unusable character.
   EXPECT_EQ(layout, (InsertionLayout{{500.0, 250.0, 0xFF0000u, 0x00FFu, true, "Hello"},
                                      {12.5, 999.0, 0xFFFFFFu, 0u, false, "%hh:%mm:%ss"}}));
 }
 
 TEST(InsertionFileTest, CommaEndsTextAndMissingOrBadFieldsStayEmpty) {
-  const auto layout = ParseInsertionFile(FileWith(
-      "TXT:1,2,3,4,1,before, after\r\n"
-      "TXT:7,8\r\n"
-      "TXT:1,2,GG,-FF,2,x\r\n"           // no hexadecimal number, a sign is no digit, 2 is not opaque
-      "TXT:1,2,1000000,0,1.0,y"));  // beyond FFFFFF; the last line without its line end
+  const auto layout = ParseInsertionFile(
+      FileWith("TXT:1,2,3,4,1,before, after\r\n"
+               "TXT:7,8\r\n"
+               "TXT:1,2,GG,-FF,2,x\r\n"      // no hexadecimal number, a sign is no digit, 2 is not opaque
+               "TXT:1,2,1000000,0,1.0,y"));  // beyond FFFFFF; the last line without its line end
   EXPECT_EQ(layout, (InsertionLayout{{1.0, 2.0, 3u, 4u, true, "before"},
                                      {7.0, 8.0, std::nullopt, std::nullopt, std::nullopt, std::nullopt},
                                      {1.0, 2.0, std::nullopt, std::nullopt, false, "x"},
@@ -37,9 +37,9 @@ TEST(InsertionFileTest, CommaEndsTextAndMissingOrBadFieldsStayEmpty) {
 }
 
 TEST(InsertionFileTest, WrongHeaderOrVersionYieldsNothing) {
-  for (const char* contents : {"", "ZANDRELL IMAGE INSERTION FILE\r\n",
-                               "ZANDRELL IMAGE INSERTION FILE\r\nVER:2\r\nTXT:1,1,0,0,0,a\r\n",
-                               "zandrell image insertion file\r\nVER:1\r\n", " ZANDRELL IMAGE INSERTION FILE\r\nVER:1\r\n"})
+  for (const char* contents :
+       {"", "ZANDRELL IMAGE INSERTION FILE\r\n", "ZANDRELL IMAGE INSERTION FILE\r\nVER:2\r\nTXT:1,1,0,0,0,a\r\n",
+        "zandrell image insertion file\r\nVER:1\r\n", " ZANDRELL IMAGE INSERTION FILE\r\nVER:1\r\n"})
     EXPECT_FALSE(ParseInsertionFile(contents)) << contents;
   EXPECT_FALSE(ReadInsertionFile("/nonexistent/folder/default.iif"));
   EXPECT_EQ(ParseInsertionFile(FileWith("")), InsertionLayout{});

@@ -82,10 +82,10 @@ class InsertionOverlayTest : public ::testing::Test {
 
   static TextRenderer* renderer_;
   FixedClock clock_;
-  std::string path_ = (std::filesystem::temp_directory_path() /
-                       ("zr_overlay_" + std::string(::testing::UnitTest::GetInstance()->current_test_info()->name()) +
-                        ".iif"))
-                          .string();
+  std::string path_ =
+      (std::filesystem::temp_directory_path() /
+       ("zr_overlay_" + std::string(::testing::UnitTest::GetInstance()->current_test_info()->name()) + ".iif"))
+          .string();
 };
 
 TextRenderer* InsertionOverlayTest::renderer_ = nullptr;
@@ -180,8 +180,9 @@ TEST_F(InsertionOverlayTest, TextIsClippedAtTheRightAndBottomEdges) {
   Draw(drawing);
   EXPECT_EQ(drawing.picture.bottom_up_bgr, padded) << "position 1000 starts at the edge and is not moved in";
 
-  WriteFile("ZANDRELL IMAGE INSERTION FILE\r\nVER:1\r\n"
-            "TXT:900,850,FFFFFF,FF,1,WWWW\r\nTXT:-500,-500,FFFFFF,FF,1,WWWW\r\nTXT:1E30,1E30,FF,FF,1,far\r\n");
+  WriteFile(
+      "ZANDRELL IMAGE INSERTION FILE\r\nVER:1\r\n"
+      "TXT:900,850,FFFFFF,FF,1,WWWW\r\nTXT:-500,-500,FFFFFF,FF,1,WWWW\r\nTXT:1E30,1E30,FF,FF,1,far\r\n");
   Draw(drawing);
   ASSERT_EQ(drawing.picture.bottom_up_bgr.size(), padded.size());
   for (int row = 0; row < 23; ++row)

@@ -1,6 +1,8 @@
 // JPEG files from the bitmap: decoded back by the compressor's own reader and by ffprobe, the
 // quality passed through, odd widths with their padding, failures, and headers that lie.
 
+#include "image/jpeg_file.h"
+
 #include <gtest/gtest.h>
 #include <turbojpeg.h>
 
@@ -13,7 +15,6 @@
 #include <vector>
 
 #include "base/program_error.h"
-#include "image/jpeg_file.h"
 #include "image/picture_writer.h"
 #include "tests/support/movie_probe.h"
 
@@ -127,8 +128,8 @@ TEST_F(JpegFiles, HeadersThatPromiseTooMuchAreRefused) {
     const auto decoded = JpegDecoder().Decode(lying);
     ASSERT_FALSE(decoded);
     EXPECT_NE(decoded.error().message.find("impossible size"), std::string::npos);
-    std::ofstream(File("lying.jpg"), std::ios::binary).write(reinterpret_cast<const char*>(lying.data()),
-                                                            static_cast<std::streamsize>(lying.size()));
+    std::ofstream(File("lying.jpg"), std::ios::binary)
+        .write(reinterpret_cast<const char*>(lying.data()), static_cast<std::streamsize>(lying.size()));
     EXPECT_FALSE(ReadJpegFile(File("lying.jpg")));
   }
 }

@@ -22,9 +22,7 @@ namespace {
 
 using platform::sim::DeviceSpec;
 
-void WriteBytes(const std::string& path, const std::string& bytes) {
-  std::ofstream(path, std::ios::binary) << bytes;
-}
+void WriteBytes(const std::string& path, const std::string& bytes) { std::ofstream(path, std::ios::binary) << bytes; }
 
 std::string ReadBytes(const std::string& path) {
   std::ifstream file(path, std::ios::binary);
@@ -60,30 +58,29 @@ TEST(ParameterLookup, ReadsFieldsAsDelimitedInput) {
     const char* what;
     std::string file, key, expected;
   };
-  const Case cases[] = {
-      {"plain CR LF line", "Filename=x\r\n", "Filename", "x"},
-      {"key in any case", "FILENAME=x\r\n", "filename", "x"},
-      {"leading blanks dropped, trailing kept", "   \tFilename=x  \r\n", "Filename", "x  "},
-      {"blank before the equals sign is part of the key", "Filename =x\r\n", "Filename", "DEFAULT"},
-      {"comment line never matches", ";Filename=x\r\nFilename=y\r\n", "Filename", "y"},
-      {"first match wins", "Filename=first\r\nFilename=second\r\n", "Filename", "first"},
-      {"value holding an equals sign", "Filename=a=b\r\n", "Filename", "a=b"},
-      {"empty value is not the default", "Comments=\r\n", "Comments", ""},
-      {"line without an equals sign", "Comments\r\n", "Comments", "DEFAULT"},
-      {"unknown key", "Filename=x\r\n", "Artist", "DEFAULT"},
-      {"comma cuts the value", "Comments=one, two\r\n", "Comments", "one"},
-      {"the rest behind a comma is a field", "Comments=one, Filename=cut\r\n", "Filename", "cut"},
-      {"a quote behind the key opens nothing", "Comments=\"one, two\"\r\n", "Comments", "\"one"},
-      {"a quote inside an unquoted field stays", "Key=\"a\"b\r\n", "Key", "\"a\"b"},
-      {"a leading quote opens a quoted field", "\"Comments=one, two\"\r\n", "Comments", "one, two"},
-      {"text behind the closing quote is dropped", "\"Key=v\"junk,Other=w\r\n", "Key", "v"},
-      {"the field after the dropped text is read", "\"Key=v\"junk,Other=w\r\n", "Other", "w"},
-      {"a quoted field runs over line ends", "\"Key=a\r\nb\"\r\n", "Key", "a\r\nb"},
-      {"an unclosed quote runs to the end", "\"Key=a\r\nOther=b\r\n", "Other", "DEFAULT"},
-      {"LF line ends", "A=1\nB=2\n", "B", "2"},
-      {"CR line ends, no final line end", "A=1\rB=2", "B", "2"},
-      {"Latin-1 bytes pass through", "Filename=caf\xe9.avi\r\n", "Filename", "caf\xe9.avi"},
-      {"binary junk before a line", Bytes("\x00\xff\x01\x1a\x7f\x00junk\n") + "Key=v\n", "Key", "v"}};
+  const Case cases[] = {{"plain CR LF line", "Filename=x\r\n", "Filename", "x"},
+                        {"key in any case", "FILENAME=x\r\n", "filename", "x"},
+                        {"leading blanks dropped, trailing kept", "   \tFilename=x  \r\n", "Filename", "x  "},
+                        {"blank before the equals sign is part of the key", "Filename =x\r\n", "Filename", "DEFAULT"},
+                        {"comment line never matches", ";Filename=x\r\nFilename=y\r\n", "Filename", "y"},
+                        {"first match wins", "Filename=first\r\nFilename=second\r\n", "Filename", "first"},
+                        {"value holding an equals sign", "Filename=a=b\r\n", "Filename", "a=b"},
+                        {"empty value is not the default", "Comments=\r\n", "Comments", ""},
+                        {"line without an equals sign", "Comments\r\n", "Comments", "DEFAULT"},
+                        {"unknown key", "Filename=x\r\n", "Artist", "DEFAULT"},
+                        {"comma cuts the value", "Comments=one, two\r\n", "Comments", "one"},
+                        {"the rest behind a comma is a field", "Comments=one, Filename=cut\r\n", "Filename", "cut"},
+                        {"a quote behind the key opens nothing", "Comments=\"one, two\"\r\n", "Comments", "\"one"},
+                        {"a quote inside an unquoted field stays", "Key=\"a\"b\r\n", "Key", "\"a\"b"},
+                        {"a leading quote opens a quoted field", "\"Comments=one, two\"\r\n", "Comments", "one, two"},
+                        {"text behind the closing quote is dropped", "\"Key=v\"junk,Other=w\r\n", "Key", "v"},
+                        {"the field after the dropped text is read", "\"Key=v\"junk,Other=w\r\n", "Other", "w"},
+                        {"a quoted field runs over line ends", "\"Key=a\r\nb\"\r\n", "Key", "a\r\nb"},
+                        {"an unclosed quote runs to the end", "\"Key=a\r\nOther=b\r\n", "Other", "DEFAULT"},
+                        {"LF line ends", "A=1\nB=2\n", "B", "2"},
+                        {"CR line ends, no final line end", "A=1\rB=2", "B", "2"},
+                        {"Latin-1 bytes pass through", "Filename=caf\xe9.avi\r\n", "Filename", "caf\xe9.avi"},
+                        {"binary junk before a line", Bytes("\x00\xff\x01\x1a\x7f\x00junk\n") + "Key=v\n", "Key", "v"}};
   scenario::World world;
   const std::string path = world.AppFolder() + "sample.zrp";
   for (const Case& sample : cases) {
@@ -154,20 +151,75 @@ TEST_F(ParameterFileTest, MovieSetUpIsWrittenLineByLine) {
   std::tie(parms.wNumVideoRequested, parms.wNumAudioRequested, parms.dwIndexSize) = std::tuple(5, 4, 324000);
   std::tie(parms.wChunkGranularity, parms.wPercentDropForError) = std::tuple(0, 10);
 
-  EXPECT_EQ(Saved("movie.zrp"),
-            CrLfLines({"; Video Capture Parameters File", VersionLine(), kRule, "; Created 2026-11-21  14:30:05", kRule,
-                       "; Copyright (C) 2026 Video Zandrell developers", kRule, ";", "; Video Capture Device", kRule,
-                       "Device Index=0", "Device Description=Sim Camera", "View Mode=Overlay", "Preview Rate=15", ";",
-                       "; Autostart", kRule, "Hours=1", "Minutes=2", "Seconds=3", ";", "; Filename", kRule,
-                       "Filename=/videos/clip.avi", ";", "; Capture Type", kRule, "Capture=Movie", ";",
-                       "; Audio Settings", kRule, "Audio=Yes", "Audio Channels=2", "Audio Bits=16", "Audio Rate=44100",
-                       ";", "; AVI Other Information", kRule, "AVI Info=Yes", "Copyright=(C) me", "Artist=Band",
-                       "Subject=Song", "Product=Tape", "Source=Camera", "Comments=one, two", ";", "; Movie Options",
-                       kRule, "Frame Rate=29.97", "Limit=No", "Duration(Seconds)=3723", "ShowTCR=Yes", ";",
-                       "; Advanced Settings", kRule, "Capture Operation=Background Task", "Video Buffers=5",
-                       "Audio Buffers=4", "DOS Buffers=Yes", "Write Cache=No", "Max Index Size=324000",
-                       "Chunk Granularity=0", "Drop Error=10", "WDMVIDEOCODEC=0", "WDMAUDIOCODEC=0", "WDMINPUT=0",
-                       "WDMAUDIOINPUT=0", "WDMAUDIODEVICE=0", "WDMVIDEODEVICE=0"}));
+  EXPECT_EQ(Saved("movie.zrp"), CrLfLines({"; Video Capture Parameters File",
+                                           VersionLine(),
+                                           kRule,
+                                           "; Created 2026-11-21  14:30:05",
+                                           kRule,
+                                           "; Copyright (C) 2026 Video Zandrell developers",
+                                           kRule,
+                                           ";",
+                                           "; Video Capture Device",
+                                           kRule,
+                                           "Device Index=0",
+                                           "Device Description=Sim Camera",
+                                           "View Mode=Overlay",
+                                           "Preview Rate=15",
+                                           ";",
+                                           "; Autostart",
+                                           kRule,
+                                           "Hours=1",
+                                           "Minutes=2",
+                                           "Seconds=3",
+                                           ";",
+                                           "; Filename",
+                                           kRule,
+                                           "Filename=/videos/clip.avi",
+                                           ";",
+                                           "; Capture Type",
+                                           kRule,
+                                           "Capture=Movie",
+                                           ";",
+                                           "; Audio Settings",
+                                           kRule,
+                                           "Audio=Yes",
+                                           "Audio Channels=2",
+                                           "Audio Bits=16",
+                                           "Audio Rate=44100",
+                                           ";",
+                                           "; AVI Other Information",
+                                           kRule,
+                                           "AVI Info=Yes",
+                                           "Copyright=(C) me",
+                                           "Artist=Band",
+                                           "Subject=Song",
+                                           "Product=Tape",
+                                           "Source=Camera",
+                                           "Comments=one, two",
+                                           ";",
+                                           "; Movie Options",
+                                           kRule,
+                                           "Frame Rate=29.97",
+                                           "Limit=No",
+                                           "Duration(Seconds)=3723",
+                                           "ShowTCR=Yes",
+                                           ";",
+                                           "; Advanced Settings",
+                                           kRule,
+                                           "Capture Operation=Background Task",
+                                           "Video Buffers=5",
+                                           "Audio Buffers=4",
+                                           "DOS Buffers=Yes",
+                                           "Write Cache=No",
+                                           "Max Index Size=324000",
+                                           "Chunk Granularity=0",
+                                           "Drop Error=10",
+                                           "WDMVIDEOCODEC=0",
+                                           "WDMAUDIOCODEC=0",
+                                           "WDMINPUT=0",
+                                           "WDMAUDIOINPUT=0",
+                                           "WDMAUDIODEVICE=0",
+                                           "WDMVIDEODEVICE=0"}));
   EXPECT_FALSE(world.program().SlotOf<Msg>().Loaded());
 }
 
@@ -185,12 +237,11 @@ TEST_F(ParameterFileTest, SingleImageSetUp) {
   master().SetOperationMode("image");
   master().imagesettings(0).Button("insert").Value = 1;
   state().InsertionFile = "/overlays/logo.iif";
-  EXPECT_EQ(SavedCaptureBlocks("image.zrp"),
-            CrLfLines({"Capture=Single Image", ";", "; Image Options", kRule, "InsertIIF=Yes",
-                       "InsertIIFFile=/overlays/logo.iif"}));
-  master().imagesettings(0).Button("insert").Value = 0;
   EXPECT_EQ(SavedCaptureBlocks("image.zrp"), CrLfLines({"Capture=Single Image", ";", "; Image Options", kRule,
-                                                        "InsertIIF=No"}));
+                                                        "InsertIIF=Yes", "InsertIIFFile=/overlays/logo.iif"}));
+  master().imagesettings(0).Button("insert").Value = 0;
+  EXPECT_EQ(SavedCaptureBlocks("image.zrp"),
+            CrLfLines({"Capture=Single Image", ";", "; Image Options", kRule, "InsertIIF=No"}));
 }
 
 TEST_F(ParameterFileTest, MultipleImageSetUpWithTimerTrigger) {
@@ -207,13 +258,37 @@ TEST_F(ParameterFileTest, MultipleImageSetUpWithTimerTrigger) {
   std::tie(s.FtpHost, s.FtpPort, s.FtpUser, s.FtpPassword, s.FtpFolder) =
       std::tuple("ftp.example.org", 2121, "cam", "secret", "/shots");
   master().imagesettings(1).Button("insert").Value = 0;
-  EXPECT_EQ(SavedCaptureBlocks("series.zrp"),
-            CrLfLines({"Capture=Multiple Image", "Multiple Image Type=2", "AVI Rate=5", ";", "; Trigger Type", kRule,
-                       "Trigger=Timer", "Interval=90", ";", "; AVI Other Information", kRule, "AVI Info=No",
-                       "Copyright=a", "Artist=b", "Subject=c", "Product=d", "Source=e", "Comments=f", ";",
-                       "; Internet Settings", kRule, "Send to FTP Server=Yes", "URL=ftp.example.org", "Port=2121",
-                       "Username=cam", "Password=secret", "Directory=/shots", ";", "; Image Effects ", kRule,
-                       "InsertIIF=No"}));
+  EXPECT_EQ(SavedCaptureBlocks("series.zrp"), CrLfLines({"Capture=Multiple Image",
+                                                         "Multiple Image Type=2",
+                                                         "AVI Rate=5",
+                                                         ";",
+                                                         "; Trigger Type",
+                                                         kRule,
+                                                         "Trigger=Timer",
+                                                         "Interval=90",
+                                                         ";",
+                                                         "; AVI Other Information",
+                                                         kRule,
+                                                         "AVI Info=No",
+                                                         "Copyright=a",
+                                                         "Artist=b",
+                                                         "Subject=c",
+                                                         "Product=d",
+                                                         "Source=e",
+                                                         "Comments=f",
+                                                         ";",
+                                                         "; Internet Settings",
+                                                         kRule,
+                                                         "Send to FTP Server=Yes",
+                                                         "URL=ftp.example.org",
+                                                         "Port=2121",
+                                                         "Username=cam",
+                                                         "Password=secret",
+                                                         "Directory=/shots",
+                                                         ";",
+                                                         "; Image Effects ",
+                                                         kRule,
+                                                         "InsertIIF=No"}));
   master().SelectTrigger("motion");
   const std::string motion = Saved("series.zrp");
   EXPECT_NE(motion.find("\r\nTrigger=Motion\r\n"), std::string::npos);

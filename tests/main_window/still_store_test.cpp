@@ -3,8 +3,8 @@
 #include <gtest/gtest.h>
 
 #include "apps/scenario/world.h"
-#include "main_window/master.h"
 #include "image/windows/image_window.h"
+#include "main_window/master.h"
 
 namespace zr {
 namespace {

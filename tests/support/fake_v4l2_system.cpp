@@ -25,8 +25,7 @@ void CopyText(std::uint8_t (&field)[N], const std::string& text) {
   std::memcpy(field, text.data(), std::min(text.size(), N));
 }
 
-std::uint32_t Snap(std::uint32_t wanted, std::uint32_t least, std::uint32_t most,
-                   std::uint32_t step) {
+std::uint32_t Snap(std::uint32_t wanted, std::uint32_t least, std::uint32_t most, std::uint32_t step) {
   const std::uint32_t clamped = std::clamp(wanted, least, most);
   return step == 0 ? clamped : least + (clamped - least) / step * step;
 }
@@ -52,8 +51,8 @@ void FakeV4l2System::AddDevice(const std::string& path, FakeV4l2Device device) {
   node.state.format = Fit(node, v4l2_pix_format{});
 }
 
-void FakeV4l2System::SendFrame(const std::string& path, std::vector<std::uint8_t> bytes,
-                               std::int64_t timestamp_us, bool damaged) {
+void FakeV4l2System::SendFrame(const std::string& path, std::vector<std::uint8_t> bytes, std::int64_t timestamp_us,
+                               bool damaged) {
   std::lock_guard lock(mutex_);
   nodes_.at(path).frames.push_back({std::move(bytes), timestamp_us, damaged});
   changed_.notify_all();
@@ -166,8 +165,7 @@ int FakeV4l2System::Poll(pollfd& entry, int timeout_ms) {
     return 1;
   }
   // Nodes are never removed, so `node` stays valid while the lock is let go in the wait.
-  changed_.wait_for(lock, std::chrono::milliseconds(timeout_ms),
-                    [&] { return node->unplugged || node->FrameReady(); });
+  changed_.wait_for(lock, std::chrono::milliseconds(timeout_ms), [&] { return node->unplugged || node->FrameReady(); });
   entry.revents = node->unplugged ? POLLERR : node->FrameReady() ? POLLIN : 0;
   return entry.revents != 0 ? 1 : 0;
 }
@@ -187,8 +185,7 @@ int FakeV4l2System::HandleIoctl(int fd, Node& node, unsigned long request, void*
       auto& capability = As<v4l2_capability>(argument);
       capability = v4l2_capability{};
       CopyText(capability.card, device.card);
-      capability.capabilities =
-          device.device_wide_caps ? device.device_wide_caps : device.node_caps;
+      capability.capabilities = device.device_wide_caps ? device.device_wide_caps : device.node_caps;
       if (!device.old_driver) {
         capability.capabilities |= V4L2_CAP_DEVICE_CAPS;
         capability.device_caps = device.node_caps;
@@ -211,8 +208,7 @@ int FakeV4l2System::HandleIoctl(int fd, Node& node, unsigned long request, void*
       return 0;
     case VIDIOC_S_FMT:
       if (!node.buffers.empty()) return EBUSY;
-      state.format = As<v4l2_format>(argument).fmt.pix =
-          Fit(node, As<v4l2_format>(argument).fmt.pix);
+      state.format = As<v4l2_format>(argument).fmt.pix = Fit(node, As<v4l2_format>(argument).fmt.pix);
       return 0;
     case VIDIOC_ENUMINPUT: {
       auto& input = As<v4l2_input>(argument);
@@ -273,8 +269,8 @@ int FakeV4l2System::HandleIoctl(int fd, Node& node, unsigned long request, void*
 
 const FakeV4l2Device::Format* FakeV4l2System::FormatOf(const Node& node, std::uint32_t fourcc) {
   const auto& formats = node.device.formats;
-  const auto found = std::find_if(formats.begin(), formats.end(),
-                                  [fourcc](const auto& format) { return format.fourcc == fourcc; });
+  const auto found =
+      std::find_if(formats.begin(), formats.end(), [fourcc](const auto& format) { return format.fourcc == fourcc; });
   return found == formats.end() ? nullptr : &*found;
 }
 
@@ -290,8 +286,7 @@ v4l2_pix_format FakeV4l2System::Fit(const Node& node, const v4l2_pix_format& wan
   fitted.height = Snap(wanted.height, range.min_height, range.max_height, range.step_height);
   if (!format->sizes.empty()) {
     const std::pair<int, int> asked(wanted.width, wanted.height);
-    const bool has =
-        std::find(format->sizes.begin(), format->sizes.end(), asked) != format->sizes.end();
+    const bool has = std::find(format->sizes.begin(), format->sizes.end(), asked) != format->sizes.end();
     std::tie(fitted.width, fitted.height) = has ? asked : format->sizes.front();
   }
   fitted.pixelformat = format->fourcc;
@@ -325,15 +320,8 @@ int FakeV4l2System::NextControl(const Node& node, v4l2_queryctrl& query) {
     if (control.id > after && (!found || control.id < found->id)) found = &control;
   }
   if (!(query.id & V4L2_CTRL_FLAG_NEXT_CTRL) || !found) return EINVAL;
-  query = v4l2_queryctrl{found->id,
-                         found->type,
-                         {},
-                         found->minimum,
-                         found->maximum,
-                         found->step,
-                         found->default_value,
-                         found->flags,
-                         {}};
+  query = v4l2_queryctrl{
+      found->id, found->type, {}, found->minimum, found->maximum, found->step, found->default_value, found->flags, {}};
   CopyText(query.name, found->name);
   return 0;
 }
@@ -357,9 +345,8 @@ int FakeV4l2System::RequestBuffers(int fd, Node& node, v4l2_requestbuffers& requ
   if (request.memory != V4L2_MEMORY_MMAP) return EINVAL;
   if (node.buffer_owner != -1 && node.buffer_owner != fd) return EBUSY;
   // Buffers still mapped or streaming cannot be given back.
-  if (node.state.streaming ||
-      std::any_of(mappings_.begin(), mappings_.end(),
-                  [&node](const auto& mapping) { return mapping.second.node == &node; }))
+  if (node.state.streaming || std::any_of(mappings_.begin(), mappings_.end(),
+                                          [&node](const auto& mapping) { return mapping.second.node == &node; }))
     return EBUSY;
   node.ReleaseBuffers();
   request.count = std::min(request.count, kMostBuffers);

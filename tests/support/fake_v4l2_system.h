@@ -39,8 +39,8 @@ struct FakeV4l2Device {
   std::string card = "Fake Camera";
   std::uint32_t node_caps = V4L2_CAP_VIDEO_CAPTURE | V4L2_CAP_STREAMING;
   std::uint32_t device_wide_caps = 0;  // of all the device's nodes; 0: the same as this node's
-  bool old_driver = false;  // knows no V4L2_CAP_DEVICE_CAPS: gives the whole device's only
-  int open_error = 0;       // the errno every open answers with (EBUSY, EACCES), 0: opens
+  bool old_driver = false;             // knows no V4L2_CAP_DEVICE_CAPS: gives the whole device's only
+  int open_error = 0;                  // the errno every open answers with (EBUSY, EACCES), 0: opens
   std::vector<Format> formats;
   bool lists_frame_sizes = true;  // false: sizes only through VIDIOC_TRY_FMT, as on TV cards
   std::uint32_t quantization = V4L2_QUANTIZATION_DEFAULT;
@@ -62,8 +62,8 @@ class FakeV4l2System final : public platform::linux_impl::V4l2System {
   void AddDevice(const std::string& path, FakeV4l2Device device);
   // A frame the device delivers as soon as it streams and has a buffer queued; `damaged` marks it
   // as broken in transfer (V4L2_BUF_FLAG_ERROR).
-  void SendFrame(const std::string& path, std::vector<std::uint8_t> bytes,
-                 std::int64_t timestamp_us, bool damaged = false);
+  void SendFrame(const std::string& path, std::vector<std::uint8_t> bytes, std::int64_t timestamp_us,
+                 bool damaged = false);
   // The device goes away: its node disappears, every call on its files fails with ENODEV.
   void Unplug(const std::string& path);
 

@@ -59,8 +59,8 @@ std::string PictureJpeg(int number) {
   std::unique_ptr<void, decltype(&tjDestroy)> compressor(tjInitCompress(), tjDestroy);
   unsigned char* output = nullptr;
   unsigned long size = 0;
-  const int status = tjCompress2(compressor.get(), top_down_bgr.data(), kWidth, kWidth * 3, kHeight, TJPF_BGR,
-                                 &output, &size, TJSAMP_420, 90, 0);
+  const int status = tjCompress2(compressor.get(), top_down_bgr.data(), kWidth, kWidth * 3, kHeight, TJPF_BGR, &output,
+                                 &size, TJSAMP_420, 90, 0);
   std::unique_ptr<unsigned char, decltype(&tjFree)> owned(output, tjFree);
   if (status != 0) throw std::runtime_error(std::string("tjCompress2: ") + tjGetErrorStr2(compressor.get()));
   return std::string(reinterpret_cast<const char*>(owned.get()), size);
@@ -223,8 +223,9 @@ void LocalHttpServer::State::Answer(int fd, std::string_view path) {
   } else if (path == "/page.html") {
     Send(fd, AnswerText("200 OK", "text/html", "<html><body>not a camera</body></html>"));
   } else if (path == "/close-delimited") {
-    Send(fd, "HTTP/1.1 200 OK\r\nContent-Type: text/plain\r\nConnection: close\r\n\r\n"
-             "the body ends where the connection does");
+    Send(fd,
+         "HTTP/1.1 200 OK\r\nContent-Type: text/plain\r\nConnection: close\r\n\r\n"
+         "the body ends where the connection does");
   } else if (path == "/loop" || path.starts_with("/redirect/")) {
     const std::string_view target = path == "/loop" ? path : path.substr(9);
     Send(fd, AnswerText("302 Found", "text/plain", "moved", "Location: " + std::string(target) + "\r\n"));

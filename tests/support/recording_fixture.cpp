@@ -40,8 +40,10 @@ bool RecordingTest::LogHas(const std::string& line_start) const {
 }
 
 ProbedMovie ProbeMovie(const std::string& path) {
-  const std::string command = "ffprobe -v error -count_frames -select_streams v:0 -show_entries "
-                              "stream=nb_read_frames,width,height -of csv=p=0 '" + path + "' 2>/dev/null";
+  const std::string command =
+      "ffprobe -v error -count_frames -select_streams v:0 -show_entries "
+      "stream=nb_read_frames,width,height -of csv=p=0 '" +
+      path + "' 2>/dev/null";
   std::unique_ptr<FILE, int (*)(FILE*)> pipe(popen(command.c_str(), "r"), pclose);
   ProbedMovie movie;
   if (!pipe) return movie;

@@ -1,10 +1,11 @@
 // The control model: change events run when a value really changes, as the toolkit runs them;
 // timers follow their flags; windows are made on first touch and live until their handlers end.
 
+#include "ui/controls.h"
+
 #include <gtest/gtest.h>
 
 #include "platform/sim/sim_event_loop.h"
-#include "ui/controls.h"
 #include "ui/window.h"
 
 namespace zr::ui {
@@ -55,7 +56,9 @@ TEST_F(ControlsTest, CheckStyleToolbarButtonsFlipBeforeTheirHandler) {
   auto& audio = window.bar.AddButton("audio", ButtonStyle::Check, "audio");
   auto& record = window.bar.AddButton("record", ButtonStyle::Default, "record");
   std::vector<std::string> seen;
-  window.bar.OnButtonClick = [&](ToolbarButton& button) { seen.push_back(button.Key() + std::to_string(button.Value)); };
+  window.bar.OnButtonClick = [&](ToolbarButton& button) {
+    seen.push_back(button.Key() + std::to_string(button.Value));
+  };
   window.bar.ClickButton(audio);
   window.bar.ClickButton(record);
   window.bar.ClickButton(audio);

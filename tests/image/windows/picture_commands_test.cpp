@@ -1,12 +1,13 @@
 // The picture operations as the operator meets them: the messages of a JPEG file that is not
 // written and of a bitmap the clipboard cannot take.
 
+#include "image/windows/picture_commands.h"
+
 #include <gtest/gtest.h>
 
 #include <filesystem>
 
 #include "apps/scenario/world.h"
-#include "image/windows/picture_commands.h"
 
 namespace zr {
 namespace {

@@ -65,8 +65,9 @@ class RealCaptureDevicesTest : public ::testing::Test {
     folder_ = fs::temp_directory_path() / ("zr-devices-" + std::to_string(::getpid()) + "-" +
                                            ::testing::UnitTest::GetInstance()->current_test_info()->name());
     fs::create_directories(folder_);
-    std::vector<VideoDeviceEntry> video{
-        {"Built-in Test Camera", "1.0", 0, [] { return MakeTestCamera(TestCameraSettings{320, 240, 30}); }}};
+    std::vector<VideoDeviceEntry> video{{"Built-in Test Camera", "1.0", 0, [] {
+                                           return MakeTestCamera(TestCameraSettings{320, 240, 30});
+                                         }}};
     std::vector<AudioDeviceEntry> audio{{"Built-in Test Tone", [] { return MakeTestTone(); }}};
     devices_ = std::make_unique<RealCaptureDevices>(
         CaptureDeviceServices{loop_, [this] { loop_.Wake(); }, movies_, clipboard_, nullptr, backends_, ""},
@@ -87,7 +88,8 @@ class RealCaptureDevicesTest : public ::testing::Test {
   }
 
   // A run at 30 frames a second; no limit with 0 seconds.
-  static void SetUpRun(VfwCaptureWindow& window, int limit_seconds, bool sound, bool yield, bool abort_on_right = true) {
+  static void SetUpRun(VfwCaptureWindow& window, int limit_seconds, bool sound, bool yield,
+                       bool abort_on_right = true) {
     CAPTUREPARMS parms;
     ASSERT_TRUE(window.GetSetup(parms));
     parms.dwRequestMicroSecPerFrame = 33333;
@@ -124,13 +126,17 @@ class RealCaptureDevicesTest : public ::testing::Test {
   MemoryClipboard clipboard_;
   FfmpegMovieFiles movies_;
   // Addresses open with short waits, so a silent camera fails the test in a second.
-  const CaptureBackends backends_{
-      {BackendKind::IpCamera, "IP camera", {}, {},
-       [](const std::string& url) {
-         return MakeIpCameraSource(url, IpCameraTimeouts{std::chrono::milliseconds(1000), std::chrono::milliseconds(1000)});
-       }},
-      {BackendKind::NetworkStream, "network stream", {}, {},
-       [](const std::string& url) { return MakeNetworkStreamSource(url, 2000); }}};
+  const CaptureBackends backends_{{BackendKind::IpCamera,
+                                   "IP camera",
+                                   {},
+                                   {},
+                                   [](const std::string& url) {
+                                     return MakeIpCameraSource(url, IpCameraTimeouts{std::chrono::milliseconds(1000),
+                                                                                     std::chrono::milliseconds(1000)});
+                                   }},
+                                  {BackendKind::NetworkStream, "network stream", {}, {}, [](const std::string& url) {
+                                     return MakeNetworkStreamSource(url, 2000);
+                                   }}};
   fs::path folder_;
   std::unique_ptr<RealCaptureDevices> devices_;
   std::unique_ptr<VfwDriverSystem> drivers_ = nullptr;
@@ -266,7 +272,8 @@ TEST_F(RealCaptureDevicesTest, CameraThatDoesNotAnswerFailsTheConnectInTime) {
 // A stream served from a local file records until the stream ends.
 TEST_F(RealCaptureDevicesTest, ControlRecordsAStreamUntilItEnds) {
   const std::string source = File("source.avi");
-  ASSERT_EQ(std::system(("ffmpeg -v error -f lavfi -i testsrc2=s=320x240:r=10 -t 2 -c:v mjpeg '" + source + "'").c_str()), 0);
+  ASSERT_EQ(
+      std::system(("ffmpeg -v error -f lavfi -i testsrc2=s=320x240:r=10 -t 2 -c:v mjpeg '" + source + "'").c_str()), 0);
   LocalHttpServer server(LocalHttpServer::Mode::Files, LocalHttpServer::Options{.folder = folder_});
   auto control = devices_->MakeCaptureControl();
   ControlEvents events;
@@ -332,13 +339,17 @@ TEST_F(RealCaptureDevicesTest, ControlBurnsItsTimeCodeIntoThePictureAndClearsIt)
   control->SetDeviceConnected(true);
   const BgrColour ink{3, 2, 1};  // packed with red in the low byte: 0x030201 is blue 3, green 2, red 1
   control->DrawVideoText(0, "SMPTE", 100, 150, "Arial", 12, 0x030201, 0);
-  ASSERT_TRUE(RunUntil([&] { return devices_->LatestPicture() && AreaHolds(*devices_->LatestPicture(), 100, 150, 130, 20, ink); }, 2000));
+  ASSERT_TRUE(RunUntil(
+      [&] { return devices_->LatestPicture() && AreaHolds(*devices_->LatestPicture(), 100, 150, 130, 20, ink); },
+      2000));
   control->DrawVideoText(0, "", 0, 0, "0", 0, 0, 0);
   std::shared_ptr<const Picture> cleared;
-  ASSERT_TRUE(RunUntil([&] {
-    cleared = devices_->LatestPicture();
-    return cleared && !AreaHolds(*cleared, 100, 150, 130, 20, ink);
-  }, 2000));
+  ASSERT_TRUE(RunUntil(
+      [&] {
+        cleared = devices_->LatestPicture();
+        return cleared && !AreaHolds(*cleared, 100, 150, 130, 20, ink);
+      },
+      2000));
   EXPECT_THROW(control->DrawVideoText(0, "Hello", 0, 0, "Arial", 12, 0, 0), DeviceError);
 }
 

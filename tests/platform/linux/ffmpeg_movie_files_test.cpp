@@ -36,7 +36,9 @@ using Paint = std::function<Bgr(int x, int y_from_top)>;
 class Picture {
  public:
   Picture(int width, int height, const Paint& paint, int extra = 8)
-      : width_(width), height_(height), stride_((width * 3 + 3) / 4 * 4 + extra),
+      : width_(width),
+        height_(height),
+        stride_((width * 3 + 3) / 4 * 4 + extra),
         bytes_(static_cast<std::size_t>(stride_ * height), 0xEE) {
     for (int y = 0; y < height; ++y) {
       for (int x = 0; x < width; ++x) {
@@ -80,8 +82,8 @@ Picture Grain(int width, int height, std::uint32_t seed) {
 
 // Every frame as the ffmpeg tool decodes it, top row first, in the pixel format named.
 std::string Decoded(const std::string& path, const std::string& pixel_format) {
-  return RunCommand("ffmpeg -v error -i '" + path + "' -fps_mode passthrough -f rawvideo -pix_fmt " +
-                    pixel_format + " -");
+  return RunCommand("ffmpeg -v error -i '" + path + "' -fps_mode passthrough -f rawvideo -pix_fmt " + pixel_format +
+                    " -");
 }
 
 // What ffmpeg's decoders say while decoding the whole movie: nothing when it is sound.
@@ -94,10 +96,9 @@ struct Codec {
   std::string fourcc;  // as the reader reports it
   bool lossless;
 };
-const std::vector<Codec> kCodecs = {
-    {VideoCodec::Uncompressed, "DIB ", true}, {VideoCodec::Mjpeg, "MJPG", false},
-    {VideoCodec::Mpeg4, "DX50", false},       {VideoCodec::H264, "H264", false},
-    {VideoCodec::Ffv1, "FFV1", true},         {VideoCodec::HuffYuv, "HFYU", true}};
+const std::vector<Codec> kCodecs = {{VideoCodec::Uncompressed, "DIB ", true}, {VideoCodec::Mjpeg, "MJPG", false},
+                                    {VideoCodec::Mpeg4, "DX50", false},       {VideoCodec::H264, "H264", false},
+                                    {VideoCodec::Ffv1, "FFV1", true},         {VideoCodec::HuffYuv, "HFYU", true}};
 
 const Codec& Of(VideoCodec codec) {
   return *std::find_if(kCodecs.begin(), kCodecs.end(), [&](const Codec& c) { return c.codec == codec; });
@@ -305,8 +306,8 @@ TEST_P(MovieAudio, InterleavesEveryWholeSampleInOrderInThePcmFormatAsked) {
 }
 
 INSTANTIATE_TEST_SUITE_P(RatesChannelsAndBits, MovieAudio,
-                         ::testing::Values(AudioFormat{8000, 1, 8}, AudioFormat{11025, 2, 8},
-                                           AudioFormat{22050, 1, 16}, AudioFormat{44100, 2, 16}));
+                         ::testing::Values(AudioFormat{8000, 1, 8}, AudioFormat{11025, 2, 8}, AudioFormat{22050, 1, 16},
+                                           AudioFormat{44100, 2, 16}));
 
 // ---- Refusals, errors and unfinished movies ---------------------------------------------------
 
@@ -332,13 +333,21 @@ TEST_F(MovieFileTest, WrongDataIsRefusedAndTheMovieGoesOnUntilItIsClosed) {
 
 TEST_F(MovieFileTest, AFormatOutOfRangeOpensNoFile) {
   constexpr auto kMjpeg = VideoCodec::Mjpeg, kMpeg4 = VideoCodec::Mpeg4, kH264 = VideoCodec::H264;
-  const MovieFormat refused[] = {
-      {0, 16, 25, kMjpeg, 90, {}}, {16, -2, 25, kMjpeg, 90, {}}, {16, 16, 0, kMjpeg, 90, {}},
-      {16, 16, NAN, kMjpeg, 90, {}}, {16, 16, 25, kMjpeg, 0, {}}, {16, 16, 25, kMjpeg, 101, {}},
-      {16, 16, 25, kMjpeg, 90, AudioFormat{8000, 1, 12}}, {16, 16, 25, kMjpeg, 90, AudioFormat{8000, 0, 8}},
-      {16, 16, 25, kMjpeg, 90, AudioFormat{0, 1, 8}}, {17, 16, 25, kH264, 90, {}}, {16, 15, 25, kH264, 90, {}},
-      {16, 16, 25, kH264, 0, {}}, {16, 16, 25, kMpeg4, 101, {}}, {16, 16, 25, kMpeg4, 90, {}, -1},
-      {16, 16, 25, kH264, 90, {}, 1000001}};
+  const MovieFormat refused[] = {{0, 16, 25, kMjpeg, 90, {}},
+                                 {16, -2, 25, kMjpeg, 90, {}},
+                                 {16, 16, 0, kMjpeg, 90, {}},
+                                 {16, 16, NAN, kMjpeg, 90, {}},
+                                 {16, 16, 25, kMjpeg, 0, {}},
+                                 {16, 16, 25, kMjpeg, 101, {}},
+                                 {16, 16, 25, kMjpeg, 90, AudioFormat{8000, 1, 12}},
+                                 {16, 16, 25, kMjpeg, 90, AudioFormat{8000, 0, 8}},
+                                 {16, 16, 25, kMjpeg, 90, AudioFormat{0, 1, 8}},
+                                 {17, 16, 25, kH264, 90, {}},
+                                 {16, 15, 25, kH264, 90, {}},
+                                 {16, 16, 25, kH264, 0, {}},
+                                 {16, 16, 25, kMpeg4, 101, {}},
+                                 {16, 16, 25, kMpeg4, 90, {}, -1},
+                                 {16, 16, 25, kH264, 90, {}, 1000001}};
   for (const MovieFormat& format : refused) {
     EXPECT_FALSE(files_.OpenWriter(File("refused.avi"), format)) << "refused format " << &format - refused;
     EXPECT_FALSE(fs::exists(File("refused.avi")));
@@ -347,8 +356,9 @@ TEST_F(MovieFileTest, AFormatOutOfRangeOpensNoFile) {
 
 TEST_F(MovieFileTest, WhatCannotBeReadOrWrittenIsAnErrorNamingTheFile) {
   const std::string path = File("notes.txt");
-  for (const char* content :
-       {static_cast<const char*>(nullptr), "", "Shot list\n1. wide\n", "RIFF\x04\x01\x01\x01" "AVI LIST"}) {
+  for (const char* content : {static_cast<const char*>(nullptr), "", "Shot list\n1. wide\n",
+                              "RIFF\x04\x01\x01\x01"
+                              "AVI LIST"}) {
     if (content != nullptr) std::ofstream(path) << content;
     const auto info = files_.ReadInfo(path);
     ASSERT_FALSE(info);

@@ -69,8 +69,13 @@ TEST_F(IniSettingsStoreTest, MissingFolderFileSectionOrKeyGiveTheDefaultSilently
 }
 
 TEST_F(IniSettingsStoreTest, ValuesComeBackByteForByte) {
-  const std::vector<std::string> values = {"a=b=c", "  blanks both sides  ", "", "one\ntwo\r\nthree\r",
-                                           R"(C:\new\\path\)", "caf\xe9 Latin-1", "UTF-8 \xc3\xbc\xc3\xa9",
+  const std::vector<std::string> values = {"a=b=c",
+                                           "  blanks both sides  ",
+                                           "",
+                                           "one\ntwo\r\nthree\r",
+                                           R"(C:\new\\path\)",
+                                           "caf\xe9 Latin-1",
+                                           "UTF-8 \xc3\xbc\xc3\xa9",
                                            std::string("nul\0inside", 10)};
   for (std::size_t i = 0; i < values.size(); ++i) store_.Save("ZR", "Values", "V" + std::to_string(i), values[i]);
   IniSettingsStore fresh(folder_, errors_);
@@ -121,8 +126,8 @@ TEST_F(IniSettingsStoreTest, EachApplicationRootHasItsOwnFile) {
   for (const std::string application : {"Video Zandrell", "ZR", "ZZANDRELL", "ZANDRELL", odd.c_str()}) {
     store_.Save(application, "S", "K", application + " value");
   }
-  EXPECT_EQ(FolderEntries(), (std::vector<std::string>{"Video Zandrell.ini", "ZANDRELL.ini", "ZR.ini",
-                                                       "ZZANDRELL.ini", "odd_name_with_ controls.ini"}));
+  EXPECT_EQ(FolderEntries(), (std::vector<std::string>{"Video Zandrell.ini", "ZANDRELL.ini", "ZR.ini", "ZZANDRELL.ini",
+                                                       "odd_name_with_ controls.ini"}));
   EXPECT_EQ(store_.Get("ZR", "S", "K", ""), "ZR value");
   EXPECT_EQ(store_.Get("ZANDRELL", "S", "K", ""), "ZANDRELL value");
   EXPECT_EQ(store_.Get(odd, "S", "K", ""), odd + " value");

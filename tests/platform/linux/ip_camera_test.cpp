@@ -75,14 +75,18 @@ TEST_P(IpCameraStyleTest, DeliversEveryPictureDecodedAndInOrder) {
 
 INSTANTIATE_TEST_SUITE_P(
     Styles, IpCameraStyleTest,
-    ::testing::Values(CameraStyle{"Snapshots", Mode::Snapshot, {}, 7, 100},
-                      CameraStyle{"StreamWithLengths", Mode::Mjpeg, {.frames_per_second = 40}, 1, 1},
-                      CameraStyle{"StreamWithDashedBoundaryAndNoLengths", Mode::Mjpeg,
-                                  {.frames_per_second = 40, .part_lengths = false, .boundary = "--myboundary"}, 1, 1},
-                      // A stream the camera closes after each picture: the picture is whole once its
-                      // length has arrived, with no boundary after it, and the stream is opened again.
-                      CameraStyle{"StreamClosingAfterEachPicture", Mode::Mjpeg,
-                                  {.frames_per_second = 40, .frames_per_stream = 1}, 7, 100}),
+    ::testing::Values(
+        CameraStyle{"Snapshots", Mode::Snapshot, {}, 7, 100},
+        CameraStyle{"StreamWithLengths", Mode::Mjpeg, {.frames_per_second = 40}, 1, 1},
+        CameraStyle{"StreamWithDashedBoundaryAndNoLengths",
+                    Mode::Mjpeg,
+                    {.frames_per_second = 40, .part_lengths = false, .boundary = "--myboundary"},
+                    1,
+                    1},
+        // A stream the camera closes after each picture: the picture is whole once its
+        // length has arrived, with no boundary after it, and the stream is opened again.
+        CameraStyle{
+            "StreamClosingAfterEachPicture", Mode::Mjpeg, {.frames_per_second = 40, .frames_per_stream = 1}, 7, 100}),
     ::testing::PrintToStringParamName());
 
 TEST(IpCameraTest, StartTellsWhyTheCameraCannotBeUsed) {

@@ -23,8 +23,10 @@ class ProgramFolderTest : public ::testing::Test {
     setenv("XDG_DATA_HOME", (root_ + "/data").c_str(), 1);
   }
   void TearDown() override {
-    if (saved_data_home_.empty()) unsetenv("XDG_DATA_HOME");
-    else setenv("XDG_DATA_HOME", saved_data_home_.c_str(), 1);
+    if (saved_data_home_.empty())
+      unsetenv("XDG_DATA_HOME");
+    else
+      setenv("XDG_DATA_HOME", saved_data_home_.c_str(), 1);
     fs::remove_all(root_);
   }
   std::string root_;

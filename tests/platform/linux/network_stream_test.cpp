@@ -104,9 +104,9 @@ TEST_F(NetworkStreamTest, StartFailsNamingTheAddressWithinTheTimeout) {
   const std::string missing = (folder_ / "missing.avi").string();
   const std::string absent = files.Url("/file/absent.avi");
   const std::string mute = silent.Url("/file/movie.avi");
-  for (const auto& [url, message] : {std::pair{missing, missing + " cannot be opened"},
-                                     std::pair{absent, absent + " cannot be opened"},
-                                     std::pair{mute, mute + " does not answer"}}) {
+  for (const auto& [url, message] :
+       {std::pair{missing, missing + " cannot be opened"}, std::pair{absent, absent + " cannot be opened"},
+        std::pair{mute, mute + " does not answer"}}) {
     CollectingSink sink;
     const auto start = std::chrono::steady_clock::now();
     auto started = MakeNetworkStreamSource(url, 400)->Start(sink);

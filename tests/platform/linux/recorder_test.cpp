@@ -105,9 +105,7 @@ std::shared_ptr<const Picture> Flat(int value, int width = 16, int height = 8) {
   return std::make_shared<const Picture>(std::move(picture));
 }
 
-std::int64_t AtRate(std::int64_t frame, double fps) {
-  return std::llround(static_cast<double>(frame) * 1e6 / fps);
-}
+std::int64_t AtRate(std::int64_t frame, double fps) { return std::llround(static_cast<double>(frame) * 1e6 / fps); }
 
 CapturedFrame Frame(int value, std::int64_t timestamp_us, int width = 16, int height = 8) {
   return CapturedFrame{Flat(value, width, height), timestamp_us, 0};
@@ -235,22 +233,26 @@ TEST_P(RecorderSlots, HoldTheRightFramesAndCountTheDropped) {
 
 INSTANTIATE_TEST_SUITE_P(
     Deliveries, RecorderSlots,
-    ::testing::Values(
-        SlotCase{"AtTheRunsRateEverySlotUpToTheLimit", 30, 150, AtSlots(Series(160), 30), Series(150), 0},
-        // Each slot holds one of the two source frames nearest its time.
-        SlotCase{"AFasterSourceThinnedToTheRunsRate", 30, 30, AtSlots(Series(120), 60), Series(30, 2), 0, 0ms, 1},
-        SlotCase{"JitterOfLessThanHalfASlot", 30, 60, AtSlots(Series(60), 30, 12000), Series(60), 0},
-        SlotCase{"AGapFilledOnlyUpToTheLimit", 10, 5, AtSlots({1, 50}, 10), Ints(5, 1), 4},
-        // The writer has caught up before slot 5, so the first repeats follow the frame it wrote.
-        SlotCase{"GapsRepeatingThePreviousFrame", 25, std::nullopt, AtSlots({0, 1, 2, 5, 6, 9}, 25),
-                 Ints{0, 1, 2, 2, 2, 5, 6, 6, 6, 9}, 4, 0ms, 0, 3},
-        // Frames that stop coming: the run still ends once its 0.3 s are over, the last frame
-        // filling the rest; without any frame it ends empty.
-        SlotCase{"FramesStoppingBeforeTheLimit", 30, 9, AtSlots({0, 1, 2}, 30), Ints{0, 1, 2, 2, 2, 2, 2, 2, 2}, 6,
-                 300ms},
-        SlotCase{"NoFrameBeforeTheLimit", 30, 3, {}, {}, 0, 100ms},
-        SlotCase{"FramesOfOtherSizesScaledToTheMovie", 25, std::nullopt,
-                 {{40, 0}, {90, AtRate(1, 25), 33, 21}, {140, AtRate(2, 25), 8, 4}}, Ints{40, 90, 140}, 0}),
+    ::testing::Values(SlotCase{"AtTheRunsRateEverySlotUpToTheLimit", 30, 150, AtSlots(Series(160), 30), Series(150), 0},
+                      // Each slot holds one of the two source frames nearest its time.
+                      SlotCase{"AFasterSourceThinnedToTheRunsRate", 30, 30, AtSlots(Series(120), 60), Series(30, 2), 0,
+                               0ms, 1},
+                      SlotCase{"JitterOfLessThanHalfASlot", 30, 60, AtSlots(Series(60), 30, 12000), Series(60), 0},
+                      SlotCase{"AGapFilledOnlyUpToTheLimit", 10, 5, AtSlots({1, 50}, 10), Ints(5, 1), 4},
+                      // The writer has caught up before slot 5, so the first repeats follow the frame it wrote.
+                      SlotCase{"GapsRepeatingThePreviousFrame", 25, std::nullopt, AtSlots({0, 1, 2, 5, 6, 9}, 25),
+                               Ints{0, 1, 2, 2, 2, 5, 6, 6, 6, 9}, 4, 0ms, 0, 3},
+                      // Frames that stop coming: the run still ends once its 0.3 s are over, the last frame
+                      // filling the rest; without any frame it ends empty.
+                      SlotCase{"FramesStoppingBeforeTheLimit", 30, 9, AtSlots({0, 1, 2}, 30),
+                               Ints{0, 1, 2, 2, 2, 2, 2, 2, 2}, 6, 300ms},
+                      SlotCase{"NoFrameBeforeTheLimit", 30, 3, {}, {}, 0, 100ms},
+                      SlotCase{"FramesOfOtherSizesScaledToTheMovie",
+                               25,
+                               std::nullopt,
+                               {{40, 0}, {90, AtRate(1, 25), 33, 21}, {140, AtRate(2, 25), 8, 4}},
+                               Ints{40, 90, 140},
+                               0}),
     [](const ::testing::TestParamInfo<SlotCase>& param) { return param.param.name; });
 
 TEST_F(RecorderTest, AFullQueueTurnsFramesIntoRepeatsOfTheLastQueuedOne) {
@@ -437,8 +439,7 @@ TEST_F(RecordedMovieTest, AFiveSecondRunHoldsExactly150FramesAndFiveSecondsOfSou
   ASSERT_TRUE(zr::testing::Ok(info));
   EXPECT_EQ(info->frame_count, 150);
   EXPECT_NEAR(info->duration_seconds, 5.0, 1e-6);
-  const std::string sound =
-      zr::testing::RunCommand("ffmpeg -v error -i '" + Path() + "' -map 0:a -c copy -f data -");
+  const std::string sound = zr::testing::RunCommand("ffmpeg -v error -i '" + Path() + "' -map 0:a -c copy -f data -");
   EXPECT_TRUE(sound == std::string(2 * 16000, '\x22') + std::string(2 * 24000, '\0'))
       << sound.size() << " bytes of sound";
 }

@@ -41,9 +41,7 @@ struct Rgb {
 };
 constexpr Rgb kRed{255, 0, 0}, kBlue{0, 0, 255};
 
-std::uint8_t Byte(double value) {
-  return static_cast<std::uint8_t>(std::clamp(std::lround(value), 0L, 255L));
-}
+std::uint8_t Byte(double value) { return static_cast<std::uint8_t>(std::clamp(std::lround(value), 0L, 255L)); }
 
 struct Yuv {
   std::uint8_t y, u, v;
@@ -53,8 +51,7 @@ struct Yuv {
 Yuv YuvOf(Rgb colour, bool full_range) {
   const double luma = 0.299 * colour.red + 0.587 * colour.green + 0.114 * colour.blue;
   const double scale = full_range ? 1.0 : 219.0 / 255, chroma = full_range ? 1.0 : 224.0 / 255;
-  return {Byte((full_range ? 0 : 16) + scale * luma),
-          Byte(128 + chroma * (colour.blue - luma) / 1.772),
+  return {Byte((full_range ? 0 : 16) + scale * luma), Byte(128 + chroma * (colour.blue - luma) / 1.772),
           Byte(128 + chroma * (colour.red - luma) / 1.402)};
 }
 
@@ -63,8 +60,8 @@ std::vector<std::uint8_t> JpegOf(const std::vector<std::uint8_t>& rgb, int width
   unsigned char* jpeg = nullptr;
   unsigned long size = 0;
   // Full-resolution colour, so the colours stay in their own 8x8 blocks.
-  if (tjCompress2(compressor.get(), rgb.data(), width, width * 3, height, TJPF_RGB, &jpeg, &size,
-                  TJSAMP_444, 95, 0) != 0) {
+  if (tjCompress2(compressor.get(), rgb.data(), width, width * 3, height, TJPF_RGB, &jpeg, &size, TJSAMP_444, 95, 0) !=
+      0) {
     ADD_FAILURE() << "cannot make the test JPEG: " << tjGetErrorStr2(compressor.get());
     return {};
   }
@@ -74,8 +71,7 @@ std::vector<std::uint8_t> JpegOf(const std::vector<std::uint8_t>& rgb, int width
 }
 
 // A frame of `top` over `bottom` as the device sends it: top row first, rows packed.
-std::vector<std::uint8_t> FrameOf(std::uint32_t fourcc, int width, int height, Rgb top, Rgb bottom,
-                                  bool full_range) {
+std::vector<std::uint8_t> FrameOf(std::uint32_t fourcc, int width, int height, Rgb top, Rgb bottom, bool full_range) {
   const auto colour = [&](int y) { return y < height / 2 ? top : bottom; };
   std::vector<std::uint8_t> bytes;
   for (int y = 0; y < height; ++y) {
@@ -87,13 +83,11 @@ std::vector<std::uint8_t> FrameOf(std::uint32_t fourcc, int width, int height, R
       if (fourcc == V4L2_PIX_FMT_NV12 || fourcc == V4L2_PIX_FMT_YUV420) bytes.push_back(yuv.y);
       if (fourcc == V4L2_PIX_FMT_GREY) bytes.push_back(rgb.green);
       if (fourcc == V4L2_PIX_FMT_BGR24) bytes.insert(bytes.end(), {rgb.blue, rgb.green, rgb.red});
-      if (fourcc == V4L2_PIX_FMT_RGB24 || fourcc == V4L2_PIX_FMT_MJPEG ||
-          fourcc == V4L2_PIX_FMT_JPEG)
+      if (fourcc == V4L2_PIX_FMT_RGB24 || fourcc == V4L2_PIX_FMT_MJPEG || fourcc == V4L2_PIX_FMT_JPEG)
         bytes.insert(bytes.end(), {rgb.red, rgb.green, rgb.blue});
     }
   }
-  if (fourcc == V4L2_PIX_FMT_MJPEG || fourcc == V4L2_PIX_FMT_JPEG)
-    return JpegOf(bytes, width, height);
+  if (fourcc == V4L2_PIX_FMT_MJPEG || fourcc == V4L2_PIX_FMT_JPEG) return JpegOf(bytes, width, height);
   // The colour planes of 4:2:0: U then V, or U and V interleaved.
   const int planes = fourcc == V4L2_PIX_FMT_YUV420 ? 2 : fourcc == V4L2_PIX_FMT_NV12 ? 1 : 0;
   for (int plane = 0; plane < planes; ++plane) {
@@ -113,9 +107,9 @@ std::vector<std::uint8_t> FrameOf(std::uint32_t fourcc, int width, int height, R
   const auto near = [](int seen, int wanted) { return std::abs(seen - wanted) <= 8; };
   if (near(bgr[2], expected.red) && near(bgr[1], expected.green) && near(bgr[0], expected.blue))
     return ::testing::AssertionSuccess();
-  return ::testing::AssertionFailure()
-         << "pixel (" << x << ", " << y_from_top << ") is " << +bgr[2] << "/" << +bgr[1] << "/"
-         << +bgr[0] << ", not " << +expected.red << "/" << +expected.green << "/" << +expected.blue;
+  return ::testing::AssertionFailure() << "pixel (" << x << ", " << y_from_top << ") is " << +bgr[2] << "/" << +bgr[1]
+                                       << "/" << +bgr[0] << ", not " << +expected.red << "/" << +expected.green << "/"
+                                       << +expected.blue;
 }
 
 // Every test ends with all files closed, all buffers unmapped and no misused device call.
@@ -162,8 +156,7 @@ MATCHER_P3(Device, path, name, has_tuner, "") {
 TEST_F(V4l2DeviceTest, ListsTheCaptureNodesByNumberWithThoseHeldOrForbidden) {
   constexpr std::uint32_t kCapture = V4L2_CAP_VIDEO_CAPTURE | V4L2_CAP_STREAMING;
   FakeV4l2Device device;
-  const auto add = [&](const std::string& path, const std::string& card, std::uint32_t caps,
-                       int open_error = 0) {
+  const auto add = [&](const std::string& path, const std::string& card, std::uint32_t caps, int open_error = 0) {
     device.card = card;
     device.node_caps = caps;
     device.open_error = open_error;
@@ -182,11 +175,10 @@ TEST_F(V4l2DeviceTest, ListsTheCaptureNodesByNumberWithThoseHeldOrForbidden) {
   device.old_driver = true;
   add("/dev/video5", "Old Card", kCapture);
 
-  EXPECT_THAT(ListV4l2Devices(system), ElementsAre(Device("/dev/video2", "Television Card", true),
-                                                   Device("/dev/video5", "Old Card", false),
-                                                   Device("/dev/video6", "/dev/video6", false),
-                                                   Device("/dev/video7", "/dev/video7", false),
-                                                   Device("/dev/video10", "USB Camera", false)));
+  EXPECT_THAT(ListV4l2Devices(system),
+              ElementsAre(Device("/dev/video2", "Television Card", true), Device("/dev/video5", "Old Card", false),
+                          Device("/dev/video6", "/dev/video6", false), Device("/dev/video7", "/dev/video7", false),
+                          Device("/dev/video10", "USB Camera", false)));
 }
 
 // ---- The format menu --------------------------------------------------------------------------
@@ -292,10 +284,9 @@ TEST_F(V4l2DeviceTest, SettingsAreTheRangesAndSwitchesTheOperatorCanChange) {
   };
   auto source = Source(camera);
   const auto brightness = std::tuple(-64, 64, 2, 0);
-  EXPECT_THAT(source->Controls(),
-              ElementsAre(Setting("Brightness", brightness, 10, false),
-                          Setting("White Balance", std::tuple(0, 1, 1, 1), 0, true),
-                          Setting("Sharpness", std::tuple(0, 7, 1, 3), 5, false)));
+  EXPECT_THAT(source->Controls(), ElementsAre(Setting("Brightness", brightness, 10, false),
+                                              Setting("White Balance", std::tuple(0, 1, 1, 1), 0, true),
+                                              Setting("Sharpness", std::tuple(0, 7, 1, 3), 5, false)));
 
   ASSERT_TRUE(Ok(source->SetControl(V4L2_CID_BRIGHTNESS, -20)));
   EXPECT_FALSE(source->SetControl(V4L2_CID_BRIGHTNESS, 65));
@@ -329,10 +320,8 @@ TEST_P(V4l2FrameTest, FrameBecomesABottomUpBgrPictureOfItsColours) {
   if (format.full_range) camera.quantization = V4L2_QUANTIZATION_FULL_RANGE;
   auto source = Source(camera);
   ASSERT_TRUE(Ok(source->Start(sink)));
-  system.SendFrame(
-      kCamera,
-      FrameOf(format.fourcc, kWidth, kHeight, format.top, format.bottom, format.full_range),
-      1'000'000);
+  system.SendFrame(kCamera, FrameOf(format.fourcc, kWidth, kHeight, format.top, format.bottom, format.full_range),
+                   1'000'000);
 
   const std::vector<CapturedFrame> frames = FramesOnce(1);
   ASSERT_EQ(frames.size(), 1u);
@@ -343,24 +332,22 @@ TEST_P(V4l2FrameTest, FrameBecomesABottomUpBgrPictureOfItsColours) {
   // rows and interpolated); the others must not.
   for (const int x : {0, 1, kWidth / 2, kWidth - 1}) {
     for (const int y : {0, kHeight / 2 - 3}) EXPECT_TRUE(HasColour(picture, x, y, format.top));
-    for (const int y : {kHeight / 2 + 2, kHeight - 1})
-      EXPECT_TRUE(HasColour(picture, x, y, format.bottom));
+    for (const int y : {kHeight / 2 + 2, kHeight - 1}) EXPECT_TRUE(HasColour(picture, x, y, format.bottom));
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    EveryFormat, V4l2FrameTest,
-    ::testing::Values(FormatCase{"YUYV", V4L2_PIX_FMT_YUYV, kRed, kBlue},
-                      FormatCase{"YUYVFullRange", V4L2_PIX_FMT_YUYV, {240, 200, 40}, kBlue, true},
-                      FormatCase{"UYVY", V4L2_PIX_FMT_UYVY, kRed, kBlue},
-                      FormatCase{"NV12", V4L2_PIX_FMT_NV12, kRed, kBlue},
-                      FormatCase{"YUV420", V4L2_PIX_FMT_YUV420, kRed, kBlue},
-                      FormatCase{"RGB24", V4L2_PIX_FMT_RGB24, kRed, kBlue},
-                      FormatCase{"BGR24", V4L2_PIX_FMT_BGR24, kRed, kBlue},
-                      FormatCase{"GREY", V4L2_PIX_FMT_GREY, {200, 200, 200}, {40, 40, 40}},
-                      FormatCase{"MJPEG", V4L2_PIX_FMT_MJPEG, kRed, kBlue},
-                      FormatCase{"JPEG", V4L2_PIX_FMT_JPEG, kBlue, kRed}),
-    [](const auto& test) { return std::string(test.param.name); });
+INSTANTIATE_TEST_SUITE_P(EveryFormat, V4l2FrameTest,
+                         ::testing::Values(FormatCase{"YUYV", V4L2_PIX_FMT_YUYV, kRed, kBlue},
+                                           FormatCase{"YUYVFullRange", V4L2_PIX_FMT_YUYV, {240, 200, 40}, kBlue, true},
+                                           FormatCase{"UYVY", V4L2_PIX_FMT_UYVY, kRed, kBlue},
+                                           FormatCase{"NV12", V4L2_PIX_FMT_NV12, kRed, kBlue},
+                                           FormatCase{"YUV420", V4L2_PIX_FMT_YUV420, kRed, kBlue},
+                                           FormatCase{"RGB24", V4L2_PIX_FMT_RGB24, kRed, kBlue},
+                                           FormatCase{"BGR24", V4L2_PIX_FMT_BGR24, kRed, kBlue},
+                                           FormatCase{"GREY", V4L2_PIX_FMT_GREY, {200, 200, 200}, {40, 40, 40}},
+                                           FormatCase{"MJPEG", V4L2_PIX_FMT_MJPEG, kRed, kBlue},
+                                           FormatCase{"JPEG", V4L2_PIX_FMT_JPEG, kBlue, kRed}),
+                         [](const auto& test) { return std::string(test.param.name); });
 
 // Broken frames are skipped, more frames than buffers go round, and a new format restarts the
 // stream at its size with the numbers and times running on; a new Start counts from nothing.
@@ -371,8 +358,7 @@ TEST_F(V4l2DeviceTest, FramesAreNumberedAndTimedFromTheFirstAcrossAFormatChange)
   system.SendFrame(kCamera, small, 7'000'000);
   system.SendFrame(kCamera, small, 7'040'000, /*damaged=*/true);
   system.SendFrame(kCamera, std::vector<std::uint8_t>(15, 100), 7'060'000);  // cut off
-  for (int frame = 1; frame < 6; ++frame)
-    system.SendFrame(kCamera, small, 7'000'000 + frame * 80'000);
+  for (int frame = 1; frame < 6; ++frame) system.SendFrame(kCamera, small, 7'000'000 + frame * 80'000);
   ASSERT_TRUE(sink.WaitForFrames(6, kPatience));
 
   ASSERT_TRUE(Ok(source->SelectFormat(1)));

@@ -1,12 +1,12 @@
 // The event loop on the virtual clock: timers in due order, posted events, yields, blocking
 // calls that hold timers back, and modal runs fed by the input source.
 
+#include "platform/sim/sim_event_loop.h"
+
 #include <gtest/gtest.h>
 
 #include <string>
 #include <vector>
-
-#include "platform/sim/sim_event_loop.h"
 
 namespace zr::platform::sim {
 namespace {
