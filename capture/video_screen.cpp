@@ -479,66 +479,27 @@ void VideoScreen::MouseDown(int) {}
 
 namespace {
 
-const WindowRegistration<VideoScreen> kRegistration{{
-    {"Disconnect",
-     [](VideoScreen& w, const ProcedureArguments& a) {
-       a.Expect(0);
-       w.Disconnect();
-     }},
-    {"RefreshWindow",
-     [](VideoScreen& w, const ProcedureArguments& a) {
-       a.Expect(0);
-       w.RefreshWindow();
-     }},
-    {"VideoCompressionDialog",
-     [](VideoScreen& w, const ProcedureArguments& a) {
-       a.Expect(0);
-       w.VideoCompressionDialog();
-     }},
-    {"Initialize",
-     [](VideoScreen& w, const ProcedureArguments& a) {
-       a.Expect(0);
-       w.Initialize();
-     }},
-    {"VideoSource",
-     [](VideoScreen& w, const ProcedureArguments& a) {
-       a.Expect(0);
-       w.VideoSource();
-     }},
-    {"VideoDisplay",
-     [](VideoScreen& w, const ProcedureArguments& a) {
-       a.Expect(0);
-       w.VideoDisplay();
-     }},
-    {"VideoFormat",
-     [](VideoScreen& w, const ProcedureArguments& a) {
-       a.Expect(0);
-       w.VideoFormat();
-     }},
-    {"Overlay",
-     [](VideoScreen& w, const ProcedureArguments& a) {
-       a.Expect(0);
-       w.Overlay();
-     }},
+using Registration = WindowRegistration<VideoScreen>;
+const Registration kRegistration{{
+    {"Disconnect", Registration::Calls(&VideoScreen::Disconnect)},
+    {"RefreshWindow", Registration::Calls(&VideoScreen::RefreshWindow)},
+    {"VideoCompressionDialog", Registration::Calls(&VideoScreen::VideoCompressionDialog)},
+    {"Initialize", Registration::Calls(&VideoScreen::Initialize)},
+    {"VideoSource", Registration::Calls(&VideoScreen::VideoSource)},
+    {"VideoDisplay", Registration::Calls(&VideoScreen::VideoDisplay)},
+    {"VideoFormat", Registration::Calls(&VideoScreen::VideoFormat)},
+    {"Overlay", Registration::Calls(&VideoScreen::Overlay)},
     {"Preview",
      [](VideoScreen& w, const ProcedureArguments& a) {
        a.Expect(1);
-       w.Preview(static_cast<int>(a.Number(0)));
+       w.Preview(a.Integer(0));
      }},
-    {"Record",
-     [](VideoScreen& w, const ProcedureArguments& a) {
-       a.Expect(0);
-       w.Record();
-     }},
-    {"StopCapture",
-     [](VideoScreen& w, const ProcedureArguments& a) {
-       a.Expect(0);
-       w.StopCapture();
-     }},
+    {"Record", Registration::Calls(&VideoScreen::Record)},
+    {"StopCapture", Registration::Calls(&VideoScreen::StopCapture)},
     {"SaveStill",
      [](VideoScreen& w, const ProcedureArguments& a) {
        a.Expect(3);
-       w.SaveStill(a.Text(0), static_cast<int>(a.Number(1)), a.Flag(2));
+       w.SaveStill(a.Text(0), a.Integer(1), a.Flag(2));
      }},
     {"SetFilename",
      [](VideoScreen& w, const ProcedureArguments& a) {
@@ -550,36 +511,12 @@ const WindowRegistration<VideoScreen> kRegistration{{
        a.Expect(0);
        (void)w.GetFilename();
      }},
-    {"OpenMultipleImage",
-     [](VideoScreen& w, const ProcedureArguments& a) {
-       a.Expect(0);
-       w.OpenMultipleImage();
-     }},
-    {"SetCaptureParameters",
-     [](VideoScreen& w, const ProcedureArguments& a) {
-       a.Expect(0);
-       w.SetCaptureParameters();
-     }},
-    {"CaptureSingle",
-     [](VideoScreen& w, const ProcedureArguments& a) {
-       a.Expect(0);
-       w.CaptureSingle();
-     }},
-    {"CloseMultipleCapture",
-     [](VideoScreen& w, const ProcedureArguments& a) {
-       a.Expect(0);
-       w.CloseMultipleCapture();
-     }},
-    {"WDMCaptureDialog",
-     [](VideoScreen& w, const ProcedureArguments& a) {
-       a.Expect(0);
-       w.WDMCaptureDialog();
-     }},
-    {"ResizeWDM",
-     [](VideoScreen& w, const ProcedureArguments& a) {
-       a.Expect(0);
-       w.ResizeWDM();
-     }},
+    {"OpenMultipleImage", Registration::Calls(&VideoScreen::OpenMultipleImage)},
+    {"SetCaptureParameters", Registration::Calls(&VideoScreen::SetCaptureParameters)},
+    {"CaptureSingle", Registration::Calls(&VideoScreen::CaptureSingle)},
+    {"CloseMultipleCapture", Registration::Calls(&VideoScreen::CloseMultipleCapture)},
+    {"WDMCaptureDialog", Registration::Calls(&VideoScreen::WDMCaptureDialog)},
+    {"ResizeWDM", Registration::Calls(&VideoScreen::ResizeWDM)},
     {"AudioVFW",
      [](VideoScreen& w, const ProcedureArguments& a) {
        a.Expect(1);
@@ -588,13 +525,9 @@ const WindowRegistration<VideoScreen> kRegistration{{
     {"ConnectVideoCaptureDevice",
      [](VideoScreen& w, const ProcedureArguments& a) {
        a.Expect(3);
-       w.ConnectVideoCaptureDevice(static_cast<int>(a.Number(0)), a.Text(1), a.Text(2));
+       w.ConnectVideoCaptureDevice(a.Integer(0), a.Text(1), a.Text(2));
      }},
-    {"ShowTCR",
-     [](VideoScreen& w, const ProcedureArguments& a) {
-       a.Expect(0);
-       w.ShowTCR();
-     }},
+    {"ShowTCR", Registration::Calls(&VideoScreen::ShowTCR)},
 }};
 
 }  // namespace

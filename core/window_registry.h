@@ -1,8 +1,10 @@
 #pragma once
 // Every window of the program, declared once in its feature's folder:
 //
-//   const WindowRegistration<VideoScreen> kRegistration{{
-//       {"Disconnect", [](VideoScreen& w, const ProcedureArguments& a) { a.Expect(0); w.Disconnect(); }},
+//   using Registration = WindowRegistration<VideoScreen>;
+//   const Registration kRegistration{{
+//       {"Disconnect", Registration::Calls(&VideoScreen::Disconnect)},
+//       {"Preview", [](VideoScreen& w, const ProcedureArguments& a) { a.Expect(1); w.Preview(a.Integer(0)); }},
 //   }};
 //
 // The window class names itself (`static constexpr std::string_view kWindowName`), says where it
@@ -76,6 +78,15 @@ template <class W>
 class WindowRegistration {
  public:
   using Procedure = std::function<void(W&, const ProcedureArguments&)>;
+
+  // A procedure without arguments: the window's method of that name.
+  static Procedure Calls(void (W::*method)()) {
+    return [method](W& window, const ProcedureArguments& arguments) {
+      arguments.Expect(0);
+      (window.*method)();
+    };
+  }
+
   explicit WindowRegistration(std::map<std::string, Procedure> procedures = {},
                               std::string_view name = W::kWindowName) {
     WindowKind kind;

@@ -61,13 +61,13 @@ std::vector<char32_t> CodePoints(std::string_view text) {
   while (at < text.size()) {
     const auto lead = static_cast<unsigned char>(text[at]);
     const std::size_t length = lead >= 0xF0 && lead < 0xF8 ? 4 : lead >= 0xE0 ? 3 : lead >= 0xC2 && lead < 0xE0 ? 2 : 1;
-    char32_t point = length == 1 ? lead : lead & (0x7F >> length);
+    char32_t point = length == 1 ? char32_t{lead} : static_cast<char32_t>(lead & (0x7Fu >> length));
     bool well_formed = lead < 0x80 || length > 1;
     for (std::size_t follow = 1; well_formed && follow < length; ++follow) {
       const bool inside = at + follow < text.size();
-      const auto next = inside ? static_cast<unsigned char>(text[at + follow]) : 0;
+      const unsigned next = inside ? static_cast<unsigned char>(text[at + follow]) : 0u;
       well_formed = inside && (next & 0xC0) == 0x80;
-      point = (point << 6) | (next & 0x3F);
+      point = (point << 6) | static_cast<char32_t>(next & 0x3Fu);
     }
     if (well_formed) {
       points.push_back(point);

@@ -194,22 +194,15 @@ void Master::ConnectHandlers() {
 
 namespace {
 
-const WindowRegistration<Master> kRegistration{{
+using Registration = WindowRegistration<Master>;
+const Registration kRegistration{{
     {"CaptureControl",
      [](Master& w, const ProcedureArguments& a) {
        a.Expect(1);
        w.CaptureControl(a.Flag(0));
      }},
-    {"StopMovieRecord",
-     [](Master& w, const ProcedureArguments& a) {
-       a.Expect(0);
-       w.StopMovieRecord();
-     }},
-    {"RecordNow",
-     [](Master& w, const ProcedureArguments& a) {
-       a.Expect(0);
-       w.RecordNow();
-     }},
+    {"StopMovieRecord", Registration::Calls(&Master::StopMovieRecord)},
+    {"RecordNow", Registration::Calls(&Master::RecordNow)},
     {"AllControls",
      [](Master& w, const ProcedureArguments& a) {
        a.Expect(1);
@@ -220,21 +213,9 @@ const WindowRegistration<Master> kRegistration{{
        a.Expect(1);
        w.SetOperationMode(a.Text(0));
      }},
-    {"ApplyFilenameExtension",
-     [](Master& w, const ProcedureArguments& a) {
-       a.Expect(0);
-       w.ApplyFilenameExtension();
-     }},
-    {"ClearAVIBuilderBuffer",
-     [](Master& w, const ProcedureArguments& a) {
-       a.Expect(0);
-       w.ClearAVIBuilderBuffer();
-     }},
-    {"LanguageControls",
-     [](Master& w, const ProcedureArguments& a) {
-       a.Expect(0);
-       w.LanguageControls();
-     }},
+    {"ApplyFilenameExtension", Registration::Calls(&Master::ApplyFilenameExtension)},
+    {"ClearAVIBuilderBuffer", Registration::Calls(&Master::ClearAVIBuilderBuffer)},
+    {"LanguageControls", Registration::Calls(&Master::LanguageControls)},
     {"SaveCoolBar",
      [](Master& w, const ProcedureArguments& a) {
        a.Expect(1);
