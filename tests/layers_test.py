@@ -63,7 +63,50 @@ def violations(root, layers):
                 yield f"{relative}:{number}: the {own} layer may not include {target} (the {included} layer)"
 
 
+def self_test():
+    """The check itself, on a small tree: an include down is kept, one up and one outside the
+    table are reported, and a folder inside another layer's folder is a layer of its own."""
+    import tempfile
+
+    with tempfile.TemporaryDirectory() as folder:
+        root = pathlib.Path(folder)
+        (root / "docs").mkdir()
+        (root / "docs" / "architecture.md").write_text(
+            "<!-- layers: begin -->\n"
+            "| base | `base/` | logic | — | rules |\n"
+            "| image | `image/` | logic | base | pictures |\n"
+            "| image_windows | `image/windows/` | logic | base, image, core | windows |\n"
+            "| core | `core/` | logic | base, image | program |\n"
+            "<!-- layers: end -->\n",
+            encoding="utf-8",
+        )
+        files = {
+            "base/rules.h": "",
+            "core/program.h": '#include "base/rules.h"\n#include "image/bmp.h"\n',
+            "image/bmp.h": '#include "base/rules.h"\n#include <vector>\n#include "core/program.h"\n',
+            "image/windows/image_window.h": '#include "core/program.h"\n',
+            "stray/thing.h": "",
+            "base/uses_stray.h": '#include "stray/thing.h"\n',
+        }
+        for name, text in files.items():
+            (root / name).parent.mkdir(parents=True, exist_ok=True)
+            (root / name).write_text(text, encoding="utf-8")
+        found = list(violations(root, read_layers(root / "docs" / "architecture.md")))
+        expected = [
+            "base/uses_stray.h:1: includes stray/thing.h, which is in no layer of the table",
+            "image/bmp.h:3: the image layer may not include core/program.h (the core layer)",
+            "stray/thing.h: the file is in no layer of the table",
+        ]
+        if found != expected:
+            print("the include check itself is wrong:", *found, sep="\n  ")
+            return 1
+    print("the include check finds what it should")
+    return 0
+
+
 def main():
+    if len(sys.argv) > 1 and sys.argv[1] == "--self-test":
+        return self_test()
     root = pathlib.Path(sys.argv[1] if len(sys.argv) > 1 else ".").resolve()
     layers = read_layers(root / "docs" / "architecture.md")
     if not layers:
