@@ -62,8 +62,6 @@ class MainWindow : public ui::Window {
 
   // The button "record" of the operation bar, whose image tells whether a run is going on.
   ui::ToolbarButton& RecordButton() { return OperationBar.Button("record"); }
-  // Whether the band of `mode` is the one shown.
-  bool BandShown(std::string_view band) { return MasterBar.Bands(std::string(band)).Visible; }
 
   // ---- the commands of the main window that features call
   // The mode by its name, matched without regard to case: "movie", "image", "multiple",

@@ -24,6 +24,7 @@
 #include <utility>
 
 #include "image/jpeg_codec.h"
+#include "image/picture_limits.h"
 #include "platform/linux/ffmpeg_handles.h"
 
 extern "C" {
@@ -310,8 +311,11 @@ Result<ActiveFormat> ApplyFormat(const DeviceFile& file, const MenuRow& row, con
   if (const int error = file.Ioctl(VIDIOC_S_FMT, &format)) return DeviceError(path, error, "VIDIOC_S_FMT");
   const v4l2_pix_format& taken = format.fmt.pix;
   const PixelFormat* pixel = FindPixelFormat(taken.pixelformat);
-  if (!pixel || taken.width == 0 || taken.height == 0)
-    return Error{DeviceText(path) + " cannot deliver the chosen format", "VIDIOC_S_FMT"};
+  // A size beyond any picture the program handles, or a row too long for it, is a driver's
+  // mistake: nothing is allocated for it.
+  const bool plausible = taken.width > 0 && taken.height > 0 && taken.width <= kMaxPictureSide &&
+                         taken.height <= kMaxPictureSide && taken.bytesperline <= kMaxPictureSide * 8u;
+  if (!pixel || !plausible) return Error{DeviceText(path) + " cannot deliver the chosen format", "VIDIOC_S_FMT"};
   ActiveFormat active{pixel, static_cast<int>(taken.width), static_cast<int>(taken.height),
                       static_cast<int>(taken.bytesperline), UsesFullRange(taken)};
   // Drivers may leave the row length out; the rows are then packed.

@@ -408,6 +408,15 @@ TEST_F(V4l2DeviceTest, StartFailsOnABusyGoneOrNonCaptureDeviceAndLeavesARunningO
   EXPECT_TRUE(sink.WaitForFrames(1, kPatience));
 }
 
+// A driver that offers a picture larger than any the program handles is refused before a
+// buffer is made for it.
+TEST_F(V4l2DeviceTest, StartRefusesASizeBeyondEveryPicture) {
+  auto source = Source(Camera(V4L2_PIX_FMT_GREY, {{20000, 20000}}));
+  const Result<void> started = source->Start(sink);
+  ASSERT_FALSE(started);
+  EXPECT_EQ(started.error().message, "The device " + kCamera + " cannot deliver the chosen format");
+}
+
 TEST_F(V4l2DeviceTest, UnpluggedDeviceEndsTheRunHavingGivenEverythingBack) {
   auto source = Started();
   system.SendFrame(kCamera, std::vector<std::uint8_t>(16, 0), 0);
