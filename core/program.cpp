@@ -101,7 +101,12 @@ void Program::WriteRunRecord() {
 // being destroyed and the parameter file is not overwritten by the last disconnect.
 void Program::ExitProgram() {
   state.Exiting = True;
-  MainWindow().CloseForExit();
+  if (auto* main = IfLoaded<zr::MainWindow>()) {
+    main->CloseForExit();
+    return;
+  }
+  // Without the main window there is only the capture window to close; its close disconnects.
+  Slot("VideoScreen").Unload();
 }
 
 namespace {
