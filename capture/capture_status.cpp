@@ -9,6 +9,7 @@
 #include "capture/video_screen.h"
 #include "core/main_window.h"
 #include "core/window_registry.h"
+#include "movie/information_chunk.h"
 
 namespace zr {
 
@@ -105,7 +106,10 @@ void CaptureStatusUpdate(Program& program) {
     CloseOutRun(program, master);
 }
 
-void WriteInformationChunk(Program&, const std::string&) { throw NotBuiltYet("the information chunk of a movie"); }
+void WriteInformationChunk(Program& program, const std::string& movie_path) {
+  const auto& texts = program.state.AviInfoText;
+  WriteAviInfo(movie_path, texts[0], texts[1], texts[2], texts[3], texts[4], texts[5]);
+}
 
 void PopUpMovieViewer(Program&, const std::string&) { throw NotBuiltYet("the movie viewer"); }
 
