@@ -28,6 +28,7 @@ TriggerPanel::TriggerPanel(ui::Window& window, Program& program, SeriesPanel& se
     : window_(window), program_(program), series_(series) {
   for (const auto& trigger : kTriggers)
     TriggerType.AddButton(trigger.key, ui::ButtonStyle::Check, trigger.image).ToolTipText = trigger.tip;
+  MotionLabel.Caption = "Trigged by Motion";
   TriggerType.OnButtonClick = [this](ui::ToolbarButton& button) { SelectTrigger(button.Key()); };
   MultipleImageTimer.OnTimer = [this] { MultipleImageTimer_Timer(); };
   SelectTrigger("manual");
