@@ -439,6 +439,15 @@ void VideoScreen::WDMCaptureDialog() {
   if (Kind() == DeviceKind::Control) ResumeNext([&] { control_->ShowCaptureDialog(); });
 }
 
+// A device of the control kind takes a new renderer only on a fresh connection.
+void VideoScreen::ReconnectWithRenderer(bool use_vmr9) {
+  if (Kind() != DeviceKind::Control) return;
+  ResumeNext([&] { control_->SetDeviceConnected(false); });
+  ResumeNext([&] { control_->SetUseVMR9(use_vmr9); });
+  ResumeNext([&] { control_->SetDeviceConnected(true); });
+  ResumeNext([&] { control_->SetPreviewEnabled(true); });
+}
+
 void VideoScreen::ResizeWDM() {
   if (!IsControlKind()) return;
   int width = 0;

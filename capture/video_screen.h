@@ -55,6 +55,8 @@ class VideoScreen : public ui::Window, private platform::CaptureControlEvents {
   void CloseMultipleCapture();
   void WDMCaptureDialog();
   void ResizeWDM();
+  // On a device of the control kind: disconnects, sets the renderer, connects and previews again.
+  void ReconnectWithRenderer(bool use_vmr9);
   void AudioVFW(bool enabled);
   void ConnectVideoCaptureDevice(int index, const std::string& kind, const std::string& name);
   void ShowTCR();

@@ -139,6 +139,7 @@ void Master::VideoMenu_Click(int index) {
       auto& entry = VideoMenu(kVideoEngine);
       entry.Checked = !entry.Checked;
       program_.services.settings.Save(kAppTitle, "System", "VMR", entry.Checked ? "Yes" : "No");
+      screen.ReconnectWithRenderer(entry.Checked);
       screen.ResizeWDM();
       break;
     }
