@@ -1,6 +1,7 @@
 // The main window's life: its load, which connects the device and replays the saved set-up,
 // its close request, which saves everything, and its size limits.
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <system_error>
@@ -13,10 +14,28 @@
 #include "core/settings_keys.h"
 #include "main_window/master.h"
 #include "main_window/parameter_file.h"
+#include "platform/atomic_file.h"
 
 namespace zr {
 
 namespace {
+
+constexpr const char* kStationFile = "TVTuner.ini";
+// No list of stations comes near this; a longer file (or a device) is read only this far.
+constexpr std::size_t kLargestStationFileBytes = 1 << 20;
+
+std::string ReadStationFile(const std::string& path) {
+  std::ifstream file(path, std::ios::binary);
+  std::string text(kLargestStationFileBytes, '\0');
+  file.read(text.data(), static_cast<std::streamsize>(text.size()));
+  text.resize(static_cast<std::size_t>(file.gcount()));
+  return text;
+}
+
+bool HasEntryKeyed(const ui::ToolbarButton& button, const std::string& key) {
+  return !key.empty() && std::any_of(button.ButtonMenus.begin(), button.ButtonMenus.end(),
+                                     [&](const auto& entry) { return entry->key == key; });
+}
 
 constexpr int kDefaultWidthPixels = 800;
 constexpr int kDefaultHeightPixels = 600;
@@ -107,22 +126,33 @@ void Master::FillLists() {
 }
 
 // One station a line: key, tab, caption.
+// The whole file split at its line ends; each line is a key and a name parted by a tab. A name
+// holding a tab is cut at it, a line without one adds nothing, and a second station with a key
+// already in the menu is lost, as menu keys are unique.
 void Master::ReadStations() {
-  std::ifstream file(program_.state.AppPath + "TVTuner.ini", std::ios::binary);
   auto& station = TunerBar.Button("tuner_station");
-  std::string line;
-  while (std::getline(file, line)) {
-    if (!line.empty() && line.back() == '\r') line.pop_back();
-    const auto tab = line.find('\t');
-    if (tab == std::string::npos) continue;
-    station.AddMenu(line.substr(0, tab), line.substr(tab + 1));
+  const std::string text = ReadStationFile(program_.state.AppPath + kStationFile);
+  std::size_t start = 0;
+  while (start < text.size()) {
+    const std::size_t end = std::min(text.find("\r\n", start), text.size());
+    const std::string_view line(text.data() + start, end - start);
+    start = end + 2;
+    const std::size_t tab = line.find('\t');
+    if (tab == std::string_view::npos) continue;
+    const std::string key(line.substr(0, tab));
+    const std::string_view rest = line.substr(tab + 1);
+    if (HasEntryKeyed(station, key)) continue;
+    station.AddMenu(key, std::string(rest.substr(0, rest.find('\t'))));
   }
 }
 
+// Rewritten whole at the close, atomically: a crash leaves the old list or the new one.
 void Master::WriteStations() {
-  std::ofstream file(program_.state.AppPath + "TVTuner.ini", std::ios::binary | std::ios::trunc);
+  std::string text;
   for (const auto& entry : TunerBar.Button("tuner_station").ButtonMenus)
-    file << entry->key << '\t' << entry->Text.get() << "\r\n";
+    text += entry->key + '\t' + entry->Text.get() + "\r\n";
+  (void)platform::ReplaceFileAtomically(program_.state.AppPath + kStationFile, text,
+                                        platform::NewFileMode::KeepExisting);
 }
 
 void Master::OpenCommandLineFile() {
