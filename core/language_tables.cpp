@@ -97,6 +97,9 @@ constexpr TextTranslations kTable[] = {
     // ---- Main window: the status panel and the status bar
     {"Status:", "Estado:", "Estado:", "État :", "Status:"},
     {"Connected", "Conectado", "Conectado", "Connecté", "Verbunden"},
+    {"The system does not allow this priority", "O sistema não permite esta prioridade",
+     "El sistema no permite esta prioridad", "Le système n'autorise pas cette priorité",
+     "Das System erlaubt diese Priorität nicht"},
     {"Not Connected", "Não conectado", "No conectado", "Non connecté", "Nicht verbunden"},
     {"Disconnected", "Desconectado", "Desconectado", "Déconnecté", "Getrennt"},
     {"Recording", "Gravando", "Grabando", "Enregistrement", "Aufnahme läuft"},

@@ -205,6 +205,17 @@ void Master::Toolbars_Click(int index) {
     MasterBar.Bands("tuner").Visible = entry.Checked.get();
 }
 
+// The check moves to the chosen entry; the priority lasts until the program ends and is not
+// stored.
+void Master::cpu_priority_Click(int index) {
+  for (const auto& [entry_index, entry] : cpu_priority.Elements()) entry->Checked = entry_index == index;
+  const platform::ProcessPriority asked = index == priority_menu::kRealTime ? platform::ProcessPriority::RealTime
+                                          : index == priority_menu::kHigh   ? platform::ProcessPriority::High
+                                                                            : platform::ProcessPriority::Normal;
+  if (!program_.services.desktop.SetProcessPriority(asked))
+    StatusString.Caption = program_.Translate("The system does not allow this priority");
+}
+
 void Master::AudioMenu_Click(int index) {
   using namespace audio_menu;
   switch (index) {

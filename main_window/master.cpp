@@ -185,6 +185,8 @@ void Master::ConnectHandlers() {
   for (const auto& [index, entry] : FileMenu.Elements()) entry->OnClick = [this, i = index] { FileMenu_Click(i); };
   for (const auto& [index, entry] : Toolbars.Elements()) entry->OnClick = [this, i = index] { Toolbars_Click(i); };
   for (const auto& [index, entry] : AudioMenu.Elements()) entry->OnClick = [this, i = index] { AudioMenu_Click(i); };
+  for (const auto& [index, entry] : cpu_priority.Elements())
+    entry->OnClick = [this, i = index] { cpu_priority_Click(i); };
   MasterTimer.OnTimer = [this] { MasterTimer_Timer(); };
   MasterTimer2.OnTimer = [this] { MasterTimer2_Timer(); };
   Shooter.OnClick = [this] { ShootImageOfSeries(); };

@@ -89,6 +89,9 @@ struct ScreenSize {
   int height = 0;  // pixels
 };
 
+// How much of the machine the program asks for: on Linux the nice values 0, -5 and -10.
+enum class ProcessPriority { Normal, High, RealTime };
+
 class Desktop {
  public:
   virtual ~Desktop() = default;
@@ -99,6 +102,9 @@ class Desktop {
   // Plays a sound file to its end before returning. A missing file, a file that is no sound,
   // or a machine without a sound device plays nothing, without a message.
   virtual void PlaySoundFile(const std::string& path) = 0;
+  // Sets the process's priority, or the closest to it the system allows; false when the one
+  // asked for was not allowed.
+  virtual bool SetProcessPriority(ProcessPriority priority) = 0;
 };
 
 // ---- Wall clock

@@ -1,5 +1,6 @@
 #include "platform/linux/linux_desktop.h"
 
+#include <sys/resource.h>
 #include <unistd.h>
 
 #include <cstdlib>
@@ -44,6 +45,13 @@ bool LinuxDesktop::HasVolumeControl() const {
 
 // The sound is a courtesy: without a sound device or without the file there is nothing to play.
 void LinuxDesktop::PlaySoundFile(const std::string& path) { (void)PlayWaveFile(path); }
+
+bool LinuxDesktop::SetProcessPriority(ProcessPriority priority) {
+  const int asked = priority == ProcessPriority::RealTime ? -10 : priority == ProcessPriority::High ? -5 : 0;
+  for (int nice = asked; nice <= 0; ++nice)
+    if (setpriority(PRIO_PROCESS, 0, nice) == 0) return nice == asked;
+  return false;
+}
 
 std::string ResolveProgramFolder(const std::string& executable_folder, const std::string& override_folder) {
   if (!override_folder.empty()) return WithSeparator(std::filesystem::absolute(override_folder).string());

@@ -17,6 +17,9 @@ class LinuxDesktop final : public Desktop {
   bool HasVolumeControl() const override;
   // Through ALSA's default output; see PlayWaveFile.
   void PlaySoundFile(const std::string& path) override;
+  // The nice value of the priority (0, -5, -10), else the nearest one towards 0 that the system
+  // allows the process.
+  bool SetProcessPriority(ProcessPriority priority) override;
 
  private:
   ScreenSize screen_;

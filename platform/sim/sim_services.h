@@ -89,7 +89,12 @@ class SimDesktop : public Desktop {
   ScreenSize Screen() const override { return screen; }
   bool HasVolumeControl() const override { return volume_control; }
   void PlaySoundFile(const std::string& path) override { played_sounds.push_back(path); }
+  bool SetProcessPriority(ProcessPriority asked) override {
+    priority = asked;
+    return true;
+  }
   ScreenSize screen{1920, 1080};
+  ProcessPriority priority = ProcessPriority::Normal;
   bool volume_control = true;
   // The sound files asked for, in order, whether they exist or not.
   std::vector<std::string> played_sounds;

@@ -2,9 +2,11 @@
 
 #include <gtest/gtest.h>
 #include <stdlib.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <filesystem>
 #include <string>
 
@@ -45,6 +47,24 @@ TEST_F(ProgramFolderTest, AnUnwritableExecutablesFolderFallsBackToTheDataFolder)
   const std::string data = root_ + "/data/video-zandrell/";
   EXPECT_EQ(ResolveProgramFolder(root_ + "/missing", ""), data);
   EXPECT_TRUE(fs::is_directory(data));
+}
+
+// The nice value the priority asks for, or the nearest towards 0 the system allows; a process
+// that may not lower its nice value keeps the one it has and hears so.
+TEST(LinuxDesktopPriority, TheAskedNiceValueOrTheClosestAllowed) {
+  LinuxDesktop desktop;
+  errno = 0;
+  const int before = getpriority(PRIO_PROCESS, 0);
+  const bool high = desktop.SetProcessPriority(ProcessPriority::High);
+  const int now = getpriority(PRIO_PROCESS, 0);
+  EXPECT_EQ(high, now == -5);
+  EXPECT_GE(now, -5);
+  if (high) {
+    EXPECT_TRUE(desktop.SetProcessPriority(ProcessPriority::Normal));
+    EXPECT_EQ(getpriority(PRIO_PROCESS, 0), 0);
+  } else {
+    EXPECT_EQ(now, before > 0 ? before : now);
+  }
 }
 
 }  // namespace
