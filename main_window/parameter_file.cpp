@@ -460,9 +460,9 @@ std::string GetParameter(const std::string& path, const std::string& key, const 
 void SaveParameters(Program& program, const std::string& path) {
   if (program.state.Exiting) return;
   program.Window<Msg>().Say(program, program.Translate("Video Zandrell is saving parameters..."));
-  // A file that cannot be written is passed over without a word. A replaced file keeps its
-  // mode, since a series file may hold a password.
-  (void)platform::ReplaceFileAtomically(path, ParameterFileText(program, path), platform::NewFileMode::KeepExisting);
+  // A file that cannot be written is passed over without a word. The file is the user's alone:
+  // the set-up of a series holds the upload password.
+  (void)platform::ReplaceFileAtomically(path, ParameterFileText(program, path), platform::NewFileMode::Private);
   program.SlotOf<Msg>().Unload();
 }
 

@@ -7,6 +7,8 @@
 
 #include <cerrno>
 #include <cstring>
+#include <fstream>
+#include <string>
 
 namespace zr::platform {
 
@@ -27,13 +29,30 @@ std::string NameOf(const std::string& path) {
   return slash == std::string::npos ? path : path.substr(slash + 1);
 }
 
+// The process's umask, read without changing it: setting it to read it back would change it for
+// every thread of the process in between. Where the system does not tell, the usual 022.
+mode_t CurrentUmask() {
+  std::ifstream status("/proc/self/status");
+  std::string line;
+  while (std::getline(status, line))
+    if (line.rfind("Umask:", 0) == 0) return static_cast<mode_t>(std::stoul(line.substr(6), nullptr, 8));
+  return 022;
+}
+
 mode_t ModeFor(const std::string& path, NewFileMode mode) {
   if (mode == NewFileMode::Private) return 0600;
   struct stat existing {};
   if (::stat(path.c_str(), &existing) == 0) return existing.st_mode & 07777;
-  const mode_t mask = ::umask(0);
-  ::umask(mask);
-  return 0666 & ~mask;
+  return 0666 & ~CurrentUmask();
+}
+
+// The rename is only lasting once the folder that holds the name is on the disk too.
+void SyncFolderOf(const std::string& path) {
+  const std::string folder = FolderOf(path);
+  const int fd = ::open(folder.empty() ? "." : folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  if (fd < 0) return;
+  (void)::fsync(fd);
+  ::close(fd);
 }
 
 Result<void> WriteAll(int fd, const std::string& text, const std::string& path) {
@@ -65,7 +84,11 @@ Result<void> ReplaceFileAtomically(const std::string& path, const std::string& t
   Result<void> result = FillAndClose(fd, text, temporary, ModeFor(path, mode));
   if (result && ::rename(temporary.c_str(), path.c_str()) != 0)
     result = SystemError("renaming " + temporary + " to", path);
-  if (!result) ::unlink(temporary.c_str());
+  if (!result) {
+    ::unlink(temporary.c_str());
+    return result;
+  }
+  SyncFolderOf(path);
   return result;
 }
 

@@ -58,8 +58,10 @@ std::string ResolveProgramFolder(const std::string& executable_folder, const std
   const std::string folder = WithSeparator(executable_folder);
   if (access(folder.c_str(), W_OK) == 0) return folder;
   const std::string data = DataFolder();
+  // The folder holds the parameter files, which can hold the upload password: the user's alone.
   std::error_code error;
   std::filesystem::create_directories(data, error);
+  std::filesystem::permissions(data, std::filesystem::perms::owner_all, error);
   return data;
 }
 

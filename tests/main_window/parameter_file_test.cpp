@@ -220,6 +220,9 @@ TEST_F(ParameterFileTest, MovieSetUpIsWrittenLineByLine) {
                                            "WDMAUDIOINPUT=0",
                                            "WDMAUDIODEVICE=0",
                                            "WDMVIDEODEVICE=0"}));
+  // The set-up can hold the upload password: the file is the user's alone.
+  EXPECT_EQ(std::filesystem::status(AppFile("movie.zrp")).permissions(),
+            std::filesystem::perms::owner_read | std::filesystem::perms::owner_write);
   EXPECT_FALSE(world.program().SlotOf<Msg>().Loaded());
 }
 
