@@ -938,7 +938,8 @@ constexpr auto kCommands = std::to_array<Choice<CommandParser>>({
     {"serial", ParseSerialLine},
     {"joystick",
      [](Cursor& c) -> CommandBody {
-       return Joystick{TakeInt(c, 0, kMaxWhole, "a button state (a whole number from 0)")};
+       // The state is the joystick's bit mask as a signed word: -1 is every button down.
+       return Joystick{TakeInt(c, -kMaxWhole, kMaxWhole, "a button state (a whole number)")};
      }},
     {"http", [](Cursor& c) -> CommandBody { return HttpRequest{TakeString(c)}; }},
     // expectations

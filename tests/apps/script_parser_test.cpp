@@ -185,6 +185,7 @@ TEST(ScriptParserForms, Actions) {
       {"serial CTS on", Is<SerialLine>([](const SerialLine& s) { return s.signal == SerialSignal::kCts && s.on; })},
       {"serial DSR off", Is<SerialLine>([](const SerialLine& s) { return s.signal == SerialSignal::kDsr && !s.on; })},
       {"joystick 5", Is<Joystick>([](const Joystick& j) { return j.buttons == 5; })},
+      {"joystick -1", Is<Joystick>([](const Joystick& j) { return j.buttons == -1; })},
       {R"(http "GET / HTTP/1.0\r\n\r\n")",
        Is<HttpRequest>([](const HttpRequest& h) { return h.request == "GET / HTTP/1.0\r\n\r\n"; })},
   });
