@@ -26,9 +26,11 @@ constexpr std::size_t kLargestStationFileBytes = 1 << 20;
 
 std::string ReadStationFile(const std::string& path) {
   std::ifstream file(path, std::ios::binary);
-  std::string text(kLargestStationFileBytes, '\0');
-  file.read(text.data(), static_cast<std::streamsize>(text.size()));
-  text.resize(static_cast<std::size_t>(file.gcount()));
+  std::string text;
+  char chunk[4096];
+  while (text.size() < kLargestStationFileBytes && file.read(chunk, sizeof chunk).gcount() > 0)
+    text.append(chunk, static_cast<std::size_t>(file.gcount()));
+  if (text.size() > kLargestStationFileBytes) text.resize(kLargestStationFileBytes);
   return text;
 }
 
