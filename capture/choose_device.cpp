@@ -32,6 +32,9 @@ void ChooseDevice::Load() {
     devices.Items.push_back(ui::ListItem{entry->Text, entry->key, entry->tag, entry->Text == last});
     if (entry->Text == last) devices.ListIndex = devices.ListCount() - 1;
   }
+  // A first start, or a last device that is gone: the first entry (not bold), so that the countdown and
+  // "Use the selected device" still connect a device.
+  if (devices.ListIndex < 0 && devices.ListCount() > 0) devices.ListIndex = 0;
   Cancel.Caption = program_.Translate("Cancel");
   Caption = program_.Translate("Choose video capture device...");
   count_ = 0;
