@@ -270,9 +270,22 @@ void Master::MovieToolbar_ButtonClick(ui::ToolbarButton& button) {
     program_.Window<VideoScreen>().ShowTCR();
   } else if (key == "compression") {
     program_.Window<VideoScreen>().VideoCompressionDialog();
+  } else if (key == "filename") {
+    ChooseCaptureFilename();
   } else if (key != "writeinfo") {
     throw NotBuiltYet("the movie toolbar command \"" + key + "\"");
   }
+}
+
+// The movie's name: a cancelled dialog leaves the name as it was.
+void Master::ChooseCaptureFilename() {
+  if (program_.state.CaptureType != "movie") return;
+  const auto chosen = program_.services.dialogs.FileDialog(
+      platform::FileDialogRequest{platform::FileDialogKind::Save, "Set Movie Clip filename...",
+                                  "Movie Clips (*.AVI)|*.avi", program_.state.CaptureFilename, false});
+  if (!chosen || chosen->empty()) return;
+  program_.state.CaptureFilename = chosen->front();
+  program_.Window<VideoScreen>().SetFilename(chosen->front());
 }
 
 void Master::MultipleImageToolbar_ButtonClick(ui::ToolbarButton& button) {

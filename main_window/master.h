@@ -96,6 +96,7 @@ class Master : public MainWindow,
   void DeviceToolbar_ButtonClick(ui::ToolbarButton& button);
   void DeviceToolbar_ButtonMenuClick(ui::ToolbarButton& button, ui::ButtonMenu& entry);
   void MovieToolbar_ButtonClick(ui::ToolbarButton& button);
+  void ChooseCaptureFilename();
   void MultipleImageToolbar_ButtonClick(ui::ToolbarButton& button);
   void MultipleImageMode_Click();
   void ArmMotionDetector();
