@@ -169,7 +169,7 @@ void VideoScreen::InitializeControl() {
   auto& movie = program_.MainPanel<MovieRunPanel>();
   auto& master = program_.MainWindow();
   EnableControlKindMenus(/*device_settings=*/true);
-  program_.state.PreviewRate = static_cast<std::int16_t>(movie.previewrate.ListIndex + 1);
+  ResumeNext([&] { control_->SetPreviewRate(movie.previewrate.ListIndex + 1); });
   AudioVFW(false);
   wdmX.Visible = true;
   vfw::capDestroy(capture_window_);

@@ -157,7 +157,11 @@ class RealCaptureControl final : public VideoCaptureControl, public ConnectedDev
   // The picture is always delivered; how it is shown (preview, stretched, full screen) is the
   // face's, drawn from the capture window's model.
   void SetPreviewEnabled(bool) override {}
-  void SetPreviewRate(int frames_per_second) override { devices_.SetPreviewRate(frames_per_second); }
+  // The device is driven at this rate, for its picture and for a run.
+  void SetPreviewRate(int frames_per_second) override {
+    devices_.SetPreviewRate(frames_per_second);
+    rate_asked_ = frames_per_second;
+  }
   void SetStretchPreview(bool) override {}
   bool OverlayEnabled() override { return false; }  // no overlay hardware: the picture is always drawn
   void SetOverlayEnabled(bool enabled) override {
@@ -186,8 +190,7 @@ class RealCaptureControl final : public VideoCaptureControl, public ConnectedDev
     MovieRun::Request request;
     request.path = capture_file_;
     request.format = devices_.Compressors().MovieFormatOf(devices_.Compressors().ControlCompressor());
-    const double rate = live.Source().FramesPerSecond();
-    request.format.frames_per_second = rate > 0 ? rate : kRateOfSourcesWithoutOne;
+    request.format.frames_per_second = RunRate(live);
     request.format.audio = kControlSoundFormat;
     if (limit_enabled_) request.limit_seconds = limit_seconds_;
     std::unique_ptr<AudioSource> sound;
@@ -338,6 +341,13 @@ class RealCaptureControl final : public VideoCaptureControl, public ConnectedDev
     stream_playing_ = false;
   }
 
+  // A run goes at the rate the program drives the device at; a device never told one keeps its own.
+  double RunRate(LiveSource& live) const {
+    if (rate_asked_ > 0) return rate_asked_;
+    const double rate = live.Source().FramesPerSecond();
+    return rate > 0 ? rate : kRateOfSourcesWithoutOne;
+  }
+
   static void EndRun(std::unique_ptr<MovieRun>& run) {
     if (!run) return;
     run->RequestStop();
@@ -362,6 +372,7 @@ class RealCaptureControl final : public VideoCaptureControl, public ConnectedDev
   bool audio_preview_ = false;
   bool capture_audio_ = false, limit_enabled_ = false, stream_playing_ = false;
   int limit_seconds_ = 0;
+  int rate_asked_ = 0;
   std::string capture_file_;
   std::unique_ptr<AudioSource> sound_settings_;
   std::unique_ptr<LiveSource> live_;

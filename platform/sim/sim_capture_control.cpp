@@ -102,7 +102,10 @@ class SimCaptureControl : public VideoCaptureControl, public SimSource {
     world_.SetConnectedSource(this);
   }
   void SetPreviewEnabled(bool enabled) override { Write("PreviewEnabled", BoolText(enabled)); }
-  void SetPreviewRate(int frames_per_second) override { Write("PreviewRate", std::to_string(frames_per_second)); }
+  void SetPreviewRate(int frames_per_second) override {
+    Write("PreviewRate", std::to_string(frames_per_second));
+    rate_asked_ = frames_per_second;
+  }
   void SetStretchPreview(bool stretch) override { Write("StretchPreview", BoolText(stretch)); }
   bool OverlayEnabled() override { return overlay_; }
   void SetOverlayEnabled(bool enabled) override {
@@ -144,7 +147,9 @@ class SimCaptureControl : public VideoCaptureControl, public SimSource {
     if (recording_ && recording_->Running()) throw DeviceError("a capture is already running");
     SimRecording::Settings settings;
     settings.path = capture_file_;
-    settings.microseconds_per_frame = std::lround(1e6 / (described.fps > 0 ? described.fps : 15));
+    // The run goes at the rate the program drives the device at, else at the device's own.
+    const int rate = rate_asked_ > 0 ? rate_asked_ : described.fps > 0 ? described.fps : 15;
+    settings.microseconds_per_frame = std::lround(1e6 / rate);
     settings.width = described.width;
     settings.height = described.height;
     if (capture_audio_) settings.audio = AudioFormat{22050, 1, 16};
@@ -282,6 +287,7 @@ class SimCaptureControl : public VideoCaptureControl, public SimSource {
   int audio_device_ = 0, audio_input_ = 0, video_input_ = 0, video_compressor_ = 0;
   bool overlay_ = false, audio_preview_ = false, capture_audio_ = false, limit_enabled_ = false;
   int limit_seconds_ = 0;
+  int rate_asked_ = 0;
   std::string capture_file_;
   std::shared_ptr<SimRecording> single_frames_;
   std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);

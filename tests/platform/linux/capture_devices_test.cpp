@@ -243,6 +243,23 @@ TEST_F(RealCaptureDevicesTest, ControlRecordsAnIpCameraInBothModesAndTakesAStill
   }
 }
 
+// The camera gives 30 frames a second; the program drives it at 10, and the movie has 10.
+TEST_F(RealCaptureDevicesTest, ControlRecordsAtTheRateItIsDrivenAt) {
+  ControlEvents events;
+  auto control = devices_->MakeCaptureControl();
+  control->SetEventSink(&events);
+  control->SetPreviewRate(10);
+  control->SetVideoDeviceIndex(0);
+  control->SetDeviceConnected(true);
+  ASSERT_TRUE(RunUntil([&] { return devices_->LatestPicture() != nullptr; }, 2000));
+  control->SetCaptureFileName(File("driven.avi"));
+  control->SetTimeLimitEnabled(true);
+  control->SetTimeLimitSeconds(1);
+  control->StartCapture();
+  ASSERT_TRUE(RunUntil([&] { return events.stopped == 1; }, 4000));
+  EXPECT_NEAR(static_cast<double>(Frames(File("driven.avi"))), 10, 1);
+}
+
 // A camera that goes away mid-run ends the run as a run ends, with a file that plays.
 TEST_F(RealCaptureDevicesTest, CameraKilledMidRunLeavesAPlayableMovie) {
   LocalHttpServer camera(LocalHttpServer::Mode::Mjpeg);
