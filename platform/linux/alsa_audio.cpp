@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "platform/linux/alsa_handles.h"
+#include "platform/linux/sound_converter.h"
 
 namespace zr::platform::linux_impl {
 namespace {
@@ -180,6 +181,11 @@ constexpr unsigned kBufferUs = 500'000;   // room for the reader to be late befo
 constexpr int kWaitMs = 50;               // how soon the reader notices Stop on a silent device
 constexpr int kMostRecoveriesInARow = 8;  // then the device is taken as broken
 
+bool SameFormat(const AudioFormat& a, const AudioFormat& b) {
+  return a.samples_per_second == b.samples_per_second && a.channels == b.channels &&
+         a.bits_per_sample == b.bits_per_sample;
+}
+
 std::optional<snd_pcm_format_t> SampleFormatOf(const AudioFormat& format) {
   if (format.bits_per_sample == 8) return SND_PCM_FORMAT_U8;
   if (format.bits_per_sample == 16) return SND_PCM_FORMAT_S16_LE;
@@ -193,42 +199,65 @@ Error OpenError(const AlsaCaptureDevice& device, int code) {
   return DeviceError(device, "cannot be opened", code, "snd_pcm_open");
 }
 
-// Sets the device up for `format`, with periods of about kPeriodUs; gives the period in frames.
-Result<snd_pcm_uframes_t> Configure(snd_pcm_t* pcm, const AudioFormat& format, snd_pcm_format_t sample_format,
+// What the device is set to record in: `asked` when the device takes it, otherwise the nearest
+// it offers (16 bits before 8, the channels and rate nearest to those asked), to be converted.
+Result<AudioFormat> DeviceFormatFor(snd_pcm_t* pcm, snd_pcm_hw_params_t* params, const AudioFormat& asked,
                                     const AlsaCaptureDevice& device) {
-  const auto params = Allocate<HardwareParams>(snd_pcm_hw_params_malloc);
-  if (!params) return Error{"out of memory", "snd_pcm_hw_params_malloc"};
-  int code = snd_pcm_hw_params_any(pcm, params.get());
-  if (code >= 0) code = snd_pcm_hw_params_set_access(pcm, params.get(), SND_PCM_ACCESS_RW_INTERLEAVED);
-  if (code >= 0) code = snd_pcm_hw_params_set_format(pcm, params.get(), sample_format);
-  if (code >= 0) code = snd_pcm_hw_params_set_channels(pcm, params.get(), static_cast<unsigned>(format.channels));
-  unsigned rate = static_cast<unsigned>(format.samples_per_second);
-  if (code >= 0) code = snd_pcm_hw_params_set_rate_near(pcm, params.get(), &rate, nullptr);
+  int code = snd_pcm_hw_params_any(pcm, params);
+  if (code >= 0) code = snd_pcm_hw_params_set_access(pcm, params, SND_PCM_ACCESS_RW_INTERLEAVED);
+  if (code < 0) return DeviceError(device, "cannot be set up", code, "snd_pcm_hw_params");
+  const auto channels = static_cast<unsigned>(asked.channels);
+  const auto rate = static_cast<unsigned>(asked.samples_per_second);
+  if (snd_pcm_hw_params_test_format(pcm, params, *SampleFormatOf(asked)) == 0 &&
+      snd_pcm_hw_params_test_channels(pcm, params, channels) == 0 &&
+      snd_pcm_hw_params_test_rate(pcm, params, rate, 0) == 0)
+    return asked;
+  AudioFormat nearest;
+  if (snd_pcm_hw_params_set_format(pcm, params, SND_PCM_FORMAT_S16_LE) == 0)
+    nearest.bits_per_sample = 16;
+  else if (snd_pcm_hw_params_set_format(pcm, params, SND_PCM_FORMAT_U8) == 0)
+    nearest.bits_per_sample = 8;
+  else
+    return DeviceError(device, "records neither 8 nor 16 bit sound", -EINVAL, "snd_pcm_hw_params_set_format");
+  unsigned near_channels = channels;
+  unsigned near_rate = rate;
+  code = snd_pcm_hw_params_set_channels_near(pcm, params, &near_channels);
+  if (code >= 0) code = snd_pcm_hw_params_set_rate_near(pcm, params, &near_rate, nullptr);
   if (code < 0) return DeviceError(device, "does not record in this format", code, "snd_pcm_hw_params");
-  if (rate != static_cast<unsigned>(format.samples_per_second))
-    return Error{"The sound device " + device.name + " records at " + std::to_string(rate) + " Hz, not at " +
-                     std::to_string(format.samples_per_second) + " Hz",
-                 "snd_pcm_hw_params_set_rate_near"};
+  nearest.channels = static_cast<int>(near_channels);
+  nearest.samples_per_second = static_cast<int>(near_rate);
+  return nearest;
+}
+
+// Sets the device up for `format`, with periods of about kPeriodUs; gives the period in frames.
+Result<snd_pcm_uframes_t> Configure(snd_pcm_t* pcm, snd_pcm_hw_params_t* params, const AudioFormat& format,
+                                    const AlsaCaptureDevice& device) {
+  int code = snd_pcm_hw_params_any(pcm, params);
+  if (code >= 0) code = snd_pcm_hw_params_set_access(pcm, params, SND_PCM_ACCESS_RW_INTERLEAVED);
+  if (code >= 0) code = snd_pcm_hw_params_set_format(pcm, params, *SampleFormatOf(format));
+  if (code >= 0) code = snd_pcm_hw_params_set_channels(pcm, params, static_cast<unsigned>(format.channels));
+  if (code >= 0) code = snd_pcm_hw_params_set_rate(pcm, params, static_cast<unsigned>(format.samples_per_second), 0);
+  if (code < 0) return DeviceError(device, "does not record in this format", code, "snd_pcm_hw_params");
   unsigned buffer_us = kBufferUs;
   unsigned period_us = kPeriodUs;
-  code = snd_pcm_hw_params_set_buffer_time_near(pcm, params.get(), &buffer_us, nullptr);
-  if (code >= 0) code = snd_pcm_hw_params_set_period_time_near(pcm, params.get(), &period_us, nullptr);
-  if (code >= 0) code = snd_pcm_hw_params(pcm, params.get());
+  code = snd_pcm_hw_params_set_buffer_time_near(pcm, params, &buffer_us, nullptr);
+  if (code >= 0) code = snd_pcm_hw_params_set_period_time_near(pcm, params, &period_us, nullptr);
+  if (code >= 0) code = snd_pcm_hw_params(pcm, params);
   if (code < 0) return DeviceError(device, "cannot be set up", code, "snd_pcm_hw_params");
   snd_pcm_uframes_t period_frames = 0;
-  code = snd_pcm_hw_params_get_period_size(params.get(), &period_frames, nullptr);
+  code = snd_pcm_hw_params_get_period_size(params, &period_frames, nullptr);
   if (code < 0 || period_frames == 0) return DeviceError(device, "cannot be set up", code, "snd_pcm_hw_params");
   return period_frames;
 }
 
 struct OpenCapture {
   PcmHandle pcm;
+  AudioFormat recorded;  // what the device delivers; converted when it is not what was asked
   snd_pcm_uframes_t period_frames = 0;
 };
 
 Result<OpenCapture> Open(const AlsaCaptureDevice& device, const AudioFormat& format) {
-  const auto sample_format = SampleFormatOf(format);
-  if (!sample_format || format.channels < 1 || format.samples_per_second < 1)
+  if (!SampleFormatOf(format) || format.channels < 1 || format.samples_per_second < 1)
     return Error{"sound is recorded as 8 or 16 bits, at least one channel, a rate above zero", "Start"};
   QuietAlsaErrors quiet;
   snd_pcm_t* raw = nullptr;
@@ -236,11 +265,15 @@ Result<OpenCapture> Open(const AlsaCaptureDevice& device, const AudioFormat& for
   if (const int code = snd_pcm_open(&raw, device.pcm_name.c_str(), SND_PCM_STREAM_CAPTURE, SND_PCM_NONBLOCK); code < 0)
     return OpenError(device, code);
   PcmHandle pcm(raw);
-  auto period_frames = Configure(pcm.get(), format, *sample_format, device);
+  const auto params = Allocate<HardwareParams>(snd_pcm_hw_params_malloc);
+  if (!params) return Error{"out of memory", "snd_pcm_hw_params_malloc"};
+  auto recorded = DeviceFormatFor(pcm.get(), params.get(), format, device);
+  if (!recorded) return recorded.error();
+  auto period_frames = Configure(pcm.get(), params.get(), *recorded, device);
   if (!period_frames) return period_frames.error();
   if (const int code = snd_pcm_start(pcm.get()); code < 0)
     return DeviceError(device, "cannot start recording", code, "snd_pcm_start");
-  return OpenCapture{std::move(pcm), *period_frames};
+  return OpenCapture{std::move(pcm), *recorded, *period_frames};
 }
 
 // Brings the device back after an overrun or a suspend; false when that cannot be done.
@@ -269,10 +302,17 @@ class AlsaAudioSource final : public AudioSource {
     Stop();
     auto opened = Open(device_, format);
     if (!opened) return opened.error();
+    std::optional<SoundConverter> converter;
+    if (!SameFormat(opened->recorded, format)) {
+      auto made = SoundConverter::Make(opened->recorded, format);
+      if (!made) return made.error();
+      converter.emplace(std::move(*made));
+    }
     pcm_ = std::move(opened->pcm);
     stop_requested_ = false;
-    reader_ = std::thread(
-        [this, format, period_frames = opened->period_frames, &sink] { Read(format, period_frames, sink); });
+    reader_ = std::thread([this, recorded = opened->recorded, period_frames = opened->period_frames,
+                           converter = std::move(converter),
+                           &sink]() mutable { Read(recorded, period_frames, converter, sink); });
     return {};
   }
 
@@ -297,7 +337,8 @@ class AlsaAudioSource final : public AudioSource {
  private:
   // Waits at most kWaitMs at a time for a period to arrive, so that Stop is noticed even when the
   // device delivers nothing. Timestamps count the sample frames delivered.
-  void Read(const AudioFormat& format, snd_pcm_uframes_t period_frames, AudioSink& sink) {
+  void Read(const AudioFormat& format, snd_pcm_uframes_t period_frames, std::optional<SoundConverter>& converter,
+            AudioSink& sink) {
     QuietAlsaErrors quiet;
     const auto frame_bytes = static_cast<std::size_t>(format.channels * format.bits_per_sample / 8);
     std::vector<std::uint8_t> buffer(period_frames * frame_bytes);
@@ -317,8 +358,13 @@ class AlsaAudioSource final : public AudioSource {
         continue;
       }
       failures_in_a_row = 0;
-      sink.OnAudio(std::span<const std::uint8_t>(buffer.data(), static_cast<std::size_t>(got) * frame_bytes),
-                   delivered * 1'000'000 / format.samples_per_second);
+      const std::span<const std::uint8_t> pcm(buffer.data(), static_cast<std::size_t>(got) * frame_bytes);
+      const std::int64_t timestamp_us = delivered * 1'000'000 / format.samples_per_second;
+      if (converter) {
+        if (const auto converted = converter->Convert(pcm); !converted.empty()) sink.OnAudio(converted, timestamp_us);
+      } else {
+        sink.OnAudio(pcm, timestamp_us);
+      }
       delivered += got;
     }
   }

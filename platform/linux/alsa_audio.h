@@ -3,8 +3,9 @@
 //
 // The listing probes every card for devices that record; ALSA's own complaints while probing
 // or opening are kept off the terminal (the failures come back as values). A source opens its
-// PCM through the "plughw" layer, so any rate, sample format and channel count is accepted
-// and converted by ALSA; it reads on a thread of its own with a bounded wait, so Stop never
+// PCM through the "plughw" layer, so ALSA converts most formats itself; a PCM that still cannot
+// record in the format asked records in the nearest it offers, converted by a SoundConverter
+// before the sink sees it. It reads on a thread of its own with a bounded wait, so Stop never
 // hangs on a silent device, recovers from overruns and reports a device that went away.
 //
 // The inputs of a source are the capture elements of its card's mixer (those with a capture
