@@ -1,18 +1,19 @@
 #include "image/insertion_file.h"
 
 #include <charconv>
-#include <fstream>
-#include <iterator>
 #include <sstream>
 
 #include "base/formatting.h"
 #include "platform/atomic_file.h"
+#include "platform/regular_file.h"
 
 namespace zr {
 namespace {
 
 constexpr std::string_view kTextTag = "TXT:";
 constexpr std::uint32_t kLargestColour = 0xFFFFFF;
+// No layout comes near this; the overlay reads the file for every frame it prints on.
+constexpr std::size_t kLargestInsertionFileBytes = 1 << 20;
 
 // Lines as the line input reads them: ended by CR LF, a lone CR, or (for files made on this
 // system) a lone LF.
@@ -101,10 +102,9 @@ std::optional<InsertionLayout> ParseInsertionFile(std::string_view contents) {
 }
 
 std::optional<InsertionLayout> ReadInsertionFile(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
-  if (!file) return std::nullopt;
-  const std::string contents{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-  return ParseInsertionFile(contents);
+  const platform::SmallFile file = platform::ReadSmallFile(path, kLargestInsertionFileBytes);
+  if (!file.IsRead()) return std::nullopt;
+  return ParseInsertionFile(file.text);
 }
 
 platform::Result<std::string> FormatInsertionText(const InsertionText& element) {

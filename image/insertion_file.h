@@ -40,7 +40,8 @@ using InsertionLayout = std::vector<InsertionText>;
 // The elements of a file's contents; nothing when the identification or the version is wrong.
 std::optional<InsertionLayout> ParseInsertionFile(std::string_view contents);
 
-// Reads and parses the file; nothing when it cannot be read or its header is wrong.
+// Reads and parses the file; nothing when it cannot be read or its header is wrong, when it is
+// not a regular file (a FIFO, a device) or when it is longer than any layout (1 MiB).
 std::optional<InsertionLayout> ReadInsertionFile(const std::string& path);
 
 // One element's line, without its line end. The fields are written up to the first empty one,

@@ -1,15 +1,16 @@
 #include "image/jpeg_file.h"
 
-#include <filesystem>
 #include <fstream>
-#include <vector>
+#include <span>
+
+#include "platform/regular_file.h"
 
 namespace zr {
 
 namespace {
 
 // No picture file the decoder accepts comes near this; a longer file is not read into memory.
-constexpr std::uintmax_t kLargestJpegFileBytes = std::uintmax_t{1} << 30;
+constexpr std::size_t kLargestJpegFileBytes = std::size_t{1} << 30;
 
 Result<void> WriteBytes(const std::string& name, std::span<const std::uint8_t> bytes) {
   std::ofstream file(name, std::ios::binary | std::ios::trunc);
@@ -17,16 +18,6 @@ Result<void> WriteBytes(const std::string& name, std::span<const std::uint8_t> b
   file.write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
   if (!file) return Error{"cannot write " + name, "write"};
   return {};
-}
-
-std::optional<std::vector<std::uint8_t>> ReadWholeFile(const std::string& name) {
-  std::error_code error;
-  const std::uintmax_t length = std::filesystem::file_size(name, error);
-  if (error || length == 0 || length > kLargestJpegFileBytes) return std::nullopt;
-  std::ifstream file(name, std::ios::binary);
-  std::vector<std::uint8_t> bytes(static_cast<std::size_t>(length));
-  if (!file.read(reinterpret_cast<char*>(bytes.data()), static_cast<std::streamsize>(length))) return std::nullopt;
-  return bytes;
 }
 
 }  // namespace
@@ -42,9 +33,10 @@ Result<void> WriteJpegFile(const cDIBSection& dib, const std::string& name, int 
 }
 
 std::optional<platform::Picture> ReadJpegFile(const std::string& name) {
-  const auto bytes = ReadWholeFile(name);
-  if (!bytes) return std::nullopt;
-  auto picture = JpegDecoder().Decode(*bytes);
+  const platform::SmallFile file = platform::ReadSmallFile(name, kLargestJpegFileBytes);
+  if (!file.IsRead()) return std::nullopt;
+  auto picture =
+      JpegDecoder().Decode(std::span(reinterpret_cast<const std::uint8_t*>(file.text.data()), file.text.size()));
   if (!picture) return std::nullopt;
   return std::move(*picture);
 }

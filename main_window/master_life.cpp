@@ -2,8 +2,9 @@
 // its close request, which saves everything, and its size limits.
 
 #include <algorithm>
+#include <cstdint>
 #include <filesystem>
-#include <fstream>
+#include <span>
 #include <system_error>
 
 #include "base/formatting.h"
@@ -15,22 +16,22 @@
 #include "main_window/master.h"
 #include "main_window/parameter_file.h"
 #include "platform/atomic_file.h"
+#include "platform/regular_file.h"
 
 namespace zr {
 
 namespace {
 
 constexpr const char* kStationFile = "TVTuner.ini";
-// No list of stations comes near this; a longer file (or a device) is read only this far.
+// No list of stations comes near this; a longer file is read only this far, and a device or a
+// FIFO not at all.
 constexpr std::size_t kLargestStationFileBytes = 1 << 20;
 
 std::string ReadStationFile(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
-  std::string text;
-  char chunk[4096];
-  while (text.size() < kLargestStationFileBytes && file.read(chunk, sizeof chunk).gcount() > 0)
-    text.append(chunk, static_cast<std::size_t>(file.gcount()));
-  if (text.size() > kLargestStationFileBytes) text.resize(kLargestStationFileBytes);
+  const platform::RegularFile file(path);
+  std::string text(static_cast<std::size_t>(std::min<std::uint64_t>(file.Size(), kLargestStationFileBytes)), '\0');
+  const auto read = file.ReadUpTo(0, std::span(reinterpret_cast<std::uint8_t*>(text.data()), text.size()));
+  text.resize(read.value_or(0));
   return text;
 }
 

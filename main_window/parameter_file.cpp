@@ -4,11 +4,9 @@
 
 #include <algorithm>
 #include <array>
-#include <cerrno>
 #include <cmath>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <optional>
 
 #include "base/formatting.h"
@@ -54,54 +52,6 @@ HoursMinutesSeconds SplitSeconds(std::int32_t seconds) { return {seconds / 3600,
 
 int TotalSeconds(const ui::RangeControl& hours, const ui::RangeControl& minutes, const ui::RangeControl& seconds) {
   return hours.Value * 3600 + minutes.Value * 60 + seconds.Value;
-}
-
-// ---- the lookup
-
-bool IsBlank(int character) { return character == ' ' || character == '\t'; }
-
-// Delimited text input, as the file has always been read: a field ends at a comma or a line
-// end (CR, LF or CR LF), leading blanks are dropped, and a field that begins with a double
-// quote runs to the next double quote, line ends included; whatever follows it up to the
-// delimiter is dropped.
-class DelimitedInput {
- public:
-  explicit DelimitedInput(std::streambuf& input) : input_(input) {}
-
-  // The next field; nothing at the end of the file.
-  std::optional<std::string> Next() {
-    while (IsBlank(input_.sgetc())) input_.sbumpc();
-    if (AtEnd(input_.sgetc())) return std::nullopt;
-    std::string field;
-    if (input_.sgetc() == '"') {
-      input_.sbumpc();
-      for (int character = input_.sbumpc(); !AtEnd(character) && character != '"'; character = input_.sbumpc())
-        field += static_cast<char>(character);
-      while (!AtEnd(input_.sgetc()) && !IsDelimiter(input_.sgetc())) input_.sbumpc();
-    } else {
-      for (int character = input_.sgetc(); !AtEnd(character) && !IsDelimiter(character); character = input_.snextc())
-        field += static_cast<char>(character);
-    }
-    SkipDelimiter();
-    return field;
-  }
-
- private:
-  static bool AtEnd(int character) { return character == std::char_traits<char>::eof(); }
-  static bool IsDelimiter(int character) { return character == ',' || character == '\r' || character == '\n'; }
-
-  void SkipDelimiter() {
-    if (input_.sbumpc() == '\r' && input_.sgetc() == '\n') input_.sbumpc();
-  }
-
-  std::streambuf& input_;
-};
-
-// The value of a field when the text before one of its "=" signs is the key.
-std::optional<std::string> ValueIn(const std::string& field, const std::string& lower_key) {
-  for (auto equals = field.find('='); equals != std::string::npos; equals = field.find('=', equals + 1))
-    if (LowerCase(std::string_view(field).substr(0, equals)) == lower_key) return field.substr(equals + 1);
-  return std::nullopt;
 }
 
 // ---- the writer
@@ -443,20 +393,6 @@ class ParameterLoader {
 
 }  // namespace
 
-std::string GetParameter(const std::string& path, const std::string& key, const std::string& default_value) {
-  std::ifstream file(path, std::ios::binary);
-  if (!file) return default_value;
-  const std::string lower_key = LowerCase(key);
-  DelimitedInput input(*file.rdbuf());
-  try {
-    while (const auto field = input.Next())
-      if (auto value = ValueIn(*field, lower_key)) return *value;
-  } catch (const std::ios_base::failure&) {
-    // A read error (a folder, a failing disk) counts as a file that cannot be read.
-  }
-  return default_value;
-}
-
 void SaveParameters(Program& program, const std::string& path) {
   if (program.state.Exiting) return;
   program.Window<Msg>().Say(program, program.Translate("Video Zandrell is saving parameters..."));
@@ -468,6 +404,14 @@ void SaveParameters(Program& program, const std::string& path) {
 
 void LoadParameters(Program& program, const std::string& path) {
   if (program.state.Exiting) return;
+  // A file that is missing or cannot be opened gives every key its default, as it always has;
+  // one that is no file at all, or far longer than any set-up, is refused with the reason.
+  const platform::SmallFile file = ReadParameterFile(path);
+  if (file.outcome == platform::FileOutcome::NotAFile || file.outcome == platform::FileOutcome::TooLarge) {
+    program.MessageBox(program.Translate("Cannot open ") + path + "\n\n" + path + " " + file.reason,
+                       platform::MessageButtons::Ok, platform::MessageIcon::Exclamation);
+    return;
+  }
   program.Window<Msg>().Say(program, program.Translate("Video Zandrell is applying the saved parameters..."));
   ParameterLoader(program, path).Run();
   program.SlotOf<Msg>().Unload();

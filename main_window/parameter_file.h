@@ -11,6 +11,7 @@
 #include <string>
 
 #include "core/main_window.h"
+#include "main_window/parameter_lookup.h"
 
 namespace zr {
 
@@ -20,14 +21,10 @@ class Program;
 // nothing (without a message) when the file cannot be written.
 void SaveParameters(Program& program, const std::string& path);
 
-// Applies the file at `path`; each key missing from the file means its default. Nothing once
-// the final shutdown has begun.
+// Applies the file at `path`; each key missing from the file means its default, and so does
+// every key of a file that is missing or cannot be opened. A path that is no regular file (a
+// FIFO, a device) or a file longer than kLargestParameterFileBytes is refused with a message
+// and changes nothing. Nothing once the final shutdown has begun.
 void LoadParameters(Program& program, const std::string& path);
-
-// The value of `key` in the file at `path`, read the way the file has always been read: a
-// comma ends a value, leading blanks are dropped, a leading double quote opens a quoted
-// field, keys match without regard to case, the first match wins and a comment line never
-// matches. The default when the file cannot be read or has no such key.
-std::string GetParameter(const std::string& path, const std::string& key, const std::string& default_value);
 
 }  // namespace zr

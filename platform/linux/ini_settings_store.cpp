@@ -15,6 +15,7 @@
 
 #include "base/result.h"
 #include "platform/atomic_file.h"
+#include "platform/regular_file.h"
 
 namespace zr::platform::linux_impl {
 namespace {
@@ -198,36 +199,15 @@ std::string Quoted(const std::string& path) { return "\"" + path + "\""; }
 
 Error SystemError(const std::string& where) { return Error{std::strerror(errno), where}; }
 
-// Closes the file when the read ends, whichever way.
-class FileDescriptor {
- public:
-  explicit FileDescriptor(int fd) : fd_(fd) {}
-  FileDescriptor(const FileDescriptor&) = delete;
-  FileDescriptor& operator=(const FileDescriptor&) = delete;
-  ~FileDescriptor() {
-    if (fd_ >= 0) ::close(fd_);
-  }
-  int get() const { return fd_; }
-
- private:
-  int fd_;
-};
+// No settings file comes near this; a longer one, a device or a FIFO is reported, never read.
+constexpr std::size_t kLargestSettingsFileBytes = 4 << 20;
 
 // The file's bytes; a missing file, or a missing folder to hold it, reads as empty.
 Result<std::string> ReadFileText(const std::string& path) {
-  FileDescriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
-  if (file.get() < 0) {
-    if (errno == ENOENT || errno == ENOTDIR) return std::string();
-    return SystemError("opening " + Quoted(path));
-  }
-  std::string text;
-  char buffer[8192];
-  for (;;) {
-    const ssize_t got = ::read(file.get(), buffer, sizeof buffer);
-    if (got == 0) return text;
-    if (got < 0 && errno != EINTR) return SystemError("reading " + Quoted(path));
-    if (got > 0) text.append(buffer, static_cast<std::size_t>(got));
-  }
+  SmallFile file = ReadSmallFile(path, kLargestSettingsFileBytes);
+  if (file.outcome == FileOutcome::Missing) return std::string();
+  if (!file.IsRead()) return Error{file.reason, "reading " + Quoted(path)};
+  return std::move(file.text);
 }
 
 Result<void> MakeFolder(const std::string& folder) {

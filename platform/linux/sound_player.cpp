@@ -1,9 +1,10 @@
 #include "platform/linux/sound_player.h"
 
 #include <cstring>
-#include <fstream>
+#include <span>
 
 #include "platform/linux/alsa_handles.h"
+#include "platform/regular_file.h"
 
 namespace zr::platform::linux_impl {
 namespace {
@@ -23,15 +24,11 @@ Error NoWave(const std::string& path, const std::string& why) {
 }  // namespace
 
 Result<WaveSound> ReadWaveFile(const std::string& path) {
-  std::ifstream file(path, std::ios::binary | std::ios::ate);
-  if (!file) return NoWave(path, "cannot be opened");
-  const std::streamoff length = file.tellg();
-  if (length < 0) return NoWave(path, "cannot be read");
-  if (static_cast<std::size_t>(length) > kLargestWaveFile) return NoWave(path, "is too long for a sound effect");
-  std::vector<std::uint8_t> bytes(static_cast<std::size_t>(length));
-  file.seekg(0);
-  file.read(reinterpret_cast<char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
-  bytes.resize(static_cast<std::size_t>(file.gcount()));
+  const SmallFile file = ReadSmallFile(path, kLargestWaveFile);
+  if (file.outcome == FileOutcome::TooLarge) return NoWave(path, "is too long for a sound effect");
+  if (file.outcome == FileOutcome::Missing) return NoWave(path, "cannot be opened");
+  if (!file.IsRead()) return NoWave(path, file.reason);
+  const std::span bytes(reinterpret_cast<const std::uint8_t*>(file.text.data()), file.text.size());
   if (bytes.size() < 12 || std::memcmp(bytes.data(), "RIFF", 4) != 0 || std::memcmp(bytes.data() + 8, "WAVE", 4) != 0)
     return NoWave(path, "is no WAVE file");
 

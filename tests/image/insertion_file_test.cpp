@@ -1,8 +1,11 @@
 #include "image/insertion_file.h"
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <filesystem>
+#include <fstream>
 
 #include "image/insertion_macros.h"
 
@@ -42,6 +45,18 @@ TEST(InsertionFileTest, WrongHeaderOrVersionYieldsNothing) {
         "zandrell image insertion file\r\nVER:1\r\n", " ZANDRELL IMAGE INSERTION FILE\r\nVER:1\r\n"})
     EXPECT_FALSE(ParseInsertionFile(contents)) << contents;
   EXPECT_FALSE(ReadInsertionFile("/nonexistent/folder/default.iif"));
+  // A device that never ends, and a FIFO nobody writes to, are not waited on; a layout padded
+  // past any real one's length is not read.
+  EXPECT_FALSE(ReadInsertionFile("/dev/zero"));
+  const auto folder = std::filesystem::temp_directory_path();
+  const std::string fifo = (folder / ("zr_insertion_" + std::to_string(::getpid()) + ".fifo")).string();
+  ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
+  EXPECT_FALSE(ReadInsertionFile(fifo));
+  std::filesystem::remove(fifo);
+  const std::string padded = (folder / ("zr_insertion_" + std::to_string(::getpid()) + ".iif")).string();
+  std::ofstream(padded, std::ios::binary) << FileWith("TXT:1,2,0,0,0,a\r\n") << std::string(1 << 20, ' ');
+  EXPECT_FALSE(ReadInsertionFile(padded));
+  std::filesystem::remove(padded);
   EXPECT_EQ(ParseInsertionFile(FileWith("")), InsertionLayout{});
 }
 

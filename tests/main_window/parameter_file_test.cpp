@@ -371,6 +371,27 @@ TEST_F(ParameterFileTest, EmptyOrGarbageFileMeansEveryDefault) {
   EXPECT_FALSE(world.program().SlotOf<Msg>().Loaded());
 }
 
+// A device, a FIFO nobody writes to and a file longer than any set-up are refused with the reason,
+// read no further than the limit, and change nothing; the lookup gives their keys the default.
+TEST_F(ParameterFileTest, WhatIsNoParameterFileIsRefusedWithItsReason) {
+  const std::string fifo = AppFile("fifo.zrp");
+  ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
+  const std::string longer = AppFile("longer.zrp");
+  WriteBytes(longer, "Filename=/elsewhere.avi\r\n" + std::string(kLargestParameterFileBytes, ';'));
+  const std::string before = state().CaptureFilename;
+  for (const auto& [path, reason] :
+       {std::pair{std::string("/dev/zero"), std::string("is not a regular file")},
+        std::pair{fifo, std::string("is not a regular file")},
+        std::pair{longer, "is larger than " + std::to_string(kLargestParameterFileBytes) + " bytes"}}) {
+    world.dialogs.Shown().clear();
+    LoadParameters(world.program(), path);
+    ASSERT_EQ(world.dialogs.Shown().size(), 1u) << path;
+    EXPECT_EQ(world.dialogs.Shown()[0].message.text, "Cannot open " + path + "\n\n" + path + " " + reason);
+    EXPECT_EQ(state().CaptureFilename, before);
+    EXPECT_EQ(GetParameter(path, "Filename", "d"), "d");
+  }
+}
+
 TEST_F(ParameterFileTest, FrameRateIsRoundedBeforeItsRangeIsChecked) {
   for (const char* ignored : {"Frame Rate=1.4", "Frame Rate=30.6", "Frame Rate=99999999999"}) {
     Load("rate.zrp", std::string("Preview Rate=20\r\n") + ignored + "\r\n");
