@@ -1,22 +1,16 @@
 #include "image/bmp.h"
 
+#include <array>
 #include <cstdint>
-#include <cstring>
-#include <filesystem>
 #include <fstream>
+#include <span>
 #include <vector>
 
 #include "image/dib.h"
 #include "image/picture_limits.h"
+#include "platform/regular_file.h"
 
 namespace zr {
-
-namespace {
-
-// No bitmap the reader accepts is longer: 16384 by 16384 pixels of 24 bits and its headers.
-constexpr std::uintmax_t kLargestBmpFileBytes = std::uintmax_t{1} << 30;
-
-}  // namespace
 
 bool WriteBmpFile(const platform::Picture& picture, const std::string& path) {
   const std::uint32_t pixel_bytes = static_cast<std::uint32_t>(picture.bottom_up_bgr.size());
@@ -38,33 +32,30 @@ bool WriteBmpFile(const platform::Picture& picture, const std::string& path) {
 }
 
 std::optional<platform::Picture> ReadBmpFile(const std::string& path) {
-  std::error_code error;
-  const std::uintmax_t length = std::filesystem::file_size(path, error);
-  if (error || length < kBitmapFileHeaderBytes + kBitmapInfoHeaderBytes || length > kLargestBmpFileBytes)
-    return std::nullopt;
-  std::ifstream file(path, std::ios::binary);
-  std::vector<std::uint8_t> bytes(static_cast<std::size_t>(length));
-  if (!file.read(reinterpret_cast<char*>(bytes.data()), static_cast<std::streamsize>(length)) ||
-      GetLittleEndian(bytes.data(), 2) != kBitmapFileType)
-    return std::nullopt;
-  const std::uint32_t offset = GetLittleEndian(bytes.data() + 10, 4);
-  const auto width = static_cast<std::int32_t>(GetLittleEndian(bytes.data() + 18, 4));
-  const auto signed_height = static_cast<std::int32_t>(GetLittleEndian(bytes.data() + 22, 4));
-  const std::uint32_t bits = GetLittleEndian(bytes.data() + 28, 2);
-  const std::uint32_t compression = GetLittleEndian(bytes.data() + 30, 4);
+  const platform::RegularFile file(path);
+  std::array<std::uint8_t, kBitmapFileHeaderBytes + kBitmapInfoHeaderBytes> header{};
+  if (!file.ReadAt(0, header) || GetLittleEndian(header.data(), 2) != kBitmapFileType) return std::nullopt;
+  const std::uint32_t offset = GetLittleEndian(header.data() + 10, 4);
+  const auto width = static_cast<std::int32_t>(GetLittleEndian(header.data() + 18, 4));
+  const auto signed_height = static_cast<std::int32_t>(GetLittleEndian(header.data() + 22, 4));
+  const std::uint32_t bits = GetLittleEndian(header.data() + 28, 2);
+  const std::uint32_t compression = GetLittleEndian(header.data() + 30, 4);
+  // Top-down files store a negative height; the most negative one has no positive twin.
+  if (bits != 24 || compression != 0 || signed_height == INT32_MIN) return std::nullopt;
   const int height = signed_height < 0 ? -signed_height : signed_height;
   // The rows must all be in the file before the picture is made for them.
-  if (bits != 24 || compression != 0 || signed_height == INT32_MIN ||
-      !PlausiblePictureSize(width, height, bytes.size(), 1))
-    return std::nullopt;
-  const std::size_t stride = static_cast<std::size_t>(platform::Picture::StrideFor(width));
-  if (bytes.size() < offset + stride * static_cast<std::size_t>(height)) return std::nullopt;
+  if (!PlausiblePictureSize(width, height, file.Size(), 1)) return std::nullopt;
+  const auto stride = static_cast<std::size_t>(platform::Picture::StrideFor(width));
+  if (file.Size() < std::uint64_t{offset} + stride * static_cast<std::size_t>(height)) return std::nullopt;
   platform::Picture picture = platform::Picture::Blank(width, height);
+  if (signed_height > 0) {
+    if (!file.ReadAt(offset, picture.bottom_up_bgr)) return std::nullopt;
+    return picture;
+  }
+  // Top-down files store the top row first.
   for (int row = 0; row < height; ++row) {
-    // Top-down files (negative height) store the top row first.
-    const int stored = signed_height < 0 ? height - 1 - row : row;
-    std::memcpy(picture.bottom_up_bgr.data() + stride * static_cast<std::size_t>(row),
-                bytes.data() + offset + stride * static_cast<std::size_t>(stored), stride);
+    const std::span<std::uint8_t> into(picture.PixelFromTop(0, row), stride);
+    if (!file.ReadAt(offset + stride * static_cast<std::size_t>(row), into)) return std::nullopt;
   }
   return picture;
 }

@@ -1,8 +1,9 @@
 #include "image/dib.h"
 
 #include <cstring>
-#include <filesystem>
 #include <fstream>
+
+#include "platform/regular_file.h"
 
 namespace zr {
 
@@ -18,13 +19,6 @@ std::uint32_t GetLittleEndian(const std::uint8_t* at, int width) {
 
 namespace {
 
-bool ReadAt(std::ifstream& file, std::streamoff position, std::uint8_t* into, std::size_t count) {
-  file.clear();
-  file.seekg(position);
-  file.read(reinterpret_cast<char*>(into), static_cast<std::streamsize>(count));
-  return static_cast<std::size_t>(file.gcount()) == count;
-}
-
 void Write(std::ostream& file, const std::uint8_t* bytes, std::size_t count) {
   file.write(reinterpret_cast<const char*>(bytes), static_cast<std::streamsize>(count));
 }
@@ -32,26 +26,23 @@ void Write(std::ostream& file, const std::uint8_t* bytes, std::size_t count) {
 }  // namespace
 
 bool cDib::CreateFromFile(const std::string& name) {
-  std::ifstream file(name, std::ios::binary);
-  if (!file) return false;
+  const platform::RegularFile file(name);
   std::array<std::uint8_t, kBitmapFileHeaderBytes> file_header{};
   std::array<std::uint8_t, kBitmapInfoHeaderBytes> info_header{};
-  if (!ReadAt(file, 0, file_header.data(), file_header.size())) return false;
+  if (!file.ReadAt(0, file_header)) return false;
   if (GetLittleEndian(file_header.data(), 2) != kBitmapFileType) return false;
-  if (!ReadAt(file, kBitmapFileHeaderBytes, info_header.data(), info_header.size())) return false;
+  if (!file.ReadAt(kBitmapFileHeaderBytes, info_header)) return false;
   const std::uint32_t offset = GetLittleEndian(file_header.data() + 10, 4);
   if (offset < kBitmapFileHeaderBytes) return false;
   const std::uint32_t image_size = GetLittleEndian(info_header.data() + 20, 4);
   // Neither block may be longer than the whole file: a header that promises more is not
   // believed, and nothing is allocated for it.
-  std::error_code error;
-  const std::uintmax_t length = std::filesystem::file_size(name, error);
-  if (error || image_size > length || offset > length) return false;
+  if (image_size > file.Size() || offset > file.Size()) return false;
   // A file shorter than its headers say leaves the missing bytes zero.
   std::vector<std::uint8_t> bits(image_size, 0);
-  ReadAt(file, offset, bits.data(), bits.size());
+  (void)file.ReadUpTo(offset, bits);
   std::vector<std::uint8_t> info(offset - kBitmapFileHeaderBytes, 0);
-  ReadAt(file, kBitmapFileHeaderBytes, info.data(), info.size());
+  (void)file.ReadUpTo(kBitmapFileHeaderBytes, info);
   file_header_ = file_header;
   info_header_ = info_header;
   bits_ = std::move(bits);

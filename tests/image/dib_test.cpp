@@ -6,15 +6,47 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <new>
 #include <vector>
 
 #include "image/bmp.h"
 
+// The replacements below pair malloc with free; the compiler, seeing the free inlined where a
+// delete was, takes it for a mismatch.
+#pragma GCC diagnostic ignored "-Wmismatched-new-delete"
+
+namespace {
+
+// The largest single allocation this thread asked for while metering.
+thread_local bool metering = false;
+thread_local std::size_t largest_allocation = 0;
+
+}  // namespace
+
+void* operator new(std::size_t size) {
+  if (metering) largest_allocation = std::max(largest_allocation, size);
+  if (void* memory = std::malloc(size == 0 ? 1 : size)) return memory;
+  throw std::bad_alloc();
+}
+void operator delete(void* memory) noexcept { std::free(memory); }
+void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
+
 namespace zr {
 namespace {
+
+// Runs `reads` and tells the largest single allocation it made.
+template <class Reads>
+std::size_t LargestAllocationOf(Reads&& reads) {
+  largest_allocation = 0;
+  metering = true;
+  reads();
+  metering = false;
+  return largest_allocation;
+}
 
 using Bytes = std::vector<std::uint8_t>;
 
@@ -119,7 +151,8 @@ TEST_F(DibFiles, HeadersThatPromiseMoreThanTheFileHoldsAreRefused) {
   };
   for (const Lie& lie :
        {Lie{"huge image size", 34, 0xFFFFFFF0u, false, true}, Lie{"huge bits offset", 10, 0xFFFFFFF0u, false, false},
-        Lie{"width past the limit", 18, 16385, true, false}, Lie{"rows the file lacks", 22, 16000, true, false}}) {
+        Lie{"width past the limit", 18, 16385, true, false}, Lie{"rows the file lacks", 22, 16000, true, false},
+        Lie{"the most negative height", 22, 0x80000000u, true, false}}) {
     SCOPED_TRACE(lie.what);
     Bytes bytes = good;
     PutLittleEndian(bytes.data() + lie.at, lie.value, 4);
@@ -134,6 +167,27 @@ TEST_F(DibFiles, HeadersThatPromiseMoreThanTheFileHoldsAreRefused) {
   cDib dib;
   ASSERT_TRUE(dib.CreateFromFile(File("short.bmp")));
   EXPECT_EQ(dib.SizeImage(), good.size() - 54);
+}
+
+// A 54-byte file that claims 65535 by 65535 pixels (12.9 GB of picture) is refused by its header:
+// neither reader sets aside more than a few bytes for it.
+TEST_F(DibFiles, AHugeClaimInATinyFileIsRefusedWithoutAllocating) {
+  Bytes header(kBitmapFileHeaderBytes + kBitmapInfoHeaderBytes, 0);
+  PutLittleEndian(header.data(), kBitmapFileType, 2);
+  PutLittleEndian(header.data() + 10, 54, 4);
+  PutLittleEndian(header.data() + 14, 40, 4);
+  PutLittleEndian(header.data() + 18, 65535, 4);
+  PutLittleEndian(header.data() + 22, 65535, 4);
+  PutLittleEndian(header.data() + 26, 1, 2);
+  PutLittleEndian(header.data() + 28, 24, 2);
+  PutLittleEndian(header.data() + 34, static_cast<std::uint32_t>(platform::Picture::StrideFor(65535)) * 65535u, 4);
+  const std::string path = File("huge.bmp");
+  WriteAll(path, header);
+  const std::size_t largest = LargestAllocationOf([&] {
+    EXPECT_FALSE(ReadBmpFile(path));
+    EXPECT_FALSE(cDib().CreateFromFile(path));
+  });
+  EXPECT_LT(largest, 4096u);
 }
 
 TEST_F(DibFiles, WritingOverALongerFileKeepsItsTail) {
