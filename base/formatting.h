@@ -4,6 +4,7 @@
 // arithmetic whose overflow is part of some behaviours.
 
 #include <cstdint>
+#include <limits>
 #include <string>
 #include <string_view>
 
@@ -70,6 +71,16 @@ std::int16_t RoundHalfEven16(double value);
 
 // Truncation towards zero: 2.7 -> 2, -2.7 -> -2, -0.2 -> -0 (equal to 0).
 double Fix(double value);
+
+// A number cut towards zero into `Integer`; 0 for one beyond its range or NaN, as for a stored
+// number that does not parse: 7.9 -> 7, 1E+30 -> 0, -2147483649 -> 0 in 32 bits.
+template <class Integer>
+Integer TruncatedOrZero(double value) {
+  const double whole = Fix(value);
+  const bool fits = whole >= static_cast<double>(std::numeric_limits<Integer>::min()) &&
+                    whole <= static_cast<double>(std::numeric_limits<Integer>::max());
+  return fits ? static_cast<Integer>(whole) : Integer{0};
+}
 
 // 16-bit integer arithmetic that raises OverflowError outside -32768..32767.
 std::int16_t Int16Add(std::int16_t a, std::int16_t b);

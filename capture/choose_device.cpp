@@ -69,7 +69,7 @@ void ChooseDevice::start_Click() {
     auto& screen = program_.Window<VideoScreen>();
     screen.ConnectVideoCaptureDevice(index, entry.tag, entry.text);
     if (DeviceKindOfTag(entry.tag) == DeviceKind::Control) {
-      const int input = static_cast<int>(ReadSettingNumber(program_.services.settings, settings::LastDeviceInput));
+      const int input = ReadSettingInteger(program_.services.settings, settings::LastDeviceInput);
       ResumeNext([&] { screen.Control().SetVideoInputIndex(input); });
     }
   }

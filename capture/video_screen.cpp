@@ -320,7 +320,7 @@ void VideoScreen::InitializeDriver() {
   movie.MovieSecondsControl.Value = static_cast<int>(state.CaptureParms.wTimeLimit % 60);
   master.MasterStatus.Panels("filename").Text =
       program_.Translate("Filename: ") + vfw::capGetCaptureFile(*capture_window_);
-  state.CaptureParms.fYield = static_cast<BOOL>(ReadSettingNumber(program_.services.settings, settings::CaptureYields));
+  state.CaptureParms.fYield = ReadSettingInteger<BOOL>(program_.services.settings, settings::CaptureYields);
   program_.MainWindow().LoadParameterFile(state.AppPath + kDeviceStateFile);
   // Whatever the file said.
   state.CaptureParms.dwIndexSize = 324000;

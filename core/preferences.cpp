@@ -46,8 +46,8 @@ void Preferences::Load() {
   ESounds.Value = CheckValue(state.ShutterSound);
   OverwriteQuestion.Value = ReadSettingNumber(store, settings::OverwriteQuestion) == 1 ? 1 : 0;
   HangUp.Value = ReadSettingNumber(store, settings::HangUpAfterUpload) == 1 ? 1 : 0;
-  Motion.Value = static_cast<int>(ReadSettingNumber(store, settings::MotionSensitivity));
-  JpegCompression.Value = static_cast<int>(ReadSettingNumber(store, settings::JpegQualityInDialog));
+  Motion.Value = ReadSettingInteger(store, settings::MotionSensitivity);
+  JpegCompression.Value = ReadSettingInteger(store, settings::JpegQualityInDialog);
 }
 
 void Preferences::OK_Click() {

@@ -81,8 +81,8 @@ void Program::Main() {
   state.PopupMovieViewer = ReadSetting(store, settings::PopupMovieViewer);
   state.AutoPlay = ReadSetting(store, settings::AutoPlay);
   state.ShutterSound = ReadSetting(store, settings::ShutterSound);
-  state.JpegQuality = static_cast<std::int32_t>(ReadSettingNumber(store, settings::JpegQualityAtStart));
-  state.MotionSensitivity = static_cast<std::int16_t>(ReadSettingNumber(store, settings::MotionSensitivity));
+  state.JpegQuality = ReadSettingInteger<std::int32_t>(store, settings::JpegQualityAtStart);
+  state.MotionSensitivity = ReadSettingInteger<std::int16_t>(store, settings::MotionSensitivity);
   MainWindow().Show();
 }
 

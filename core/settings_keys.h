@@ -9,6 +9,7 @@
 
 #include <string>
 
+#include "base/formatting.h"
 #include "platform/services.h"
 
 namespace zr {
@@ -72,6 +73,16 @@ std::string ReadSetting(platform::SettingsStore& store, const SettingKey& key, c
 // A stored number; a value that does not parse reads as 0.
 double ReadSettingNumber(platform::SettingsStore& store, const SettingKey& key);
 double ReadSettingNumber(platform::SettingsStore& store, const SettingKey& key, const std::string& default_value);
+// A stored whole number, cut towards zero; a value that does not parse, or one beyond the
+// range of `Integer`, reads as 0.
+template <class Integer = int>
+Integer ReadSettingInteger(platform::SettingsStore& store, const SettingKey& key) {
+  return TruncatedOrZero<Integer>(ReadSettingNumber(store, key));
+}
+template <class Integer = int>
+Integer ReadSettingInteger(platform::SettingsStore& store, const SettingKey& key, const std::string& default_value) {
+  return TruncatedOrZero<Integer>(ReadSettingNumber(store, key, default_value));
+}
 void SaveSetting(platform::SettingsStore& store, const SettingKey& key, const std::string& value);
 
 }  // namespace zr

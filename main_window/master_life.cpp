@@ -2,8 +2,10 @@
 // its close request, which saves everything, and its size limits.
 
 #include <algorithm>
+#include <cmath>
 #include <cstdint>
 #include <filesystem>
+#include <limits>
 #include <span>
 #include <system_error>
 
@@ -46,7 +48,11 @@ constexpr int kMinimumWidthPixels = 665;
 constexpr int kMinimumHeightPixels = 480;
 constexpr int kWrittenToolbarEntries = 7;  // entries 7 and 8 are read at start, never written
 
-int Pixels(double twips) { return RoundHalfEven(twips / kTwipsPerPixel); }
+// A size or place in twips beyond the 32-bit range, as no screen has, reads as 0.
+int Pixels(double twips) {
+  constexpr auto kFarthest = static_cast<double>(std::numeric_limits<std::int32_t>::max());
+  return std::abs(twips) <= kFarthest ? RoundHalfEven(twips / kTwipsPerPixel) : 0;
+}
 std::string Twips(int pixels) { return std::to_string(pixels * kTwipsPerPixel); }
 
 bool FileExists(const std::string& path) {
@@ -66,8 +72,7 @@ void Master::Load() {
   TranslateFixedLabels();
   auto& store = program_.services.settings;
   WebShare_Port.Text = ReadSetting(store, settings::WebSharePort);
-  WebShare_Quality.Value =
-      static_cast<int>(ReadSettingNumber(store, settings::WebShareQuality, std::to_string(WebShare_Quality.Value)));
+  WebShare_Quality.Value = ReadSettingInteger(store, settings::WebShareQuality, std::to_string(WebShare_Quality.Value));
   imagesettings(1).Button("filenames").Caption = program_.Translate("Counter");
   if (program_.services.desktop.HasVolumeControl()) {
     AudioMenu(audio_menu::kRecordingSettings).Enabled = true;
@@ -104,11 +109,11 @@ void Master::LoadGeometry() {
   const auto screen = program_.services.desktop.Screen();
   Height = Pixels(ReadSettingNumber(store, settings::WindowHeight, Twips(kDefaultHeightPixels)));
   Width = Pixels(ReadSettingNumber(store, settings::WindowWidth, Twips(kDefaultWidthPixels)));
-  const double centred_top = (screen.height * kTwipsPerPixel - Height * kTwipsPerPixel) / 2.0;
-  const double centred_left = (screen.width * kTwipsPerPixel - Width * kTwipsPerPixel) / 2.0;
+  const double centred_top = (screen.height - static_cast<double>(Height)) * kTwipsPerPixel / 2.0;
+  const double centred_left = (screen.width - static_cast<double>(Width)) * kTwipsPerPixel / 2.0;
   Top = Pixels(ReadSettingNumber(store, settings::WindowTop, NumberText(centred_top)));
   Left = Pixels(ReadSettingNumber(store, settings::WindowLeft, NumberText(centred_left)));
-  WindowState = static_cast<int>(ReadSettingNumber(store, settings::WindowState));
+  WindowState = ReadSettingInteger(store, settings::WindowState);
 }
 
 void Master::LoadToolbarChecks() {
@@ -240,7 +245,7 @@ void Master::LoadCoolBar(const std::string& title) {
     const auto separator = value.find("//");
     if (separator == std::string::npos) continue;
     ResumeNext([&] {
-      band.Width = static_cast<int>(NumericPrefix(value.substr(0, separator)));
+      band.Width = TruncatedOrZero<int>(NumericPrefix(value.substr(0, separator)));
       band.NewRow = NumericPrefix(value.substr(separator + 2)) == 1;
     });
   }

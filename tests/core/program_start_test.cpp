@@ -53,5 +53,29 @@ TEST(ProgramStart, StoredNumbersThatDoNotParseReadAsZero) {
   EXPECT_EQ(world.program().state.JpegQuality, 85);
 }
 
+// A stored number beyond the range it is read into reads as 0 too, geometry included: the start
+// neither overflows nor stops.
+TEST(ProgramStart, StoredNumbersBeyondTheirRangeReadAsZero) {
+  scenario::World world;
+  auto& store = *world.settings;
+  store.Save("ZR", "MD", "SENSE", "70000");
+  store.Save("ZR", "JPEG", "Compression", "-2147483649");
+  store.Save(settings::kTitleRoot, "Window", "Height", "1E+12");
+  store.Save(settings::kTitleRoot, "Window", "Width", "-1E+300");
+  store.Save(settings::kTitleRoot, "Window", "State", "1E+30");
+  store.Save(settings::kTitleRoot, "WebShare", "Quality", "1E+20");
+  store.Save(settings::kTitleRoot, settings::kCoolBarSection, "operation", "1E+30//1");
+  world.Start();
+  const AppState& state = world.program().state;
+  EXPECT_EQ(state.MotionSensitivity, 0);
+  EXPECT_EQ(state.JpegQuality, 0);
+  auto& master = world.program().Window<Master>();
+  EXPECT_EQ(master.WindowState.get(), 0);
+  EXPECT_GE(master.Height.get(), 0);
+  EXPECT_GE(master.Width.get(), 0);
+  EXPECT_EQ(master.WebShare_Quality.Value.get(), 0);
+  EXPECT_EQ(master.MasterBar.Bands("operation").Width.get(), 0);
+}
+
 }  // namespace
 }  // namespace zr
