@@ -13,6 +13,7 @@
 #include <cstring>
 #include <memory>
 #include <mutex>
+#include <thread>
 
 namespace zr::platform::linux_impl {
 
@@ -71,9 +72,17 @@ SendOutcome SendAll(int fd, std::string_view bytes, std::chrono::milliseconds ti
 
 namespace {
 
+using Clock = std::chrono::steady_clock;
+
 constexpr int kMostRedirects = 5;
 constexpr std::size_t kLargestHead = 64 * 1024;
 constexpr std::size_t kReceiveChunk = 16 * 1024;
+
+// What is left of the time until `deadline`, none once it has passed.
+std::chrono::milliseconds TimeLeft(Clock::time_point deadline) {
+  return std::max(std::chrono::milliseconds(0),
+                  std::chrono::duration_cast<std::chrono::milliseconds>(deadline - Clock::now()));
+}
 
 // ---- Text -------------------------------------------------------------------------------------
 
@@ -232,15 +241,35 @@ struct AddressListDeleter {
 };
 using AddressList = std::unique_ptr<addrinfo, AddressListDeleter>;
 
-Result<AddressList> Resolve(const HttpAddress& address) {
+Result<AddressList> LookUp(const std::string& host, const std::string& port) {
   addrinfo hints{};
   hints.ai_family = AF_UNSPEC;
   hints.ai_socktype = SOCK_STREAM;
   addrinfo* list = nullptr;
-  const std::string port = std::to_string(address.port);
-  const int status = getaddrinfo(address.host.c_str(), port.c_str(), &hints, &list);
+  const int status = getaddrinfo(host.c_str(), port.c_str(), &hints, &list);
   if (status != 0) return Error{gai_strerror(status), "getaddrinfo"};
   return AddressList(list);
+}
+
+// A name lookup cannot be cut short: it runs on a thread of its own, which finishes alone when
+// the connection stops waiting for it (at the deadline, or on a stop request).
+Result<AddressList> Resolve(const HttpAddress& address, Clock::time_point deadline, const std::stop_token& stop) {
+  struct Lookup {
+    std::mutex mutex;
+    std::condition_variable_any done;
+    std::optional<Result<AddressList>> result;
+  };
+  auto lookup = std::make_shared<Lookup>();
+  std::thread([lookup, host = address.host, port = std::to_string(address.port)] {
+    auto found = LookUp(host, port);
+    std::lock_guard lock(lookup->mutex);
+    lookup->result.emplace(std::move(found));
+    lookup->done.notify_all();
+  }).detach();
+  std::unique_lock lock(lookup->mutex);
+  if (!lookup->done.wait_until(lock, stop, deadline, [&] { return lookup->result.has_value(); }))
+    return Error{stop.stop_requested() ? "stopped" : "timed out", "getaddrinfo"};
+  return std::move(*lookup->result);
 }
 
 int PendingSocketError(int fd) {
@@ -252,14 +281,12 @@ int PendingSocketError(int fd) {
 
 // A connected non-blocking socket, or why there is none: "timed out", "stopped", or the
 // system's reason.
-Result<Socket> ConnectOne(const addrinfo& peer, std::chrono::steady_clock::time_point deadline,
-                          const std::stop_token& stop) {
+Result<Socket> ConnectOne(const addrinfo& peer, Clock::time_point deadline, const std::stop_token& stop) {
   Socket socket(::socket(peer.ai_family, peer.ai_socktype | SOCK_NONBLOCK | SOCK_CLOEXEC, peer.ai_protocol));
   if (!socket.is_open()) return Error{std::strerror(errno), "socket"};
   if (::connect(socket.fd(), peer.ai_addr, peer.ai_addrlen) == 0) return socket;
   if (errno != EINPROGRESS) return Error{std::strerror(errno), "connect"};
-  const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
-  switch (WaitForSocket(socket.fd(), POLLOUT, left, stop)) {
+  switch (WaitForSocket(socket.fd(), POLLOUT, TimeLeft(deadline), stop)) {
     case WaitOutcome::Stopped:
       return Error{"stopped", "connect"};
     case WaitOutcome::TimedOut:
@@ -273,15 +300,14 @@ Result<Socket> ConnectOne(const addrinfo& peer, std::chrono::steady_clock::time_
   return socket;
 }
 
-// Tries every address of the host until one takes the connection, all within one timeout.
-Result<Socket> Connect(const addrinfo& peers, std::chrono::milliseconds timeout, const std::stop_token& stop) {
-  const auto deadline = std::chrono::steady_clock::now() + timeout;
+// Tries every address of the host until one takes the connection, all by one deadline.
+Result<Socket> Connect(const addrinfo& peers, Clock::time_point deadline, const std::stop_token& stop) {
   Error last{"no address", "connect"};
   for (const addrinfo* peer = &peers; peer != nullptr; peer = peer->ai_next) {
     auto connected = ConnectOne(*peer, deadline, stop);
     if (connected) return connected;
     last = connected.error();
-    if (stop.stop_requested() || std::chrono::steady_clock::now() >= deadline) break;
+    if (stop.stop_requested() || Clock::now() >= deadline) break;
   }
   return last;
 }
@@ -418,16 +444,21 @@ Result<void> HttpConnection::Exchange(const HttpAddress& address) {
   response_ = HttpResponse();
   early_body_.clear();
   early_body_used_ = 0;
-  auto peers = Resolve(address);
+  // The name is looked up and a connection made within the connect timeout; then the request
+  // and the whole head of the answer within the answer timeout.
+  const auto connect_deadline = Clock::now() + options_.connect_timeout;
+  auto peers = Resolve(address, connect_deadline, options_.stop);
   if (!peers) {
+    if (options_.stop.stop_requested()) return Stopped();
     return Error{
         options_.far_end + " at " + AddressForMessages(url_) + " cannot be found (" + peers.error().message + ")",
         "getaddrinfo"};
   }
-  auto connected = Connect(**peers, options_.connect_timeout, options_.stop);
+  auto connected = Connect(**peers, connect_deadline, options_.stop);
   if (!connected) return options_.stop.stop_requested() ? Stopped() : NoAnswer();
   socket_ = std::move(*connected);
-  switch (SendAll(socket_.fd(), RequestText(address), options_.read_timeout, options_.stop)) {
+  deadline_ = Clock::now() + options_.answer_timeout;
+  switch (SendAll(socket_.fd(), RequestText(address), WaitLimit(), options_.stop)) {
     case SendOutcome::Sent:
       break;
     case SendOutcome::Stopped:
@@ -466,10 +497,15 @@ Result<void> HttpConnection::ReadHead() {
   return {};
 }
 
-// Bytes from the socket, waiting for the read timeout at most; 0 when the far end has closed.
+std::chrono::milliseconds HttpConnection::WaitLimit() const {
+  return std::min(options_.read_timeout, TimeLeft(deadline_));
+}
+
+// Bytes from the socket, waiting for the read timeout at most and never past the deadline; 0
+// when the far end has closed.
 Result<std::size_t> HttpConnection::Receive(std::span<std::uint8_t> buffer) {
   for (;;) {
-    switch (WaitForSocket(socket_.fd(), POLLIN, options_.read_timeout, options_.stop)) {
+    switch (WaitForSocket(socket_.fd(), POLLIN, WaitLimit(), options_.stop)) {
       case WaitOutcome::Stopped:
         return Stopped();
       case WaitOutcome::TimedOut:

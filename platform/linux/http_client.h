@@ -3,9 +3,12 @@
 // Basic authorization from the address's user:password@, redirects (up to five), and a body read
 // either whole (a snapshot) or bit by bit (a Motion JPEG stream that never ends).
 //
-// Nothing waits without a bound: connecting is bounded by the connect timeout, and every wait
-// for the far end by the read timeout. Waits run in short slices that watch a stop token, so a
-// reader thread asked to stop leaves within a slice or two.
+// Nothing waits without a bound: looking the name up and connecting are bounded by the connect
+// timeout together; every wait for the far end by the read timeout, and the whole answer, however
+// steadily its bytes trickle in, by a deadline: the answer timeout from the request on, or one
+// the reader sets for what it reads next. Waits run in short slices that watch a stop token, so
+// a reader thread asked to stop leaves within a slice or two; a name lookup that hangs is left
+// to finish on a thread of its own.
 //
 // Bodies: Content-Length and close-delimited bodies (every request asks for Connection: close);
 // chunked bodies are refused with an Error.
@@ -86,6 +89,9 @@ std::string AddressForMessages(std::string_view url);
 struct HttpOptions {
   std::chrono::milliseconds connect_timeout{5000};
   std::chrono::milliseconds read_timeout{5000};  // the longest wait for any byte of the answer
+  // The longest from the request to the end of the answer's head, and of the body unless the
+  // reader sets a deadline of its own.
+  std::chrono::milliseconds answer_timeout{30000};
   // How messages name the far end and what it failed to send:
   // "The camera at http://… does not answer", "… sent no picture".
   std::string far_end = "The server";
@@ -128,9 +134,12 @@ class HttpConnection {
   // An Error naming the status unless it is 2xx: "The camera at … answered 404 Not Found".
   Result<void> CheckSucceeded() const;
 
+  // Every later wait ends by `deadline`: a reader of an endless body sets one for each piece.
+  void SetDeadline(std::chrono::steady_clock::time_point deadline) { deadline_ = deadline; }
+
   // Reads what has arrived of the body, waiting for at least one byte; 0 once the body is over
   // (its Content-Length reached, or the far end closed or reset the connection). An Error when
-  // nothing arrives within the read timeout or a stop was asked.
+  // nothing arrives within the read timeout or by the deadline, or a stop was asked.
   Result<std::size_t> ReadSome(std::span<std::uint8_t> buffer);
   // The rest of the body; an Error when it is longer than `limit` or ends before its
   // Content-Length.
@@ -142,6 +151,7 @@ class HttpConnection {
   Result<void> Exchange(const HttpAddress& address);
   Result<void> ReadHead();
   Result<std::size_t> Receive(std::span<std::uint8_t> buffer);
+  std::chrono::milliseconds WaitLimit() const;
   Error NoAnswer() const;
   Error Silent() const;
   Error Stopped() const;
@@ -154,6 +164,7 @@ class HttpConnection {
   std::vector<std::uint8_t> early_body_;  // body bytes that arrived with the head
   std::size_t early_body_used_ = 0;
   std::optional<std::uint64_t> body_left_;  // what Content-Length still promises
+  std::chrono::steady_clock::time_point deadline_;
 };
 
 }  // namespace zr::platform::linux_impl

@@ -14,6 +14,7 @@
 
 #include "image/jpeg_codec.h"
 #include "platform/linux/http_client.h"
+#include "platform/linux/multipart_reader.h"
 
 namespace zr::platform::linux_impl {
 namespace {
@@ -21,7 +22,6 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 constexpr std::size_t kLargestPicture = 32 * 1024 * 1024;
-constexpr std::size_t kReadChunk = 64 * 1024;
 
 // ---- What the camera sends --------------------------------------------------------------------
 
@@ -84,135 +84,6 @@ Result<CameraKind> KindOfAnswer(const HttpResponse& response, const std::string&
   return Error{camera + " sends '" + content_type + "', not JPEG pictures", "IpCamera::Start"};
 }
 
-// ---- Motion JPEG streams ----------------------------------------------------------------------
-
-// Cuts a multipart body into its parts. Each part begins with the delimiter line ("--" and the
-// boundary), its headers and an empty line; its body is as long as its Content-Length says or,
-// without one, runs up to the line break before the next delimiter. Cameras differ in whether
-// the boundary they announce already starts with "--"; searching for "--" and the boundary
-// without its own dashes finds the delimiter either way.
-class MultipartReader {
- public:
-  static std::string DelimiterOf(std::string_view boundary) {
-    const auto own_start = boundary.find_first_not_of('-');
-    return "--" + std::string(own_start == std::string_view::npos ? boundary : boundary.substr(own_start));
-  }
-
-  MultipartReader(HttpConnection connection, std::string_view boundary)
-      : connection_(std::move(connection)), delimiter_(DelimiterOf(boundary)) {}
-
-  // The next part's bytes; none when the stream is over (closed, or its closing delimiter).
-  using Part = std::optional<std::vector<std::uint8_t>>;
-  Result<Part> NextPart();
-
- private:
-  using Found = Result<std::optional<std::size_t>>;
-
-  Found Find(std::string_view needle, std::size_t from);
-  Found FindBlankLine(std::size_t from);
-  Result<bool> Fill();
-  std::string_view Text(std::size_t from, std::size_t to) const {
-    return {reinterpret_cast<const char*>(buffer_.data()) + from, to - from};
-  }
-  void DropConsumed();
-
-  HttpConnection connection_;
-  std::string delimiter_;
-  std::vector<std::uint8_t> buffer_;
-  std::size_t start_ = 0;  // the first byte not yet taken
-  std::size_t end_ = 0;    // the end of the bytes received
-};
-
-Result<MultipartReader::Part> MultipartReader::NextPart() {
-  DropConsumed();
-  auto delimiter = Find(delimiter_, start_);
-  if (!delimiter) return delimiter.error();
-  if (!*delimiter) return Part();
-  const std::size_t after_delimiter = **delimiter + delimiter_.size();
-  auto line_end = Find("\n", after_delimiter);
-  if (!line_end) return line_end.error();
-  if (!*line_end || Text(after_delimiter, **line_end).starts_with("--")) {
-    return Part();  // "--" after the boundary closes the stream
-  }
-  auto head_end = FindBlankLine(after_delimiter);
-  if (!head_end) return head_end.error();
-  if (!*head_end) return Part();
-  // The headers start on the line after the boundary's own.
-  const HttpHeaders headers = ParseHeaderLines(Text(**line_end + 1, **head_end));
-  const std::size_t body_start = **head_end;
-  if (const auto length = headers.ContentLength()) {
-    if (*length > kLargestPicture) return Error{"a picture is too large", "MultipartReader"};
-    const std::size_t body_end = body_start + static_cast<std::size_t>(*length);
-    while (end_ < body_end) {
-      auto more = Fill();
-      if (!more) return more.error();
-      if (!*more) return Part();
-    }
-    start_ = body_end;
-    return Part(std::in_place, buffer_.begin() + static_cast<std::ptrdiff_t>(body_start),
-                buffer_.begin() + static_cast<std::ptrdiff_t>(body_end));
-  }
-  auto next = Find(delimiter_, body_start);
-  if (!next) return next.error();
-  if (!*next) return Part();
-  std::size_t body_end = **next;
-  if (body_end > body_start && buffer_[body_end - 1] == '\n') --body_end;
-  if (body_end > body_start && buffer_[body_end - 1] == '\r') --body_end;
-  start_ = **next;  // the delimiter opens the next part
-  return Part(std::in_place, buffer_.begin() + static_cast<std::ptrdiff_t>(body_start),
-              buffer_.begin() + static_cast<std::ptrdiff_t>(body_end));
-}
-
-// Where `needle` begins, reading on until it has arrived; nullopt when the stream ends first.
-MultipartReader::Found MultipartReader::Find(std::string_view needle, std::size_t from) {
-  for (;;) {
-    const std::string_view text = Text(0, end_);
-    const auto at = text.find(needle, from);
-    if (at != std::string_view::npos) return std::optional<std::size_t>(at);
-    // The needle may have begun in the last bytes; look there again once more has come.
-    from = std::max(from, end_ - std::min(end_, needle.size() - 1));
-    auto more = Fill();
-    if (!more) return more.error();
-    if (!*more) return std::optional<std::size_t>();
-  }
-}
-
-// Where the bytes after the first empty line begin (CRLF or bare LF line ends).
-MultipartReader::Found MultipartReader::FindBlankLine(std::size_t from) {
-  for (;;) {
-    for (std::size_t i = from; i < end_; ++i) {
-      if (buffer_[i] != '\n') continue;
-      std::size_t next = i + 1;
-      if (next < end_ && buffer_[next] == '\r') ++next;
-      if (next < end_ && buffer_[next] == '\n') return std::optional<std::size_t>(next + 1);
-    }
-    from = std::max(from, end_ - std::min<std::size_t>(end_, 2));
-    auto more = Fill();
-    if (!more) return more.error();
-    if (!*more) return std::optional<std::size_t>();
-  }
-}
-
-// Reads what has arrived; false when the stream is over. The buffer only grows, so it is
-// cleared once rather than for every read.
-Result<bool> MultipartReader::Fill() {
-  if (end_ - start_ > kLargestPicture) {
-    return Error{"a picture is too large, or the stream has no boundaries", "MultipartReader"};
-  }
-  if (buffer_.size() - end_ < kReadChunk) buffer_.resize(end_ + kReadChunk);
-  auto got = connection_.ReadSome(std::span(buffer_).subspan(end_));
-  if (!got) return got.error();
-  end_ += *got;
-  return *got > 0;
-}
-
-void MultipartReader::DropConsumed() {
-  const auto first = buffer_.begin() + static_cast<std::ptrdiff_t>(start_);
-  std::copy(first, buffer_.begin() + static_cast<std::ptrdiff_t>(end_), buffer_.begin());
-  end_ -= start_;
-  start_ = 0;
-}
-
 // ---- Frames -----------------------------------------------------------------------------------
 
 // Decodes the camera's pictures and hands them to the sink, stamped and numbered.
@@ -262,9 +133,10 @@ class IpCamera final : public FrameSource {
  private:
   HttpOptions RequestOptions(std::stop_token stop) const;
   Result<HttpConnection> AskAgain(std::stop_token stop) const;
+  void Run(FrameSink& sink, std::stop_token stop);
   void RunSnapshots(FrameSink& sink, HttpConnection first, std::stop_token stop);
   void RunStream(FrameSink& sink, HttpConnection first, std::string boundary, std::stop_token stop);
-  Result<MultipartReader> ReopenStream(std::stop_token stop) const;
+  Result<std::string> ReopenStream(HttpConnection& connection, std::stop_token stop) const;
   void End(FrameSink& sink, const std::string& message, const std::stop_token& stop) const;
   std::string NoAnswer() const { return camera_ + " does not answer"; }
 
@@ -278,24 +150,26 @@ class IpCamera final : public FrameSource {
   std::thread worker_;
 };
 
+// The camera is asked on the source's own thread, so that a camera that is slow to answer, or
+// never does, holds up nothing else; why it cannot be used comes to the sink as its end.
 Result<void> IpCamera::Start(FrameSink& sink) {
   Stop();
   stop_ = std::stop_source();
   width_ = 0;
   height_ = 0;
   started_ = Clock::now();
-  auto answer = HttpConnection::Get(url_, RequestOptions(stop_.get_token()));
-  if (!answer) return answer.error();
-  if (auto succeeded = answer->CheckSucceeded(); !succeeded) return succeeded;
-  auto kind = KindOfAnswer(answer->Response(), camera_);
-  if (!kind) return kind.error();
-  if (kind->streams) {
-    worker_ = std::thread(&IpCamera::RunStream, this, std::ref(sink), std::move(*answer), std::move(kind->boundary),
-                          stop_.get_token());
-  } else {
-    worker_ = std::thread(&IpCamera::RunSnapshots, this, std::ref(sink), std::move(*answer), stop_.get_token());
-  }
+  worker_ = std::thread(&IpCamera::Run, this, std::ref(sink), stop_.get_token());
   return {};
+}
+
+void IpCamera::Run(FrameSink& sink, std::stop_token stop) {
+  auto answer = HttpConnection::Get(url_, RequestOptions(stop));
+  if (!answer) return End(sink, answer.error().message, stop);
+  if (auto succeeded = answer->CheckSucceeded(); !succeeded) return End(sink, succeeded.error().message, stop);
+  auto kind = KindOfAnswer(answer->Response(), camera_);
+  if (!kind) return End(sink, kind.error().message, stop);
+  if (kind->streams) return RunStream(sink, std::move(*answer), std::move(kind->boundary), stop);
+  RunSnapshots(sink, std::move(*answer), stop);
 }
 
 void IpCamera::Stop() {
@@ -307,6 +181,7 @@ HttpOptions IpCamera::RequestOptions(std::stop_token stop) const {
   HttpOptions options;
   options.connect_timeout = timeouts_.connect;
   options.read_timeout = timeouts_.read;
+  options.answer_timeout = timeouts_.picture;
   options.far_end = "The camera";
   options.awaited = "picture";
   options.stop = std::move(stop);
@@ -339,11 +214,15 @@ void IpCamera::RunSnapshots(FrameSink& sink, HttpConnection first, std::stop_tok
 
 void IpCamera::RunStream(FrameSink& sink, HttpConnection first, std::string boundary, std::stop_token stop) {
   FrameDelivery delivery(sink, started_, width_, height_);
-  MultipartReader stream(std::move(first), boundary);
+  HttpConnection connection = std::move(first);
+  const auto read = [&connection](std::span<std::uint8_t> into) { return connection.ReadSome(into); };
+  MultipartReader stream(read, boundary, kLargestPicture);
   // A camera may close a stream now and then; it is opened again once, and again only after it
   // has sent a picture, so a camera that takes the request and closes at once ends the source.
   bool may_reopen = true;
   for (;;) {
+    // Each picture has its own time, however steadily its bytes come.
+    connection.SetDeadline(Clock::now() + timeouts_.picture);
     auto part = stream.NextPart();
     if (!part) return End(sink, NoAnswer(), stop);
     if (*part) {
@@ -353,18 +232,20 @@ void IpCamera::RunStream(FrameSink& sink, HttpConnection first, std::string boun
     }
     if (!may_reopen) return End(sink, NoAnswer(), stop);
     may_reopen = false;
-    auto reopened = ReopenStream(stop);
+    auto reopened = ReopenStream(connection, stop);
     if (!reopened) return End(sink, reopened.error().message, stop);
-    stream = std::move(*reopened);
+    stream = MultipartReader(read, *reopened, kLargestPicture);
   }
 }
 
-Result<MultipartReader> IpCamera::ReopenStream(std::stop_token stop) const {
+// Asks for the stream again into `connection`; the boundary of the new stream.
+Result<std::string> IpCamera::ReopenStream(HttpConnection& connection, std::stop_token stop) const {
   auto answer = AskAgain(std::move(stop));
   if (!answer) return answer.error();
   auto kind = KindOfAnswer(answer->Response(), camera_);
   if (!kind || !kind->streams) return Error{NoAnswer(), "IpCamera::ReopenStream"};
-  return MultipartReader(std::move(*answer), kind->boundary);
+  connection = std::move(*answer);
+  return std::move(kind->boundary);
 }
 
 // Tells the sink why the camera ended, unless Stop ended it.

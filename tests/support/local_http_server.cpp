@@ -118,6 +118,9 @@ struct LocalHttpServer::State {
   bool Send(int fd, std::string_view bytes) {
     return SendAll(fd, bytes, kRequestWait, stop.get_token()) == SendOutcome::Sent;
   }
+  // Sends a head and a body (a picture) as the options say they trickle.
+  bool SendHeadAndPicture(int fd, std::string_view head, std::string_view picture);
+  bool Trickle(int fd, std::string_view bytes);
 };
 
 LocalHttpServer::LocalHttpServer(Mode mode, Options options) : state_(std::make_unique<State>()) {
@@ -215,7 +218,9 @@ void LocalHttpServer::State::Answer(int fd, std::string_view path) {
     if (stream) file = std::string(std::istreambuf_iterator<char>(stream), {});
   }
   if (path == "/snapshot.jpg") {
-    Send(fd, AnswerText("200 OK", "image/jpeg", PictureJpeg(next_picture++)));
+    const std::string answer = AnswerText("200 OK", "image/jpeg", PictureJpeg(next_picture++));
+    const auto head_end = answer.find("\r\n\r\n") + 4;
+    SendHeadAndPicture(fd, std::string_view(answer).substr(0, head_end), std::string_view(answer).substr(head_end));
   } else if (path == "/video.mjpg") {
     SendStream(fd);
   } else if (file) {
@@ -237,8 +242,10 @@ void LocalHttpServer::State::Answer(int fd, std::string_view path) {
 void LocalHttpServer::State::SendStream(int fd) {
   const std::string& boundary = options.boundary;
   const std::string delimiter = boundary.starts_with("--") ? boundary : "--" + boundary;
-  if (!Send(fd, "HTTP/1.1 200 OK\r\nContent-Type: multipart/x-mixed-replace;boundary=" + boundary +
-                    "\r\nConnection: close\r\n\r\n")) {
+  if (!SendHeadAndPicture(fd,
+                          "HTTP/1.1 200 OK\r\nContent-Type: multipart/x-mixed-replace;boundary=" + boundary +
+                              "\r\nConnection: close\r\n\r\n",
+                          "")) {
     return;
   }
   const auto started = Clock::now();
@@ -248,8 +255,23 @@ void LocalHttpServer::State::SendStream(int fd) {
     std::string part = delimiter + "\r\nContent-Type: image/jpeg\r\n";
     if (options.part_lengths) part += "Content-Length: " + std::to_string(jpeg.size()) + "\r\n";
     const auto due = started + std::chrono::duration_cast<Clock::duration>(period * (sent + 1));
-    if (!Send(fd, part + "\r\n" + jpeg + "\r\n") || !SleepUntil(due, stop.get_token())) return;
+    if (!SendHeadAndPicture(fd, "", part + "\r\n" + jpeg + "\r\n") || !SleepUntil(due, stop.get_token())) return;
   }
+}
+
+bool LocalHttpServer::State::SendHeadAndPicture(int fd, std::string_view head, std::string_view picture) {
+  using enum Options::Trickle;
+  const bool head_sent = options.trickle == Answers ? Trickle(fd, head) : Send(fd, head);
+  return head_sent && (options.trickle == Nothing ? Send(fd, picture) : Trickle(fd, picture));
+}
+
+bool LocalHttpServer::State::Trickle(int fd, std::string_view bytes) {
+  for (std::size_t at = 0; at < bytes.size(); ++at) {
+    if (!Send(fd, bytes.substr(at, 1)) || !SleepUntil(Clock::now() + options.byte_pause, stop.get_token())) {
+      return false;
+    }
+  }
+  return true;
 }
 
 }  // namespace zr::testing

@@ -56,6 +56,11 @@ class LocalHttpServer {
     // is, the way some cameras do; any other gets the usual "--" before it.
     std::string boundary = "zrframe";
     std::filesystem::path folder = {};  // what /file/ serves
+    // A camera on a line that gives out, or one that holds its client: what trickles is sent a
+    // byte at a time, `byte_pause` apart. Answers trickle from their first byte; pictures trickle
+    // each snapshot's body and each part of a stream, after a head sent whole.
+    enum class Trickle { Nothing, Answers, Pictures } trickle = Trickle::Nothing;
+    std::chrono::milliseconds byte_pause{20};
   };
 
   LocalHttpServer(Mode mode, Options options);

@@ -274,16 +274,19 @@ TEST_F(RealCaptureDevicesTest, CameraKilledMidRunLeavesAPlayableMovie) {
   EXPECT_NE(devices_->SourceMessage().find("does not answer"), std::string::npos) << devices_->SourceMessage();
 }
 
-TEST_F(RealCaptureDevicesTest, CameraThatDoesNotAnswerFailsTheConnectInTime) {
+// Connecting to a camera holds up nothing: the camera is asked on the source's own thread, and
+// one that does not answer says so through the source's end.
+TEST_F(RealCaptureDevicesTest, CameraThatDoesNotAnswerHoldsUpNothingAndSaysWhy) {
   LocalHttpServer camera(LocalHttpServer::Mode::Silent);
   auto control = devices_->MakeCaptureControl();
   control->SetVideoDeviceIndex(-2);
   control->SetNetworkSourceUrl(camera.Url());
   const auto started = std::chrono::steady_clock::now();
-  EXPECT_THROW(control->SetDeviceConnected(true), DeviceError);
-  EXPECT_LT(std::chrono::steady_clock::now() - started, std::chrono::seconds(3));
+  control->SetDeviceConnected(true);
+  EXPECT_LT(std::chrono::steady_clock::now() - started, std::chrono::milliseconds(200));
   EXPECT_THROW(control->GetSnapshot(), DeviceError);
-  EXPECT_EQ(devices_->SourceMessage(), "The camera at " + camera.Url() + " sent no picture");
+  const std::string silent = "The camera at " + camera.Url() + " sent no picture";
+  EXPECT_TRUE(RunUntil([&] { return devices_->SourceMessage() == silent; }, 3000)) << devices_->SourceMessage();
 }
 
 // A stream served from a local file records until the stream ends.

@@ -89,7 +89,9 @@ INSTANTIATE_TEST_SUITE_P(
             "StreamClosingAfterEachPicture", Mode::Mjpeg, {.frames_per_second = 40, .frames_per_stream = 1}, 7, 100}),
     ::testing::PrintToStringParamName());
 
-TEST(IpCameraTest, StartTellsWhyTheCameraCannotBeUsed) {
+// Start returns at once whatever the camera does; why the camera cannot be used comes as the
+// source's end.
+TEST(IpCameraTest, StartReturnsAtOnceAndTheEndTellsWhyTheCameraCannotBeUsed) {
   struct Row {
     Mode mode;
     const char* path;
@@ -97,15 +99,42 @@ TEST(IpCameraTest, StartTellsWhyTheCameraCannotBeUsed) {
   };
   for (const Row& row : {Row{Mode::Snapshot, "/page.html", " sends 'text/html', not JPEG pictures"},
                          Row{Mode::Snapshot, "/missing.jpg", " answered 404 Not Found"},
-                         Row{Mode::Silent, "/snapshot.jpg", " sent no picture"}}) {
+                         Row{Mode::Silent, "/snapshot.jpg", " sent no picture"},
+                         Row{Mode::Unreachable, "/snapshot.jpg", " does not answer"}}) {
     LocalHttpServer server(row.mode);
     const std::string url = server.Url(row.path);
     CollectingSink sink;
+    auto camera = MakeIpCameraSource(url, Timeouts(milliseconds(300)));
     const auto start = std::chrono::steady_clock::now();
-    auto started = MakeIpCameraSource(url, Timeouts(milliseconds(300)))->Start(sink);
-    EXPECT_LT(Since(start), milliseconds(800));
-    ASSERT_FALSE(started.ok()) << row.path;
-    EXPECT_EQ(started.error().message, "The camera at " + url + row.message);
+    ASSERT_TRUE(Ok(camera->Start(sink))) << row.path;
+    EXPECT_LT(Since(start), milliseconds(50)) << row.path;
+    EXPECT_EQ(sink.WaitForEnd(milliseconds(800)), "The camera at " + url + row.message);
+    EXPECT_EQ(sink.FrameCount(), 0u);
+  }
+}
+
+// A camera that trickles its answer or its pictures a byte at a time, every byte well within the
+// read timeout, is given up once the answer's or the picture's whole time has passed.
+TEST(IpCameraTest, ACameraThatTricklesIsGivenUpAtThePicturesDeadline) {
+  using Trickle = LocalHttpServer::Options::Trickle;
+  struct Row {
+    Mode mode;
+    Trickle trickle;
+    const char* message;  // after "The camera at <address>"
+  };
+  for (const Row& row : {Row{Mode::Snapshot, Trickle::Answers, " sent no picture"},
+                         Row{Mode::Snapshot, Trickle::Pictures, " does not answer"},
+                         Row{Mode::Mjpeg, Trickle::Answers, " sent no picture"},
+                         Row{Mode::Mjpeg, Trickle::Pictures, " does not answer"}}) {
+    LocalHttpServer server(row.mode, {.trickle = row.trickle});
+    IpCameraTimeouts timeouts = Timeouts(milliseconds(300));
+    timeouts.picture = milliseconds(500);
+    auto camera = MakeIpCameraSource(server.Url(), timeouts);
+    CollectingSink sink;
+    const auto start = std::chrono::steady_clock::now();
+    ASSERT_TRUE(Ok(camera->Start(sink)));
+    EXPECT_EQ(sink.WaitForEnd(milliseconds(1500)), "The camera at " + server.Url() + row.message);
+    EXPECT_GE(Since(start), milliseconds(450));
     EXPECT_EQ(sink.FrameCount(), 0u);
   }
 }
