@@ -69,9 +69,11 @@ Result<void> JpegDecoder::DecodeInto(std::span<const std::uint8_t> jpeg, platfor
         "the JPEG picture claims an impossible size of " + std::to_string(width) + "x" + std::to_string(height),
         "tjDecompressHeader3"};
   if (picture.width != width || picture.height != height) picture = platform::Picture::Blank(width, height);
+  // A progressive picture of endless scans would take the decoder's time for ever: past 500 it
+  // is refused.
   const int status =
       tjDecompress2(handle_->handle, jpeg.data(), static_cast<unsigned long>(jpeg.size()), picture.bottom_up_bgr.data(),
-                    width, picture.Stride(), height, TJPF_BGR, TJFLAG_BOTTOMUP);
+                    width, picture.Stride(), height, TJPF_BGR, TJFLAG_BOTTOMUP | TJFLAG_LIMITSCANS);
   if (status != 0 && tjGetErrorCode(handle_->handle) == TJERR_FATAL)
     return Error{std::string("the JPEG picture cannot be decoded: ") + tjGetErrorStr2(handle_->handle),
                  "tjDecompress2"};

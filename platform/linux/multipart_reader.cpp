@@ -57,6 +57,7 @@ Result<MultipartReader::Part> MultipartReader::NextPart() {
   std::size_t body_end = **next;
   if (body_end > body_start && buffer_[body_end - 1] == '\n') --body_end;
   if (body_end > body_start && buffer_[body_end - 1] == '\r') --body_end;
+  if (body_end - body_start > largest_part_) return Error{"a picture is too large", "MultipartReader"};
   start_ = **next;  // the delimiter opens the next part
   return Take(body_start, body_end);
 }
