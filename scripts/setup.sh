@@ -11,6 +11,7 @@ packages=(
   ffmpeg libjpeg-turbo-progs
   qt6-base-dev xvfb xauth
   python3 clang-format
+  clang libclang-rt-14-dev
 )
 
 missing=()

@@ -3,7 +3,8 @@
 # the house style and the layers are checked), then the tests of the program, the platform and
 # the runner again under AddressSanitizer and UndefinedBehaviorSanitizer, and the tests of the
 # threaded back ends (recorder, live source, frame and sound sources, both real event loops)
-# under ThreadSanitizer. Which tests each sanitizer runs, the build writes beside itself.
+# under ThreadSanitizer. Which tests each sanitizer runs, the build writes beside itself. Last,
+# where clang is present, each fuzzer of tests/fuzz for a fixed number of inputs.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -24,3 +25,9 @@ cmake --preset tsan >/dev/null
 cmake --build --preset tsan -j "$jobs" --target zr_thread_tests
 TSAN_OPTIONS="halt_on_error=1 second_deadlock_stack=1 suppressions=$PWD/tests/tsan.supp" \
   ctest --test-dir build/tsan --output-on-failure -j "$jobs" -L "$(cat build/tsan/thread-labels)"
+
+if command -v clang++ >/dev/null; then
+  cmake --preset fuzz >/dev/null
+  cmake --build --preset fuzz -j "$jobs" --target zr_fuzzers
+  ctest --test-dir build/fuzz --output-on-failure -j "$jobs" -L fuzz
+fi
