@@ -131,9 +131,13 @@ bool VideoScreen::AskAddress(const std::string& prompt, std::string& address) {
   return !address.empty();
 }
 
+// A camera or a stream at an address: the window is sized before the source is connected, so
+// an IP camera keeps the size it had until the operator picks a scale; a stream is sized again
+// once it plays. Each step passes over its own failure and the next one runs.
 void VideoScreen::InitializeNetworkSource(DeviceKind kind) {
+  const bool stream = kind == DeviceKind::MediaStream;
   std::string address;
-  if (!AskAddress(kind == DeviceKind::IpCamera ? "Enter the ip camera url:" : "Enter the video stream url:", address)) {
+  if (!AskAddress(stream ? "Enter the video stream url:" : "Enter the ip camera url:", address)) {
     address_refused_ = true;
     return;
   }
@@ -141,28 +145,27 @@ void VideoScreen::InitializeNetworkSource(DeviceKind kind) {
   AudioVFW(false);
   wdmX.Visible = true;
   vfw::capDestroy(capture_window_);
-  Caption = kind == DeviceKind::IpCamera ? "IP CAMERA" : "Windows Media Stream";
+  Caption = stream ? "Windows Media Stream" : "IP CAMERA";
   auto& toolbar = program_.MainWindow().DeviceToolbar;
   toolbar.Button("fullscreen").Enabled = true;
-  for (const char* key : {"source", "display", "format", "exportdv"}) toolbar.Button(key).Enabled = false;
-  // Each step passes over its own failure and the next one runs.
+  for (const char* key : {"source", "display", "format"}) toolbar.Button(key).Enabled = false;
+  ResumeNext([&] { ResizeWDM(); });
+  toolbar.Button("exportdv").Enabled = false;
   ResumeNext([&] { control_->SetDeviceConnected(false); });
-  if (kind == DeviceKind::MediaStream) {
+  ResumeNext([&] { control_->SetVideoDeviceIndex(kHttpSourceIndex); });
+  ResumeNext([&] { control_->SetNetworkSourceUrl(address); });
+  ResumeNext([&] { control_->SetCaptureAudio(false); });
+  if (stream) {
     ResumeNext(
         [&] { control_->SetUseVMR9(program_.services.settings.Get(kAppTitle, "System", "VMR", "Yes") == "Yes"); });
-  } else {
-    ResumeNext([&] { control_->SetVideoDeviceIndex(kHttpSourceIndex); });
-    ResumeNext([&] { control_->SetNetworkSourceUrl(address); });
-    ResumeNext([&] { control_->SetCaptureAudio(false); });
   }
   ResumeNext([&] { control_->SetDeviceConnected(true); });
   ResumeNext([&] { control_->SetPreviewEnabled(true); });
-  if (kind == DeviceKind::MediaStream) {
-    ResumeNext([&] { control_->OpenStream(address); });
-    ResumeNext([&] { control_->PlayStream(); });
-  }
-  ResumeNext([&] { ResizeWDM(); });
   StatusBar.Visible = true;
+  if (!stream) return;
+  ResumeNext([&] { control_->OpenStream(address); });
+  ResumeNext([&] { control_->PlayStream(); });
+  ResumeNext([&] { ResizeWDM(); });
 }
 
 void VideoScreen::InitializeControl() {

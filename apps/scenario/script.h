@@ -155,13 +155,6 @@ struct DeviceOptions {
   std::vector<std::string> audio_inputs;    // audio="Microphone,Line In"
 };
 
-// One `key=value` option of a `url` line, kept as written: the value is its raw text, a quoted
-// value with its quotes and escapes, `fps=5` -> {"fps", "5"}, `type="a b"` -> {"type", "\"a b\""}.
-struct RawOption {
-  std::string key;
-  std::string value;
-};
-
 // ---------------------------------------------------------------------------------------------
 // Dialog words
 
@@ -223,10 +216,11 @@ struct Device {
   DeviceOptions options;
 };
 
-// url "ADDRESS" [key=value ...]
+// url "ADDRESS" [options]: what a camera or stream at the address delivers, with the options
+// of a `device` line (size, fps, picture, connect=fail, ...).
 struct UrlSource {
   std::string address;
-  std::vector<RawOption> options;
+  DeviceOptions options;
 };
 
 // sound-inputs "A" "B" ... (possibly none)
@@ -334,6 +328,11 @@ struct AnswerMsgBox {
   MsgBoxAnswer answer = MsgBoxAnswer::kOk;
 };
 
+// answer options OK|Cancel: the next compression options dialog is accepted or cancelled.
+struct AnswerOptions {
+  bool accept = true;
+};
+
 // answer input "text" | answer input cancel (text empty).
 struct AnswerInput {
   std::optional<std::string> text;
@@ -351,7 +350,7 @@ struct ChangePicture {
   Picture picture;
 };
 
-// drop N (N >= 0)
+// drop N (a negative N takes reported drops back)
 struct DropFrames {
   int count = 0;
 };
@@ -550,8 +549,8 @@ using CommandBody = std::variant<
     FtpServer, Start,
     // actions
     Click, DoubleClick, SetProperty, Key, Foreground, CloseWindow, MinimizeWindow, RestoreWindow, Wait, Yield, After,
-    Call, LoadWindow, UnloadWindow, AnswerMsgBox, AnswerInput, AnswerFileDialog, ChangePicture, DropFrames, Unplug,
-    SoundLevel, SerialLine, Joystick, HttpRequest,
+    Call, LoadWindow, UnloadWindow, AnswerMsgBox, AnswerOptions, AnswerInput, AnswerFileDialog, ChangePicture,
+    DropFrames, Unplug, SoundLevel, SerialLine, Joystick, HttpRequest,
     // expectations
     ExpectProperty, ExpectState, ExpectSetting, ExpectFileExists, ExpectFileSize, ExpectFileText, ExpectFileBytes,
     ExpectMsgBox, ExpectInputBox, ExpectFileDialog, ExpectNoDialog, ExpectWindow, ExpectClipboard, ExpectMovie,

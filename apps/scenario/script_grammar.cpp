@@ -303,32 +303,6 @@ constexpr auto kDeviceOptions = std::to_array<Choice<OptionReader<DeviceOptions>
     {"audio", [](Cursor& c, DeviceOptions& o) { o.audio_inputs = TakeNameList(c); }},
 });
 
-// The raw value of a url option: up to the next blank outside quotes and parentheses.
-std::string_view LexRawValue(Cursor& c) {
-  const std::size_t start = c.position();
-  int depth = 0;
-  while (!c.AtEnd() && (depth > 0 || IsNotBlank(c.Peek()))) {
-    if (c.Peek() == '"') {
-      LexString(c);
-      continue;
-    }
-    const char next = c.Take();
-    if (next == '(') ++depth;
-    if (next == ')' && depth > 0) --depth;
-  }
-  if (depth > 0) c.FailAt(start, "a closing parenthesis");
-  if (c.From(start).empty()) c.FailAt(start, "a value after =");
-  return c.From(start);
-}
-
-RawOption TakeRawOption(Cursor& c) {
-  const std::string_view key = PeekToken(c);
-  if (key.empty() || !IsLetter(key.front())) FailToken(c, "an option key=value or end of line");
-  c.Advance(key.size());
-  if (!c.Consume('=')) c.FailAt(c.position(), "\"=\" after the option name");
-  return {.key = std::string(key), .value = std::string(LexRawValue(c))};
-}
-
 constexpr auto kFtpServerOptions = std::to_array<Choice<OptionReader<FtpServer>>>({
     {"refuse-connect", [](Cursor&, FtpServer& s) { s.refuse_connect = true; }},
     {"refuse-dir", [](Cursor& c, FtpServer& s) { s.refused_folder = TakeString(c); }},
@@ -439,7 +413,7 @@ CommandBody ParseDevice(Cursor& c) {
 CommandBody ParseUrl(Cursor& c) {
   UrlSource url;
   url.address = TakeString(c);
-  while (!AtLineEnd(c)) url.options.push_back(TakeRawOption(c));
+  TakeOptions(c, kDeviceOptions, "=", url.options);
   return url;
 }
 
@@ -548,8 +522,11 @@ CommandBody TakeFileDialogAnswer(Cursor& c, FileDialogKind kind) {
   return answer;
 }
 
+constexpr auto kOptionsAnswers = std::to_array<Choice<bool>>({{"OK", true}, {"Cancel", false}});
+
 constexpr auto kAnswerKinds = std::to_array<Choice<CommandParser>>({
     {"msgbox", [](Cursor& c) -> CommandBody { return AnswerMsgBox{TakeChoice(c, kMsgBoxAnswers)}; }},
+    {"options", [](Cursor& c) -> CommandBody { return AnswerOptions{TakeChoice(c, kOptionsAnswers)}; }},
     {"input", ParseAnswerInput},
     {"open", [](Cursor& c) { return TakeFileDialogAnswer(c, FileDialogKind::kOpen); }},
     {"save", [](Cursor& c) { return TakeFileDialogAnswer(c, FileDialogKind::kSave); }},
@@ -773,10 +750,11 @@ struct Point {
 
 // "X,Y"
 Point TakePoint(Cursor& c) {
-  constexpr std::string_view kCoordinate = "a pixel coordinate (a whole number from 0)";
-  Point point{.x = TakeInt(c, 0, kMaxDimension, kCoordinate)};
+  // A point outside the picture is read here and found outside when the picture is.
+  constexpr std::string_view kCoordinate = "a pixel coordinate (a whole number)";
+  Point point{.x = TakeInt(c, -kMaxDimension, kMaxDimension, kCoordinate)};
   RequireSymbol(c, ",");
-  point.y = TakeInt(c, 0, kMaxDimension, kCoordinate);
+  point.y = TakeInt(c, -kMaxDimension, kMaxDimension, kCoordinate);
   return point;
 }
 
@@ -927,7 +905,7 @@ constexpr auto kCommands = std::to_array<Choice<CommandParser>>({
     {"picture", [](Cursor& c) -> CommandBody { return ChangePicture{TakePicture(c)}; }},
     {"drop",
      [](Cursor& c) -> CommandBody {
-       return DropFrames{TakeInt(c, 0, kMaxWhole, "a number of frames (a whole number from 0)")};
+       return DropFrames{TakeInt(c, -kMaxWhole, kMaxWhole, "a number of frames (a whole number)")};
      }},
     {"unplug", [](Cursor&) -> CommandBody { return Unplug{}; }},
     {"sound",

@@ -65,13 +65,13 @@ class StepTable {
 void AddWorldSteps(StepTable& steps);          // os, setting, file, copy, args, start
 void AddTimeSteps(StepTable& steps);           // clock, wait, yield, after
 void AddControlSteps(StepTable& steps);        // the operator's clicks, keys and windows; call
-void AddDeviceSteps(StepTable& steps);         // simulated capture devices and their log
+void AddDeviceSteps(StepTable& steps);         // simulated capture devices, cameras and streams; their log
 void AddDialogSteps(StepTable& steps);         // answers to dialogs and the dialogs shown
 void AddExpectationSteps(StepTable& steps);    // the program's controls, state, settings, files
 void AddSoundSteps(StepTable& steps);          // sound inputs and their level
 void AddSerialSteps(StepTable& steps);         // serial ports and their modem lines
 void AddJoystickSteps(StepTable& steps);       // the joystick's buttons
-void AddPictureServerSteps(StepTable& steps);  // network cameras and the picture server
+void AddPictureServerSteps(StepTable& steps);  // the picture server
 void AddFtpSteps(StepTable& steps);            // the simulated FTP server
 
 inline constexpr std::array kStepFamilies{

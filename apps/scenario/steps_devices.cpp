@@ -1,6 +1,6 @@
 // Simulated capture devices and the sources they deliver: the drivers and devices a scenario
-// lists, what the connected source shows and how it fails, and the log of every operation the
-// program performs on them.
+// lists, the cameras and streams at its addresses, what the connected source shows and how it
+// fails, and the log of every operation the program performs on them.
 
 #include <cmath>
 #include <cstddef>
@@ -29,12 +29,11 @@ platform::sim::PictureSpec ToPictureSpec(const Runner& runner, const Picture& pi
   return described;
 }
 
-void Do(Runner& runner, const Device& device) {
+platform::sim::DeviceSpec Described(const Runner& runner, platform::sim::DeviceSpec::Kind kind, const std::string& name,
+                                    const DeviceOptions& options) {
   platform::sim::DeviceSpec described;
-  described.kind =
-      device.kind == DeviceKind::kDriver ? platform::sim::DeviceSpec::Kind::Vfw : platform::sim::DeviceSpec::Kind::Wdm;
-  described.name = device.name;
-  const auto& options = device.options;
+  described.kind = kind;
+  described.name = name;
   described.width = options.size.width;
   described.height = options.size.height;
   if (options.fps) described.fps = static_cast<int>(std::lround(*options.fps));
@@ -50,7 +49,23 @@ void Do(Runner& runner, const Device& device) {
   for (const auto& format : options.formats)
     described.formats.push_back(platform::VideoFormatRow{format.width, format.height, format.bits_per_pixel});
   described.audio_inputs = options.audio_inputs;
-  runner.world().devices->devices.push_back(described);
+  return described;
+}
+
+void Do(Runner& runner, const Device& device) {
+  using Kind = platform::sim::DeviceSpec::Kind;
+  runner.world().devices->devices.push_back(
+      Described(runner, device.kind == DeviceKind::kDriver ? Kind::Vfw : Kind::Wdm, device.name, device.options));
+}
+
+// A later line for the same address replaces what answers there.
+void Do(Runner& runner, const UrlSource& url) {
+  auto& devices = runner.world().devices->devices;
+  const std::string address = runner.Expand(url.address);
+  std::erase_if(devices, [&](const platform::sim::DeviceSpec& device) {
+    return device.kind == platform::sim::DeviceSpec::Kind::Address && device.name == address;
+  });
+  devices.push_back(Described(runner, platform::sim::DeviceSpec::Kind::Address, address, url.options));
 }
 
 platform::sim::SimDeviceWorld::Source& ConnectedSource(Runner& runner) {
@@ -105,6 +120,7 @@ void Do(Runner& runner, const ExpectDeviceLogSequence& expect) {
 
 void AddDeviceSteps(StepTable& steps) {
   steps.On<Device>(Do);
+  steps.On<UrlSource>(Do);
   steps.On<ChangePicture>(Do);
   steps.On<DropFrames>(Do);
   steps.On<Unplug>(Do);

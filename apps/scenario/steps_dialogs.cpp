@@ -1,5 +1,6 @@
-// The program's dialogs: the answers a scenario queues for message boxes, input boxes and file
-// dialogs, and the expectations that check each dialog shown, oldest first.
+// The program's dialogs: the answers a scenario queues for message boxes, input boxes, file
+// dialogs and compression options, and the expectations that check each dialog shown, oldest
+// first.
 
 #include <optional>
 #include <string>
@@ -78,6 +79,8 @@ platform::MessageButtons ToButtons(MsgBoxButtons buttons) {
 void Do(Runner& runner, const AnswerMsgBox& answer) {
   runner.world().dialogs.QueueMessageAnswer(ToAnswer(answer.answer));
 }
+
+void Do(Runner& runner, const AnswerOptions& answer) { runner.world().dialogs.QueueOptionsAnswer(answer.accept); }
 
 void Do(Runner& runner, const AnswerInput& answer) {
   runner.world().dialogs.QueueInputAnswer(answer.text ? std::optional<std::string>(runner.Expand(*answer.text))
@@ -163,6 +166,7 @@ void Do(Runner& runner, const ExpectNoDialog&) {
 
 void AddDialogSteps(StepTable& steps) {
   steps.On<AnswerMsgBox>(Do);
+  steps.On<AnswerOptions>(Do);
   steps.On<AnswerInput>(Do);
   steps.On<AnswerFileDialog>(Do);
   steps.On<ExpectMsgBox>(Do);

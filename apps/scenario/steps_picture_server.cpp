@@ -1,7 +1,5 @@
-// Pictures over HTTP: what a simulated network camera or stream at an address delivers (`url`),
-// raw requests to the program's picture server (`http`) and the expectations on its last
-// response. The runner does not carry these out yet; a scenario that uses them fails at that
-// line.
+// The picture server: raw requests to it (`http`) and the expectations on its last response.
+// The runner does not carry these out yet; a scenario that uses them fails at that line.
 
 #include "apps/scenario/steps.h"
 
@@ -9,7 +7,6 @@ namespace zr::scenario {
 
 namespace {
 
-void Do(Runner&, const UrlSource&) { NotYetSupported("url"); }
 void Do(Runner&, const HttpRequest&) { NotYetSupported("http"); }
 void Do(Runner&, const ExpectHttpText&) { NotYetSupported("expect http"); }
 void Do(Runner&, const ExpectHttpStatus&) { NotYetSupported("expect http"); }
@@ -19,7 +16,6 @@ void Do(Runner&, const ExpectHttpBodyImage&) { NotYetSupported("expect http"); }
 }  // namespace
 
 void AddPictureServerSteps(StepTable& steps) {
-  steps.On<UrlSource>(Do);
   steps.On<HttpRequest>(Do);
   steps.On<ExpectHttpText>(Do);
   steps.On<ExpectHttpStatus>(Do);

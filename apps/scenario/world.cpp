@@ -28,7 +28,7 @@ World::World(bool keep) : root_(MakeTemporaryRoot()), keep_(keep) {
   files = std::make_unique<platform::sim::SimFileSystem>(root_, kSimulatedDiskBytes);
   settings = std::make_unique<platform::linux_impl::IniSettingsStore>(root_ + "/home/.config/video-zandrell/");
   loop.SetInputSource(this);
-  devices = std::make_unique<platform::sim::SimDeviceWorld>(loop, movies, clipboard, app_folder_);
+  devices = std::make_unique<platform::sim::SimDeviceWorld>(loop, movies, clipboard, dialogs, app_folder_);
   drivers = platform::sim::MakeSimDriverSystem(*devices);
 }
 

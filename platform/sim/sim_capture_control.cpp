@@ -1,6 +1,9 @@
-// The simulated capture control: devices of the control kind, IP cameras and streams.
+// The simulated capture control: devices of the control kind, IP cameras and streams. A camera
+// or a stream is what the world says answers at its address; an address where nothing
+// answers, or that refuses, fails to connect or to open.
 
 #include <cmath>
+#include <optional>
 
 #include "base/program_error.h"
 #include "platform/sim/sim_devices.h"
@@ -93,13 +96,11 @@ class SimCaptureControl : public VideoCaptureControl, public SimSource {
     if (!connected) {
       if (recording_) recording_->End();
       spec_.reset();
+      playing_ = false;
       world_.ForgetSource(this);
       return;
     }
-    spec_ = SelectedDevice();
-    picture_ = spec_->picture;
-    unplugged_ = false;
-    world_.SetConnectedSource(this);
+    Show(SelectedDevice());
   }
   void SetPreviewEnabled(bool enabled) override { Write("PreviewEnabled", BoolText(enabled)); }
   void SetPreviewRate(int frames_per_second) override {
@@ -205,14 +206,33 @@ class SimCaptureControl : public VideoCaptureControl, public SimSource {
     single_frames_.reset();
   }
 
-  void OpenStream(const std::string& url) override { Invoke("OpenStream", url); }
-  void PlayStream() override { Invoke("PlayStream"); }
-  void StopStream() override { Invoke("StopStream"); }
-  void CloseStream() override { Invoke("CloseStream"); }
+  void OpenStream(const std::string& url) override {
+    Invoke("OpenStream", url);
+    stream_ = Reached(url);
+  }
+  // A playing stream is what the control shows.
+  void PlayStream() override {
+    Invoke("PlayStream");
+    if (!stream_) throw DeviceError("no stream is open");
+    Show(*stream_);
+    playing_ = true;
+  }
+  void StopStream() override {
+    Invoke("StopStream");
+    if (!playing_) return;
+    playing_ = false;
+    spec_.reset();
+    world_.ForgetSource(this);
+  }
+  void CloseStream() override {
+    Invoke("CloseStream");
+    stream_.reset();
+  }
   void StreamFullScreen(int on) override { Invoke("StreamFullScreen", std::to_string(on)); }
+  // The size is known once the stream plays.
   void StreamVideoSize(int& width, int& height) override {
-    width = spec_ ? spec_->width : 0;
-    height = spec_ ? spec_->height : 0;
+    width = playing_ && spec_ ? spec_->width : 0;
+    height = playing_ && spec_ ? spec_->height : 0;
   }
 
   void DrawVideoText(int line, const std::string& text, int x, int y, const std::string& font, int size,
@@ -257,15 +277,25 @@ class SimCaptureControl : public VideoCaptureControl, public SimSource {
   }
 
   DeviceSpec SelectedDevice() const {
-    if (device_index_ == kHttpSourceIndex) {
-      DeviceSpec camera;
-      camera.kind = DeviceSpec::Kind::Wdm;
-      camera.name = url_;
-      return camera;
-    }
+    if (device_index_ == kHttpSourceIndex) return Reached(url_);
     const DeviceSpec& described = DeviceAt(device_index_);
     if (described.connect_fails) throw DeviceError("the device cannot be connected");
     return described;
+  }
+
+  // What answers at `address`.
+  DeviceSpec Reached(const std::string& address) const {
+    const DeviceSpec* described = world_.AtAddress(address);
+    if (!described) throw DeviceError("nothing answers at " + address);
+    if (described->connect_fails) throw DeviceError(address + " refuses the connection");
+    return *described;
+  }
+
+  void Show(const DeviceSpec& described) {
+    spec_ = described;
+    picture_ = described.picture;
+    unplugged_ = false;
+    world_.SetConnectedSource(this);
   }
 
   const DeviceSpec& Connected() const {
@@ -290,6 +320,8 @@ class SimCaptureControl : public VideoCaptureControl, public SimSource {
   int rate_asked_ = 0;
   std::string capture_file_;
   std::shared_ptr<SimRecording> single_frames_;
+  std::optional<DeviceSpec> stream_;  // the stream opened, playing or not
+  bool playing_ = false;
   std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);
 };
 

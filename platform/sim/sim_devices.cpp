@@ -163,8 +163,11 @@ class SimCaptureWindow : public VfwCaptureWindow, public SimSource {
         world_.Log("capShowDisplayDialog()");
         return Usable() && spec_->display_dialog;
       case DriverDialog::VideoCompression:
+        // Accepted or cancelled, the dialog was shown: the run keeps the compressor it has.
         world_.Log("capShowCompressionDialog()");
-        return Usable();
+        if (!Usable()) return false;
+        world_.DialogsService().CompressionOptions();
+        return true;
     }
     return false;
   }
@@ -345,6 +348,12 @@ std::vector<const DeviceSpec*> SimDeviceWorld::DevicesOfKind(DeviceSpec::Kind ki
   for (const auto& device : devices)
     if (device.kind == kind) found.push_back(&device);
   return found;
+}
+
+const DeviceSpec* SimDeviceWorld::AtAddress(const std::string& address) const {
+  for (const auto& device : devices)
+    if (device.kind == DeviceSpec::Kind::Address && device.name == address) return &device;
+  return nullptr;
 }
 
 Picture RenderPicture(const PictureSpec& described, int width, int height) {

@@ -14,6 +14,7 @@
 #include "platform/services.h"
 #include "platform/sim/sim_event_loop.h"
 #include "platform/sim/sim_recording.h"
+#include "platform/sim/sim_services.h"
 
 namespace zr::platform::sim {
 
@@ -25,8 +26,10 @@ struct PictureSpec {
   std::string pattern;  // Kind::Pattern: "bars", "gradient"
 };
 
+// A driver, a device of the control kind, or what a camera or stream at an address delivers
+// (Kind::Address: the name is the address).
 struct DeviceSpec {
-  enum class Kind { Vfw, Wdm } kind = Kind::Vfw;
+  enum class Kind { Vfw, Wdm, Address } kind = Kind::Vfw;
   std::string name;
   int width = 320;
   int height = 240;
@@ -45,8 +48,9 @@ struct DeviceSpec {
 // picture that the connected source shows and its failure switches.
 class SimDeviceWorld {
  public:
-  SimDeviceWorld(SimEventLoop& loop, MovieFiles& movies, Clipboard& clipboard, std::string app_folder)
-      : loop_(loop), movies_(movies), clipboard_(clipboard), app_folder_(std::move(app_folder)) {}
+  SimDeviceWorld(SimEventLoop& loop, MovieFiles& movies, Clipboard& clipboard, SimDialogs& dialogs,
+                 std::string app_folder)
+      : loop_(loop), movies_(movies), clipboard_(clipboard), dialogs_(dialogs), app_folder_(std::move(app_folder)) {}
 
   std::vector<DeviceSpec> devices;
   std::vector<std::string> log;
@@ -55,6 +59,8 @@ class SimDeviceWorld {
   SimEventLoop& Loop() { return loop_; }
   MovieFiles& Movies() { return movies_; }
   Clipboard& ClipboardService() { return clipboard_; }
+  // The dialogs a device shows itself (a driver's compressor choice).
+  SimDialogs& DialogsService() { return dialogs_; }
   std::string DefaultCaptureFile() const { return app_folder_ + "capture.avi"; }
 
   // The source most recently connected; the scenario's picture, drop and unplug act on it.
@@ -75,11 +81,14 @@ class SimDeviceWorld {
   Source* ConnectedSource() const { return connected_; }
 
   std::vector<const DeviceSpec*> DevicesOfKind(DeviceSpec::Kind kind) const;
+  // What answers at `address`; nothing when no camera or stream is there.
+  const DeviceSpec* AtAddress(const std::string& address) const;
 
  private:
   SimEventLoop& loop_;
   MovieFiles& movies_;
   Clipboard& clipboard_;
+  SimDialogs& dialogs_;
   std::string app_folder_;
   Source* connected_ = nullptr;
 };

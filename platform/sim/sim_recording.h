@@ -3,6 +3,7 @@
 // sound alongside when asked, written through the program's movie writer; ends by its limit,
 // by a stop, or by a failure of the source.
 
+#include <algorithm>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -39,7 +40,8 @@ class SimRecording : public std::enable_shared_from_this<SimRecording> {
   bool Running() const { return running_; }
   std::int64_t Frames() const { return frames_; }
   std::int64_t Dropped() const { return dropped_; }
-  void AddDrops(int frames) { dropped_ += frames; }
+  // More reported drops, or fewer for a negative count; never fewer than none.
+  void AddDrops(int frames) { dropped_ = std::max<std::int64_t>(0, dropped_ + frames); }
   std::int64_t ElapsedMs() const;
   // Opens the file for frames appended one by one, without a clock.
   bool OpenForSingleFrames(double frames_per_second);

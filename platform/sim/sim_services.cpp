@@ -98,6 +98,13 @@ std::optional<std::vector<std::string>> SimDialogs::FileDialog(const FileDialogR
   return answer;
 }
 
+bool SimDialogs::CompressionOptions() {
+  if (options_answers_.empty()) return true;
+  const bool accept = options_answers_.front();
+  options_answers_.pop_front();
+  return accept;
+}
+
 std::string SimSettingsStore::Get(const std::string& application, const std::string& section, const std::string& key,
                                   const std::string& default_value) {
   return Find(application, section, key).value_or(default_value);

@@ -41,6 +41,12 @@ class SimDialogs : public Dialogs {
   // Nothing queues a cancel.
   void QueueInputAnswer(std::optional<std::string> answer) { input_answers_.push_back(std::move(answer)); }
   void QueueFileAnswer(FileDialogKind kind, std::optional<std::vector<std::string>> answer);
+  void QueueOptionsAnswer(bool accept) { options_answers_.push_back(accept); }
+
+  // The compression options dialog (the compressor of a movie about to be written): the
+  // oldest queued answer, true to accept; with none queued it is accepted as it stands. It asks
+  // no question a scenario checks, so it is not among the dialogs shown.
+  bool CompressionOptions();
 
   std::vector<ShownDialog>& Shown() { return shown_; }
   // Called as each dialog is shown (the runner's --verbose).
@@ -53,6 +59,7 @@ class SimDialogs : public Dialogs {
   std::deque<MessageAnswer> message_answers_;
   std::deque<std::optional<std::string>> input_answers_;
   std::map<FileDialogKind, std::deque<std::optional<std::vector<std::string>>>> file_answers_;
+  std::deque<bool> options_answers_;
 };
 
 using SimClipboard = MemoryClipboard;

@@ -220,41 +220,50 @@ TEST_F(RecordingTest, StopCaptureOnAStreamSaysTheModeIsNotSupportedAndStillSaysS
 
 // ---- stills
 
-class StillOfKind : public RecordingTest, public ::testing::WithParamInterface<const char*> {};
+// A device of the kind, 64 by 48; an IP camera answers at its address.
+class StillOfKind : public RecordingTest, public ::testing::WithParamInterface<const char*> {
+ protected:
+  DeviceSpec& AddDeviceOfKind(const std::string& kind) {
+    const auto spec_kind = kind == "vfw"   ? DeviceSpec::Kind::Vfw
+                           : kind == "wdm" ? DeviceSpec::Kind::Wdm
+                                           : DeviceSpec::Kind::Address;
+    DeviceSpec& device = AddDevice(spec_kind, 64, 48);
+    if (spec_kind == DeviceSpec::Kind::Address) device.name = kCameraAddress;
+    return device;
+  }
+  void Connect(const std::string& kind) {
+    world.Start();
+    if (kind == "http") world.dialogs.QueueInputAnswer(kCameraAddress);
+    screen().ConnectVideoCaptureDevice(0, kind, "device");
+  }
+  static constexpr const char* kCameraAddress = "http://127.0.0.1/camera";
+};
 
 TEST_P(StillOfKind, SaveStillWritesTheCurrentFrameAndLeavesTheClipboardAlone) {
   const std::string kind = GetParam();
-  auto& device = AddDevice(kind == "vfw" ? DeviceSpec::Kind::Vfw : DeviceSpec::Kind::Wdm, 64, 48);
+  auto& device = AddDeviceOfKind(kind);
   device.picture.red = 10;
   device.picture.green = 200;
   device.picture.blue = 30;
-  world.Start();
-  if (kind == "http") world.dialogs.QueueInputAnswer("http://127.0.0.1/camera");
-  screen().ConnectVideoCaptureDevice(0, kind, "device");
+  Connect(kind);
   const std::string path = AppFile("still.bmp");
   WriteBmpFile(platform::Picture::Blank(8, 8), path);  // an older file is overwritten
   screen().SaveStill(path, 100, false);
   const auto picture = ReadBmpFile(path);
   ASSERT_TRUE(picture.has_value());
-  if (kind == "http") {
-    EXPECT_EQ(picture->width, 320);
-  } else {
-    EXPECT_EQ(picture->width, 64);
-    EXPECT_EQ(picture->height, 48);
-    const std::uint8_t* pixel = picture->PixelFromTop(5, 5);
-    EXPECT_EQ(pixel[2], 10);
-    EXPECT_EQ(pixel[1], 200);
-    EXPECT_EQ(pixel[0], 30);
-  }
+  EXPECT_EQ(picture->width, 64);
+  EXPECT_EQ(picture->height, 48);
+  const std::uint8_t* pixel = picture->PixelFromTop(5, 5);
+  EXPECT_EQ(pixel[2], 10);
+  EXPECT_EQ(pixel[1], 200);
+  EXPECT_EQ(pixel[0], 30);
   EXPECT_FALSE(world.clipboard.GetPicture().has_value());
 }
 
 TEST_P(StillOfKind, SaveStillToTheClipboardWithoutAFile) {
   const std::string kind = GetParam();
-  AddDevice(kind == "vfw" ? DeviceSpec::Kind::Vfw : DeviceSpec::Kind::Wdm, 64, 48);
-  world.Start();
-  if (kind == "http") world.dialogs.QueueInputAnswer("http://127.0.0.1/camera");
-  screen().ConnectVideoCaptureDevice(0, kind, "device");
+  AddDeviceOfKind(kind);
+  Connect(kind);
   screen().SaveStill("", 0, true);
   EXPECT_TRUE(world.clipboard.GetPicture().has_value());
 }
