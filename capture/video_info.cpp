@@ -35,7 +35,13 @@ void VideoInfo::Load() {
 
 namespace {
 
-const WindowRegistration<VideoInfo> kRegistration;
+const WindowRegistration<VideoInfo> kRegistration{{
+    {"Say",
+     [](VideoInfo& w, const ProcedureArguments& a) {
+       a.Expect(1);
+       w.Say(a.Text(0));
+     }},
+}};
 
 }  // namespace
 

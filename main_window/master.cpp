@@ -233,6 +233,17 @@ const Registration kRegistration{{
        a.Expect(1);
        w.SetAudioCapture(a.Flag(0));
      }},
+    {"TakeSnapshot",
+     [](Master& w, const ProcedureArguments& a) {
+       a.Expect(1);
+       w.TakeSnapshot(a.Flag(0));
+     }},
+    {"ShootImage", Registration::Calls(&Master::ShootImage)},
+    {"SendToFtp",
+     [](Master& w, const ProcedureArguments& a) {
+       a.Expect(2);
+       w.SendToFtp(a.Text(0), a.Text(1));
+     }},
 }};
 
 }  // namespace

@@ -86,9 +86,7 @@ void Master::PlaceStillInImageWindow() {
   window.KeepResetPicture();
 }
 
-void Master::DrawInsertion(Image& window) {
-  window.DrawInsertionFile(program_.state.InsertionFile, program_.services.clock, program_.InsertionRenderer());
-}
+void Master::DrawInsertion(Image& window) { window.DrawInsertionFile(program_.state.InsertionFile); }
 
 void Master::ShootImage() {
   auto& state = program_.state;

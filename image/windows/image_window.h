@@ -14,8 +14,6 @@
 
 namespace zr {
 
-class TextRenderer;
-
 class Image : public ui::Window {
  public:
   static constexpr std::string_view kWindowName = "Image";
@@ -33,10 +31,12 @@ class Image : public ui::Window {
 
   // Readies the holder for a frame's overlay: persistent drawing on, print position at 0, 0.
   void PrepareImageDrawing();
-  // Prints the insertion file at `path` over the holder's picture, read anew for this frame.
-  void DrawInsertionFile(const std::string& path, const platform::WallClock& clock, const TextRenderer& renderer);
+  // Prints the insertion file at `path` over the holder's picture, read anew for this frame,
+  // with the program's clock and text renderer.
+  void DrawInsertionFile(const std::string& path);
 
  private:
+  Program& program_;
   // The holder's print settings, kept from one element and one frame to the next.
   ImageDrawing pen_;
 };
