@@ -46,6 +46,23 @@ void ResolveKeys(Target& target, const Segment& segment) {
   NoSuch("a control with keyed items", DescribeSegment(segment));
 }
 
+// A caption as an address names a button: without its blanks, dots and "&".
+std::string CaptionAsName(const std::string& caption) {
+  std::string name;
+  for (const char c : caption)
+    if (c != ' ' && c != '.' && c != '&') name += c;
+  return name;
+}
+
+// A command button the program's documents name only by its caption.
+ui::Control* FindButtonByCaption(const ui::Window& window, const std::string& name) {
+  for (ui::Control* control : window.Controls()) {
+    auto* button = dynamic_cast<ui::CommandButton*>(control);
+    if (button && CaptionAsName(button->Caption.get()) == name) return button;
+  }
+  return nullptr;
+}
+
 std::optional<ui::Value> PanelProperty(const ui::Panel& panel, std::string_view property) {
   if (property == "Text") return ui::Value{panel.Text.get()};
   if (property == "Bevel") return ui::Value{std::string(panel.Bevel == ui::BevelStyle::Inset ? "inset" : "raised")};
@@ -93,6 +110,7 @@ Target Resolve(Program& program, const WindowRef& window, std::span<const Segmen
   if (controls.size() > 1) NoSuch("a control and a property", Describe(window, controls));
   const Segment& segment = controls[0];
   target.control = target.window->FindControl(segment.name, segment.index);
+  if (!target.control && !segment.index) target.control = FindButtonByCaption(*target.window, segment.name);
   if (!target.control && segment.index) {
     // An element of a list, a tab strip or a status bar: W.C(i).
     target.control = target.window->FindControl(segment.name);
