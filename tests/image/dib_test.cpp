@@ -190,6 +190,61 @@ TEST_F(DibFiles, AHugeClaimInATinyFileIsRefusedWithoutAllocating) {
   EXPECT_LT(largest, 4096u);
 }
 
+// A 32-bit file of 3 by 2 pixels, pixel (x, y) from the top stored as blue x, green y, red 9
+// and a fourth byte 0xEE; with bit fields the masks follow the information header.
+Bytes ThirtyTwoBitFile(bool top_down, std::uint32_t compression, std::uint32_t red_mask = 0x00FF0000) {
+  const std::uint32_t masks = compression == 3 ? 12 : 0;
+  const std::uint32_t offset = 54 + masks;
+  Bytes bytes(offset + 3 * 2 * 4, 0);
+  PutLittleEndian(bytes.data(), kBitmapFileType, 2);
+  PutLittleEndian(bytes.data() + 10, offset, 4);
+  PutLittleEndian(bytes.data() + 14, 40, 4);
+  PutLittleEndian(bytes.data() + 18, 3, 4);
+  PutLittleEndian(bytes.data() + 22, top_down ? 0xFFFFFFFEu : 2u, 4);
+  PutLittleEndian(bytes.data() + 26, 1, 2);
+  PutLittleEndian(bytes.data() + 28, 32, 2);
+  PutLittleEndian(bytes.data() + 30, compression, 4);
+  if (masks) {
+    PutLittleEndian(bytes.data() + 54, red_mask, 4);
+    PutLittleEndian(bytes.data() + 58, 0x0000FF00, 4);
+    PutLittleEndian(bytes.data() + 62, 0x000000FF, 4);
+  }
+  for (std::uint8_t y = 0; y < 2; ++y) {
+    const std::size_t stored_row = top_down ? y : 1u - y;
+    for (std::uint8_t x = 0; x < 3; ++x) {
+      std::uint8_t* pixel = bytes.data() + offset + stored_row * 12 + x * 4u;
+      pixel[0] = x;
+      pixel[1] = y;
+      pixel[2] = 9;
+      pixel[3] = 0xEE;
+    }
+  }
+  return bytes;
+}
+
+TEST_F(DibFiles, ThirtyTwoBitFilesReadWithoutTheirFourthByte) {
+  for (const bool top_down : {false, true}) {
+    for (const std::uint32_t compression : {0u, 3u}) {
+      SCOPED_TRACE(std::string(top_down ? "top-down" : "bottom-up") + ", compression " + std::to_string(compression));
+      WriteAll(File("32.bmp"), ThirtyTwoBitFile(top_down, compression));
+      const auto picture = ReadBmpFile(File("32.bmp"));
+      ASSERT_TRUE(picture.has_value());
+      ASSERT_EQ(picture->width, 3);
+      ASSERT_EQ(picture->height, 2);
+      for (int y = 0; y < 2; ++y)
+        for (int x = 0; x < 3; ++x)
+          EXPECT_EQ(std::vector<int>(picture->PixelFromTop(x, y), picture->PixelFromTop(x, y) + 3),
+                    (std::vector<int>{x, y, 9}));
+    }
+  }
+  WriteAll(File("other-masks.bmp"), ThirtyTwoBitFile(false, 3, 0xFF000000));
+  EXPECT_FALSE(ReadBmpFile(File("other-masks.bmp")).has_value());
+  Bytes short_rows = ThirtyTwoBitFile(false, 0);
+  short_rows.resize(short_rows.size() - 4);
+  WriteAll(File("short32.bmp"), short_rows);
+  EXPECT_FALSE(ReadBmpFile(File("short32.bmp")).has_value());
+}
+
 TEST_F(DibFiles, WritingOverALongerFileKeepsItsTail) {
   const std::string path = File("longer.bmp");
   WriteAll(path, Bytes(1000, 0xAA));
