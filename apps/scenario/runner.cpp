@@ -41,6 +41,8 @@ void Say(const platform::sim::ShownDialog& dialog) {
     std::cout << "  dialog: message box " << Quoted(dialog.message.text) << "\n";
   else if (dialog.kind == Kind::InputBox)
     std::cout << "  dialog: input box " << Quoted(dialog.input.prompt) << "\n";
+  else if (dialog.kind == Kind::CompressionOptions)
+    std::cout << "  dialog: compression options\n";
   else
     std::cout << "  dialog: file dialog " << Quoted(dialog.file.title) << "\n";
 }

@@ -20,6 +20,8 @@ std::string DescribeDialog(const ShownDialog& dialog) {
       return "save dialog \"" + dialog.file.title + "\"";
     case ShownDialog::Kind::Folder:
       return "folder dialog \"" + dialog.file.title + "\"";
+    case ShownDialog::Kind::CompressionOptions:
+      return "compression options dialog";
   }
   return "dialog";
 }
@@ -99,6 +101,9 @@ std::optional<std::vector<std::string>> SimDialogs::FileDialog(const FileDialogR
 }
 
 bool SimDialogs::CompressionOptions() {
+  ShownDialog dialog{ShownDialog::Kind::CompressionOptions, {}, {}, {}};
+  dialog.checked = true;
+  Record(dialog);
   if (options_answers_.empty()) return true;
   const bool accept = options_answers_.front();
   options_answers_.pop_front();

@@ -24,7 +24,7 @@ class UnansweredDialog : public std::runtime_error {
 };
 
 struct ShownDialog {
-  enum class Kind { MessageBox, InputBox, Open, Save, Folder } kind;
+  enum class Kind { MessageBox, InputBox, Open, Save, Folder, CompressionOptions } kind;
   MessageBoxRequest message;
   InputBoxRequest input;
   FileDialogRequest file;
@@ -44,8 +44,8 @@ class SimDialogs : public Dialogs {
   void QueueOptionsAnswer(bool accept) { options_answers_.push_back(accept); }
 
   // The compression options dialog (the compressor of a movie about to be written): the
-  // oldest queued answer, true to accept; with none queued it is accepted as it stands. It asks
-  // no question a scenario checks, so it is not among the dialogs shown.
+  // oldest queued answer, true to accept; with none queued it is accepted as it stands. No
+  // expectation checks it, so it is recorded as checked.
   bool CompressionOptions();
 
   std::vector<ShownDialog>& Shown() { return shown_; }
