@@ -9,8 +9,9 @@
 namespace zr {
 
 struct Error {
-  std::string message;  // what went wrong, for the operator's eyes or a log
-  std::string where;    // the operation that failed, e.g. "avformat_write_header"
+  std::string message;   // what went wrong, for the operator's eyes or a log
+  std::string where;     // the operation that failed, e.g. "avformat_write_header"
+  int system_error = 0;  // the system's error number (errno) when the system refused, else 0
 };
 
 template <class T>

@@ -67,7 +67,9 @@ class MovieWriter {
   virtual Result<void> RepeatLastFrame() = 0;
   // Appends interleaved PCM samples in the movie's audio format.
   virtual Result<void> WriteAudio(std::span<const std::uint8_t> pcm) = 0;
-  // Finishes the file (index, header sizes). Destroying an open writer closes it too.
+  // Finishes the file (index, header sizes) and gives it its name: until then the movie grows
+  // beside it and what stood at the name stays. A movie whose writing failed is closed as far
+  // as it was written. Destroying an open writer closes it too.
   virtual Result<void> Close() = 0;
 };
 

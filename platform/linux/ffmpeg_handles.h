@@ -16,11 +16,9 @@ extern "C" {
 
 namespace zr::platform::linux_impl {
 
+// An output's I/O belongs to whoever made it (the movie's file), which closes it.
 struct OutputContextDeleter {
-  void operator()(AVFormatContext* context) const {
-    avio_closep(&context->pb);
-    avformat_free_context(context);
-  }
+  void operator()(AVFormatContext* context) const { avformat_free_context(context); }
 };
 struct InputContextDeleter {
   void operator()(AVFormatContext* context) const { avformat_close_input(&context); }

@@ -20,14 +20,18 @@ extern "C" {
 
 #include "image/jpeg_codec.h"
 #include "platform/linux/ffmpeg_handles.h"
+#include "platform/linux/movie_output_file.h"
 
 namespace zr::platform::linux_impl {
 namespace {
 
 // ---- Errors ---------------------------------------------------------------------------------
 
+// FFmpeg gives the system's errors as their negative numbers, its own far below them.
 Error FfmpegError(const std::string& what, const char* where, int code) {
-  return Error{what + ": " + AvErrorText(code), where};
+  constexpr int kLargestSystemError = 4095;
+  const int system_error = code < 0 && code >= -kLargestSystemError ? -code : 0;
+  return Error{what + ": " + AvErrorText(code), where, system_error};
 }
 
 Error OutOfMemory(const char* where) { return Error{"out of memory", where}; }
@@ -369,11 +373,12 @@ class AviMovieWriter final : public MovieWriter {
     std::int64_t samples_written = 0;
   };
 
-  AviMovieWriter(OutputContextPtr output, PacketPtr packet) : output_(std::move(output)), packet_(std::move(packet)) {}
+  AviMovieWriter(std::string path, OutputContextPtr output, PacketPtr packet)
+      : path_(std::move(path)), output_(std::move(output)), packet_(std::move(packet)) {}
 
   Result<void> AddVideoTrack(const MovieFormat& format);
   Result<void> AddAudioTrack(const AudioFormat& audio);
-  Result<void> StartFile(const std::string& path);
+  Result<void> StartFile();
   Result<void> ConvertIntoPicture(const FrameView& frame);
   Result<void> WriteJpegFrame(const FrameView& frame);
   Result<void> Encode(const AVFrame* picture);
@@ -382,13 +387,19 @@ class AviMovieWriter final : public MovieWriter {
   Result<void> WriteAudioPackets(std::size_t smallest_packet_bytes);
   Result<void> WriteAudioPacket(std::span<const std::uint8_t> bytes);
   Result<void> WritePacket(const AVStream& stream, AVRational packet_time_base);
+  Result<void> CheckpointWhenDue();
   Result<void> Finish();
+  Result<void> EndMovie();
   Error Closed(const char* where) const { return Error{"the movie is closed", where}; }
 
+  std::string path_;
+  std::unique_ptr<MovieOutputFile> file_;  // outlives the muxer, which writes through it
   OutputContextPtr output_;
   PacketPtr packet_;
   VideoTrack video_;
   std::optional<AudioTrack> audio_;
+  std::int64_t frames_written_ = 0;         // video packets in the file
+  std::int64_t frames_per_checkpoint_ = 1;  // half a second of the movie
   bool open_ = false;
 };
 
@@ -402,12 +413,12 @@ Result<std::unique_ptr<MovieWriter>> AviMovieWriter::Open(const std::string& pat
   OutputContextPtr output(context);
   PacketPtr packet(av_packet_alloc());
   if (!packet) return OutOfMemory("av_packet_alloc");
-  std::unique_ptr<AviMovieWriter> writer(new AviMovieWriter(std::move(output), std::move(packet)));
+  std::unique_ptr<AviMovieWriter> writer(new AviMovieWriter(path, std::move(output), std::move(packet)));
   if (auto added = writer->AddVideoTrack(format); !added) return added.error();
   if (format.audio) {
     if (auto added = writer->AddAudioTrack(*format.audio); !added) return added.error();
   }
-  if (auto started = writer->StartFile(path); !started) return started.error();
+  if (auto started = writer->StartFile(); !started) return started.error();
   return std::unique_ptr<MovieWriter>(std::move(writer));
 }
 
@@ -446,6 +457,7 @@ Result<void> AviMovieWriter::AddVideoTrack(const MovieFormat& format) {
                       {},
                       nullptr};
   if (format.codec == VideoCodec::Mjpeg) video_.jpeg = std::make_unique<JpegFrameCoder>(format.quality);
+  frames_per_checkpoint_ = std::max<std::int64_t>(1, std::llround(format.frames_per_second / 2));
   return {};
 }
 
@@ -462,13 +474,17 @@ Result<void> AviMovieWriter::AddAudioTrack(const AudioFormat& audio) {
   return {};
 }
 
-Result<void> AviMovieWriter::StartFile(const std::string& path) {
-  int status = avio_open(&output_->pb, path.c_str(), AVIO_FLAG_WRITE);
-  if (status < 0) return FfmpegError("cannot create '" + path + "'", "avio_open", status);
-  status = avformat_write_header(output_.get(), nullptr);
+// The file is made only now, once the format is known to be writable.
+Result<void> AviMovieWriter::StartFile() {
+  auto file = MovieOutputFile::Create(path_);
+  if (!file) return file.error();
+  file_ = std::move(*file);
+  output_->pb = file_->Io();
+  const int status = avformat_write_header(output_.get(), nullptr);
   if (status < 0) {
-    return FfmpegError("cannot write the header of '" + path + "'", "avformat_write_header", status);
+    return FfmpegError("cannot write the header of '" + path_ + "'", "avformat_write_header", status);
   }
+  if (auto started = file_->StartCheckpoints(); !started) return started;
   open_ = true;
   return {};
 }
@@ -599,14 +615,27 @@ Result<void> AviMovieWriter::WriteAudioPacket(std::span<const std::uint8_t> byte
   return WritePacket(*audio.stream, audio.sample_time_base);
 }
 
+// Packets go to the file in the order they come: the callers interleave sound and pictures,
+// and what the file holds is then known at every moment, as its checkpoints need.
 Result<void> AviMovieWriter::WritePacket(const AVStream& stream, AVRational packet_time_base) {
   packet_->stream_index = stream.index;
   av_packet_rescale_ts(packet_.get(), packet_time_base, stream.time_base);
-  const int status = av_interleaved_write_frame(output_.get(), packet_.get());
+  const int status = av_write_frame(output_.get(), packet_.get());
+  av_packet_unref(packet_.get());
   if (status < 0) {
-    return FfmpegError("cannot write to the movie", "av_interleaved_write_frame", status);
+    return FfmpegError("cannot write to the movie '" + path_ + "'", "av_write_frame", status);
   }
-  return {};
+  if (stream.index != video_.stream->index) return {};
+  ++frames_written_;
+  return CheckpointWhenDue();
+}
+
+Result<void> AviMovieWriter::CheckpointWhenDue() {
+  if (frames_written_ % frames_per_checkpoint_ != 0) return {};
+  std::vector<std::int64_t> lengths(output_->nb_streams, 0);
+  lengths[static_cast<std::size_t>(video_.stream->index)] = frames_written_;
+  if (audio_) lengths[static_cast<std::size_t>(audio_->stream->index)] = audio_->samples_written;
+  return file_->Checkpoint(frames_written_, lengths);
 }
 
 Result<void> AviMovieWriter::Close() {
@@ -615,15 +644,25 @@ Result<void> AviMovieWriter::Close() {
   return Finish();
 }
 
+// A movie that cannot be ended as it should is cut back to its last checkpoint, and named all
+// the same: what was written so far plays.
 Result<void> AviMovieWriter::Finish() {
+  const Result<void> ended = EndMovie();
+  const Result<void> closed = file_->Finish(ended.ok());
+  output_->pb = nullptr;
+  if (!ended) return ended;
+  return closed;
+}
+
+Result<void> AviMovieWriter::EndMovie() {
+  if (file_->WriteError() != 0)
+    return FfmpegError("cannot write to the movie '" + path_ + "'", "write", AVERROR(file_->WriteError()));
   if (auto drained = Encode(nullptr); !drained) return drained;
   if (audio_) {
     if (auto flushed = WriteAudioPackets(audio_->bytes_per_sample_frame); !flushed) return flushed;
   }
-  int status = av_write_trailer(output_.get());
-  if (status < 0) return FfmpegError("cannot finish the movie", "av_write_trailer", status);
-  status = avio_closep(&output_->pb);
-  if (status < 0) return FfmpegError("cannot finish the movie", "avio_closep", status);
+  const int status = av_write_trailer(output_.get());
+  if (status < 0) return FfmpegError("cannot finish the movie '" + path_ + "'", "av_write_trailer", status);
   return {};
 }
 
@@ -634,7 +673,9 @@ Result<InputContextPtr> OpenAviInput(const std::string& path) {
   const AVInputFormat* avi = av_find_input_format("avi");
   if (avi == nullptr) return Error{"FFmpeg cannot read AVI files", "av_find_input_format"};
   AVFormatContext* context = nullptr;
-  const int status = avformat_open_input(&context, path.c_str(), avi, nullptr);
+  // Through the file protocol alone: whatever the name, it is a local file.
+  const std::string local = "file:" + path;
+  const int status = avformat_open_input(&context, local.c_str(), avi, nullptr);
   if (status < 0) {
     return FfmpegError("cannot read '" + path + "' as an AVI movie", "avformat_open_input", status);
   }

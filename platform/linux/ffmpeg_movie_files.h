@@ -29,7 +29,18 @@
 // for, is interleaved PCM cut into packets of a tenth of a second; bytes that do not make a
 // whole sample frame by Close are dropped.
 //
-// Reading: only AVI files are accepted; anything else, missing or not, is an Error.
+// The file (movie_output_file.h): the movie grows under a temporary name beside its own and takes
+// its name at Close; only a regular file is ever replaced, and the name is a local file whatever
+// it looks like. Every half second of the movie (at least every frame) what is written is synced
+// and the header's sizes and counts are rewritten to describe it, so that a movie cut off by a
+// killed process or a power cut opens with headers at most half a second behind its frames (a
+// second after a power cut). Packets are written in the order they come, the caller
+// interleaving the sound with the pictures. A write the system refuses fails the movie with the
+// system's error (Error::system_error); Close then cuts it back to its last checkpoint and
+// names it all the same.
+//
+// Reading: only AVI files are accepted, read through the file protocol alone; anything else,
+// missing or not, is an Error.
 
 #include "platform/movie_file.h"
 

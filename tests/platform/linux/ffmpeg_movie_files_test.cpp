@@ -2,9 +2,14 @@
 
 #include <gtest/gtest.h>
 #include <stdlib.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cmath>
+#include <csignal>
 #include <filesystem>
 #include <fstream>
 #include <functional>
@@ -392,6 +397,137 @@ TEST_F(MovieFileTest, AWriterLetGoOfFinishesTheMovieWhoseFramesAreCountedEvenWit
   ASSERT_TRUE(Ok(info));
   EXPECT_EQ(info->frame_count, 4);
   EXPECT_NEAR(info->duration_seconds, 0.4, 1e-9);
+}
+
+// ---- The movie's own file: its name, its checkpoints, its failures -----------------------------
+
+// The files of a folder whose names hold `part`.
+std::vector<fs::path> FilesNamed(const fs::path& folder, const std::string& part) {
+  std::vector<fs::path> found;
+  for (const auto& entry : fs::directory_iterator(folder))
+    if (entry.path().filename().string().find(part) != std::string::npos) found.push_back(entry.path());
+  return found;
+}
+
+// The frames the headers count and the frames ffmpeg decodes.
+std::pair<long, long> HeaderAndDecodedFrames(const std::string& path) {
+  auto video = ProbeStream(path, 'v', "nb_frames,nb_read_frames");
+  return {std::stol(video["nb_frames"]), std::stol(video["nb_read_frames"])};
+}
+
+// Runs `write` in a child process and gives its exit status. A child that calls _exit itself
+// ends without finishing anything, as a killed program does.
+int InChild(const std::function<int()>& write) {
+  const pid_t child = fork();
+  if (child == 0) _exit(write());
+  int status = 0;
+  waitpid(child, &status, 0);
+  return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+TEST_F(MovieFileTest, AMovieGrowsBesideItsNameAndReplacesTheOldFileOnlyWhenFinished) {
+  const std::string path = File("take.avi");
+  std::ofstream(path) << "the old take";
+  auto writer = files_.OpenWriter(path, {16, 16, 10, VideoCodec::Mjpeg, 90, {}});
+  ASSERT_TRUE(Ok(writer));
+  ASSERT_TRUE(Ok((*writer)->WriteVideoFrame(Picture(16, 16, Pattern).View())));
+  const auto growing = FilesNamed(folder_, "take.partial-");
+  ASSERT_EQ(growing.size(), 1u);
+  EXPECT_EQ(growing[0].extension(), ".avi");
+  EXPECT_EQ(RunCommand("cat '" + path + "'"), "the old take");
+  ASSERT_TRUE(Ok((*writer)->Close()));
+  EXPECT_EQ(files_.ReadInfo(path).value().frame_count, 1);
+  EXPECT_TRUE(FilesNamed(folder_, ".partial-").empty());
+}
+
+TEST_F(MovieFileTest, ANameThatIsNoRegularFileOrTooLongIsRefusedAndLeftAsItIs) {
+  const MovieFormat format{16, 16, 10, VideoCodec::Mjpeg, 90, {}};
+  fs::create_directory(File("folder"));
+  std::ofstream(File("kept.avi")) << "kept";
+  fs::create_symlink(File("kept.avi"), File("link.avi"));
+  ASSERT_EQ(mkfifo(File("pipe.avi").c_str(), 0600), 0);
+  for (const std::string& refused : {File("folder"), File("folder") + "/", File("link.avi"), File("pipe.avi"),
+                                     std::string("/dev/null"), File(std::string(300, 'n') + ".avi")}) {
+    const auto writer = files_.OpenWriter(refused, format);
+    ASSERT_FALSE(writer) << refused;
+    EXPECT_NE(writer.error().message.find(refused.substr(0, 40)), std::string::npos) << writer.error().message;
+  }
+  EXPECT_TRUE(fs::is_directory(File("folder")));
+  EXPECT_TRUE(fs::is_symlink(File("link.avi")));
+  EXPECT_TRUE(fs::is_fifo(File("pipe.avi")));
+  EXPECT_TRUE(fs::is_character_file("/dev/null"));
+  EXPECT_EQ(RunCommand("cat '" + File("kept.avi") + "'"), "kept");
+  EXPECT_TRUE(FilesNamed(folder_, ".partial-").empty());
+}
+
+// A name is a local file whatever it looks like: no protocol of FFmpeg is reached by it.
+TEST_F(MovieFileTest, ANameLikeAnAddressIsALocalFile) {
+  const fs::path before = fs::current_path();
+  fs::current_path(folder_);
+  const MovieFormat format{16, 16, 10, VideoCodec::Mjpeg, 90, {}};
+  const auto nowhere = files_.OpenWriter("tcp://127.0.0.1:9/clip.avi", format);
+  ASSERT_FALSE(nowhere);
+  EXPECT_EQ(nowhere.error().system_error, ENOENT) << nowhere.error().message;
+  fs::create_directories("http:/example.org");
+  EXPECT_TRUE(Write("http://example.org/clip.avi", format, Picture(16, 16, Pattern), 2));
+  const auto info = files_.ReadInfo("http://example.org/clip.avi");
+  fs::current_path(before);
+  ASSERT_TRUE(Ok(info));
+  EXPECT_EQ(info->frame_count, 2);
+}
+
+// Every half second of the movie the header is rewritten to count what is on the disk: a
+// program killed mid-run leaves a movie whose header is at most that far behind its frames.
+TEST_F(MovieFileTest, AMovieCutOffOpensWithHeaderCountsAtMostHalfASecondBehind) {
+  const std::string path = File("cut.avi");
+  const AudioFormat sound{8000, 1, 16};
+  ASSERT_EQ(InChild([&] {
+              auto writer = files_.OpenWriter(path, {64, 48, 10, VideoCodec::Mjpeg, 90, sound});
+              if (!writer) return 1;
+              const std::vector<std::uint8_t> tenth(1600, 0);
+              for (int frame = 0; frame < 23; ++frame) {
+                if (!(*writer)->WriteVideoFrame(Grain(64, 48, static_cast<std::uint32_t>(frame)).View())) return 2;
+                if (!(*writer)->WriteAudio(tenth)) return 3;
+              }
+              _exit(0);
+            }),
+            0);
+  const auto cut = FilesNamed(folder_, "cut.partial-");
+  ASSERT_EQ(cut.size(), 1u);
+  EXPECT_FALSE(fs::exists(path));
+  const auto [header, decoded] = HeaderAndDecodedFrames(cut[0].string());
+  EXPECT_EQ(header, 20);
+  EXPECT_GE(decoded, header);
+  EXPECT_LE(decoded, header + 5);
+  // The sound written up to the checkpoint is counted too: a tenth of a second a frame.
+  const long samples = std::stol(ProbeStream(cut[0].string(), 'a', "nb_frames")["nb_frames"]);
+  EXPECT_GE(samples, (header - 1) * 800);
+  EXPECT_LE(samples, header * 800);
+  EXPECT_TRUE(DecodingComplaints(cut[0].string()).empty()) << DecodingComplaints(cut[0].string());
+}
+
+// A write refused by the system (here the largest file size the process may write) fails the
+// movie with the system's error; its close cuts it back to the last checkpoint and names it.
+TEST_F(MovieFileTest, AFailedWriteLeavesTheMovieSoFarUnderItsNameWithHeadersThatAgree) {
+  const std::string path = File("full.avi");
+  const int error = InChild([&] {
+    signal(SIGXFSZ, SIG_IGN);
+    const rlimit limit{60000, 60000};
+    setrlimit(RLIMIT_FSIZE, &limit);
+    auto writer = files_.OpenWriter(path, {64, 48, 10, VideoCodec::Mjpeg, 90, {}});
+    if (!writer) return 1;
+    Result<void> written;
+    for (std::uint32_t frame = 0; written && frame < 1000; ++frame)
+      written = (*writer)->WriteVideoFrame(Grain(64, 48, frame).View());
+    if (written || (*writer)->Close()) return 2;
+    return written.error().system_error;
+  });
+  EXPECT_EQ(error, EFBIG);
+  const auto [header, decoded] = HeaderAndDecodedFrames(path);
+  EXPECT_GT(header, 0);
+  EXPECT_EQ(decoded, header);
+  EXPECT_LE(fs::file_size(path), 60000u);
+  EXPECT_TRUE(FilesNamed(folder_, ".partial-").empty());
 }
 
 // ---- The compressors --------------------------------------------------------------------------
