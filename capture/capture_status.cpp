@@ -70,15 +70,35 @@ void ShowRunning(Program& program, MainWindow& master) {
     master.DroppedString.Caption = "";
 }
 
+std::string RunFailureText(const Program& program, platform::RunFailure failure) {
+  switch (failure) {
+    case platform::RunFailure::None:
+      break;
+    case platform::RunFailure::DiskFull:
+      return program.Translate("Stopped: the disk is full");
+    case platform::RunFailure::NoFolder:
+      return program.Translate("Not recorded: the folder does not exist");
+    case platform::RunFailure::CannotCreate:
+      return program.Translate("Not recorded: the file cannot be created");
+    case platform::RunFailure::WriteFailed:
+      return program.Translate("Stopped: the movie cannot be written");
+  }
+  return program.Translate("Stopped");
+}
+
+// A run that failed has no room or no file for the information chunk.
 void CloseOutRun(Program& program, MainWindow& master) {
   auto& state = program.state;
   state.captureStatus.CaptureEnded.store(False, std::memory_order_relaxed);
-  if (program.MainPanel<MovieRunPanel>().MovieToolbar.Button("writeinfo").Value == 1 ||
-      program.MainPanel<SeriesPanel>().MultipleImageToolbar.Button("writeinfo").Value == 1) {
+  const auto failure = static_cast<platform::RunFailure>(state.CapStatus.dwReturn);
+  const bool write_info = program.MainPanel<MovieRunPanel>().MovieToolbar.Button("writeinfo").Value == 1 ||
+                          program.MainPanel<SeriesPanel>().MultipleImageToolbar.Button("writeinfo").Value == 1;
+  if (write_info && failure == platform::RunFailure::None) {
     master.StatusString.Caption = program.Translate("Writing Info");
     WriteInformationChunk(program, state.CaptureFilename);
   }
   master.StatusString.Caption = program.Translate("Stopped");
+  ShowRunFailure(program, failure);
   master.RecordButton().Image = "record";
   master.OperationBar.Button("autostart").Enabled = true;
   master.MasterTimer2.Enabled = true;
@@ -104,6 +124,11 @@ void CaptureStatusUpdate(Program& program) {
   const bool band_shown = master.MasterBar.Bands("movie").Visible || master.MasterBar.Bands("multiple").Visible;
   if (band_shown && state.captureStatus.CaptureEnded.load(std::memory_order_relaxed) != False)
     CloseOutRun(program, master);
+}
+
+void ShowRunFailure(Program& program, platform::RunFailure failure) {
+  if (failure != platform::RunFailure::None)
+    program.MainWindow().StatusString.Caption = RunFailureText(program, failure);
 }
 
 void WriteInformationChunk(Program& program, const std::string& movie_path) {

@@ -4,6 +4,7 @@
 
 #include "base/formatting.h"
 #include "capture/capture_device.h"
+#include "capture/capture_status.h"
 #include "capture/movie_run_panel.h"
 #include "capture/series_panel.h"
 #include "capture/video_info.h"
@@ -481,7 +482,9 @@ void VideoScreen::CaptureStarted() { WDMStatus.Enabled = true; }
 
 void VideoScreen::CaptureStopped() {
   WDMStatus.Enabled = false;
-  if (!frame_job_open_) program_.MainWindow().StopMovieRecord();
+  if (frame_job_open_) return;
+  program_.MainWindow().StopMovieRecord();
+  ShowRunFailure(program_, control_->CaptureFailure());
 }
 
 void VideoScreen::DVExportFinished() { throw NotBuiltYet("the DV export window"); }

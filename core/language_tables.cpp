@@ -106,6 +106,17 @@ constexpr TextTranslations kTable[] = {
     {"Writing Info", "Gravando informações", "Escribiendo información", "Écriture des informations",
      "Informationen werden geschrieben"},
     {"Stopped", "Parado", "Detenido", "Arrêté", "Angehalten"},
+    // A run that ended badly.
+    {"Stopped: the disk is full", "Parado: o disco está cheio", "Detenido: el disco está lleno",
+     "Arrêté : le disque est plein", "Angehalten: der Datenträger ist voll"},
+    {"Not recorded: the folder does not exist", "Não gravado: a pasta não existe", "No grabado: la carpeta no existe",
+     "Non enregistré : le dossier n'existe pas", "Nicht aufgenommen: der Ordner existiert nicht"},
+    {"Not recorded: the file cannot be created", "Não gravado: o arquivo não pode ser criado",
+     "No grabado: no se puede crear el archivo", "Non enregistré : impossible de créer le fichier",
+     "Nicht aufgenommen: die Datei kann nicht angelegt werden"},
+    {"Stopped: the movie cannot be written", "Parado: o filme não pode ser gravado",
+     "Detenido: no se puede escribir la película", "Arrêté : impossible d'écrire le film",
+     "Angehalten: der Film kann nicht geschrieben werden"},
     {"Exclusive Task", "Tarefa exclusiva", "Tarea exclusiva", "Tâche exclusive", "Exklusiver Vorgang"},
     // Also the single line of the "source" and "format" lists of a driver without them.
     {"none", "nenhum", "ninguno", "aucun", "keine"},

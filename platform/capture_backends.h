@@ -9,20 +9,51 @@
 // The control kind: a capture control with properties, methods and events, used for devices,
 // IP cameras and network streams. Its failures are raised as DeviceError.
 //
+// A movie run that ends badly says why, as a RunFailure: a driver leaves it in the field
+// dwReturn of its status from the end of the run on (and reports the end, with the back end's
+// own words as the status text, even for a run that could not start); the control answers it
+// from CaptureFailure and raises "capture stopped" for a run that could not start as well.
+//
 // Threads: every call arrives on the logic thread. A driver's status callback may be called
 // on the back end's capture thread; the control's events always arrive on the logic thread
 // (a real back end posts them through the event loop).
 
+#include <cerrno>
 #include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
+#include "base/result.h"
 #include "platform/capture_records.h"
 #include "platform/picture.h"
 
 namespace zr::platform {
+
+// ---- How a run ended
+
+enum class RunFailure : DWORD {
+  None = 0,      // by its limit, a stop or the device's end (or no run yet)
+  DiskFull,      // the disk, or the user's share of it, has no room left for the movie
+  NoFolder,      // the folder the movie was to be written in does not exist
+  CannotCreate,  // the movie file cannot be made: no permission, a folder or device at its name...
+  WriteFailed,   // writing the movie failed otherwise: an input/output error, a failing encoder
+};
+
+inline bool IsDiskFull(const Error& error) { return error.system_error == ENOSPC || error.system_error == EDQUOT; }
+
+// A run that could not start: the system refused its file, or the movie could not be begun.
+inline RunFailure StartFailure(const Error& error) {
+  if (IsDiskFull(error)) return RunFailure::DiskFull;
+  if (error.system_error == ENOENT || error.system_error == ENOTDIR) return RunFailure::NoFolder;
+  return error.system_error != 0 ? RunFailure::CannotCreate : RunFailure::WriteFailed;
+}
+
+// A run whose writing failed on the way.
+inline RunFailure WriteFailure(const Error& error) {
+  return IsDiskFull(error) ? RunFailure::DiskFull : RunFailure::WriteFailed;
+}
 
 // ---- Driver kind
 
@@ -181,6 +212,8 @@ class VideoCaptureControl {
   virtual void StopCapture() = 0;
   virtual bool IsCapturing() = 0;
   virtual CaptureStats GetCaptureStats() = 0;
+  // Why the last run ended badly; None when it ended by its limit or a stop.
+  virtual RunFailure CaptureFailure() = 0;
   virtual std::shared_ptr<const Picture> GetSnapshot() = 0;
   virtual void OpenFrameCapture(int frames_per_second) = 0;
   virtual void CaptureFrame() = 0;

@@ -9,6 +9,7 @@
 #include <iostream>
 #include <optional>
 #include <string>
+#include <system_error>
 #include <vector>
 
 #include "apps/zandrell/program_parts.h"
@@ -184,6 +185,11 @@ bool RecordMovie(zr::Program& program, PollEventLoop& loop, const Options& optio
   return master.StatusString.Caption.get() == program.Translate("Stopped");
 }
 
+bool IsFile(const std::string& path) {
+  std::error_code error;
+  return std::filesystem::is_regular_file(path, error);
+}
+
 void ReportMovie(MovieFiles& movies, const std::string& path) {
   const auto info = movies.ReadInfo(path);
   if (!info) {
@@ -245,13 +251,14 @@ int RunWithoutWindows(const Options& options, const std::string& app_path, std::
       // The movie is closed before any later step of the close-out runs.
       std::cerr << "zandrell: " << missing.what() << "\n";
     }
-    if (const std::string message = devices.SourceMessage(); !message.empty())
-      std::cerr << "zandrell: " << message << "\n";
+    for (const std::string& message : {devices.SourceMessage(), devices.RunMessage()})
+      if (!message.empty()) std::cerr << "zandrell: " << message << "\n";
     std::cout << program.Window<zr::Master>().StatusString.Caption.get() << ": " << options.output << "\n";
-    if (recorded) ReportMovie(parts.movies, options.output);
+    // A run that ended badly may still have written a movie: what it holds is told too.
+    if (IsFile(options.output)) ReportMovie(parts.movies, options.output);
   }
   program.SlotOf<zr::Master>().Unload(zr::ui::UnloadMode::FromCode);
-  return recorded && std::filesystem::exists(options.output) ? 0 : 1;
+  return recorded && IsFile(options.output) ? 0 : 1;
 }
 
 }  // namespace

@@ -196,11 +196,17 @@ class RealCaptureControl final : public VideoCaptureControl, public ConnectedDev
     std::unique_ptr<AudioSource> sound;
     if (capture_audio_ && !devices_.AudioDevices().empty())
       sound = Entry(devices_.AudioDevices(), audio_device_).open();
-    run_ = std::make_unique<MovieRun>(
-        devices_.Services().movies, live, std::move(sound), request,
-        [this](RecordingEnd, const std::string&) { PostEvent(&CaptureControlEvents::CaptureStopped); });
+    run_end_.Begin("");
+    run_ = std::make_unique<MovieRun>(devices_.Services().movies, live, std::move(sound), request,
+                                      [this](RecordingEnd end, const Error& why) {
+                                        run_end_.Ended(end, why);
+                                        PostEvent(&CaptureControlEvents::CaptureStopped);
+                                      });
     if (auto started = run_->Start(); !started) {
       run_.reset();
+      // A run that cannot start ends at once, as any run that fails.
+      run_end_.FailedToStart(started.error());
+      PostEvent(&CaptureControlEvents::CaptureStopped);
       throw DeviceError(started.error().message);
     }
     PostEvent(&CaptureControlEvents::CaptureStarted);
@@ -219,6 +225,7 @@ class RealCaptureControl final : public VideoCaptureControl, public ConnectedDev
     }
     return stats;
   }
+  RunFailure CaptureFailure() override { return run_end_.Failure(); }
   std::shared_ptr<const Picture> GetSnapshot() override {
     auto picture = Connected().Latest();
     if (!picture) throw DeviceError("the device has not delivered a picture yet");
@@ -294,6 +301,7 @@ class RealCaptureControl final : public VideoCaptureControl, public ConnectedDev
 
   std::shared_ptr<const Picture> LatestPicture() const override { return live_ ? live_->Latest() : nullptr; }
   std::string SourceMessage() const override { return live_ ? live_->EndMessage() : std::string(); }
+  std::string RunMessage() const override { return run_end_.Message(); }
   void MousePressed(int button) override {
     if (events_) events_->MouseDown(button);
   }
@@ -376,6 +384,7 @@ class RealCaptureControl final : public VideoCaptureControl, public ConnectedDev
   std::string capture_file_;
   std::unique_ptr<AudioSource> sound_settings_;
   std::unique_ptr<LiveSource> live_;
+  RunEnd run_end_;
   std::unique_ptr<MovieRun> run_;
   std::unique_ptr<MovieRun> single_frames_;
   std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);

@@ -14,6 +14,8 @@ std::string RealCaptureDevices::SourceMessage() const {
   return connected_ ? connected_->SourceMessage() : connect_problem_;
 }
 
+std::string RealCaptureDevices::RunMessage() const { return connected_ ? connected_->RunMessage() : std::string(); }
+
 void RealCaptureDevices::MousePressed(int button) {
   if (connected_) connected_->MousePressed(button);
 }

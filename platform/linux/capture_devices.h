@@ -41,6 +41,8 @@ class ConnectedDevice {
  public:
   virtual std::shared_ptr<const Picture> LatestPicture() const = 0;
   virtual std::string SourceMessage() const = 0;
+  // Why its last movie run ended badly, in the back end's words; empty when it ended well.
+  virtual std::string RunMessage() const = 0;
   virtual void MousePressed(int button) = 0;  // 1 left, 2 right, 4 middle
 
  protected:
@@ -60,6 +62,8 @@ class RealCaptureDevices {
   std::shared_ptr<const Picture> LatestPicture() const;
   // Why its source stopped, or why the last connect failed; empty while all is well.
   std::string SourceMessage() const;
+  // Why the last movie run of the connected device ended badly; empty when it ended well.
+  std::string RunMessage() const;
   void MousePressed(int button);
   int PreviewRate() const { return preview_rate_; }
 

@@ -78,8 +78,8 @@ std::string TemporaryName(const std::filesystem::path& target, const std::string
     stem = target.filename().string();
     extension.clear();
   }
-  const std::string name = CutName(stem, NAME_MAX - marker - extension.size()) + std::string(kTemporaryMarker) +
-                           letters + extension;
+  const std::string name =
+      CutName(stem, NAME_MAX - marker - extension.size()) + std::string(kTemporaryMarker) + letters + extension;
   return (target.parent_path() / name).string();
 }
 

@@ -62,6 +62,39 @@ Result<void> MovieRun::AddLatestFrame() {
   return {};
 }
 
+void RunEnd::Begin(std::string text) {
+  std::lock_guard lock(mutex_);
+  text_ = std::move(text);
+  failure_.store(RunFailure::None, std::memory_order_release);
+}
+
+// A device that stops delivering ends the run as its end does; the source says why itself.
+void RunEnd::Ended(RecordingEnd end, const Error& why) {
+  if (end == RecordingEnd::WriteFailed) Fail(WriteFailure(why), why.message);
+}
+
+void RunEnd::FailedToStart(const Error& why) { Fail(StartFailure(why), why.message); }
+
+// The words come first: whoever sees the failure finds them.
+void RunEnd::Fail(RunFailure failure, const std::string& message) {
+  {
+    std::lock_guard lock(mutex_);
+    text_ = message;
+  }
+  failure_.store(failure, std::memory_order_release);
+}
+
+const char* RunEnd::Text() const {
+  std::lock_guard lock(mutex_);
+  return text_.c_str();
+}
+
+std::string RunEnd::Message() const {
+  if (Failure() == RunFailure::None) return "";
+  std::lock_guard lock(mutex_);
+  return text_;
+}
+
 void MovieRun::Finish() {
   if (!recorder_) return;
   live_.Detach();

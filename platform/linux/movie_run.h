@@ -6,16 +6,43 @@
 //
 // Threads: everything but the end handler on the logic thread.
 
+#include <atomic>
 #include <functional>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <string>
 
+#include "platform/capture_backends.h"
 #include "platform/linux/audio_source.h"
 #include "platform/linux/live_source.h"
 #include "platform/linux/recorder.h"
 
 namespace zr::platform::linux_impl {
+
+// How the last movie run of a device ended: told on the writer thread when the run ends, or on
+// the logic thread when it cannot start; read on the logic thread.
+class RunEnd {
+ public:
+  // A new run: it has not failed, and its end is told as `text` unless it fails.
+  void Begin(std::string text);
+  void Ended(RecordingEnd end, const Error& why);
+  void FailedToStart(const Error& why);
+
+  RunFailure Failure() const { return failure_.load(std::memory_order_acquire); }
+  // What the end is told as: the back end's words of the failure, or the text given to Begin.
+  // The pointer stays valid until the next Begin.
+  const char* Text() const;
+  // The back end's words of the failure; empty while the run has not failed.
+  std::string Message() const;
+
+ private:
+  void Fail(RunFailure failure, const std::string& message);
+
+  mutable std::mutex mutex_;
+  std::string text_;
+  std::atomic<RunFailure> failure_{RunFailure::None};
+};
 
 class MovieRun {
  public:

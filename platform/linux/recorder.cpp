@@ -121,10 +121,10 @@ struct Recorder::State {
   // ---- any thread, under the lock
 
   // The first reason to end is the one reported; a write failure overrides any.
-  void EndWith(RecordingEnd reason, const std::string& message) {
+  void EndWith(RecordingEnd reason, const Error& why = {}) {
     if (!end || reason == RecordingEnd::WriteFailed) {
       end = reason;
-      end_message = message;
+      end_error = why;
     }
     accepting = false;
     work.notify_all();
@@ -161,7 +161,7 @@ struct Recorder::State {
     if (gap > 0) AddRepeats(gap);
     next_slot += gap;
     if (Limited() && next_slot >= *settings.limit_frames) {
-      EndWith(RecordingEnd::LimitReached, "");
+      EndWith(RecordingEnd::LimitReached);
       return;
     }
     if (queue.size() >= queue_capacity) {
@@ -170,7 +170,7 @@ struct Recorder::State {
       queue.push_back({frame.picture, 0});
     }
     ++next_slot;
-    if (Limited() && next_slot >= *settings.limit_frames) EndWith(RecordingEnd::LimitReached, "");
+    if (Limited() && next_slot >= *settings.limit_frames) EndWith(RecordingEnd::LimitReached);
     work.notify_one();
   }
 
@@ -209,7 +209,7 @@ struct Recorder::State {
 
   // Frames stopped coming before a limited run had all of them: the last one fills the rest.
   std::optional<QueuedFrame> TimeIsUp() {
-    EndWith(RecordingEnd::LimitReached, "");
+    EndWith(RecordingEnd::LimitReached);
     const std::int64_t missing = *settings.limit_frames - next_slot;
     if (next_slot == 0 || missing <= 0) return std::nullopt;
     next_slot = *settings.limit_frames;
@@ -312,17 +312,17 @@ struct Recorder::State {
     if (auto closed_file = writer->Close(); !closed_file && !failure) failure = closed_file.error();
     writer.reset();
     RecordingEnd reason;
-    std::string message;
+    Error why;
     {
       std::lock_guard lock(mutex);
-      if (failure) EndWith(RecordingEnd::WriteFailed, failure->message);
+      if (failure) EndWith(RecordingEnd::WriteFailed, *failure);
       queue.clear();
       reason = end.value_or(RecordingEnd::Stopped);
-      message = end_message;
+      why = end_error;
     }
     frozen_elapsed_ms = MillisecondsBetween(start_time, Clock::now());
     running = false;
-    if (on_end) on_end(reason, message);
+    if (on_end) on_end(reason, why);
     std::lock_guard lock(mutex);
     file_closed = true;
     closed.notify_all();
@@ -350,7 +350,7 @@ struct Recorder::State {
   bool file_closed = false;
   std::deque<QueuedFrame> queue;
   std::optional<RecordingEnd> end;
-  std::string end_message;
+  Error end_error;
   std::optional<std::int64_t> first_timestamp_us;
   std::int64_t next_slot = 0;  // slots taken so far, repeats included
   std::optional<Clock::time_point> deadline;
@@ -391,7 +391,7 @@ Result<void> Recorder::Start() {
     state.accepting = true;
     if (state.Limited()) {
       state.deadline = state.start_time + state.LimitDuration() + kLateFrameGrace;
-      if (*state.settings.limit_frames <= 0) state.EndWith(RecordingEnd::LimitReached, "");
+      if (*state.settings.limit_frames <= 0) state.EndWith(RecordingEnd::LimitReached);
     }
   }
   state.running = true;
@@ -401,7 +401,7 @@ Result<void> Recorder::Start() {
 
 void Recorder::RequestStop() {
   std::lock_guard lock(state_->mutex);
-  if (state_->started) state_->EndWith(RecordingEnd::Stopped, "");
+  if (state_->started) state_->EndWith(RecordingEnd::Stopped);
 }
 
 void Recorder::Wait() {
@@ -434,7 +434,7 @@ void Recorder::OnFrame(const CapturedFrame& frame) {
 
 void Recorder::OnSourceEnded(const std::string& message) {
   std::lock_guard lock(state_->mutex);
-  if (state_->started) state_->EndWith(RecordingEnd::SourceEnded, message);
+  if (state_->started) state_->EndWith(RecordingEnd::SourceEnded, Error{message, "FrameSource"});
 }
 
 // Sound from before the first frame has no picture to go with and is left out; sound after

@@ -44,8 +44,9 @@ enum class RecordingEnd { Stopped, LimitReached, SourceEnded, WriteFailed };
 
 class Recorder final : public FrameSink, public AudioSink {
  public:
-  // `message` is empty for Stopped and LimitReached; it says what happened otherwise.
-  using EndHandler = std::function<void(RecordingEnd end, const std::string& message)>;
+  // `why` is empty for Stopped and LimitReached; it says what happened otherwise, with the
+  // system's error number when the system refused a write.
+  using EndHandler = std::function<void(RecordingEnd end, const Error& why)>;
 
   Recorder(MovieFiles& movies, RecordingSettings settings, EndHandler on_end);
   ~Recorder();  // asks for the end and waits for the file to be closed

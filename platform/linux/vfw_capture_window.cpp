@@ -105,6 +105,7 @@ class RealCaptureWindow final : public VfwCaptureWindow, public ConnectedDevice 
       status_.dwCurrentWaveSamples = static_cast<DWORD>(recorder->AudioSampleFrames());
       status_.fCapturingNow = recorder->Running() ? 1 : 0;
     }
+    status_.dwReturn = static_cast<DWORD>(run_end_.Failure());
     status = status_;
     return true;
   }
@@ -209,7 +210,7 @@ class RealCaptureWindow final : public VfwCaptureWindow, public ConnectedDevice 
   bool StartSequence() override {
     if (!live_ || (run_ && run_->Running())) return false;
     EndRun();
-    run_message_ = kCaptureEndText;
+    run_end_.Begin(kCaptureEndText);
     const double frames_per_second = RunFramesPerSecond();
     (void)live_->Source().SetFramesPerSecond(frames_per_second);  // a source with no rate of its own keeps its pace
     MovieRun::Request request;
@@ -221,10 +222,13 @@ class RealCaptureWindow final : public VfwCaptureWindow, public ConnectedDevice 
     std::unique_ptr<AudioSource> sound;
     if (parms_.fCaptureAudio && !devices_.AudioDevices().empty()) sound = devices_.AudioDevices()[audio_device_].open();
     run_ = std::make_unique<MovieRun>(devices_.Services().movies, *live_, std::move(sound), request,
-                                      [this](RecordingEnd end, const std::string& message) { RunEnded(end, message); });
+                                      [this](RecordingEnd end, const Error& why) { RunEnded(end, why); });
     status_.fCapFileExists = 1;
-    if (!run_->Start()) {
+    if (auto started = run_->Start(); !started) {
       run_.reset();
+      // A run that cannot start ends at once, and says why, as any run that fails.
+      run_end_.FailedToStart(started.error());
+      Report(kCaptureEndStatusId, run_end_.Text());
       return false;
     }
     Report(kCaptureBeginStatusId, kCaptureStartText);
@@ -269,6 +273,7 @@ class RealCaptureWindow final : public VfwCaptureWindow, public ConnectedDevice 
 
   std::shared_ptr<const Picture> LatestPicture() const override { return live_ ? live_->Latest() : nullptr; }
   std::string SourceMessage() const override { return live_ ? live_->EndMessage() : std::string(); }
+  std::string RunMessage() const override { return run_end_.Message(); }
   void MousePressed(int button) override {
     if (!run_ || !run_->Running()) return;
     const bool aborts = (button == 1 && parms_.fAbortLeftMouse) || (button == 2 && parms_.fAbortRightMouse);
@@ -305,12 +310,9 @@ class RealCaptureWindow final : public VfwCaptureWindow, public ConnectedDevice 
   }
 
   // On the recorder's writer thread: the file is closed.
-  void RunEnded(RecordingEnd end, const std::string& message) {
-    if (end == RecordingEnd::SourceEnded || end == RecordingEnd::WriteFailed) {
-      std::lock_guard lock(callback_mutex_);
-      run_message_ = message;
-    }
-    Report(kCaptureEndStatusId, run_message_.c_str());
+  void RunEnded(RecordingEnd end, const Error& why) {
+    run_end_.Ended(end, why);
+    Report(kCaptureEndStatusId, run_end_.Text());
     devices_.Services().wake_loop();
   }
 
@@ -337,7 +339,7 @@ class RealCaptureWindow final : public VfwCaptureWindow, public ConnectedDevice 
   std::mutex callback_mutex_;  // the callback is called from the logic and the writer threads
   CaptureStatusCallback callback_ = nullptr;
   void* callback_context_ = nullptr;
-  std::string run_message_ = kCaptureEndText;  // the text of the last 301; its pointer outlives the call
+  RunEnd run_end_;  // the text of the last 301 (its pointer outlives the call) and the failure
   std::unique_ptr<MovieRun> run_;
   std::unique_ptr<MovieRun> single_frames_;
 };

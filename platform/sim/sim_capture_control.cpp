@@ -155,10 +155,17 @@ class SimCaptureControl : public VideoCaptureControl, public SimSource {
     settings.height = described.height;
     if (capture_audio_) settings.audio = AudioFormat{22050, 1, 16};
     if (limit_enabled_) settings.limit_seconds = limit_seconds_;
+    settings.disk_full_at_frame = world_.disk_full_after_frames;
+    start_failure_ = RunFailure::None;
     recording_ = std::make_shared<SimRecording>(
         world_.Loop(), world_.Movies(), settings, [this] { return CurrentPicture(); },
         [this] { PostEvent(&CaptureControlEvents::CaptureStopped); });
-    if (!recording_->Start()) throw DeviceError("the capture file cannot be written");
+    if (auto started = recording_->Start(); !started) {
+      // A run that cannot start ends at once, as any run that fails.
+      start_failure_ = StartFailure(started.error());
+      PostEvent(&CaptureControlEvents::CaptureStopped);
+      throw DeviceError(started.error().message);
+    }
     PostEvent(&CaptureControlEvents::CaptureStarted);
   }
   void StopCapture() override {
@@ -166,6 +173,10 @@ class SimCaptureControl : public VideoCaptureControl, public SimSource {
     if (recording_) recording_->End();
   }
   bool IsCapturing() override { return recording_ && recording_->Running(); }
+  RunFailure CaptureFailure() override {
+    if (start_failure_ != RunFailure::None || !recording_) return start_failure_;
+    return recording_->Failure();
+  }
   CaptureStats GetCaptureStats() override {
     CaptureStats stats;
     const auto& counting = single_frames_ ? single_frames_ : recording_;
@@ -319,6 +330,7 @@ class SimCaptureControl : public VideoCaptureControl, public SimSource {
   int limit_seconds_ = 0;
   int rate_asked_ = 0;
   std::string capture_file_;
+  RunFailure start_failure_ = RunFailure::None;
   std::shared_ptr<SimRecording> single_frames_;
   std::optional<DeviceSpec> stream_;  // the stream opened, playing or not
   bool playing_ = false;

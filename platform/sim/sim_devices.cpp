@@ -10,6 +10,8 @@ namespace zr::platform::sim {
 
 namespace {
 
+constexpr const char* kCaptureEndText = "End of capture";
+
 std::string BoolText(bool value) { return value ? "true" : "false"; }
 
 void Fill(Picture& picture, int x0, int x1, int red, int green, int blue) {
@@ -112,6 +114,7 @@ class SimCaptureWindow : public VfwCaptureWindow, public SimSource {
       status_.dwCurrentTimeElapsedMS = static_cast<DWORD>(recording_->ElapsedMs());
       status_.fCapturingNow = recording_->Running() ? 1 : 0;
     }
+    status_.dwReturn = static_cast<DWORD>(failure_);
     status = status_;
     return true;
   }
@@ -232,11 +235,19 @@ class SimCaptureWindow : public VfwCaptureWindow, public SimSource {
     if (parms_.fCaptureAudio)
       settings.audio = AudioFormat{static_cast<int>(audio_.nSamplesPerSec), audio_.nChannels, audio_.wBitsPerSample};
     if (parms_.fLimitEnabled) settings.limit_seconds = static_cast<int>(parms_.wTimeLimit);
+    settings.disk_full_at_frame = world_.disk_full_after_frames;
+    failure_ = RunFailure::None;
+    end_text_ = kCaptureEndText;
     recording_ = std::make_shared<SimRecording>(
-        world_.Loop(), world_.Movies(), settings, [this] { return CurrentPicture(); },
-        [this] { Report(kCaptureEndStatusId, "End of capture"); });
+        world_.Loop(), world_.Movies(), settings, [this] { return CurrentPicture(); }, [this] { RunEnded(); });
     status_.fCapFileExists = 1;
-    if (!recording_->Start()) return false;
+    if (auto started = recording_->Start(); !started) {
+      // A run that cannot start ends at once, and says why, as any run that fails.
+      failure_ = StartFailure(started.error());
+      end_text_ = started.error().message;
+      Report(kCaptureEndStatusId, end_text_.c_str());
+      return false;
+    }
     Report(kCaptureBeginStatusId, "Capture start");
     if (parms_.fYield == 0) {
       auto recording = recording_;
@@ -308,6 +319,14 @@ class SimCaptureWindow : public VfwCaptureWindow, public SimSource {
 
   bool Usable() const { return spec_.has_value() && !unplugged_; }
 
+  void RunEnded() {
+    if (recording_->Failure() != RunFailure::None) {
+      failure_ = recording_->Failure();
+      end_text_ = recording_->FailureMessage();
+    }
+    Report(kCaptureEndStatusId, end_text_.c_str());
+  }
+
   void Report(std::int16_t id, const char* text) {
     if (callback_) callback_(callback_context_, id, text);
   }
@@ -319,6 +338,8 @@ class SimCaptureWindow : public VfwCaptureWindow, public SimSource {
   std::string capture_file_;
   CaptureStatusCallback callback_ = nullptr;
   void* callback_context_ = nullptr;
+  RunFailure failure_ = RunFailure::None;
+  std::string end_text_ = kCaptureEndText;  // the text of the last 301: its pointer outlives the call
   std::shared_ptr<SimRecording> single_frames_;
 };
 

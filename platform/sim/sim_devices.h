@@ -4,6 +4,7 @@
 // limited run when its time is up, and append every operation the program performs on them
 // to the device log (reads are not logged).
 
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>
@@ -55,6 +56,8 @@ class SimDeviceWorld {
   std::vector<DeviceSpec> devices;
   std::vector<std::string> log;
   void Log(std::string line) { log.push_back(std::move(line)); }
+  // The disk the movies go to is full once a run has written this many frames (nothing: never).
+  std::optional<std::int64_t> disk_full_after_frames;
 
   SimEventLoop& Loop() { return loop_; }
   MovieFiles& Movies() { return movies_; }

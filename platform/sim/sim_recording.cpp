@@ -1,5 +1,6 @@
 #include "platform/sim/sim_recording.h"
 
+#include <cerrno>
 #include <vector>
 
 namespace zr::platform::sim {
@@ -34,11 +35,11 @@ bool SimRecording::OpenForSingleFrames(double frames_per_second) {
   return true;
 }
 
-bool SimRecording::Start() {
+Result<void> SimRecording::Start() {
   MovieFormat format{settings_.width, settings_.height, RateOf(settings_.microseconds_per_frame), VideoCodec::Mjpeg, 90,
                      settings_.audio};
   auto writer = movies_.OpenWriter(settings_.path, format);
-  if (!writer) return false;
+  if (!writer) return writer.error();
   writer_ = std::move(writer.value());
   running_ = true;
   start_ms_ = loop_.NowMs();
@@ -50,7 +51,7 @@ bool SimRecording::Start() {
     });
   }
   ScheduleFrame(0);
-  return true;
+  return {};
 }
 
 std::int64_t SimRecording::FrameDueMs(std::int64_t index) const {
@@ -68,30 +69,34 @@ void SimRecording::ScheduleFrame(std::int64_t index) {
 
 void SimRecording::DeliverFrame(std::int64_t index) {
   if (!running_) return;
-  if (!WriteFrameAndSound(index)) {
+  if (auto written = WriteFrameAndSound(index); !written) {
+    failure_ = WriteFailure(written.error());
+    failure_message_ = written.error().message;
     End();
     return;
   }
   ScheduleFrame(index + 1);
 }
 
-bool SimRecording::WriteFrameAndSound(std::int64_t index) {
+Result<void> SimRecording::WriteFrameAndSound(std::int64_t index) {
+  if (settings_.disk_full_at_frame && frames_ >= *settings_.disk_full_at_frame)
+    return Error{"cannot write to the movie '" + settings_.path + "': No space left on device", "SimRecording", ENOSPC};
   const Picture picture = picture_();
-  if (!writer_->WriteVideoFrame(picture.View())) return false;
+  if (auto written = writer_->WriteVideoFrame(picture.View()); !written) return written;
   ++frames_;
   if (settings_.audio) {
     const auto& audio = *settings_.audio;
     const auto samples_before = index * settings_.microseconds_per_frame * audio.samples_per_second / 1000000;
     const auto samples_after = (index + 1) * settings_.microseconds_per_frame * audio.samples_per_second / 1000000;
     const auto pcm = Silence(audio, samples_after - samples_before);
-    if (!writer_->WriteAudio(pcm)) return false;
+    return writer_->WriteAudio(pcm);
   }
-  return true;
+  return {};
 }
 
 bool SimRecording::AppendFrame() {
   if (!writer_) return false;
-  return WriteFrameAndSound(frames_);
+  return WriteFrameAndSound(frames_).ok();
 }
 
 std::int64_t SimRecording::ElapsedMs() const { return (running_ ? loop_.NowMs() : end_ms_) - start_ms_; }

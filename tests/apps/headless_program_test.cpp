@@ -24,18 +24,33 @@ class HeadlessProgramTest : public ::testing::Test {
   }
   void TearDown() override { fs::remove_all(folder_); }
 
-  // Runs the program with its settings and program folder in the test's own folder; gives its
-  // exit status and leaves what it printed in output_.
-  int Run(const std::string& arguments) {
-    const std::string command = "cd '" + folder_.string() + "' && XDG_CONFIG_HOME='" + (folder_ / "config").string() +
-                                "' HOME='" + folder_.string() + "' LANG=C " + ZR_ZANDRELL_PROGRAM + " --app-path '" +
-                                (folder_ / "app").string() + "' " + arguments + " 2>&1; echo \"exit=$?\"";
-    output_ = RunCommand(command);
+  // The program with its settings and program folder in the test's own folder.
+  std::string ProgramCommand(const std::string& arguments) const {
+    return "cd '" + folder_.string() + "' && XDG_CONFIG_HOME='" + (folder_ / "config").string() + "' HOME='" +
+           folder_.string() + "' LANG=C " + ZR_ZANDRELL_PROGRAM + " --app-path '" + (folder_ / "app").string() + "' " +
+           arguments + " 2>&1; echo \"exit=$?\"";
+  }
+
+  // Runs the program; gives its exit status and leaves what it printed in output_.
+  int Run(const std::string& arguments) { return ExitOf(RunCommand(ProgramCommand(arguments))); }
+
+  int ExitOf(std::string output) {
+    output_ = std::move(output);
     const auto at = output_.rfind("exit=");
     return at == std::string::npos ? -1 : std::stoi(output_.substr(at + 5));
   }
 
   std::string File(const std::string& name) const { return (folder_ / name).string(); }
+
+  // A parameter file for 30 frames a second with sound, which fill a small disk fast.
+  void WriteFastSetUp() const {
+    std::ofstream(File("setup.zrp")) << "Frame Rate=30\n"
+                                        "Audio=yes\n"
+                                        "Audio Rate=22050\n"
+                                        "Audio Bits=16\n"
+                                        "Audio Channels=1\n"
+                                        "AVI Info=No\n";
+  }
 
   fs::path folder_;
   std::string output_;
@@ -60,12 +75,7 @@ TEST_F(HeadlessProgramTest, ListsTheBuiltInDevices) {
 // Five seconds from the built-in camera at 640x480 and 30 frames a second, Motion JPEG, with
 // 16-bit mono sound at 22050 Hz, as a parameter file sets them.
 TEST_F(HeadlessProgramTest, RecordsTheBuiltInCameraWithSound) {
-  std::ofstream(File("setup.zrp")) << "Frame Rate=30\n"
-                                      "Audio=yes\n"
-                                      "Audio Rate=22050\n"
-                                      "Audio Bits=16\n"
-                                      "Audio Channels=1\n"
-                                      "AVI Info=No\n";
+  WriteFastSetUp();
   ASSERT_EQ(Run("--headless --record 5 movie.avi setup.zrp"), 0) << output_;
   EXPECT_NE(output_.find("Stopped: " + File("movie.avi")), std::string::npos) << output_;
 
@@ -81,6 +91,38 @@ TEST_F(HeadlessProgramTest, RecordsTheBuiltInCameraWithSound) {
   EXPECT_EQ(sound.at("channels"), "1");
   // It closed as the operator closes it: the set-up is kept for the next start.
   EXPECT_TRUE(fs::exists(folder_ / "app" / "zrsr.zr2"));
+}
+
+TEST_F(HeadlessProgramTest, AFolderThatDoesNotExistIsToldAndTheRunFails) {
+  EXPECT_EQ(Run("--headless --record 2 absent/movie.avi"), 1);
+  EXPECT_NE(output_.find("Not recorded: the folder does not exist"), std::string::npos) << output_;
+  EXPECT_NE(output_.find("No such file or directory"), std::string::npos) << output_;
+}
+
+// The run fills a disk of 2 MiB (made in a mount namespace of the test's own) long before its
+// ten seconds: it ends saying why, the program fails, and the movie so far plays.
+TEST_F(HeadlessProgramTest, AFullDiskEndsTheRunSayingSoAndTheMovieSoFarPlays) {
+  WriteFastSetUp();
+  fs::create_directory(File("disk"));
+  const std::string movie = File("disk/movie.avi");
+  std::ofstream(File("small_disk.sh"))
+      << "mount -t tmpfs -o size=2m tmpfs '" << File("disk") << "' 2>/dev/null || { echo no-disk; exit; }\n"
+      << ProgramCommand("--headless --record 10 '" + movie + "' setup.zrp") << "\n"
+      << "ffprobe -v error -count_frames -select_streams v:0 -show_entries stream=nb_frames,nb_read_frames "
+         "-of default=noprint_wrappers=1 '"
+      << movie << "'\n";
+  const std::string output = RunCommand("unshare -rm sh '" + File("small_disk.sh") + "' 2>&1 || echo no-disk");
+  if (output.find("no-disk") != std::string::npos) GTEST_SKIP() << "no mount namespace for a small disk here";
+  EXPECT_EQ(ExitOf(output), 1) << output;
+  EXPECT_NE(output_.find("Stopped: the disk is full"), std::string::npos) << output_;
+  EXPECT_NE(output_.find("No space left on device"), std::string::npos) << output_;
+  const auto header = output_.find("nb_frames="), decoded = output_.find("nb_read_frames=");
+  ASSERT_NE(header, std::string::npos) << output_;
+  ASSERT_NE(decoded, std::string::npos) << output_;
+  const long frames = std::stol(output_.substr(header + 10));
+  EXPECT_GT(frames, 30);
+  EXPECT_LT(frames, 300);
+  EXPECT_EQ(std::stol(output_.substr(decoded + 15)), frames);
 }
 
 TEST_F(HeadlessProgramTest, AnUnknownDeviceRecordsNothing) {

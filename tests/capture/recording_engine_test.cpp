@@ -127,6 +127,35 @@ TEST_F(VfwRecording, DisabledLimitKeepsTheOldLimitAndRunsUntilStopped) {
   EXPECT_EQ(ProbeMovie(AppFile("unlimited.avi")).frames, 30);
 }
 
+// ---- runs that end badly say so
+
+TEST_F(VfwRecording, ADiskThatFillsUpEndsTheRunSayingSoAndKeepsTheMovieSoFar) {
+  world.devices->disk_full_after_frames = 12;
+  SetMovie(5, 10, "full.avi");
+  PressRecord();
+  world.loop.AdvanceBy(1500);
+  EXPECT_EQ(master().StatusString.Caption.get(), "Stopped: the disk is full");
+  EXPECT_EQ(master().RecordButton().Image.get(), "record");
+  EXPECT_EQ(state().CapStatus.dwReturn, static_cast<DWORD>(platform::RunFailure::DiskFull));
+  EXPECT_EQ(ProbeMovie(AppFile("full.avi")).frames, 12);
+  // The next run that ends well says so again.
+  world.devices->disk_full_after_frames.reset();
+  SetMovie(1, 10, "fine.avi");
+  PressRecord();
+  world.loop.AdvanceBy(1200);
+  EXPECT_EQ(master().StatusString.Caption.get(), "Stopped");
+}
+
+TEST_F(VfwRecording, AFolderThatDoesNotExistEndsTheRunAtOnceSayingSo) {
+  SetMovie(5, 10, "absent/clip.avi");
+  PressRecord();
+  world.loop.AdvanceBy(200);
+  EXPECT_EQ(master().StatusString.Caption.get(), "Not recorded: the folder does not exist");
+  EXPECT_EQ(master().RecordButton().Image.get(), "record");
+  EXPECT_STREQ(state().captureStatus.CaptureStatusText.load(),
+               ("cannot create '" + AppFile("absent/clip.avi") + "': No such file or directory").c_str());
+}
+
 class WdmRecording : public RecordingTest {
  protected:
   void SetUp() override {
@@ -149,6 +178,22 @@ TEST_F(WdmRecording, StatusTimerShowsTheControlsClockAndTheEndEventClosesTheRun)
   EXPECT_TRUE(LogHas("TimeLimitSeconds=2"));
   EXPECT_TRUE(LogHas("StartCapture()"));
   EXPECT_EQ(ProbeMovie(AppFile("wdm.avi")).frames, 20);
+}
+
+TEST_F(WdmRecording, RunsThatEndBadlySaySoWhenTheControlStops) {
+  world.devices->disk_full_after_frames = 5;
+  SetMovie(3, 10, "full.avi");
+  master().OperationBar.ClickButton(master().RecordButton());
+  world.loop.AdvanceBy(1000);
+  EXPECT_EQ(master().StatusString.Caption.get(), "Stopped: the disk is full");
+  EXPECT_EQ(master().RecordButton().Image.get(), "record");
+  EXPECT_EQ(ProbeMovie(AppFile("full.avi")).frames, 5);
+
+  SetMovie(3, 10, "absent/clip.avi");
+  master().OperationBar.ClickButton(master().RecordButton());
+  world.loop.AdvanceBy(100);
+  EXPECT_EQ(master().StatusString.Caption.get(), "Not recorded: the folder does not exist");
+  EXPECT_EQ(master().RecordButton().Image.get(), "record");
 }
 
 TEST_F(WdmRecording, FrameByFrameMovieHoldsEveryCapturedFrame) {

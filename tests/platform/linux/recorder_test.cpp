@@ -4,6 +4,7 @@
 #include <stdlib.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <chrono>
 #include <cmath>
 #include <condition_variable>
@@ -71,7 +72,7 @@ class FakeMovie final : public MovieFiles {
       movie_.changed.notify_all();
       movie_.changed.wait(lock, [&] { return movie_.gate_open; });
       movie_.writer_held = false;
-      if (movie_.fail_at_frame == movie_.frames.size()) return Error{"the disk is full", "fake"};
+      if (movie_.fail_at_frame == movie_.frames.size()) return Error{"the disk is full", "fake", ENOSPC};
       movie_.frames.push_back(frame.width == 16 && frame.height == 8 ? frame.bottom_up_bgr[0] : -100);
       return {};
     }
@@ -121,7 +122,7 @@ Bytes Counting(std::size_t bytes, std::size_t offset = 0) {
 struct EndSeen {
   int calls = 0;
   RecordingEnd end = RecordingEnd::Stopped;
-  std::string message;
+  Error why;
   bool file_closed_first = false;
 };
 
@@ -138,11 +139,11 @@ class RecorderTest : public ::testing::Test {
 
   std::unique_ptr<Recorder> Make(RecordingSettings settings, MovieFiles* files = nullptr) {
     return std::make_unique<Recorder>(files ? *files : movie_, std::move(settings),
-                                      [this](RecordingEnd end, const std::string& message) {
+                                      [this](RecordingEnd end, const Error& why) {
                                         std::lock_guard lock(movie_.mutex);
                                         ++seen_.calls;
                                         seen_.end = end;
-                                        seen_.message = message;
+                                        seen_.why = why;
                                         seen_.file_closed_first = movie_.closed || !files_used_fake_;
                                       });
   }
@@ -226,7 +227,7 @@ TEST_P(RecorderSlots, HoldTheRightFramesAndCountTheDropped) {
   EXPECT_EQ(recorder->FramesDropped(), c.dropped);
   EXPECT_EQ(seen_.calls, 1);
   EXPECT_EQ(seen_.end, c.limit ? RecordingEnd::LimitReached : RecordingEnd::Stopped);
-  EXPECT_EQ(seen_.message, "");
+  EXPECT_EQ(seen_.why.message, "");
   EXPECT_TRUE(seen_.file_closed_first);
   EXPECT_FALSE(recorder->Running());
 }
@@ -296,7 +297,8 @@ TEST_F(RecorderTest, AWriteFailureEndsTheRunClosesTheFileAndStopsTheClock) {
   for (int i = 0; i < 5; ++i) recorder->OnFrame(Frame(i, AtRate(i, 25)));
   recorder->Wait();  // no stop asked: the failure ends it
   EXPECT_EQ(seen_.end, RecordingEnd::WriteFailed);
-  EXPECT_NE(seen_.message.find("the disk is full"), std::string::npos);
+  EXPECT_NE(seen_.why.message.find("the disk is full"), std::string::npos);
+  EXPECT_EQ(seen_.why.system_error, ENOSPC);
   EXPECT_TRUE(movie_.closed);
   EXPECT_EQ(recorder->FramesWritten(), 2);
   EXPECT_FALSE(recorder->Running());
@@ -319,7 +321,7 @@ TEST_F(RecorderTest, DestroyingARunningRecorderClosesTheFile) {
 TEST_F(RecorderTest, AnEndHandlerMayLetGoOfTheRecorder) {
   std::promise<void> handled;
   std::shared_ptr<Recorder> recorder;
-  recorder = std::make_shared<Recorder>(movie_, Settings(25, 1), [&](RecordingEnd, const std::string&) {
+  recorder = std::make_shared<Recorder>(movie_, Settings(25, 1), [&](RecordingEnd, const Error&) {
     recorder.reset();  // the last owner, on the writer thread
     handled.set_value();
   });
@@ -455,7 +457,7 @@ TEST_F(RecordedMovieTest, ARunEndedByItsSourceLeavesAPlayableMovieAndIsReportedO
   recorder.reset();
   EXPECT_EQ(seen_.calls, 1);
   EXPECT_EQ(seen_.end, RecordingEnd::SourceEnded);
-  EXPECT_EQ(seen_.message, "The device /dev/video0 was unplugged");
+  EXPECT_EQ(seen_.why.message, "The device /dev/video0 was unplugged");
   EXPECT_EQ(files_.ReadInfo(Path())->frame_count, 5);
   EXPECT_EQ(zr::testing::ProbeStream(Path(), 'v', "nb_read_frames")["nb_read_frames"], "5");
 }
