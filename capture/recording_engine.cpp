@@ -2,8 +2,6 @@
 // reaches a file: the capture window's runs, stills and frame-by-frame movies.
 
 #include <cmath>
-#include <filesystem>
-#include <system_error>
 
 #include "base/formatting.h"
 #include "capture/capture_device.h"
@@ -13,6 +11,7 @@
 #include "core/main_window.h"
 #include "core/operating_mode.h"
 #include "image/picture_writer.h"
+#include "platform/regular_file.h"
 
 namespace zr {
 
@@ -27,11 +26,6 @@ void RebuildAudioFormat(const MovieRunPanel& movie, WAVEFORMATEX& format) {
   format.nAvgBytesPerSec = static_cast<std::uint32_t>(
       RoundHalfEven(format.nSamplesPerSec * static_cast<double>(format.nChannels) * format.wBitsPerSample / 8));
   format.nBlockAlign = static_cast<std::uint16_t>(RoundHalfEven(format.nChannels * format.wBitsPerSample / 8.0));
-}
-
-bool DeleteFile(const std::string& path) {
-  std::error_code error;
-  return std::filesystem::remove(path, error) && !error;
 }
 
 }  // namespace
@@ -65,7 +59,7 @@ void VideoScreen::Record() {
     parms.fMCIControl = 0;
     parms.fStepCaptureAt2x = 0;
     state.LastResult = vfw::capSetSetup(*capture_window_, parms);
-    if (DeleteFile(state.CaptureFilename)) master.StatusString.Caption = "";
+    if (platform::RemoveRegularFile(state.CaptureFilename)) master.StatusString.Caption = "";
     master.StatusString.Caption = program_.Translate("Recording");
     master.RecordButton().Image = "stop";
     if (parms.fYield == 0) {
@@ -146,11 +140,11 @@ void VideoScreen::SaveStill(const std::string& path, int quality, bool to_clipbo
       if (mira.Picture) WritePictureFile(*mira.Picture, path, 100);
       if (capture_window_) program_.state.LastResult = vfw::capSaveDib(*capture_window_, path);
       StreamPic.Picture = LoadPictureFile(path);
-      DeleteFile(path);
+      platform::RemoveRegularFile(path);
     } else {
       frame_job_open_ = true;
       StreamPic.Picture = control_->GetSnapshot();
-      DeleteFile(path);
+      platform::RemoveRegularFile(path);
     }
   });
   ResumeNext([&] {

@@ -3,7 +3,6 @@
 // the series' mode. Also the counter that numbers the files of a series.
 
 #include <filesystem>
-#include <system_error>
 
 #include "base/formatting.h"
 #include "capture/video_screen.h"
@@ -11,6 +10,7 @@
 #include "image/windows/image_window.h"
 #include "image/windows/picture_commands.h"
 #include "main_window/master.h"
+#include "platform/regular_file.h"
 
 namespace zr {
 
@@ -18,11 +18,6 @@ namespace {
 
 // The modes of MultipleImageMode that store a picture, by list index.
 enum SeriesMode { kSeriesMovie = 0, kNumberedBitmap, kNumberedJpeg, kRefreshBitmap, kRefreshJpeg, kSeriesClipboard };
-
-void DeleteIgnoringMissing(const std::string& path) {
-  std::error_code ignored;
-  std::filesystem::remove(path, ignored);
-}
 
 std::string ColonsToUnderscores(std::string text) {
   for (char& c : text)
@@ -42,13 +37,13 @@ std::string StillBaseName(const std::string& capture_filename) {
 void Master::TakeSnapshot(bool to_clipboard) {
   auto& state = program_.state;
   const std::string temporary = state.AppPath + "zreltmp.tmp";
-  DeleteIgnoringMissing(temporary);
+  platform::RemoveRegularFile(temporary);
   program_.Window<VideoScreen>().SaveStill(temporary, 100, false);
   if (state.ShutterSound == "1") program_.services.desktop.PlaySoundFile(state.AppPath + "camera.wav");
 
   auto& snapshot = dynamic_cast<Image&>(program_.SlotOf<Image>().NewInstance());
   snapshot.ShowPicture(LoadPictureFile(temporary));
-  DeleteIgnoringMissing(temporary);
+  platform::RemoveRegularFile(temporary);
   snapshot.KeepResetPicture();
   program_.Yield();
   snapshot.Caption = program_.Translate("Untitled");

@@ -3,12 +3,16 @@
 // list, pictures, sounds) without trusting them: only a regular file is opened, so a FIFO, a
 // device such as /dev/zero or a folder is refused before anything waits on it or reads it, and
 // no read goes past the length the caller allows, however the file grows while it is read.
+// Removing follows the same rule: only a regular file the program is about to write anew is
+// ever removed; a folder, a device, a link or anything else at the name is left as it stands.
 
 #include <cstddef>
 #include <cstdint>
+#include <filesystem>
 #include <optional>
 #include <span>
 #include <string>
+#include <system_error>
 #include <utility>
 
 namespace zr::platform {
@@ -56,5 +60,12 @@ struct SmallFile {
 
 // The whole file at `path` when it is a regular file of at most `limit` bytes.
 SmallFile ReadSmallFile(const std::string& path, std::size_t limit);
+
+// True when a regular file stood at `path` and is gone.
+inline bool RemoveRegularFile(const std::string& path) {
+  std::error_code error;
+  if (!std::filesystem::is_regular_file(std::filesystem::symlink_status(path, error))) return false;
+  return std::filesystem::remove(path, error) && !error;
+}
 
 }  // namespace zr::platform

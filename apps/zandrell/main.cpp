@@ -19,6 +19,7 @@
 #include "core/operating_mode.h"
 #include "gui/desktop_toolkit.h"
 #include "main_window/master.h"
+#include "platform/linux/movie_output_file.h"
 #include "platform/linux/poll_event_loop.h"
 
 namespace {
@@ -38,7 +39,9 @@ void PrintHelp() {
                "movie from a capture device without windows.\n\n"
                "  --headless              run without windows\n"
                "  --record SECONDS FILE   without windows: record a movie of SECONDS seconds into FILE\n"
-               "                          (default: 3 seconds into zandrell.avi in the current folder)\n"
+               "                          (default: 3 seconds into zandrell.avi in the current folder);\n"
+               "                          an older movie at FILE is replaced when the new one is done,\n"
+               "                          anything else there (a folder, a device, a link) is refused\n"
                "  --device NAME           the device to connect, as the device chooser lists it,\n"
                "                          e.g. \"Built-in Test Camera (VFW)\" or \"Built-in Test Camera\";\n"
                "                          default: the built-in test camera\n"
@@ -51,14 +54,22 @@ void PrintHelp() {
                "                          (frame rate, sound format, ...)\n"
                "  --help                  this text\n\n"
                "Settings are kept in $XDG_CONFIG_HOME/video-zandrell (default ~/.config/video-zandrell).\n"
-               "Exit status without windows: 0 when the movie was written, 1 when it was not, 2 for a\n"
-               "wrong option.\n";
+               "Exit status without windows: 0 when the movie was written as asked; 1 when the run ended\n"
+               "badly (a full disk, a missing folder, ...: the reason is printed) or wrote no movie; 2 for a\n"
+               "wrong option or a FILE that cannot be a movie.\n";
+}
+
+// A separator at the end stays: such a name is a folder's.
+std::string Absolute(const std::string& path) {
+  std::error_code error;
+  const auto absolute = std::filesystem::absolute(path, error);
+  return error ? path : absolute.string();
 }
 
 struct Options {
   bool headless = false;
   int seconds = kDefaultSeconds;
-  std::string output = (std::filesystem::current_path() / "zandrell.avi").string();
+  std::string output = Absolute("zandrell.avi");
   std::string device;
   bool list_devices = false;
   std::string app_path;
@@ -95,7 +106,7 @@ std::optional<Options> ParseOptions(const std::vector<std::string>& arguments) {
         return std::nullopt;
       }
       options.seconds = *seconds;
-      options.output = std::filesystem::absolute(arguments[++i]).string();
+      options.output = Absolute(arguments[++i]);
     } else if (option == "--device" && has_value) {
       options.device = arguments[++i];
     } else if (option == "--app-path" && has_value) {
@@ -107,7 +118,7 @@ std::optional<Options> ParseOptions(const std::vector<std::string>& arguments) {
         return std::nullopt;
       }
     } else if (!option.starts_with("--") && options.command_line.empty()) {
-      options.command_line = std::filesystem::absolute(option).string();
+      options.command_line = Absolute(option);
     } else {
       std::cerr << "zandrell: unknown or incomplete option " << option << "\n";
       return std::nullopt;
@@ -169,7 +180,6 @@ bool RecordMovie(zr::Program& program, PollEventLoop& loop, const Options& optio
   master.MovieSecondsControl.Value = options.seconds % 60;
   program.state.CaptureFilename = options.output;
   program.Window<zr::VideoScreen>().SetFilename(options.output);
-  std::filesystem::remove(options.output);
   auto& record = master.RecordButton();
   master.OperationBar.ClickButton(record);
   const std::int64_t give_up_ms = loop.NowMs() + options.seconds * 1000LL + kClosingGraceMs;
@@ -222,6 +232,11 @@ int RunWithWindows(zr::gui::DesktopToolkit& toolkit, const Options& options, con
 
 int RunWithoutWindows(const Options& options, const std::string& app_path, std::vector<VideoDeviceEntry> video,
                       std::vector<AudioDeviceEntry> audio) {
+  // What stands at the movie's name is replaced only when it is a movie's kind of file.
+  if (auto usable = MovieOutputFile::CheckName(options.output); !usable) {
+    std::cerr << "zandrell: " << usable.error().message << "; nothing was recorded\n";
+    return 2;
+  }
   PollEventLoop loop;
   TerminalDialogs dialogs(std::cerr);
   MemoryClipboard clipboard;

@@ -33,10 +33,20 @@ constexpr std::int64_t kRiffSizeAt = 4;
 
 std::string SystemText(int error) { return std::generic_category().message(error); }
 
+std::string KindOfFile(mode_t mode) {
+  if (S_ISLNK(mode)) return "a link";
+  if (S_ISCHR(mode) || S_ISBLK(mode)) return "a device";
+  if (S_ISFIFO(mode)) return "a pipe";
+  if (S_ISSOCK(mode)) return "a socket";
+  return "no regular file";
+}
+
 Error PathError(const std::string& message, int error) { return Error{message, "MovieOutputFile", error}; }
 
+}  // namespace
+
 // What stands at the movie's name must be nothing yet or a regular file that the movie replaces.
-Result<void> CheckTarget(const std::string& path) {
+Result<void> MovieOutputFile::CheckName(const std::string& path) {
   const std::filesystem::path target(path);
   if (path.empty() || !target.has_filename() || target.filename() == "." || target.filename() == "..")
     return PathError("'" + path + "' names a folder, not a movie file", EISDIR);
@@ -49,9 +59,11 @@ Result<void> CheckTarget(const std::string& path) {
   }
   if (S_ISDIR(status.st_mode)) return PathError("'" + path + "' is a folder, not a movie file", EISDIR);
   if (!S_ISREG(status.st_mode))
-    return PathError("'" + path + "' is not a regular file (a device, a link or the like); it is left alone", EEXIST);
+    return PathError("'" + path + "' is " + KindOfFile(status.st_mode) + ", not a movie file", EEXIST);
   return {};
 }
+
+namespace {
 
 // Cut at most to `bytes`, never inside a character of UTF-8.
 std::string CutName(const std::string& name, std::size_t bytes) {
@@ -133,7 +145,7 @@ MovieOutputFile::MovieOutputFile(std::string path, std::string temporary_path, i
     : path_(std::move(path)), temporary_path_(std::move(temporary_path)), descriptor_(descriptor) {}
 
 Result<std::unique_ptr<MovieOutputFile>> MovieOutputFile::Create(const std::string& path) {
-  if (auto usable = CheckTarget(path); !usable) return usable.error();
+  if (auto usable = CheckName(path); !usable) return usable.error();
   std::random_device seed;
   std::mt19937 random(seed());
   for (int attempt = 0; attempt < kNamingAttempts; ++attempt) {

@@ -41,7 +41,10 @@ namespace zr::platform::linux_impl {
 
 class MovieOutputFile {
  public:
-  // Refuses a name that is no regular file or is too long, and makes the temporary file.
+  // Whether a movie may be written under `path`: nothing stands there yet, or a regular file,
+  // and the name is not too long for a file.
+  static Result<void> CheckName(const std::string& path);
+  // Refuses a name as CheckName does, and makes the temporary file.
   static Result<std::unique_ptr<MovieOutputFile>> Create(const std::string& path);
   // A file never finished holds no movie: it is removed.
   ~MovieOutputFile();

@@ -2,6 +2,7 @@
 // sound, the set-up it leaves behind.
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <filesystem>
@@ -123,6 +124,24 @@ TEST_F(HeadlessProgramTest, AFullDiskEndsTheRunSayingSoAndTheMovieSoFarPlays) {
   EXPECT_GT(frames, 30);
   EXPECT_LT(frames, 300);
   EXPECT_EQ(std::stol(output_.substr(decoded + 15)), frames);
+}
+
+// Nothing that stands at the movie's name is removed unless it is a regular file, and a name
+// too long for a file ends the program with a word, not an abort.
+TEST_F(HeadlessProgramTest, ANameThatIsNoMovieFileIsRefusedAndLeftAsItStands) {
+  fs::create_directory(File("shots"));
+  ASSERT_EQ(mkfifo(File("pipe.avi").c_str(), 0600), 0);
+  const std::pair<std::string, std::string> refusals[] = {{"shots/", "names a folder"},
+                                                          {"shots", "is a folder"},
+                                                          {"pipe.avi", "is a pipe"},
+                                                          {std::string(300, 'n') + ".avi", "is too long"}};
+  for (const auto& [name, reason] : refusals) {
+    EXPECT_EQ(Run("--headless --record 1 '" + name + "'"), 2) << name;
+    EXPECT_NE(output_.find(reason), std::string::npos) << output_;
+    EXPECT_NE(output_.find("nothing was recorded"), std::string::npos) << output_;
+  }
+  EXPECT_TRUE(fs::is_directory(File("shots")));
+  EXPECT_TRUE(fs::is_fifo(File("pipe.avi")));
 }
 
 TEST_F(HeadlessProgramTest, AnUnknownDeviceRecordsNothing) {

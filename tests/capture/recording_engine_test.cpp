@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
+
 #include "image/bmp.h"
 #include "tests/support/recording_fixture.h"
 
@@ -144,6 +146,17 @@ TEST_F(VfwRecording, ADiskThatFillsUpEndsTheRunSayingSoAndKeepsTheMovieSoFar) {
   PressRecord();
   world.loop.AdvanceBy(1200);
   EXPECT_EQ(master().StatusString.Caption.get(), "Stopped");
+}
+
+// The old movie is deleted before a run (the operator agreed to replace it), but never what is
+// no movie file: an empty folder at the name stays, and the run cannot make its file.
+TEST_F(VfwRecording, AFolderAtTheMovieNameIsLeftAloneAndTheRunSaysItCannotMakeItsFile) {
+  std::filesystem::create_directory(AppFile("clip.avi"));
+  SetMovie(5, 10, "clip.avi");
+  PressRecord();
+  world.loop.AdvanceBy(200);
+  EXPECT_EQ(master().StatusString.Caption.get(), "Not recorded: the file cannot be created");
+  EXPECT_TRUE(std::filesystem::is_directory(AppFile("clip.avi")));
 }
 
 TEST_F(VfwRecording, AFolderThatDoesNotExistEndsTheRunAtOnceSayingSo) {
