@@ -3,9 +3,11 @@
 #include <QApplication>
 #include <QGuiApplication>
 #include <QScreen>
+#include <QTimer>
 #include <cstdlib>
 #include <iostream>
 
+#include "capture/choose_device.h"
 #include "gui/desktop_face.h"
 #include "gui/device_dialogs.h"
 #include "gui/icons.h"
@@ -36,6 +38,9 @@ QPushButton:focus { border-color: #1e88e5; }
 QPushButton:disabled { background: #f5f5f5; color: #90a4ae; border-color: #cfd8dc; }
 )";
 
+// How often a request to end the program looks whether the program's handlers are done.
+constexpr int kEndLookMs = 50;
+
 class QtDesktopToolkit final : public DesktopToolkit {
  public:
   QtDesktopToolkit(int& argc, char** argv) : application_(argc, argv) {
@@ -44,6 +49,7 @@ class QtDesktopToolkit final : public DesktopToolkit {
     // The program ends when its main window is gone, not when its last window closes.
     QApplication::setQuitOnLastWindowClosed(false);
     application_.setStyleSheet(kButtonStyle);
+    QObject::connect(&end_look_, &QTimer::timeout, &end_look_, [this] { EndWhenNoHandlerRuns(); });
   }
 
   platform::EventLoop& Loop() override { return loop_; }
@@ -57,6 +63,7 @@ class QtDesktopToolkit final : public DesktopToolkit {
   }
 
   int Run(Program& program, LiveVideo live) override {
+    program_ = &program;
     DesktopFace face(program, loop_, dialogs_, std::move(live));
     face.OnParentWindow([this](QWidget* parent) { device_dialogs_.SetParentWindow(parent); });
     bool ended = false;
@@ -67,8 +74,12 @@ class QtDesktopToolkit final : public DesktopToolkit {
     loop_.Guarded([&program] { program.Main(); });
     face.Sync();
     if (!ended && program.SlotOf<Master>().Loaded()) QApplication::exec();
+    end_look_.stop();
+    program_ = nullptr;
     return 0;
   }
+
+  void EndProgram() override { end_look_.start(kEndLookMs); }
 
  private:
   QApplication application_;
@@ -76,6 +87,22 @@ class QtDesktopToolkit final : public DesktopToolkit {
   QtDialogs dialogs_;
   QtClipboard clipboard_;
   QtDeviceDialogs device_dialogs_;
+  // The device chooser of the start is answered as Cancel answers it, so that the start goes
+  // on to its end; any other modal window waits for the operator.
+  void EndWhenNoHandlerRuns() {
+    if (program_ == nullptr) return;
+    if (loop_.InHandler()) {
+      if (auto* chooser = program_->IfLoaded<ChooseDevice>()) loop_.Guarded([chooser] { chooser->Cancel.Click(); });
+      return;
+    }
+    end_look_.stop();
+    loop_.Guarded([this] {
+      if (auto* master = program_->IfLoaded<Master>()) master->EndOnRequest();
+    });
+  }
+
+  Program* program_ = nullptr;  // while Run runs
+  QTimer end_look_;             // looks for the moment to end the program on a request
 };
 
 }  // namespace

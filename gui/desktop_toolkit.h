@@ -29,6 +29,12 @@ class DesktopToolkit {
   // Starts the program (its entry, with the device chooser) and shows its windows until the
   // main window is gone. Returns the process's exit status.
   virtual int Run(Program& program, LiveVideo live) = 0;
+
+  // A request from outside to end the program, from an event of the loop: once no handler of
+  // the program is under way (no modal window or message box is open; the device chooser of
+  // the start is cancelled), the main window's EndOnRequest ends what runs and closes the
+  // program.
+  virtual void EndProgram() = 0;
 };
 
 }  // namespace zr::gui

@@ -57,6 +57,11 @@ void QtEventLoop::StopTimer(platform::TimerClient& timer) {
 }
 
 void QtEventLoop::Guarded(const std::function<void()>& action) {
+  struct UnderWay {
+    int& count;
+    explicit UnderWay(int& counted) : count(++counted) {}
+    ~UnderWay() { --count; }
+  } under_way(handlers_under_way_);
   try {
     action();
   } catch (const std::exception& failure) {

@@ -34,6 +34,9 @@ class QtEventLoop final : public QObject, public platform::EventLoop {
 
   // Runs `action` on behalf of the operator or the loop; a failure goes to the error handler.
   void Guarded(const std::function<void()>& action);
+  // Whether a handler of the program is under way: every one runs through Guarded, so a modal
+  // window or message box shows only inside one.
+  bool InHandler() const { return handlers_under_way_ > 0; }
   void SetErrorHandler(std::function<void(const std::exception&)> handler) { on_error_ = std::move(handler); }
 
  private:
@@ -46,6 +49,7 @@ class QtEventLoop final : public QObject, public platform::EventLoop {
   QTimer pump_;
   platform::PostedEventQueue posted_;
   std::function<void(const std::exception&)> on_error_;
+  int handlers_under_way_ = 0;
 };
 
 }  // namespace zr::gui

@@ -55,6 +55,15 @@ class Master : public MainWindow,
   void CaptureControl(bool start) override;
   void StopMovieRecord() override;
   void RecordNow();
+  // Ends what runs as the operator's Stop ends it (a movie run is stopped on its device and
+  // closed out, a series closed, a motion wait disarmed) and returns once the close-out is done,
+  // or after a grace time in which a device did not end its run.
+  void StopRunForExit();
+  // A request from outside to end the program (the system asks the process to end): what runs
+  // ends as StopRunForExit ends it, then the main window closes as the program closes it,
+  // saving the set-up, without the close box's question. Called from the top of the event loop,
+  // with no handler of the program under way.
+  void EndOnRequest();
   void AllControls(bool enabled);
   void OperationBar_ButtonClick(ui::ToolbarButton& button);
 

@@ -21,6 +21,9 @@ void UnloadIfLoaded(Program& program, std::string_view window) {
   if (auto* slot = program.FindWindow(window)) slot->Unload();
 }
 
+// How long a device may take to close its run's file after a stop before the program goes on.
+constexpr std::int64_t kCloseOutGraceMs = 15000;
+
 // A file's existence is its length probe succeeding.
 bool FileLengthProbeSucceeds(const std::string& path) {
   std::error_code error;
@@ -197,6 +200,26 @@ void Master::StopMovieRecord() {
 }
 
 void Master::RecordNow() { OperationBar.ClickButton(RecordButton()); }
+
+void Master::StopRunForExit() {
+  if (RecordButton().Image != "stop") return;
+  if (MotionTimer.Enabled || ModeOfKey(program_.state.CaptureType) != OperatingMode::Movie) {
+    StopMovieRecord();
+    return;
+  }
+  auto& screen = program_.Window<VideoScreen>();
+  screen.StopCapture();
+  // The driver's run is closed out by the status poll, the control's by its "capture stopped".
+  auto& loop = program_.services.loop;
+  const std::int64_t give_up_ms = loop.NowMs() + kCloseOutGraceMs;
+  loop.RunModal(
+      [&] { return (RecordButton().Image != "stop" && !screen.WDMStatus.Enabled) || loop.NowMs() >= give_up_ms; });
+}
+
+void Master::EndOnRequest() {
+  StopRunForExit();
+  program_.SlotOf<Master>().Unload(ui::UnloadMode::FromCode);
+}
 
 void Master::AllControls(bool enabled) {
   for (ui::Control* control : std::initializer_list<ui::Control*>{

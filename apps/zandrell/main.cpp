@@ -21,6 +21,7 @@
 #include "main_window/master.h"
 #include "platform/linux/movie_output_file.h"
 #include "platform/linux/poll_event_loop.h"
+#include "platform/linux/termination_signals.h"
 
 namespace {
 
@@ -56,7 +57,10 @@ void PrintHelp() {
                "Settings are kept in $XDG_CONFIG_HOME/video-zandrell (default ~/.config/video-zandrell).\n"
                "Exit status without windows: 0 when the movie was written as asked; 1 when the run ended\n"
                "badly (a full disk, a missing folder, ...: the reason is printed) or wrote no movie; 2 for a\n"
-               "wrong option or a FILE that cannot be a movie.\n";
+               "wrong option or a FILE that cannot be a movie.\n"
+               "SIGTERM, SIGINT or SIGHUP end a run as Stop does (the movie is closed and plays), save the\n"
+               "set-up and end the program with the status 128 + the signal's number; a second one ends\n"
+               "it at once.\n";
 }
 
 // A separator at the end stays: such a name is a folder's.
@@ -169,8 +173,9 @@ void ListDevices(const std::vector<VideoDeviceEntry>& video, const std::vector<A
   for (const auto& entry : audio) std::cout << "  " << entry.name << "\n";
 }
 
-// Presses the operator's record button with a limit of `seconds` and waits for the run to end.
-bool RecordMovie(zr::Program& program, PollEventLoop& loop, const Options& options) {
+// Presses the operator's record button with a limit of `seconds` and waits for the run to end;
+// a request to end the process, or a run that outlasts its limit, stops it as Stop does.
+bool RecordMovie(zr::Program& program, PollEventLoop& loop, const Options& options, const TerminationWatch& watch) {
   auto& master = program.Window<zr::Master>();
   // Entering the mode anew would put the movie rate back to the preview rate.
   if (zr::ModeOfKey(program.state.CaptureType) != zr::OperatingMode::Movie) master.SetOperationMode("movie");
@@ -183,15 +188,11 @@ bool RecordMovie(zr::Program& program, PollEventLoop& loop, const Options& optio
   auto& record = master.RecordButton();
   master.OperationBar.ClickButton(record);
   const std::int64_t give_up_ms = loop.NowMs() + options.seconds * 1000LL + kClosingGraceMs;
-  bool asked_to_stop = false;
-  loop.RunModal([&] {
-    if (!asked_to_stop && loop.NowMs() > give_up_ms) {
-      asked_to_stop = true;
-      std::cerr << "zandrell: the run did not end by its limit; stopping it\n";
-      master.OperationBar.ClickButton(record);
-    }
-    return record.Image.get() == "record";
-  });
+  loop.RunModal([&] { return record.Image.get() == "record" || watch.Received() != 0 || loop.NowMs() > give_up_ms; });
+  if (record.Image.get() != "record") {
+    if (watch.Received() == 0) std::cerr << "zandrell: the run did not end by its limit; stopping it\n";
+    master.StopRunForExit();
+  }
   return master.StatusString.Caption.get() == program.Translate("Stopped");
 }
 
@@ -227,7 +228,11 @@ int RunWithWindows(zr::gui::DesktopToolkit& toolkit, const Options& options, con
   ProgramParts parts(
       toolkit.Loop(), [] {}, toolkit.Dialogs(), toolkit.Clipboard(), &toolkit.DeviceDialogs(), toolkit.Screen(),
       StartOf(options, app_path), std::move(video), std::move(audio));
-  return toolkit.Run(parts.program, parts.LiveVideo());
+  TerminationWatch watch(
+      toolkit.Loop(), [&devices = parts.devices] { devices.EndRunsFromAnyThread(); },
+      [&toolkit](int) { toolkit.EndProgram(); });
+  const int status = toolkit.Run(parts.program, parts.LiveVideo());
+  return watch.Received() != 0 ? 128 + watch.Received() : status;
 }
 
 int RunWithoutWindows(const Options& options, const std::string& app_path, std::vector<VideoDeviceEntry> video,
@@ -245,6 +250,8 @@ int RunWithoutWindows(const Options& options, const std::string& app_path, std::
       std::move(video), std::move(audio));
   zr::Program& program = parts.program;
   auto& devices = parts.devices;
+  TerminationWatch watch(
+      loop, [&devices] { devices.EndRunsFromAnyThread(); }, nullptr);
   HeadlessOperator headless_operator(program, options.device);
   loop.SetOperator([&headless_operator] { headless_operator.Act(); });
   try {
@@ -256,12 +263,13 @@ int RunWithoutWindows(const Options& options, const std::string& app_path, std::
   loop.SetOperator(nullptr);
 
   bool recorded = false;
-  if (!devices.Connected()) {
+  const bool asked_to_end_at_start = watch.Received() != 0;
+  if (!asked_to_end_at_start && !devices.Connected()) {
     std::cerr << "zandrell: no device is connected"
               << (devices.SourceMessage().empty() ? "" : ": " + devices.SourceMessage()) << "\n";
-  } else {
+  } else if (!asked_to_end_at_start) {
     try {
-      recorded = RecordMovie(program, loop, options);
+      recorded = RecordMovie(program, loop, options, watch);
     } catch (const zr::NotBuiltYet& missing) {
       // The movie is closed before any later step of the close-out runs.
       std::cerr << "zandrell: " << missing.what() << "\n";
@@ -273,12 +281,18 @@ int RunWithoutWindows(const Options& options, const std::string& app_path, std::
     if (IsFile(options.output)) ReportMovie(parts.movies, options.output);
   }
   program.SlotOf<zr::Master>().Unload(zr::ui::UnloadMode::FromCode);
+  if (const int signal = watch.Received(); signal != 0) {
+    std::cerr << "zandrell: ended on " << TerminationSignalName(signal) << "\n";
+    return 128 + signal;
+  }
   return recorded && IsFile(options.output) ? 0 : 1;
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
+  // Before any thread starts: the requests to end are read by the watch of whichever face runs.
+  BlockTerminationSignals();
   const std::vector<std::string> arguments(argv + 1, argv + argc);
   for (const auto& argument : arguments) {
     if (argument == "--help") {

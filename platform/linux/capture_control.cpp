@@ -197,7 +197,7 @@ class RealCaptureControl final : public VideoCaptureControl, public ConnectedDev
     if (capture_audio_ && !devices_.AudioDevices().empty())
       sound = Entry(devices_.AudioDevices(), audio_device_).open();
     run_end_.Begin("");
-    run_ = std::make_unique<MovieRun>(devices_.Services().movies, live, std::move(sound), request,
+    run_ = std::make_unique<MovieRun>(devices_.Services().movies, devices_.Running(), live, std::move(sound), request,
                                       [this](RecordingEnd end, const Error& why) {
                                         run_end_.Ended(end, why);
                                         PostEvent(&CaptureControlEvents::CaptureStopped);
@@ -239,7 +239,8 @@ class RealCaptureControl final : public VideoCaptureControl, public ConnectedDev
     request.format = devices_.Compressors().MovieFormatOf(devices_.Compressors().ControlCompressor());
     request.format.frames_per_second = frames_per_second > 0 ? frames_per_second : 1;
     request.pace = RecordingPace::FrameByFrame;
-    single_frames_ = std::make_unique<MovieRun>(devices_.Services().movies, live, nullptr, request, nullptr);
+    single_frames_ =
+        std::make_unique<MovieRun>(devices_.Services().movies, devices_.Running(), live, nullptr, request, nullptr);
     if (auto started = single_frames_->Start(); !started) {
       single_frames_.reset();
       throw DeviceError(started.error().message);

@@ -19,6 +19,7 @@
 #include "platform/linux/backend_registry.h"
 #include "platform/linux/compressors.h"
 #include "platform/linux/frame_source.h"
+#include "platform/linux/movie_run.h"
 #include "platform/movie_file.h"
 #include "platform/services.h"
 
@@ -66,12 +67,16 @@ class RealCaptureDevices {
   std::string RunMessage() const;
   void MousePressed(int button);
   int PreviewRate() const { return preview_rate_; }
+  // From any thread: asks every movie run under way to end as a stop ends it (a request from
+  // outside to end the process). The runs close their files and report their ends as ever.
+  void EndRunsFromAnyThread() { running_.RequestStopAll(); }
 
   // ---- for the back ends
   CaptureDeviceServices& Services() { return services_; }
   const std::vector<VideoDeviceEntry>& VideoDevices() const { return video_; }
   const std::vector<AudioDeviceEntry>& AudioDevices() const { return audio_; }
   CompressorSettings& Compressors() { return compressors_; }
+  RunningRecorders& Running() { return running_; }
   void SetConnected(ConnectedDevice* device) {
     connected_ = device;
     connect_problem_.clear();
@@ -87,6 +92,7 @@ class RealCaptureDevices {
   std::vector<VideoDeviceEntry> video_;
   std::vector<AudioDeviceEntry> audio_;
   CompressorSettings compressors_;
+  RunningRecorders running_;
   ConnectedDevice* connected_ = nullptr;
   std::string connect_problem_;
   int preview_rate_ = 15;

@@ -4,9 +4,22 @@
 
 namespace zr::platform::linux_impl {
 
-MovieRun::MovieRun(MovieFiles& movies, LiveSource& live, std::unique_ptr<AudioSource> sound, Request request,
-                   Recorder::EndHandler on_end)
+void RunningRecorders::Add(const std::shared_ptr<Recorder>& recorder) {
+  std::lock_guard lock(mutex_);
+  std::erase_if(recorders_, [](const std::weak_ptr<Recorder>& known) { return known.expired(); });
+  recorders_.push_back(recorder);
+}
+
+void RunningRecorders::RequestStopAll() {
+  std::lock_guard lock(mutex_);
+  for (const auto& known : recorders_)
+    if (auto recorder = known.lock()) recorder->RequestStop();
+}
+
+MovieRun::MovieRun(MovieFiles& movies, RunningRecorders& running, LiveSource& live, std::unique_ptr<AudioSource> sound,
+                   Request request, Recorder::EndHandler on_end)
     : movies_(movies),
+      running_(running),
       live_(live),
       sound_(std::move(sound)),
       request_(std::move(request)),
@@ -41,6 +54,7 @@ Result<void> MovieRun::Start() {
     recorder_.reset();
     return started;
   }
+  running_.Add(recorder_);
   if (request_.pace == RecordingPace::Timed) live_.Attach(recorder_);
   if (sound_ && settings.format.audio) {
     if (auto sound = sound_->Start(*settings.format.audio, *recorder_); sound) sound_started_ = true;

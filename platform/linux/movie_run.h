@@ -12,6 +12,7 @@
 #include <mutex>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "platform/capture_backends.h"
 #include "platform/linux/audio_source.h"
@@ -44,6 +45,18 @@ class RunEnd {
   std::atomic<RunFailure> failure_{RunFailure::None};
 };
 
+// The movie runs under way on all the devices, so that a request to end the process can ask
+// every one to end from any thread (a run the logic thread waits for in a blocking call too).
+class RunningRecorders {
+ public:
+  void Add(const std::shared_ptr<Recorder>& recorder);
+  void RequestStopAll();
+
+ private:
+  std::mutex mutex_;
+  std::vector<std::weak_ptr<Recorder>> recorders_;  // those that ended are dropped on the way
+};
+
 class MovieRun {
  public:
   struct Request {
@@ -53,8 +66,8 @@ class MovieRun {
     std::optional<int> limit_seconds;
   };
 
-  MovieRun(MovieFiles& movies, LiveSource& live, std::unique_ptr<AudioSource> sound, Request request,
-           Recorder::EndHandler on_end);
+  MovieRun(MovieFiles& movies, RunningRecorders& running, LiveSource& live, std::unique_ptr<AudioSource> sound,
+           Request request, Recorder::EndHandler on_end);
   ~MovieRun();  // asks for the end and finishes
   MovieRun(const MovieRun&) = delete;
   MovieRun& operator=(const MovieRun&) = delete;
@@ -72,6 +85,7 @@ class MovieRun {
 
  private:
   MovieFiles& movies_;
+  RunningRecorders& running_;
   LiveSource& live_;
   std::unique_ptr<AudioSource> sound_;
   Request request_;

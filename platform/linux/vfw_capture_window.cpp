@@ -221,7 +221,7 @@ class RealCaptureWindow final : public VfwCaptureWindow, public ConnectedDevice 
     if (parms_.fLimitEnabled) request.limit_seconds = static_cast<int>(parms_.wTimeLimit);
     std::unique_ptr<AudioSource> sound;
     if (parms_.fCaptureAudio && !devices_.AudioDevices().empty()) sound = devices_.AudioDevices()[audio_device_].open();
-    run_ = std::make_unique<MovieRun>(devices_.Services().movies, *live_, std::move(sound), request,
+    run_ = std::make_unique<MovieRun>(devices_.Services().movies, devices_.Running(), *live_, std::move(sound), request,
                                       [this](RecordingEnd end, const Error& why) { RunEnded(end, why); });
     status_.fCapFileExists = 1;
     if (auto started = run_->Start(); !started) {
@@ -253,7 +253,8 @@ class RealCaptureWindow final : public VfwCaptureWindow, public ConnectedDevice 
     request.format = devices_.Compressors().MovieFormatOf(devices_.Compressors().DriverCompressor());
     request.format.frames_per_second = RunFramesPerSecond();
     request.pace = RecordingPace::FrameByFrame;
-    single_frames_ = std::make_unique<MovieRun>(devices_.Services().movies, *live_, nullptr, request, nullptr);
+    single_frames_ =
+        std::make_unique<MovieRun>(devices_.Services().movies, devices_.Running(), *live_, nullptr, request, nullptr);
     if (!single_frames_->Start()) {
       single_frames_.reset();
       return false;

@@ -8,6 +8,8 @@
 #include <filesystem>
 #include <fstream>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "tests/support/movie_probe.h"
 
@@ -34,6 +36,21 @@ class HeadlessProgramTest : public ::testing::Test {
 
   // Runs the program; gives its exit status and leaves what it printed in output_.
   int Run(const std::string& arguments) { return ExitOf(RunCommand(ProgramCommand(arguments))); }
+
+  // A shell line that starts the program in the background, its process id in $pid and what it
+  // prints in out.txt.
+  std::string InBackground(const std::string& arguments) const {
+    return "cd '" + folder_.string() + "' || exit; (export XDG_CONFIG_HOME='" + (folder_ / "config").string() +
+           "' HOME='" + folder_.string() + "' LANG=C; exec " + ZR_ZANDRELL_PROGRAM + " --app-path '" +
+           (folder_ / "app").string() + "' " + arguments + ") > out.txt 2>&1 & pid=$!; ";
+  }
+
+  // The frames the movie's headers count and the frames ffmpeg decodes in it.
+  static std::pair<long, long> HeaderAndDecodedFrames(const std::string& path) {
+    auto video = ProbeStream(path, 'v', "nb_frames,nb_read_frames");
+    if (video.count("nb_frames") == 0 || video.count("nb_read_frames") == 0) return {-1, -1};
+    return {std::stol(video["nb_frames"]), std::stol(video["nb_read_frames"])};
+  }
 
   int ExitOf(std::string output) {
     output_ = std::move(output);
@@ -142,6 +159,47 @@ TEST_F(HeadlessProgramTest, ANameThatIsNoMovieFileIsRefusedAndLeftAsItStands) {
   }
   EXPECT_TRUE(fs::is_directory(File("shots")));
   EXPECT_TRUE(fs::is_fifo(File("pipe.avi")));
+}
+
+// Asked to end three seconds into a ten-second run, the program stops the run as Stop does:
+// the movie is closed with its index and headers that count every frame, the set-up is saved,
+// and the program ends with 128 + the signal's number.
+TEST_F(HeadlessProgramTest, ARequestToEndStopsTheRunAsStopDoesAndSavesTheSetUp) {
+  WriteFastSetUp();
+  for (const auto& [signal, status] : {std::pair{"TERM", 143}, std::pair{"HUP", 129}}) {
+    fs::remove(folder_ / "app" / "zrsr.zr2");
+    const std::string movie = File(std::string(signal) + ".avi");
+    EXPECT_EQ(ExitOf(RunCommand(InBackground("--headless --record 10 '" + movie + "' setup.zrp") + "sleep 3; kill -" +
+                                signal + " $pid; wait $pid; echo \"exit=$?\"; cat out.txt")),
+              status)
+        << output_;
+    EXPECT_NE(output_.find(std::string("ended on SIG") + signal), std::string::npos) << output_;
+    EXPECT_NE(output_.find("Stopped: " + movie), std::string::npos) << output_;
+    const auto [header, decoded] = HeaderAndDecodedFrames(movie);
+    EXPECT_EQ(header, decoded);
+    EXPECT_GT(decoded, 45);
+    EXPECT_LT(decoded, 200);
+    EXPECT_NEAR(ProbeDurationSeconds(movie), static_cast<double>(decoded) / 30, 0.05);
+    EXPECT_TRUE(fs::exists(folder_ / "app" / "zrsr.zr2"));
+  }
+}
+
+// A killed program leaves its movie under the temporary name beside the movie's own, with
+// headers at most half a second behind the frames on the disk.
+TEST_F(HeadlessProgramTest, AKilledRunLeavesAMovieThatPlaysBesideItsName) {
+  WriteFastSetUp();
+  RunCommand(InBackground("--headless --record 10 movie.avi setup.zrp") +
+             "sleep 3; kill -KILL $pid; wait $pid 2>/dev/null");
+  EXPECT_FALSE(fs::exists(File("movie.avi")));
+  std::vector<fs::path> left;
+  for (const auto& entry : fs::directory_iterator(folder_))
+    if (entry.path().filename().string().starts_with("movie.partial-")) left.push_back(entry.path());
+  ASSERT_EQ(left.size(), 1u);
+  EXPECT_EQ(left[0].extension(), ".avi");
+  const auto [header, decoded] = HeaderAndDecodedFrames(left[0].string());
+  EXPECT_GT(header, 30);
+  EXPECT_GE(decoded, header);
+  EXPECT_LE(decoded, header + 15 + 2);  // half a second at 30 frames a second, and what was on its way
 }
 
 TEST_F(HeadlessProgramTest, AnUnknownDeviceRecordsNothing) {

@@ -2,6 +2,10 @@
 // built-in camera in the chooser, sees live video, records two seconds with Rec/Stop and quits.
 // The movie must be playable; a picture of the main window with live video is left in the
 // screenshots folder.
+//
+// With --end-on-request the run is given ten seconds, and two seconds into it the program is
+// asked to end from outside, as a termination signal asks it: the run must end as Stop ends it,
+// with a playable two-second movie, and the set-up must be saved.
 
 #include <unistd.h>
 
@@ -45,7 +49,8 @@ W* FindWidget(const char* name) {
 // The operator: each tick does the next thing the screen allows.
 class Operator {
  public:
-  Operator(zr::ProgramParts& parts, std::string screenshots) : parts_(parts), screenshots_(std::move(screenshots)) {
+  Operator(zr::ProgramParts& parts, std::string screenshots, zr::gui::DesktopToolkit* end_on_request)
+      : parts_(parts), screenshots_(std::move(screenshots)), end_on_request_(end_on_request) {
     clock_.start();
     QObject::connect(&tick_, &QTimer::timeout, [this] { Act(); });
     tick_.start(100);
@@ -90,6 +95,8 @@ class Operator {
       case Step::Quit:
         Quit();
         break;
+      case Step::EndingOnRequest:
+        break;
     }
   }
 
@@ -121,12 +128,18 @@ class Operator {
     if (!seconds || !minutes || !record) return;
     if (unlimited && unlimited->isChecked()) QTest::mouseClick(unlimited, Qt::LeftButton);
     minutes->setValue(0);
-    seconds->setValue(kRecordSeconds);
+    seconds->setValue(end_on_request_ ? kRecordSeconds * 5 : kRecordSeconds);
     QTest::mouseClick(record, Qt::LeftButton);
     Next(2);
   }
 
   void WatchRecording() {
+    if (end_on_request_ && clock_.elapsed() - step_started_ > kRecordSeconds * 1000) {
+      end_on_request_->EndProgram();
+      end_on_request_ = nullptr;
+      step_ = Step::EndingOnRequest;
+      return;
+    }
     auto& master = parts_.program.Window<zr::Master>();
     if (!shot_ && clock_.elapsed() - step_started_ > 1000)
       shot_ = Screenshot(FindWidget<QWidget>("Master"), "main_window.png");
@@ -153,9 +166,10 @@ class Operator {
     return bar ? bar->findChild<QToolButton*>(key) : nullptr;
   }
 
-  enum class Step { PickCamera, WaitForLiveVideo, Recording, Quit };
+  enum class Step { PickCamera, WaitForLiveVideo, Recording, Quit, EndingOnRequest };
   zr::ProgramParts& parts_;
   std::string screenshots_;
+  zr::gui::DesktopToolkit* end_on_request_;  // asked to end the program once, then null
   QElapsedTimer clock_;
   QTimer tick_;
   Step step_ = Step::PickCamera;
@@ -182,7 +196,8 @@ int main(int argc, char** argv) {
       toolkit->Loop(), [] {}, toolkit->Dialogs(), toolkit->Clipboard(), &toolkit->DeviceDialogs(), toolkit->Screen(),
       zr::ProgramStart{folder.string() + "/", "", folder.string() + "/", zr::Language::English},
       zr::platform::linux_impl::ProbeVideoDevices(), zr::platform::linux_impl::ProbeAudioDevices());
-  Operator operator_(parts, ZR_SCREENSHOT_DIR);
+  const bool end_on_request = argc > 1 && std::string(argv[1]) == "--end-on-request";
+  Operator operator_(parts, ZR_SCREENSHOT_DIR, end_on_request ? toolkit.get() : nullptr);
   toolkit->Run(parts.program, parts.LiveVideo());
   if (!operator_.failure.empty()) {
     std::cerr << "FAIL: " << operator_.failure << "\n";
@@ -193,6 +208,10 @@ int main(int argc, char** argv) {
   std::cout << "movie " << movie << ": " << seconds << " s\n";
   if (seconds < kRecordSeconds - 0.3 || seconds > kRecordSeconds + 0.5) {
     std::cerr << "FAIL: the movie is not a playable two-second movie\n";
+    return 1;
+  }
+  if (end_on_request && !std::filesystem::exists(folder / "zrsr.zr2")) {
+    std::cerr << "FAIL: the set-up was not saved when the program was asked to end\n";
     return 1;
   }
   std::filesystem::remove_all(folder);

@@ -13,6 +13,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "base/program_error.h"
@@ -202,6 +203,52 @@ TEST_F(RealCaptureDevicesTest, ClickOnThePictureAbortsAYieldingRun) {
   ASSERT_TRUE(RunUntil([&] { return reports.ends == 1; }, 3000));
   EXPECT_GT(Frames(File("clicked.avi")), 10);
   EXPECT_TRUE(ProbeStream(File("clicked.avi"), 'a', "codec_name").empty());
+}
+
+// A request to end the process stops the runs from its own thread: an exclusive run without a
+// limit, which holds the logic thread, ends as a stop ends it.
+TEST_F(RealCaptureDevicesTest, AnExclusiveRunEndsWhenTheRunsAreAskedToEndFromAnotherThread) {
+  StatusReports reports;
+  auto window = ConnectedWindow(reports);
+  SetUpRun(*window, /*limit_seconds=*/0, /*sound=*/false, /*yield=*/false);
+  ASSERT_TRUE(window->SetCaptureFile(File("ended.avi")));
+  std::thread request([this] {
+    std::this_thread::sleep_for(std::chrono::milliseconds(500));
+    devices_->EndRunsFromAnyThread();
+  });
+  ASSERT_TRUE(window->StartSequence());
+  request.join();
+  EXPECT_EQ(reports.ends, 1);
+  CAPSTATUS status;
+  ASSERT_TRUE(window->GetStatus(status));
+  EXPECT_EQ(status.dwReturn, 0u);
+  EXPECT_GT(Frames(File("ended.avi")), 10);
+}
+
+// Both kinds end a run that cannot start at once and say why: the driver in its status and
+// its end's text, the control in CaptureFailure and its "capture stopped".
+TEST_F(RealCaptureDevicesTest, ARunThatCannotStartEndsAtOnceSayingWhy) {
+  StatusReports reports;
+  auto window = ConnectedWindow(reports);
+  SetUpRun(*window, /*limit_seconds=*/1, /*sound=*/false, /*yield=*/true);
+  ASSERT_TRUE(window->SetCaptureFile(File("absent/run.avi")));
+  EXPECT_FALSE(window->StartSequence());
+  EXPECT_EQ(reports.ends, 1);
+  CAPSTATUS status;
+  ASSERT_TRUE(window->GetStatus(status));
+  EXPECT_EQ(status.dwReturn, static_cast<DWORD>(RunFailure::NoFolder));
+  EXPECT_NE(devices_->RunMessage().find("No such file or directory"), std::string::npos) << devices_->RunMessage();
+  window.reset();
+
+  LocalHttpServer camera(LocalHttpServer::Mode::Mjpeg);
+  ControlEvents events;
+  auto control = ConnectedIpCamera(camera, events);
+  fs::create_directory(File("folder.avi"));
+  control->SetCaptureFileName(File("folder.avi"));
+  EXPECT_THROW(control->StartCapture(), DeviceError);
+  ASSERT_TRUE(RunUntil([&] { return events.stopped == 1; }, 1000));
+  EXPECT_EQ(control->CaptureFailure(), RunFailure::CannotCreate);
+  EXPECT_TRUE(fs::is_directory(File("folder.avi")));
 }
 
 TEST_F(RealCaptureDevicesTest, DriverSavesCopiesAndAppendsSingleFrames) {
