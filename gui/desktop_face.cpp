@@ -4,6 +4,7 @@
 #include <QKeyEvent>
 #include <QMdiSubWindow>
 #include <QMessageBox>
+#include <QMouseEvent>
 #include <algorithm>
 
 #include "base/program_error.h"
@@ -188,7 +189,15 @@ void DesktopFace::ShowFailure(const std::exception& failure) {
 
 bool DesktopFace::eventFilter(QObject* watched, QEvent* event) {
   TrackKey(event);
+  if (event->type() == QEvent::MouseButtonPress) ForwardMousePress(static_cast<QMouseEvent*>(event)->button());
   return QObject::eventFilter(watched, event);
+}
+
+// A driver's run ends on a mouse press anywhere in the program (its abort buttons), before the
+// click it belongs to is handled: Rec/Stop itself ends a run that way.
+void DesktopFace::ForwardMousePress(Qt::MouseButton button) {
+  if (!live_.mouse_pressed) return;
+  live_.mouse_pressed(button == Qt::LeftButton ? 1 : button == Qt::RightButton ? 2 : 4);
 }
 
 void DesktopFace::TrackKey(QEvent* event) {

@@ -49,6 +49,7 @@ class DesktopFace final : public QObject {
   void DropWindowsNotIn(const std::map<WindowKey, bool>& live);
   void ShowFailure(const std::exception& failure);
   void TrackKey(QEvent* event);
+  void ForwardMousePress(Qt::MouseButton button);
 
   Program& program_;
   QtEventLoop& loop_;

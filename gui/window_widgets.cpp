@@ -163,11 +163,7 @@ void VideoWindow::paintEvent(QPaintEvent*) {
   painter.drawImage(area, ToQImage(*picture));
 }
 
-void VideoWindow::mousePressEvent(QMouseEvent* event) {
-  drag_start_ = event->globalPosition().toPoint();
-  const int button = event->button() == Qt::LeftButton ? 1 : event->button() == Qt::RightButton ? 2 : 4;
-  if (live_.mouse_pressed) live_.mouse_pressed(button);
-}
+void VideoWindow::mousePressEvent(QMouseEvent* event) { drag_start_ = event->globalPosition().toPoint(); }
 
 // Dragging the picture moves the window.
 void VideoWindow::mouseMoveEvent(QMouseEvent* event) {

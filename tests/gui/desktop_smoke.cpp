@@ -1,11 +1,12 @@
 // The desktop program on a real display server (run under xvfb-run): the operator picks the
-// built-in camera in the chooser, sees live video, records two seconds with Rec/Stop and quits.
-// The movie must be playable; a picture of the main window with live video is left in the
-// screenshots folder.
+// built-in camera in the chooser, sees live video, starts a ten-second run with Rec/Stop, ends it
+// with Rec/Stop after two seconds (a mouse press anywhere ends a driver's run) and quits. The
+// movie must be a playable two-second movie; a picture of the main window with live video is
+// left in the screenshots folder.
 //
-// With --end-on-request the run is given ten seconds, and two seconds into it the program is
-// asked to end from outside, as a termination signal asks it: the run must end as Stop ends it,
-// with a playable two-second movie, and the set-up must be saved.
+// With --end-on-request the program is asked to end from outside two seconds into the run, as a
+// termination signal asks it: the run must end as Stop ends it, with a playable two-second
+// movie, and the set-up must be saved.
 
 #include <unistd.h>
 
@@ -128,7 +129,7 @@ class Operator {
     if (!seconds || !minutes || !record) return;
     if (unlimited && unlimited->isChecked()) QTest::mouseClick(unlimited, Qt::LeftButton);
     minutes->setValue(0);
-    seconds->setValue(end_on_request_ ? kRecordSeconds * 5 : kRecordSeconds);
+    seconds->setValue(kRecordSeconds * 5);
     QTest::mouseClick(record, Qt::LeftButton);
     Next(2);
   }
@@ -143,7 +144,13 @@ class Operator {
     auto& master = parts_.program.Window<zr::Master>();
     if (!shot_ && clock_.elapsed() - step_started_ > 1000)
       shot_ = Screenshot(FindWidget<QWidget>("Master"), "main_window.png");
-    if (master.RecordButton().Image.get() == "record" && clock_.elapsed() - step_started_ > kRecordSeconds * 1000)
+    if (!stop_pressed_ && clock_.elapsed() - step_started_ > kRecordSeconds * 1000) {
+      if (auto* record = FindButtonOf("OperationBar", "record")) QTest::mouseClick(record, Qt::LeftButton);
+      stop_pressed_ = true;
+    }
+    // The run must have ended before the quit, which would end it anyway.
+    if (stop_pressed_ && master.RecordButton().Image.get() == "record" &&
+        master.StatusString.Caption.get() == "Stopped")
       Next(3);
   }
 
@@ -175,6 +182,7 @@ class Operator {
   Step step_ = Step::PickCamera;
   std::int64_t step_started_ = 0;
   bool shot_ = false;
+  bool stop_pressed_ = false;
   bool closing_ = false;
   bool splash_shot_ = false;
 };
