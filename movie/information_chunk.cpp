@@ -4,8 +4,6 @@
 #include <fstream>
 #include <string_view>
 
-#include "core/window_registry.h"
-
 namespace zr {
 
 namespace {
@@ -93,17 +91,5 @@ void WriteAviInfo(const std::string& path, const std::string& copyright, const s
   file.seekp(4);
   file.write(reinterpret_cast<const char*>(field.data()), field.size());
 }
-
-namespace {
-
-const ProgramProcedures kProcedures{{
-    {"WriteAviInfo",
-     [](Program&, const ProcedureArguments& a) {
-       a.Expect(7);
-       WriteAviInfo(a.Text(0), a.Text(1), a.Text(2), a.Text(3), a.Text(4), a.Text(5), a.Text(6));
-     }},
-}};
-
-}  // namespace
 
 }  // namespace zr
