@@ -2,6 +2,8 @@
 // the parameter files, the preferences, the sound choice, the Toolbars menu and Exit. Each
 // command is one line to the procedure that does the work.
 
+#include <cctype>
+
 #include "base/formatting.h"
 #include "capture/video_info.h"
 #include "capture/video_screen.h"
@@ -288,6 +290,25 @@ void Master::ChooseCaptureFilename() {
   program_.Window<VideoScreen>().SetFilename(chosen->front());
 }
 
+// A series' name: the dialog's filter follows the name's ending; a cancel leaves all as it was.
+void Master::ChooseSeriesFilename() {
+  auto& name = program_.state.CaptureFilename;
+  std::string ending = name.size() < 3 ? name : name.substr(name.size() - 3);
+  for (char& letter : ending) letter = static_cast<char>(std::toupper(static_cast<unsigned char>(letter)));
+  std::string filter;
+  if (ending == "AVI")
+    filter = "Movie Clips (*.AVI)|*.avi";
+  else if (ending == "BMP")
+    filter = "Bitmap Image File (*.BMP)|*.BMP";
+  else if (ending == "JPG")
+    filter = "JPEG Image File (*.JPG)|*.JPG";
+  const auto chosen = program_.services.dialogs.FileDialog(
+      platform::FileDialogRequest{platform::FileDialogKind::Save, "Save as...", filter, name, false});
+  if (!chosen || chosen->empty()) return;
+  name = chosen->front();
+  MasterStatus.Panels("filename").Text = program_.Translate("Filename: ") + name;
+}
+
 void Master::MultipleImageToolbar_ButtonClick(ui::ToolbarButton& button) {
   const std::string& key = button.Key();
   if (key == "record")
@@ -296,6 +317,8 @@ void Master::MultipleImageToolbar_ButtonClick(ui::ToolbarButton& button) {
     ArmMotionDetector();
   else if (key == "vidcompression")
     program_.Window<VideoScreen>().VideoCompressionDialog();
+  else if (key == "filename")
+    ChooseSeriesFilename();
   else if (key != "writeinfo" && key != "ftp")
     throw NotBuiltYet("the series toolbar command \"" + key + "\"");
 }

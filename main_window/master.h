@@ -106,6 +106,7 @@ class Master : public MainWindow,
   void DeviceToolbar_ButtonMenuClick(ui::ToolbarButton& button, ui::ButtonMenu& entry);
   void MovieToolbar_ButtonClick(ui::ToolbarButton& button);
   void ChooseCaptureFilename();
+  void ChooseSeriesFilename();
   void MultipleImageToolbar_ButtonClick(ui::ToolbarButton& button);
   void MultipleImageMode_Click();
   void ArmMotionDetector();
