@@ -323,6 +323,32 @@ void Master::MultipleImageToolbar_ButtonClick(ui::ToolbarButton& button) {
     throw NotBuiltYet("the series toolbar command \"" + key + "\"");
 }
 
-void Master::MultipleImageMode_Click() { ApplyFilenameExtension(); }
+// How a series is stored decides which keys apply and the name's ending, in capitals. A name
+// of fewer than four characters has no ending to take away and is left as it is.
+void Master::MultipleImageMode_Click() {
+  const int mode = MultipleImageMode.ListIndex;
+  const bool movie_file = mode == 0;
+  MultipleImageFrameRate.Enabled = movie_file;
+  MultipleImageToolbar.Button("filename").Image = movie_file ? "filename" : "save";
+  for (const char* key : {"otherinfo", "writeinfo", "vidcompression"})
+    MultipleImageToolbar.Button(key).Enabled = movie_file;
+  for (const char* key : {"netset", "ftp", "effects"}) MultipleImageToolbar.Button(key).Enabled = !movie_file;
+  imagesettings(1).Button("filenames").Enabled = !movie_file;
+  const bool clipboard = mode == 5;
+  for (const char* key : {"filename", "netset", "ftp"})
+    if (clipboard) MultipleImageToolbar.Button(key).Enabled = false;
+  if (!clipboard) MultipleImageToolbar.Button("filename").Enabled = true;
+
+  auto& panel = MasterStatus.Panels("filename");
+  if (clipboard) {
+    panel.Text = "";
+    return;
+  }
+  static constexpr const char* kEndings[] = {".AVI", ".BMP", ".JPG", ".BMP", ".JPG"};
+  auto& name = program_.state.CaptureFilename;
+  if (mode < 0 || mode > 4 || name.size() < 4) return;
+  name = name.substr(0, name.size() - 4) + kEndings[mode];
+  panel.Text = program_.Translate("Filename: ") + name;
+}
 
 }  // namespace zr
