@@ -43,6 +43,10 @@ void PrintHelp() {
                "                          (default: 3 seconds into zandrell.avi in the current folder);\n"
                "                          an older movie at FILE is replaced when the new one is done,\n"
                "                          anything else there (a folder, a device, a link) is refused\n"
+               "  --run [SECONDS]         without windows: run the set-up of PARAMETER_FILE (or of the last\n"
+               "                          start) as its mode and trigger say (a movie, a single image, a\n"
+               "                          series on an interval or by hand), for SECONDS or until a signal;\n"
+               "                          a line is printed for each stored picture\n"
                "  --device NAME           the device to connect, as the device chooser lists it,\n"
                "                          e.g. \"Built-in Test Camera (VFW)\" or \"Built-in Test Camera\";\n"
                "                          default: the built-in test camera\n"
@@ -72,6 +76,8 @@ std::string Absolute(const std::string& path) {
 
 struct Options {
   bool headless = false;
+  bool run_set_up = false;
+  std::optional<int> run_seconds;  // nothing: until a signal
   int seconds = kDefaultSeconds;
   std::string output = Absolute("zandrell.avi");
   std::string device;
@@ -111,6 +117,15 @@ std::optional<Options> ParseOptions(const std::vector<std::string>& arguments) {
       }
       options.seconds = *seconds;
       options.output = Absolute(arguments[++i]);
+    } else if (option == "--run") {
+      options.run_set_up = true;
+      options.headless = true;
+      if (has_value && !arguments[i + 1].starts_with("--")) {
+        if (const auto seconds = Seconds(arguments[i + 1])) {
+          options.run_seconds = seconds;
+          ++i;
+        }
+      }
     } else if (option == "--device" && has_value) {
       options.device = arguments[++i];
     } else if (option == "--app-path" && has_value) {
@@ -196,6 +211,63 @@ bool RecordMovie(zr::Program& program, PollEventLoop& loop, const Options& optio
   return master.StatusString.Caption.get() == program.Translate("Stopped");
 }
 
+// Says each picture a series stores as it comes: its file, or the clipboard.
+class StoredPictures {
+ public:
+  explicit StoredPictures(zr::Program& program) : program_(program) {}
+
+  void SayNew() {
+    const std::int32_t count = program_.state.ImageCount;
+    if (count <= said_) return;  // the end of a series sets the count back to 0
+    said_ = count;
+    const zr::ui::Window* window = program_.Slot("MultiImage").LoadedWindow();
+    const std::string where = window && program_.Window<zr::Master>().MultipleImageMode.ListIndex != 0
+                                  ? window->Caption.get()
+                                  : program_.state.CaptureFilename;
+    std::cout << "Picture " << count << ": " << where << std::endl;
+  }
+
+ private:
+  zr::Program& program_;
+  std::int32_t said_ = 0;
+};
+
+// Presses Rec/Stop as the set-up's mode says and lets it run for the asked time or until a
+// request to end: a movie to its own limit, one picture in "image" mode, a series by its trigger.
+bool RunSetUp(zr::Program& program, PollEventLoop& loop, const Options& options, const TerminationWatch& watch) {
+  auto& master = program.Window<zr::Master>();
+  auto& record = master.RecordButton();
+  const auto mode = zr::ModeOfKey(program.state.CaptureType);
+  if (mode != zr::OperatingMode::Movie && mode != zr::OperatingMode::Image && mode != zr::OperatingMode::Multiple) {
+    std::cerr << "zandrell: the set-up's mode \"" << program.state.CaptureType
+              << "\" takes no pictures; a set-up of a movie, an image or a series runs\n";
+    return false;
+  }
+  program.state.ImageCount = 0;
+  master.OperationBar.ClickButton(record);
+  if (mode == zr::OperatingMode::Image) {
+    std::cout << "Picture: " << program.state.CaptureFilename << std::endl;
+    return true;
+  }
+  StoredPictures pictures(program);
+  const std::int64_t started_ms = loop.NowMs();
+  const auto time_is_up = [&] {
+    return options.run_seconds && loop.NowMs() - started_ms >= *options.run_seconds * 1000LL;
+  };
+  loop.RunModal([&] {
+    pictures.SayNew();
+    return watch.Received() != 0 || time_is_up() || record.Image.get() == "record";
+  });
+  if (record.Image.get() != "record") {
+    if (mode == zr::OperatingMode::Movie)
+      master.StopRunForExit();
+    else
+      master.OperationBar.ClickButton(record);
+  }
+  pictures.SayNew();
+  return true;
+}
+
 bool IsFile(const std::string& path) {
   std::error_code error;
   return std::filesystem::is_regular_file(path, error);
@@ -238,7 +310,7 @@ int RunWithWindows(zr::gui::DesktopToolkit& toolkit, const Options& options, con
 int RunWithoutWindows(const Options& options, const std::string& app_path, std::vector<VideoDeviceEntry> video,
                       std::vector<AudioDeviceEntry> audio) {
   // What stands at the movie's name is replaced only when it is a movie's kind of file.
-  if (auto usable = MovieOutputFile::CheckName(options.output); !usable) {
+  if (auto usable = MovieOutputFile::CheckName(options.output); !options.run_set_up && !usable) {
     std::cerr << "zandrell: " << usable.error().message << "; nothing was recorded\n";
     return 2;
   }
@@ -267,6 +339,15 @@ int RunWithoutWindows(const Options& options, const std::string& app_path, std::
   if (!asked_to_end_at_start && !devices.Connected()) {
     std::cerr << "zandrell: no device is connected"
               << (devices.SourceMessage().empty() ? "" : ": " + devices.SourceMessage()) << "\n";
+  } else if (!asked_to_end_at_start && options.run_set_up) {
+    try {
+      recorded = RunSetUp(program, loop, options, watch);
+    } catch (const zr::NotBuiltYet& missing) {
+      std::cerr << "zandrell: " << missing.what() << "\n";
+    }
+    for (const std::string& message : {devices.SourceMessage(), devices.RunMessage()})
+      if (!message.empty()) std::cerr << "zandrell: " << message << "\n";
+    std::cout << program.Window<zr::Master>().StatusString.Caption.get() << "\n";
   } else if (!asked_to_end_at_start) {
     try {
       recorded = RecordMovie(program, loop, options, watch);
@@ -285,6 +366,7 @@ int RunWithoutWindows(const Options& options, const std::string& app_path, std::
     std::cerr << "zandrell: ended on " << TerminationSignalName(signal) << "\n";
     return 128 + signal;
   }
+  if (options.run_set_up) return recorded ? 0 : 1;
   return recorded && IsFile(options.output) ? 0 : 1;
 }
 
