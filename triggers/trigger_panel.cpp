@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <initializer_list>
 #include <iterator>
+#include <utility>
 
 #include "base/formatting.h"
 #include "core/main_window.h"
@@ -31,7 +32,21 @@ TriggerPanel::TriggerPanel(ui::Window& window, Program& program, SeriesPanel& se
   MotionLabel.Caption = "Trigged by Motion";
   TriggerType.OnButtonClick = [this](ui::ToolbarButton& button) { SelectTrigger(button.Key()); };
   MultipleImageTimer.OnTimer = [this] { MultipleImageTimer_Timer(); };
+  const std::pair<ui::RangeControl*, ui::Label*> fields[] = {
+      {&series_.MultipleImageHoursControl, &series_.MultipleImageHoursDisplay},
+      {&series_.MultipleImageMinutesControl, &series_.MultipleImageMinutesDisplay},
+      {&series_.MultipleImageSecondsControl, &series_.MultipleImageSecondsDisplay}};
+  for (const auto& [control, display] : fields)
+    control->OnChange = [this, control, display] { IntervalField_Change(*control, *display); };
   SelectTrigger("manual");
+}
+
+// The field's display follows it; an interval of nothing becomes one second.
+void TriggerPanel::IntervalField_Change(const ui::RangeControl& field, ui::Label& display) {
+  display.Caption = FormatNumber(field.Value, "#00");
+  if (series_.MultipleImageHoursControl.Value == 0 && series_.MultipleImageMinutesControl.Value == 0 &&
+      series_.MultipleImageSecondsControl.Value == 0)
+    series_.MultipleImageSecondsControl.Value = 1;
 }
 
 void TriggerPanel::SelectTrigger(const std::string& key) {

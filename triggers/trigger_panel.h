@@ -34,6 +34,7 @@ class TriggerPanel {
 
  private:
   void MultipleImageTimer_Timer();
+  void IntervalField_Change(const ui::RangeControl& field, ui::Label& display);
 };
 
 }  // namespace zr
