@@ -266,6 +266,8 @@ void Master::MovieToolbar_ButtonClick(ui::ToolbarButton& button) {
       StopMovieRecord();
   } else if (key == "motion") {
     ArmMotionDetector();
+  } else if (key == "autostart") {
+    ShowAutostart();
   } else if (key == "audio") {
     SetAudioCapture(button.Value == 1);
   } else if (key == "tcr") {
@@ -315,6 +317,8 @@ void Master::MultipleImageToolbar_ButtonClick(ui::ToolbarButton& button) {
     CaptureControl(RecordButton().Image == "record");
   else if (key == "motion")
     ArmMotionDetector();
+  else if (key == "autostart")
+    ShowAutostart();
   else if (key == "vidcompression")
     program_.Window<VideoScreen>().VideoCompressionDialog();
   else if (key == "filename")

@@ -111,6 +111,7 @@ class Master : public MainWindow,
   void MultipleImageMode_Click();
   void ArmMotionDetector();
   void ArmMotionDetectorFromOperationBar();
+  void ShowAutostart();
   void CaptureImage();
   // Moves the still on the clipboard into the picture window, draws the overlay on it and
   // keeps it as the window's restore point.

@@ -8,6 +8,7 @@
 #include "capture/video_screen.h"
 #include "core/operating_mode.h"
 #include "main_window/master.h"
+#include "triggers/autostart.h"
 
 namespace zr {
 
@@ -39,8 +40,11 @@ void Master::OperationBar_ButtonClick(ui::ToolbarButton& button) {
     ArmMotionDetectorFromOperationBar();
     return;
   }
-  if (key == "rs232" || key == "autostart" || key == "sound")
-    throw NotBuiltYet("the trigger window of \"" + key + "\"");
+  if (key == "autostart") {
+    ShowAutostart();
+    return;
+  }
+  if (key == "rs232" || key == "sound") throw NotBuiltYet("the trigger window of \"" + key + "\"");
   if (key != "record") return;
   // The visible option band decides, tested in this order; with all three hidden the press
   // does nothing.
@@ -93,6 +97,9 @@ void Master::CaptureImage() {
   RecordButton().Image = "pause";
   PlaceStillInImageWindow();
 }
+
+// The scheduled start's window, non-modal; a second press brings the same window forward.
+void Master::ShowAutostart() { program_.Window<Autostart>().Show(); }
 
 // Motion and a run are the same state on the bar: the operator ends an armed wait with the
 // button that ends a run. The image is set before the timer can fire.
