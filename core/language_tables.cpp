@@ -68,6 +68,8 @@ constexpr TextTranslations kTable[] = {
      "Auslösung per Zeitgeber"},
     {"Motion Trigger", "Disparo por movimento", "Disparo por movimiento", "Déclenchement sur mouvement",
      "Auslösung bei Bewegung"},
+    {"No joystick found", "Nenhum joystick encontrado", "No se encontró ningún joystick", "Aucune manette trouvée",
+     "Kein Joystick gefunden"},
 
     // ---- Main window: the WebShare band
     {"Stand by", "Em espera", "En espera", "En attente", "Bereit"},

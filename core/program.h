@@ -13,6 +13,7 @@
 #include "core/language.h"
 #include "platform/capture_backends.h"
 #include "platform/event_loop.h"
+#include "platform/joystick.h"
 #include "platform/movie_file.h"
 #include "platform/services.h"
 #include "ui/window.h"
@@ -33,6 +34,7 @@ struct Services {
   platform::MovieFiles& movies;
   platform::VfwDriverSystem& drivers;
   std::function<std::unique_ptr<platform::VideoCaptureControl>()> make_capture_control;
+  platform::Joystick& joystick;
 };
 
 // The application title: the root of the window settings and the title of message boxes.

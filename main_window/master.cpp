@@ -17,6 +17,7 @@ Master::Master(Program& program)
       MovieRunPanel(static_cast<ui::Window&>(*this), program),
       SeriesPanel(static_cast<ui::Window&>(*this)),
       TriggerPanel(static_cast<ui::Window&>(*this), program, static_cast<SeriesPanel&>(*this)),
+      JoystickPanel(program, static_cast<TriggerPanel&>(*this), static_cast<SeriesPanel&>(*this)),
       AviBuilderPanel(static_cast<ui::Window&>(*this), program),
       PictureServerPanel(static_cast<ui::Window&>(*this)),
       TunerPanel(static_cast<ui::Window&>(*this)),

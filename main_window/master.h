@@ -1,7 +1,7 @@
 #pragma once
 // The main window: the frame that holds the capture window and every command surface, composed
 // of the frame every feature reports to (core/main_window.h) and the feature panels that live
-// with their features (the movie run and the series in capture/, the triggers in triggers/,
+// with their features (the movie run and the series in capture/, the triggers and the joystick in triggers/,
 // the AVI builder in movie/, the picture server in net/, the tuner in peripherals/).
 //
 // Its handlers live in this folder by feature: the frame's controls in master.cpp, its load
@@ -17,6 +17,7 @@
 #include "movie/avi_builder_panel.h"
 #include "net/picture_server_panel.h"
 #include "peripherals/tuner_panel.h"
+#include "triggers/joystick_panel.h"
 #include "triggers/trigger_panel.h"
 #include "ui/controls.h"
 #include "ui/window.h"
@@ -29,6 +30,7 @@ class Master : public MainWindow,
                public MovieRunPanel,
                public SeriesPanel,
                public TriggerPanel,
+               public JoystickPanel,
                public AviBuilderPanel,
                public PictureServerPanel,
                public TunerPanel {

@@ -370,7 +370,7 @@ struct SerialLine {
   bool on = false;
 };
 
-// joystick BUTTONS (the button state as a whole number >= 0)
+// joystick BUTTONS (the button state: a bit mask of the pressed buttons, or a negative number)
 struct Joystick {
   int buttons = 0;
 };

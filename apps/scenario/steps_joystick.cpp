@@ -1,5 +1,6 @@
-// The joystick: the button state it reports. The runner does not carry this out yet; a
-// scenario that uses it fails at that line.
+// The joystick: the button state the simulated joystick reports. The state reaches the program
+// through the loop, as a real joystick's does, and is handled before the next command; inside a
+// blocking call of the program it waits, as every posted event does.
 
 #include "apps/scenario/steps.h"
 
@@ -7,7 +8,10 @@ namespace zr::scenario {
 
 namespace {
 
-void Do(Runner&, const Joystick&) { NotYetSupported("joystick"); }
+void Do(Runner& runner, const Joystick& joystick) {
+  runner.world().joystick.Report(joystick.buttons);
+  if (!runner.world().loop.Blocking()) runner.world().loop.Yield();
+}
 
 }  // namespace
 

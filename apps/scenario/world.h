@@ -12,6 +12,7 @@
 #include "platform/linux/ini_settings_store.h"
 #include "platform/sim/sim_devices.h"
 #include "platform/sim/sim_event_loop.h"
+#include "platform/sim/sim_joystick.h"
 #include "platform/sim/sim_services.h"
 
 namespace zr::scenario {
@@ -38,6 +39,7 @@ class World final : private platform::sim::InputSource {
   platform::linux_impl::FfmpegMovieFiles movies;
   std::unique_ptr<platform::sim::SimDeviceWorld> devices;
   std::unique_ptr<platform::VfwDriverSystem> drivers;
+  platform::sim::SimJoystick joystick{loop};
 
   // The program; made by Start, ended by a later Start or by the world's end.
   Program& program() { return *program_; }

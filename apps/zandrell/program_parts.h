@@ -41,7 +41,7 @@ struct ProgramParts {
                 std::move(video), std::move(audio)),
         drivers(devices.MakeDriverSystem()),
         program(Services{loop, dialogs, clipboard, settings, files, clock, desktop, movies, *drivers,
-                         [this] { return devices.MakeCaptureControl(); }},
+                         [this] { return devices.MakeCaptureControl(); }, joystick},
                 start.app_path) {
     program.CommandLine = start.command_line;
     program.HomeFolder = start.home_folder;
@@ -62,6 +62,7 @@ struct ProgramParts {
   platform::linux_impl::FfmpegMovieFiles movies;
   platform::linux_impl::RealCaptureDevices devices;
   std::unique_ptr<platform::VfwDriverSystem> drivers;
+  platform::NoJoystick joystick;
   Program program;
 };
 

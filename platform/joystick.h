@@ -1,0 +1,53 @@
+#pragma once
+// A joystick or game pad as the program sees it: the state of its buttons, reported whenever it
+// changes. The state is a bit mask, bit n set while button n is down, 0 when no button is down.
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <utility>
+
+#include "platform/event_loop.h"
+
+namespace zr::platform {
+
+class Joystick {
+ public:
+  using ButtonsListener = std::function<void(int buttons)>;
+
+  virtual ~Joystick() = default;
+  // The name of the joystick that is read; empty where the machine has none.
+  virtual std::string Name() const = 0;
+  // Where each change of the button state goes, or nowhere with an empty listener. Called on the
+  // logic thread; the listener is called on the logic thread, from an event posted to its loop.
+  virtual void SetListener(ButtonsListener listener) = 0;
+};
+
+// The joystick of a machine that has none: it has no name and never reports.
+class NoJoystick final : public Joystick {
+ public:
+  std::string Name() const override { return ""; }
+  void SetListener(ButtonsListener) override {}
+};
+
+// What a joystick that reports shares: the listener, and the hand-off of a button state to it
+// through the loop. A state posted before the joystick ends reaches nobody once it has ended.
+class PostingJoystick : public Joystick {
+ public:
+  explicit PostingJoystick(EventLoop& loop) : loop_(loop) {}
+  void SetListener(ButtonsListener listener) override { *listener_ = std::move(listener); }
+
+ protected:
+  // Any thread.
+  void PostButtons(int buttons) {
+    loop_.Post([listener = std::weak_ptr<ButtonsListener>(listener_), buttons] {
+      if (const auto alive = listener.lock(); alive && *alive) (*alive)(buttons);
+    });
+  }
+
+ private:
+  EventLoop& loop_;
+  const std::shared_ptr<ButtonsListener> listener_ = std::make_shared<ButtonsListener>();
+};
+
+}  // namespace zr::platform
