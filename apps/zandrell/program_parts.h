@@ -12,6 +12,7 @@
 #include "core/program.h"
 #include "gui/live_video.h"
 #include "platform/linux/capture_devices.h"
+#include "platform/linux/evdev_joystick.h"
 #include "platform/linux/ffmpeg_movie_files.h"
 #include "platform/linux/headless_services.h"
 #include "platform/linux/ini_settings_store.h"
@@ -27,6 +28,10 @@ struct ProgramStart {
   Language language = Language::English;
 };
 
+// Where the joystick to read is named: a path (/dev/input/event5) or a device's name.
+inline const std::string kJoystickSection = "Joystick";
+inline const std::string kJoystickDevice = "Device";
+
 struct ProgramParts {
   // `device_dialogs` is null without windows: the devices' own dialogs cannot be shown then.
   ProgramParts(platform::EventLoop& loop, std::function<void()> wake, platform::Dialogs& dialogs,
@@ -40,8 +45,10 @@ struct ProgramParts {
                                                             start.app_path + "capture.avi"},
                 std::move(video), std::move(audio)),
         drivers(devices.MakeDriverSystem()),
+        joystick(platform::linux_impl::OpenJoystick(platform::linux_impl::RealEvdevSystem(), loop,
+                                                    settings.Get(kAppTitle, kJoystickSection, kJoystickDevice, ""))),
         program(Services{loop, dialogs, clipboard, settings, files, clock, desktop, movies, *drivers,
-                         [this] { return devices.MakeCaptureControl(); }, joystick},
+                         [this] { return devices.MakeCaptureControl(); }, *joystick},
                 start.app_path) {
     program.CommandLine = start.command_line;
     program.HomeFolder = start.home_folder;
@@ -62,7 +69,8 @@ struct ProgramParts {
   platform::linux_impl::FfmpegMovieFiles movies;
   platform::linux_impl::RealCaptureDevices devices;
   std::unique_ptr<platform::VfwDriverSystem> drivers;
-  platform::NoJoystick joystick;
+  // The joystick or game pad the setting names by its path or name, or the first found.
+  std::unique_ptr<platform::Joystick> joystick;
   Program program;
 };
 
