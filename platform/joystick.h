@@ -4,6 +4,7 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <utility>
 
@@ -31,23 +32,36 @@ class NoJoystick final : public Joystick {
 };
 
 // What a joystick that reports shares: the listener, and the hand-off of a button state to it
-// through the loop. A state posted before the joystick ends reaches nobody once it has ended.
+// through the loop. A listener that comes after a state was heard is told the last one, so that
+// a main window made after the joystick opened knows whether the buttons are up. A state posted
+// before the joystick ends reaches nobody once it has ended.
 class PostingJoystick : public Joystick {
  public:
   explicit PostingJoystick(EventLoop& loop) : loop_(loop) {}
-  void SetListener(ButtonsListener listener) override { *listener_ = std::move(listener); }
+  void SetListener(ButtonsListener listener) override {
+    hearing_->listener = std::move(listener);
+    if (hearing_->last && hearing_->listener) PostButtons(*hearing_->last);
+  }
 
  protected:
   // Any thread.
   void PostButtons(int buttons) {
-    loop_.Post([listener = std::weak_ptr<ButtonsListener>(listener_), buttons] {
-      if (const auto alive = listener.lock(); alive && *alive) (*alive)(buttons);
+    loop_.Post([hearing = std::weak_ptr<Hearing>(hearing_), buttons] {
+      const auto alive = hearing.lock();
+      if (!alive) return;
+      alive->last = buttons;
+      if (alive->listener) alive->listener(buttons);
     });
   }
 
  private:
+  struct Hearing {
+    ButtonsListener listener;
+    std::optional<int> last;  // the state last handed on; the logic thread's
+  };
+
   EventLoop& loop_;
-  const std::shared_ptr<ButtonsListener> listener_ = std::make_shared<ButtonsListener>();
+  const std::shared_ptr<Hearing> hearing_ = std::make_shared<Hearing>();
 };
 
 }  // namespace zr::platform
