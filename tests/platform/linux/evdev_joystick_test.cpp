@@ -7,10 +7,10 @@
 
 #include <cerrno>
 #include <chrono>
-#include <thread>
 #include <memory>
 #include <set>
 #include <string>
+#include <thread>
 #include <utility>
 #include <vector>
 
