@@ -29,7 +29,8 @@ constexpr std::size_t kNameBytes = 256;
 using KeyBits = std::array<std::uint8_t, KEY_MAX / CHAR_BIT + 1>;
 
 bool BitSet(const KeyBits& bits, int code) {
-  return (bits[static_cast<std::size_t>(code) / CHAR_BIT] >> (code % CHAR_BIT)) & 1U;
+  const auto index = static_cast<std::size_t>(code);
+  return ((static_cast<unsigned>(bits[index / CHAR_BIT]) >> (index % CHAR_BIT)) & 1U) != 0;
 }
 
 // An open event device, closed when it ends.
