@@ -2,6 +2,8 @@
 // reaches a file: the capture window's runs, stills and frame-by-frame movies.
 
 #include <cmath>
+#include <memory>
+#include <utility>
 
 #include "base/formatting.h"
 #include "capture/capture_device.h"
@@ -150,6 +152,23 @@ void VideoScreen::SaveStill(const std::string& path, int quality, bool to_clipbo
   ResumeNext([&] {
     if (StreamPic.Picture) WritePictureFile(*StreamPic.Picture, path, quality);
   });
+}
+
+void VideoScreen::TakeFrame() {
+  SaveStill("", 0, true);
+  program_.Yield();
+  auto picture = program_.services.clipboard.GetPicture();
+  MotionPicture.Picture = picture ? std::make_shared<const platform::Picture>(std::move(*picture)) : nullptr;
+}
+
+HimetricSize VideoScreen::FrameSize() const {
+  if (!MotionPicture.Picture) return {};
+  return {HimetricOfPixelsAt96Dpi(MotionPicture.Picture->width),
+          HimetricOfPixelsAt96Dpi(MotionPicture.Picture->height)};
+}
+
+std::int32_t VideoScreen::ColourAt(int x, int y) const {
+  return MotionPicture.Picture ? PackedColourAt(*MotionPicture.Picture, x, y) : -1;
 }
 
 void VideoScreen::SetFilename(const std::string& path) {

@@ -9,6 +9,7 @@
 #include <string_view>
 
 #include "capture/device_kind.h"
+#include "capture/motion_surface.h"
 #include "core/program.h"
 #include "platform/capture_backends.h"
 #include "ui/controls.h"
@@ -16,7 +17,7 @@
 
 namespace zr {
 
-class VideoScreen : public ui::Window, private platform::CaptureControlEvents {
+class VideoScreen : public ui::Window, public MotionSurface, private platform::CaptureControlEvents {
  public:
   static constexpr std::string_view kWindowName = "VideoScreen";
   static constexpr ui::WindowPlacement kPlacement = ui::WindowPlacement::InMainFromLoad;
@@ -60,6 +61,13 @@ class VideoScreen : public ui::Window, private platform::CaptureControlEvents {
   void AudioVFW(bool enabled);
   void ConnectVideoCaptureDevice(int index, const std::string& kind, const std::string& name);
   void ShowTCR();
+
+  // The motion detector's view of this window: the frame goes over the clipboard into
+  // MotionPicture, whose picture is what the window's surface shows at 96 dots an inch.
+  void TakeFrame() override;
+  HimetricSize FrameSize() const override;
+  TwipsPerPixel DisplayScale() const override { return kDisplayScaleAt96Dpi; }
+  std::int32_t ColourAt(int x, int y) const override;
 
   bool QueryUnload(ui::UnloadMode mode) override;
 

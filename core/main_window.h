@@ -70,7 +70,9 @@ class MainWindow : public ui::Window {
   virtual void SetAudioCapture(bool on) = 0;
   virtual void CaptureControl(bool start) = 0;
   virtual void StopMovieRecord() = 0;
-  // One picture of a series; a store that fails ends that shot only.
+  // One picture of a series; ShootImage lets a failed store raise, ShootImageOfSeries ends
+  // that shot only.
+  virtual void ShootImage() = 0;
   virtual void ShootImageOfSeries() = 0;
   virtual void ApplyFilenameExtension() = 0;
   // The whole set-up written to or applied from a parameter file.

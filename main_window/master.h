@@ -73,7 +73,7 @@ class Master : public MainWindow,
   // The present frame into a new picture window of its own, and onto the clipboard if asked.
   void TakeSnapshot(bool to_clipboard);
   // One picture of a series, stored by the rule of MultipleImageMode.
-  void ShootImage();
+  void ShootImage() override;
   // Hands a stored file to the upload window and shows it.
   void SendToFtp(const std::string& file, const std::string& remote_name);
   void ShootImageOfSeries() override;

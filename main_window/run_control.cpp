@@ -102,26 +102,16 @@ void Master::CaptureImage() {
 void Master::ShowAutostart() { program_.Window<Autostart>().Show(); }
 
 // Motion and a run are the same state on the bar: the operator ends an armed wait with the
-// button that ends a run. The image is set before the timer can fire.
+// button that ends a run. The operation bar warns first that an overlay may hide the picture.
 void Master::ArmMotionDetectorFromOperationBar() {
   if (DeviceToolbar.Button("overlay").Value == 1)
     program_.MessageBox(
         program_.Translate("Overlay Mode detected. Some devices can only detect movement under Preview Mode."),
         MessageButtons::Ok, MessageIcon::Exclamation, program_.Translate("Warning"));
-  RecordButton().Image = "stop";
-  program_.Yield();
-  OperationBar.Button("motion").Enabled = false;
-  program_.Yield();
-  RecordButton().Image = "stop";
-  program_.Yield();
-  MotionTimer.Enabled = true;
+  ArmMotionDetector();
 }
 
-void Master::ArmMotionDetector() {
-  RecordButton().Image = "stop";
-  OperationBar.Button("motion").Enabled = false;
-  MotionTimer.Enabled = true;
-}
+void Master::ArmMotionDetector() { ArmMotion(/*disable_button=*/true); }
 
 // The overwrite question of a start: true when the operator did not answer Yes.
 bool Master::OverwriteDeclined(bool with_icon) {

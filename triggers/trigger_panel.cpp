@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "base/formatting.h"
+#include "capture/video_screen.h"
 #include "core/main_window.h"
 
 namespace zr {
@@ -38,6 +39,7 @@ TriggerPanel::TriggerPanel(ui::Window& window, Program& program, SeriesPanel& se
       {&series_.MultipleImageSecondsControl, &series_.MultipleImageSecondsDisplay}};
   for (const auto& [control, display] : fields)
     control->OnChange = [this, control, display] { IntervalField_Change(*control, *display); };
+  MotionTimer.OnTimer = [this] { MotionTimer_Timer(); };
   SelectTrigger("manual");
 }
 
@@ -85,6 +87,42 @@ void TriggerPanel::MultipleImageTimer_Timer() {
   state.ShotElapsed = 0;
   status.Caption = program_.Translate("Capturing");
   program_.MainWindow().ShootImageOfSeries();
+}
+
+void TriggerPanel::ArmMotion(bool disable_button) {
+  auto& main = program_.MainWindow();
+  motion_.Reset();
+  main.RecordButton().Image = "stop";
+  if (disable_button) main.OperationBar.Button("motion").Enabled = false;
+  MotionTimer.Enabled = true;
+}
+
+// One look at the picture. The scan yields between its samples, so the buttons that stop the
+// timer stay alive; any error of the tick disarms the detector and ends the run quietly.
+void TriggerPanel::MotionTimer_Timer() {
+  auto& main = program_.MainWindow();
+  try {
+    auto& screen = program_.Window<VideoScreen>();
+    screen.TakeFrame();
+    program_.Yield();
+    const auto percent = motion_.Compare(MotionMean(screen, [this] { program_.Yield(); }));
+    if (!percent) return;
+    main.StatusString.Caption = MotionChangedText(*percent);
+    if (MotionFires(*percent, program_.state.MotionSensitivity)) FireMotion();
+  } catch (const ProgramError&) {
+    main.CaptureControl(false);
+    MotionTimer.Enabled = false;
+    main.StatusString.Caption = "Motion Detector Error";
+  }
+}
+
+// A series waiting on motion stores a frame and goes on; anything else starts once, and the
+// start itself stops the timer.
+void TriggerPanel::FireMotion() {
+  if (program_.state.MotionRecordArmed == True)
+    program_.MainWindow().ShootImage();
+  else
+    program_.MainWindow().CaptureControl(true);
 }
 
 }  // namespace zr

@@ -7,6 +7,7 @@
 
 #include "capture/series_panel.h"
 #include "core/program.h"
+#include "triggers/motion_detector.h"
 #include "ui/controls.h"
 #include "ui/window.h"
 
@@ -29,12 +30,20 @@ class TriggerPanel {
   // Presses the trigger `key` ("manual", "timer", "motion", "joystick") and shows the controls
   // that belong to it; any other key changes nothing.
   void SelectTrigger(const std::string& key);
+  // Arms the motion detector: no baseline, the record button reads "stop", the button "motion"
+  // of the operation bar is off (not for the menu entry) and the timer runs.
+  void ArmMotion(bool disable_button);
+  const MotionComparison& Motion() const { return motion_; }
   // The trigger tool tips in the operator's language.
   void LanguageControls();
 
  private:
   void MultipleImageTimer_Timer();
   void IntervalField_Change(const ui::RangeControl& field, ui::Label& display);
+  void MotionTimer_Timer();
+  void FireMotion();
+
+  MotionComparison motion_;
 };
 
 }  // namespace zr
