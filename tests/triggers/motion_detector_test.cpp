@@ -75,10 +75,9 @@ std::int16_t PercentOf(double previous, double mean) {
 
 TEST(MotionComparison, TheFloorMakesTheToleranceBandAsymmetric) {
   const std::int16_t tolerance = 5;
-  const std::vector<std::pair<double, bool>> cases = {{9499, true},   {9490, true},    {9500, false},
+  const std::vector<std::pair<double, bool>> cases = {{9499, true},   {9490, true},   {9500, false},
                                                       {10500, false}, {10590, false}, {10600, true}};
-  for (const auto& [mean, fires] : cases)
-    EXPECT_EQ(MotionFires(PercentOf(10000, mean), tolerance), fires) << mean;
+  for (const auto& [mean, fires] : cases) EXPECT_EQ(MotionFires(PercentOf(10000, mean), tolerance), fires) << mean;
   EXPECT_EQ(PercentOf(10000, 9499), 94);
   EXPECT_EQ(PercentOf(10000, 10590), 105);
 }
