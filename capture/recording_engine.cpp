@@ -167,8 +167,11 @@ HimetricSize VideoScreen::FrameSize() const {
           HimetricOfPixelsAt96Dpi(MotionPicture.Picture->height)};
 }
 
+// An overlay is drawn by the device straight onto the display, so the window's own surface
+// holds no picture to read while it is on.
 std::int32_t VideoScreen::ColourAt(int x, int y) const {
-  return MotionPicture.Picture ? PackedColourAt(*MotionPicture.Picture, x, y) : -1;
+  if (program_.MainWindow().DeviceToolbar.Button("overlay").Value == 1 || !MotionPicture.Picture) return -1;
+  return PackedColourAt(*MotionPicture.Picture, x, y);
 }
 
 void VideoScreen::SetFilename(const std::string& path) {

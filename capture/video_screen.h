@@ -63,7 +63,8 @@ class VideoScreen : public ui::Window, public MotionSurface, private platform::C
   void ShowTCR();
 
   // The motion detector's view of this window: the frame goes over the clipboard into
-  // MotionPicture, whose picture is what the window's surface shows at 96 dots an inch.
+  // MotionPicture, whose picture is what the window's surface shows at 96 dots an inch, unless
+  // an overlay leaves the surface unreadable.
   void TakeFrame() override;
   HimetricSize FrameSize() const override;
   TwipsPerPixel DisplayScale() const override { return kDisplayScaleAt96Dpi; }
