@@ -35,6 +35,8 @@ struct AppState {
   Boolean MotionWasRunning = False;
   Boolean MotionRecordArmed = False;
   std::int16_t MotionSensitivity = 0;
+  double MotionAverage = 0;   // the motion detector's mean of its last tick
+  double MotionBaseline = 0;  // the mean of the tick before; 0 while there is none
   std::int16_t AutostartHours = 0;
   std::int16_t AutostartMinutes = 0;
   std::int16_t AutostartSeconds = 0;

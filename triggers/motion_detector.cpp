@@ -46,12 +46,12 @@ double MotionMean(const MotionSurface& surface, const std::function<void()>& yie
   return count > 0 ? sum / count : sum;
 }
 
-std::optional<std::int16_t> MotionComparison::Compare(double mean) {
-  average_ = mean;
-  if (baseline_ == 0) baseline_ = average_;
-  if (average_ == 0) return std::nullopt;
-  const std::int16_t percent = ToInt16(std::floor(average_ * 100.0 / baseline_), "percent");
-  baseline_ = average_;
+std::optional<std::int16_t> CompareMotion(double mean, MotionNumbers numbers) {
+  numbers.average = mean;
+  if (numbers.baseline == 0) numbers.baseline = mean;
+  if (mean == 0) return std::nullopt;
+  const std::int16_t percent = ToInt16(std::floor(mean * 100.0 / numbers.baseline), "percent");
+  numbers.baseline = mean;
   return percent;
 }
 

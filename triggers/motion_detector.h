@@ -32,21 +32,15 @@ MotionRows MotionRowsOf(HimetricSize size, TwipsPerPixel scale);
 // `yield` runs before and after every sample.
 double MotionMean(const MotionSurface& surface, const std::function<void()>& yield);
 
-// The two numbers of the detector between ticks: the mean of the last tick and the one of the
-// tick before, 0 meaning no baseline yet.
-class MotionComparison {
- public:
-  void Reset() { average_ = 0, baseline_ = 0; }
-  // The mean as a percent of the previous tick's, floored; nothing for a mean of exactly 0,
-  // which leaves the baseline as it was. The first tick after a reset gives 100.
-  std::optional<std::int16_t> Compare(double mean);
-  double Average() const { return average_; }
-  double Baseline() const { return baseline_; }
-
- private:
-  double average_ = 0;
-  double baseline_ = 0;
+// The two numbers the detector keeps between ticks: the mean of the last tick and the one of
+// the tick before, 0 meaning no baseline yet.
+struct MotionNumbers {
+  double& average;
+  double& baseline;
 };
+// Records `mean` and gives it as a percent of the previous tick's, floored; nothing for a mean
+// of exactly 0, which leaves the baseline as it was. The first tick without a baseline gives 100.
+std::optional<std::int16_t> CompareMotion(double mean, MotionNumbers numbers);
 
 // True outside the band of 100 ± sensitivity, both bounds inside.
 bool MotionFires(std::int16_t percent, std::int16_t sensitivity);

@@ -91,7 +91,8 @@ void TriggerPanel::MultipleImageTimer_Timer() {
 
 void TriggerPanel::ArmMotion(bool disable_button) {
   auto& main = program_.MainWindow();
-  motion_.Reset();
+  program_.state.MotionAverage = 0;
+  program_.state.MotionBaseline = 0;
   main.RecordButton().Image = "stop";
   if (disable_button) main.OperationBar.Button("motion").Enabled = false;
   MotionTimer.Enabled = true;
@@ -105,7 +106,9 @@ void TriggerPanel::MotionTimer_Timer() {
     auto& screen = program_.Window<VideoScreen>();
     screen.TakeFrame();
     program_.Yield();
-    const auto percent = motion_.Compare(MotionMean(screen, [this] { program_.Yield(); }));
+    auto& state = program_.state;
+    const auto percent = CompareMotion(MotionMean(screen, [this] { program_.Yield(); }),
+                                       MotionNumbers{state.MotionAverage, state.MotionBaseline});
     if (!percent) return;
     main.StatusString.Caption = MotionChangedText(*percent);
     if (MotionFires(*percent, program_.state.MotionSensitivity)) FireMotion();

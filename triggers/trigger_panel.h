@@ -33,7 +33,6 @@ class TriggerPanel {
   // Arms the motion detector: no baseline, the record button reads "stop", the button "motion"
   // of the operation bar is off (not for the menu entry) and the timer runs.
   void ArmMotion(bool disable_button);
-  const MotionComparison& Motion() const { return motion_; }
   // The trigger tool tips in the operator's language.
   void LanguageControls();
 
@@ -42,8 +41,6 @@ class TriggerPanel {
   void IntervalField_Change(const ui::RangeControl& field, ui::Label& display);
   void MotionTimer_Timer();
   void FireMotion();
-
-  MotionComparison motion_;
 };
 
 }  // namespace zr

@@ -134,6 +134,8 @@ ui::Value PlainMember(const AppState& s, const Segment& member) {
                                                  {"MotionWasRunning", s.MotionWasRunning},
                                                  {"MotionRecordArmed", s.MotionRecordArmed},
                                                  {"MotionSensitivity", s.MotionSensitivity},
+                                                 {"MotionAverage", s.MotionAverage},
+                                                 {"MotionBaseline", s.MotionBaseline},
                                                  {"AutostartHours", s.AutostartHours},
                                                  {"AutostartMinutes", s.AutostartMinutes},
                                                  {"AutostartSeconds", s.AutostartSeconds},
