@@ -339,27 +339,24 @@ int RunWithoutWindows(const Options& options, const std::string& app_path, std::
   if (!asked_to_end_at_start && !devices.Connected()) {
     std::cerr << "zandrell: no device is connected"
               << (devices.SourceMessage().empty() ? "" : ": " + devices.SourceMessage()) << "\n";
-  } else if (!asked_to_end_at_start && options.run_set_up) {
-    try {
-      recorded = RunSetUp(program, loop, options, watch);
-    } catch (const zr::NotBuiltYet& missing) {
-      std::cerr << "zandrell: " << missing.what() << "\n";
-    }
-    for (const std::string& message : {devices.SourceMessage(), devices.RunMessage()})
-      if (!message.empty()) std::cerr << "zandrell: " << message << "\n";
-    std::cout << program.Window<zr::Master>().StatusString.Caption.get() << "\n";
   } else if (!asked_to_end_at_start) {
     try {
-      recorded = RecordMovie(program, loop, options, watch);
+      recorded =
+          options.run_set_up ? RunSetUp(program, loop, options, watch) : RecordMovie(program, loop, options, watch);
     } catch (const zr::NotBuiltYet& missing) {
       // The movie is closed before any later step of the close-out runs.
       std::cerr << "zandrell: " << missing.what() << "\n";
     }
     for (const std::string& message : {devices.SourceMessage(), devices.RunMessage()})
       if (!message.empty()) std::cerr << "zandrell: " << message << "\n";
-    std::cout << program.Window<zr::Master>().StatusString.Caption.get() << ": " << options.output << "\n";
-    // A run that ended badly may still have written a movie: what it holds is told too.
-    if (IsFile(options.output)) ReportMovie(parts.movies, options.output);
+    const std::string status = program.Window<zr::Master>().StatusString.Caption.get();
+    if (options.run_set_up) {
+      std::cout << status << "\n";
+    } else {
+      std::cout << status << ": " << options.output << "\n";
+      // A run that ended badly may still have written a movie: what it holds is told too.
+      if (IsFile(options.output)) ReportMovie(parts.movies, options.output);
+    }
   }
   program.SlotOf<zr::Master>().Unload(zr::ui::UnloadMode::FromCode);
   if (const int signal = watch.Received(); signal != 0) {
