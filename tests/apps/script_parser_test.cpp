@@ -79,12 +79,9 @@ TEST(ScriptParserForms, WorldCommands) {
       {"clock 2026-11-21 14:30:00", Is<Clock>([](const Clock& c) {
          return c.year == 2026 && c.month == 11 && c.day == 21 && c.hour == 14 && c.minute == 30 && c.second == 0;
        })},
-      {"clock 2024-02-29 23:59:59", Is<Clock>([](const Clock& c) { return c.day == 29; })},  // leap day
       {"os some-flag no", Is<SystemFlag>([](const SystemFlag& f) { return f.name == "some-flag" && !f.on; })},
       {R"(file out.txt = "a\r\nb")",
        Is<WriteFile>([](const WriteFile& f) { return f.path == "out.txt" && f.content == "a\r\nb"; })},
-      {R"(file "$APPsub dir/x.txt" = "")",
-       Is<WriteFile>([](const WriteFile& f) { return f.path == "$APPsub dir/x.txt" && f.content.empty(); })},
       {R"(copy frame.bmp to "$TEMPin.bmp")",
        Is<CopyFile>([](const CopyFile& f) { return f.fixture == "frame.bmp" && f.destination == "$TEMPin.bmp"; })},
       {R"(args "/auto \"x\"")", Is<CommandLine>([](const CommandLine& a) { return a.text == "/auto \"x\""; })},
@@ -109,9 +106,6 @@ TEST(ScriptParserForms, WorldCommands) {
       {R"(device vfw "A" picture=file("x.bmp") class=dv)", Is<Device>([](const Device& d) {
          return std::get<PictureFile>(*d.options.picture).path == "x.bmp" && d.options.device_class == DeviceClass::kDv;
        })},
-      {R"(device vfw "A" picture=pattern(bars) inputs="")", Is<Device>([](const Device& d) {
-         return std::get<PicturePattern>(*d.options.picture).name == "bars" && d.options.inputs.empty();
-       })},
       {R"(url "http://cam/x.jpg" fps=5 connect=fail size=64x48)", Is<UrlSource>([](const UrlSource& u) {
          return u.address == "http://cam/x.jpg" && u.options.fps == 5 && u.options.connect_fails &&
                 u.options.size == Size{64, 48};
@@ -131,26 +125,13 @@ TEST(ScriptParserForms, WorldCommands) {
 
 TEST(ScriptParserForms, Actions) {
   ExpectForms({
-      {"dblclick Master.Labels(14)",
-       Is<DoubleClick>([](const DoubleClick& c) { return Describe(c.target) == "Master#0/Labels(14)"; })},
-      {"set Master.MovieSecondsControl.Value = 3", Is<SetProperty>([](const SetProperty& s) {
-         return Describe(s.target) == "Master#0/MovieSecondsControl/Value" && s.value == Value(3.0);
-       })},
       {"key down ctrl", Is<Key>([](const Key& k) { return k.down && k.name == "ctrl"; })},
       {"key up F12", Is<Key>([](const Key& k) { return !k.down && k.name == "F12"; })},
       {"foreground Image#2",
        Is<Foreground>([](const Foreground& f) { return f.window.name == "Image" && f.window.instance == 2; })},
       {"close Autostart",
        Is<CloseWindow>([](const CloseWindow& w) { return w.window.name == "Autostart" && w.window.instance == 0; })},
-      {"minimize Master", Is<MinimizeWindow>()},
-      {"restore Master", Is<RestoreWindow>()},
-      {"load VideoScreen", Is<LoadWindow>()},
       {"unload MovieViewer#1", Is<UnloadWindow>([](const UnloadWindow& w) { return w.window.instance == 1; })},
-      {"yield", Is<Yield>()},
-      {"call Master.SetOperationMode(\"IMAGE\")", Is<Call>([](const Call& c) {
-         return c.window->name == "Master" && c.procedure == "SetOperationMode" &&
-                c.arguments == std::vector<Value>{"IMAGE"s};
-       })},
       {"call Image#2.Record( )",
        Is<Call>([](const Call& c) { return c.window->instance == 2 && c.arguments.empty(); })},
       {R"(call LoadParameters("$APPa.zrp", -1, true))", Is<Call>([](const Call& c) {
@@ -161,9 +142,6 @@ TEST(ScriptParserForms, Actions) {
       {"answer input cancel", Is<AnswerInput>([](const AnswerInput& a) { return !a.text; })},
       {R"(answer open "a.bmp" "b.bmp")", Is<AnswerFileDialog>([](const AnswerFileDialog& a) {
          return a.kind == FileDialogKind::kOpen && a.paths.size() == 2;
-       })},
-      {R"(answer save "$APPx.avi")", Is<AnswerFileDialog>([](const AnswerFileDialog& a) {
-         return a.kind == FileDialogKind::kSave && a.paths.at(0) == "$APPx.avi";
        })},
       {"answer folder cancel", Is<AnswerFileDialog>([](const AnswerFileDialog& a) {
          return a.kind == FileDialogKind::kFolder && a.paths.empty();
@@ -196,12 +174,6 @@ TEST(ScriptParserForms, AfterCarriesAnyCommandWithItsOwnText) {
 
 TEST(ScriptParserForms, Expectations) {
   ExpectForms({
-      {R"(expect Master.OperationBar[record].Image == "stop")", Is<ExpectProperty>([](const ExpectProperty& e) {
-         return Describe(e.target) == "Master#0/OperationBar{record}/Image" &&
-                e.comparison.relation == Relation::kEqual && e.comparison.expected == Value("stop"s);
-       })},
-      {R"(expect Master.StatusString.Caption contains "Stop")",
-       Is<ExpectProperty>([](const ExpectProperty& e) { return e.comparison.relation == Relation::kContains; })},
       {"expect Master.Slider.Value >= -2.5", Is<ExpectProperty>([](const ExpectProperty& e) {
          return e.comparison.relation == Relation::kGreaterOrEqual && e.comparison.expected == Value(-2.5);
        })},
@@ -214,24 +186,15 @@ TEST(ScriptParserForms, Expectations) {
        })},
       {R"(expect state AviInfoText(0) contains "fps")",
        Is<ExpectState>([](const ExpectState& e) { return Describe(e.member) == "/AviInfoText(0)"; })},
-      {R"(expect setting "ZR" "MD" "OQ" == "0")",
-       Is<ExpectSetting>([](const ExpectSetting& e) { return e.comparison->expected == Value("0"s); })},
       {R"(expect setting "ZR" "MD" "OQ" missing)",
        Is<ExpectSetting>([](const ExpectSetting& e) { return e.section == "MD" && e.key == "OQ" && !e.comparison; })},
-      {R"(expect file "a b.txt" missing)",
-       Is<ExpectFileExists>([](const ExpectFileExists& e) { return e.path == "a b.txt" && !e.exists; })},
       {"expect file sub/x.bmp size > 54", Is<ExpectFileSize>([](const ExpectFileSize& e) {
          return e.path == "sub/x.bmp" && e.size.relation == Relation::kGreater && e.size.expected == 54;
        })},
-      {R"(expect file a.txt text == "x\r\n")",
-       Is<ExpectFileText>([](const ExpectFileText& e) { return e.match == TextMatch::kEquals && e.text == "x\r\n"; })},
       {R"(expect file a.txt text lacks "y")",
        Is<ExpectFileText>([](const ExpectFileText& e) { return e.match == TextMatch::kLacks && e.text == "y"; })},
       {R"(expect file a.avi bytes 8 == hex "4C49a0")",
        Is<ExpectFileBytes>([](const ExpectFileBytes& e) { return e.offset == 8 && e.bytes == "LI\xa0"; })},
-      {R"(expect dialog msgbox "Saved")", Is<ExpectMsgBox>([](const ExpectMsgBox& e) {
-         return e.text == "Saved" && !e.partial && !e.title && !e.icon && !e.buttons;
-       })},
       {R"(expect dialog msgbox contains "fail" buttons yesno title "T" icon none)",
        Is<ExpectMsgBox>([](const ExpectMsgBox& e) {
          return e.partial && e.text == "fail" && e.title == "T" && e.icon == MsgBoxIcon::kNone &&
@@ -253,23 +216,11 @@ TEST(ScriptParserForms, Expectations) {
          return e.property == MovieProperty::kFrames && e.comparison.relation == Relation::kGreaterOrEqual &&
                 e.comparison.expected == Value(29.0);
        })},
-      {"expect movie clip.avi size == 320x240", Is<ExpectMovie>([](const ExpectMovie& e) {
-         return e.property == MovieProperty::kSize && e.comparison.expected == Value(Size{320, 240});
-       })},
-      {R"(expect movie clip.avi fourcc == "MJPG")", Is<ExpectMovie>([](const ExpectMovie& e) {
-         return e.property == MovieProperty::kFourcc && e.comparison.expected == Value("MJPG"s);
-       })},
       {"expect image a.bmp pixel(-1,2) == rgb(3,4,5)", Is<ExpectImagePixel>([](const ExpectImagePixel& e) {
          return e.x == -1 && e.y == 2 && e.colour == Colour{3, 4, 5} && e.tolerance == 0;
        })},
       {"expect image a.jpg pixel(0, 7) ~ rgb(10,20,30) +- 8",
        Is<ExpectImagePixel>([](const ExpectImagePixel& e) { return e.y == 7 && e.tolerance == 8; })},
-      {R"x(expect device log lacks "StartCapture()")x", Is<ExpectDeviceLog>([](const ExpectDeviceLog& e) {
-         return e.match == TextMatch::kLacks && e.text == "StartCapture()";
-       })},
-      {R"(expect device log sequence "a" "b" "c")", Is<ExpectDeviceLogSequence>([](const ExpectDeviceLogSequence& e) {
-         return e.texts == std::vector<std::string>{"a", "b", "c"};
-       })},
       {R"(expect ftp received "a.jpg" size != 0)", Is<ExpectFtpReceived>([](const ExpectFtpReceived& e) {
          return e.name == "a.jpg" && e.size.relation == Relation::kNotEqual;
        })},
@@ -389,8 +340,6 @@ TEST(ScriptParserErrors, SayLineExpectedAndFound) {
       {"clik Master.X", 1, "a command", R"("clik")"},
       {"\n# c\n  start extra", 3, "end of line", R"("extra")"},
       {"expect Master.X.Caption => \"a\"", 1, "a comparison (==, !=, <, <=, >, >=, contains)", R"("=>")"},
-      {"set Master.X.Value == 1", 1, R"("=")", R"("==")"},
-      {"set Master = 1", 1, "a property", R"("Master")"},
       {"expect fiel x exists", 1, "state, setting, file", R"("fiel")"},
       {"expect file x.txt exist", 1, "exists, missing, size", R"("exist")"},
       {"expect file x.txt size contains 3", 1, "(==, !=, <, <=, >, >=)", R"("contains")"},
