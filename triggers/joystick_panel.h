@@ -28,9 +28,6 @@ class JoystickPanel {
   // A change of the joystick's button state: 0 when no button is down, else the pressed
   // buttons; a negative state is no state and changes nothing.
   void Joystick1_Change(int buttons);
-
- private:
-  void SayWhenNoJoystickExists();
 };
 
 }  // namespace zr

@@ -65,6 +65,14 @@ void TriggerPanel::SelectTrigger(const std::string& key) {
                                            &series_.MultipleImageSecondsDisplay, &series_.MultipleImageSecondsControl})
     control->Visible = by_timer;
   MotionLabel.Visible = key == "motion";
+  SayWhenNoJoystickExists(key);
+}
+
+// Choosing the joystick, by hand or from a set-up, on a machine without one says so in the
+// status line; the choice stays.
+void TriggerPanel::SayWhenNoJoystickExists(const std::string& key) {
+  if (key == "joystick" && program_.services.joystick.Name().empty())
+    program_.MainWindow().StatusString.Caption = program_.Translate("No joystick found");
 }
 
 void TriggerPanel::LanguageControls() {

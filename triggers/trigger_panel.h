@@ -41,6 +41,7 @@ class TriggerPanel {
   void IntervalField_Change(const ui::RangeControl& field, ui::Label& display);
   void MotionTimer_Timer();
   void FireMotion();
+  void SayWhenNoJoystickExists(const std::string& key);
 };
 
 }  // namespace zr

@@ -3,15 +3,17 @@
 
 #include <gtest/gtest.h>
 
+#include <fstream>
 #include <string>
 
 #include "apps/scenario/world.h"
 #include "main_window/master.h"
+#include "main_window/parameter_file.h"
 
 namespace zr {
 namespace {
 
-TEST(JoystickPanel, WithoutAJoystickTheTriggerIsChosenAndTheStatusSaysSo) {
+TEST(JoystickPanel, WithoutAJoystickTheTriggerIsChosenByHandOrBySetUpAndTheStatusSaysSo) {
   scenario::World world;
   world.Start();
   Master& master = world.program().Window<Master>();
@@ -23,6 +25,15 @@ TEST(JoystickPanel, WithoutAJoystickTheTriggerIsChosenAndTheStatusSaysSo) {
   master.TriggerType.ClickButton(master.TriggerType.Button("joystick"));
   EXPECT_EQ(master.TriggerType.Button("joystick").Value, 1);
   EXPECT_TRUE(master.Shooter.Visible);
+  EXPECT_EQ(std::string(master.StatusString.Caption), "No joystick found");
+
+  // A set-up that chooses the joystick says the same.
+  master.TriggerType.ClickButton(master.TriggerType.Button("manual"));
+  master.StatusString.Caption = "Ready";
+  const std::string setup = world.AppFolder() + "joystick.zrp";
+  std::ofstream(setup, std::ios::binary) << "Capture=Multiple Image\r\nTrigger=Joystick\r\n";
+  LoadParameters(world.program(), setup);
+  EXPECT_EQ(master.TriggerType.Button("joystick").Value, 1);
   EXPECT_EQ(std::string(master.StatusString.Caption), "No joystick found");
 }
 
