@@ -1,10 +1,19 @@
 #include "capture/series_panel.h"
 
 #include <initializer_list>
+#include <iterator>
+#include <vector>
 
 namespace zr {
 
 using ui::ButtonStyle;
+
+namespace {
+
+const char* const kEffects[] = {"Flip",     "Mirror",  "Negative", "Greyscale", "Soften",
+                                "Lighting", "Sharpen", "Solarize", "Diffuse",   "Emboss"};
+
+}  // namespace
 
 SeriesPanel::SeriesPanel(ui::Window& window) : window_(window) {
   CreateToolbars();
@@ -18,6 +27,21 @@ SeriesPanel::SeriesPanel(ui::Window& window) : window_(window) {
     display->Caption = "00";
   Shooter.Caption = "Shoot (CTRL+F12)";
   Shooter.Enabled = false;
+  for (int index = 0; index < static_cast<int>(std::size(kEffects)); ++index) {
+    ui::Menu& entry = Img_Effects.Add(window_, "Img_Effects", index);
+    entry.Caption = kEffects[index];
+    entry.OnClick = [&entry] { entry.Checked = !entry.Checked; };
+  }
+}
+
+void SeriesPanel::PopUpEffects(platform::Dialogs& dialogs) {
+  std::vector<platform::PopupMenuEntry> entries;
+  for (const auto& [index, entry] : Img_Effects.Elements()) entries.push_back({entry->Caption, entry->Checked});
+  if (const auto chosen = dialogs.PopupMenu(entries)) Img_Effects(*chosen).Click();
+}
+
+void SeriesPanel::LanguageEffects(const Program& program) {
+  for (const auto& [index, entry] : Img_Effects.Elements()) entry->Caption = program.Translate(kEffects[index]);
 }
 
 void SeriesPanel::CreateToolbars() {

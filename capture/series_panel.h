@@ -29,6 +29,13 @@ class SeriesPanel {
   ui::Label MultipleImageHoursDisplay{window_, "MultipleImageHoursDisplay"};
   ui::Label MultipleImageMinutesDisplay{window_, "MultipleImageMinutesDisplay"};
   ui::Label MultipleImageSecondsDisplay{window_, "MultipleImageSecondsDisplay"};
+  // The effects menu of the series toolbar: each entry toggles its check, which lasts as long as
+  // the program runs. No store of a series reads the checks.
+  ui::ControlArray<ui::Menu> Img_Effects;
+
+  // Pops the effects menu up at the button; the entry chosen toggles.
+  void PopUpEffects(platform::Dialogs& dialogs);
+  void LanguageEffects(const Program& program);
 
  private:
   void CreateToolbars();

@@ -1,9 +1,11 @@
 #include "gui/qt_services.h"
 
 #include <QClipboard>
+#include <QCursor>
 #include <QFileDialog>
 #include <QGuiApplication>
 #include <QInputDialog>
+#include <QMenu>
 #include <QMessageBox>
 #include <QPushButton>
 #include <utility>
@@ -83,6 +85,21 @@ std::optional<std::string> QtDialogs::InputBox(const platform::InputBoxRequest& 
                                                Text(request.default_text), &accepted);
   if (!accepted) return std::nullopt;
   return answer.toStdString();
+}
+
+std::optional<int> QtDialogs::PopupMenu(const std::vector<platform::PopupMenuEntry>& entries) {
+  QMenu menu(parent_);
+  std::vector<QAction*> actions;
+  for (const auto& entry : entries) {
+    QAction* action = entry.text == "-" ? menu.addSeparator() : menu.addAction(Text(entry.text));
+    action->setCheckable(entry.checked);
+    action->setChecked(entry.checked);
+    actions.push_back(action);
+  }
+  QAction* chosen = menu.exec(QCursor::pos());
+  for (std::size_t index = 0; index < actions.size(); ++index)
+    if (actions[index] == chosen && !chosen->isSeparator()) return static_cast<int>(index);
+  return std::nullopt;
 }
 
 std::optional<std::vector<std::string>> QtDialogs::FileDialog(const platform::FileDialogRequest& request) {

@@ -16,6 +16,8 @@ class QtDialogs final : public platform::Dialogs {
   platform::MessageAnswer MessageBox(const platform::MessageBoxRequest& request) override;
   std::optional<std::string> InputBox(const platform::InputBoxRequest& request) override;
   std::optional<std::vector<std::string>> FileDialog(const platform::FileDialogRequest& request) override;
+  // Pops the menu up at the mouse pointer.
+  std::optional<int> PopupMenu(const std::vector<platform::PopupMenuEntry>& entries) override;
 
  private:
   QWidget* parent_ = nullptr;

@@ -323,6 +323,8 @@ void Master::MultipleImageToolbar_ButtonClick(ui::ToolbarButton& button) {
     program_.Window<VideoScreen>().VideoCompressionDialog();
   else if (key == "filename")
     ChooseSeriesFilename();
+  else if (key == "effects")
+    PopUpEffects(program_.services.dialogs);
   else if (key != "writeinfo" && key != "ftp")
     throw NotBuiltYet("the series toolbar command \"" + key + "\"");
 }

@@ -157,6 +157,7 @@ void Master::LanguageControls() {
   RecordButton().Caption = program_.Translate(RecordButton().Image == "pause" ? "Capture" : "Rec/Stop");
   Shooter.Caption = program_.Translate("Shoot") + " (CTRL+F12)";
   TriggerPanel::LanguageControls();
+  LanguageEffects(program_);
 }
 
 void Master::CreateStatusBar() {

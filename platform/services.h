@@ -42,6 +42,12 @@ struct FileDialogRequest {
   bool multiple = false;  // an open dialog that takes several files
 };
 
+// A menu that pops up where the operator clicked; "-" is a separator.
+struct PopupMenuEntry {
+  std::string text;
+  bool checked = false;
+};
+
 class Dialogs {
  public:
   virtual ~Dialogs() = default;
@@ -50,6 +56,8 @@ class Dialogs {
   virtual std::optional<std::string> InputBox(const InputBoxRequest& request) = 0;
   // The chosen paths; nothing when the operator cancelled.
   virtual std::optional<std::vector<std::string>> FileDialog(const FileDialogRequest& request) = 0;
+  // The index of the chosen entry; nothing when the menu closed without a choice.
+  virtual std::optional<int> PopupMenu(const std::vector<PopupMenuEntry>& entries) = 0;
 };
 
 // ---- Clipboard

@@ -37,6 +37,8 @@ class TerminalDialogs final : public Dialogs {
   MessageAnswer MessageBox(const MessageBoxRequest& request) override;
   std::optional<std::string> InputBox(const InputBoxRequest& request) override;
   std::optional<std::vector<std::string>> FileDialog(const FileDialogRequest& request) override;
+  // Without a window there is no place to pop a menu up: it closes without a choice.
+  std::optional<int> PopupMenu(const std::vector<PopupMenuEntry>&) override { return std::nullopt; }
 
  private:
   std::ostream& out_;

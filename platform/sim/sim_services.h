@@ -36,6 +36,8 @@ class SimDialogs : public Dialogs {
   MessageAnswer MessageBox(const MessageBoxRequest& request) override;
   std::optional<std::string> InputBox(const InputBoxRequest& request) override;
   std::optional<std::vector<std::string>> FileDialog(const FileDialogRequest& request) override;
+  // A pop-up menu closes without a choice: a scenario clicks the menu's entries themselves.
+  std::optional<int> PopupMenu(const std::vector<PopupMenuEntry>&) override { return std::nullopt; }
 
   void QueueMessageAnswer(MessageAnswer answer) { message_answers_.push_back(answer); }
   // Nothing queues a cancel.
