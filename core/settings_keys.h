@@ -62,6 +62,8 @@ inline constexpr SettingKey LastDeviceInput{kTitleRoot, "System", "LastDeviceInp
 inline constexpr SettingKey SerialPort{kTitleRoot, "System", "SerialPort", "1"};
 inline constexpr SettingKey SoundLimit{kTitleRoot, "System", "SoundLimit", "80"};
 inline constexpr SettingKey UseVideoRenderer{kTitleRoot, "System", "VMR", "Yes"};
+// The joystick to read, by its name or its event device's path; empty for the first found.
+inline constexpr SettingKey JoystickDevice{kTitleRoot, "Joystick", "Device", ""};
 
 inline constexpr const char* kCoolBarSection = "Coolbar";
 

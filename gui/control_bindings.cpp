@@ -292,7 +292,8 @@ class ToolbarBinding final : public BindingOf<QToolBar, ui::Toolbar> {
     if (shown.tool->isEnabled() != model.Enabled.get()) shown.tool->setEnabled(model.Enabled);
     if (shown.tool->isCheckable() && shown.tool->isChecked() != (model.Value == 1))
       shown.tool->setChecked(model.Value == 1);
-    if (model.Style() == ui::ButtonStyle::Dropdown) ShowMenu(model, shown);
+    // A drop-down button always has its menu; any other button has one while it offers entries.
+    if (model.Style() == ui::ButtonStyle::Dropdown || !model.ButtonMenus.empty()) ShowMenu(model, shown);
   }
 
   void ShowMenu(ui::ToolbarButton& model, ShownButton& shown) {
@@ -303,11 +304,14 @@ class ToolbarBinding final : public BindingOf<QToolBar, ui::Toolbar> {
     QMenu& menu = *shown.tool->menu();
     if (shown.menu_count != model.ButtonMenus.size()) {
       menu.clear();
-      for (const auto& entry : model.ButtonMenus) {
-        ui::ButtonMenu* item = entry.get();
-        QAction* action = entry->Text.get() == "-" ? menu.addSeparator() : menu.addAction(Text(entry->Text));
-        QObject::connect(action, &QAction::triggered, &menu, [this, &model, item] {
-          Operator([this, &model, item] { control_.ClickButtonMenu(model, *item); });
+      // An entry is found by its place when chosen: the model may have made its entries anew.
+      for (std::size_t index = 0; index < model.ButtonMenus.size(); ++index) {
+        const std::string& text = model.ButtonMenus[index]->Text.get();
+        QAction* action = text == "-" ? menu.addSeparator() : menu.addAction(Text(text));
+        QObject::connect(action, &QAction::triggered, &menu, [this, &model, index] {
+          Operator([this, &model, index] {
+            if (index < model.ButtonMenus.size()) control_.ClickButtonMenu(model, *model.ButtonMenus[index]);
+          });
         });
       }
       shown.menu_count = model.ButtonMenus.size();

@@ -7,6 +7,7 @@
 #include <optional>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "platform/event_loop.h"
 
@@ -22,6 +23,15 @@ class Joystick {
   // Where each change of the button state goes, or nowhere with an empty listener. Called on the
   // logic thread; the listener is called on the logic thread, from an event posted to its loop.
   virtual void SetListener(ButtonsListener listener) = 0;
+  // The names of the joysticks the machine has now, the one read among them. A joystick that
+  // knows of no other offers itself.
+  virtual std::vector<std::string> Found() const {
+    if (Name().empty()) return {};
+    return {Name()};
+  }
+  // Reads the joystick of that name from now on, or the first found when none has it; the
+  // listener stays. A joystick that knows of no other stays as it is.
+  virtual void Use(const std::string&) {}
 };
 
 // The joystick of a machine that has none: it has no name and never reports.

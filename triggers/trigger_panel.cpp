@@ -8,6 +8,7 @@
 #include "base/formatting.h"
 #include "capture/video_screen.h"
 #include "core/main_window.h"
+#include "core/settings_keys.h"
 
 namespace zr {
 
@@ -32,6 +33,9 @@ TriggerPanel::TriggerPanel(ui::Window& window, Program& program, SeriesPanel& se
     TriggerType.AddButton(trigger.key, ui::ButtonStyle::Check, trigger.image).ToolTipText = trigger.tip;
   MotionLabel.Caption = "Trigged by Motion";
   TriggerType.OnButtonClick = [this](ui::ToolbarButton& button) { SelectTrigger(button.Key()); };
+  TriggerType.OnButtonMenuClick = [this](ui::ToolbarButton& button, ui::ButtonMenu& entry) {
+    TriggerType_ButtonMenuClick(button, entry);
+  };
   MultipleImageTimer.OnTimer = [this] { MultipleImageTimer_Timer(); };
   const std::pair<ui::RangeControl*, ui::Label*> fields[] = {
       {&series_.MultipleImageHoursControl, &series_.MultipleImageHoursDisplay},
@@ -65,19 +69,35 @@ void TriggerPanel::SelectTrigger(const std::string& key) {
                                            &series_.MultipleImageSecondsDisplay, &series_.MultipleImageSecondsControl})
     control->Visible = by_timer;
   MotionLabel.Visible = key == "motion";
-  SayWhenNoJoystickExists(key);
+  if (key != "joystick") return;
+  // Choosing the joystick, by hand or from a set-up, on a machine without one says so in the
+  // status line; the choice stays.
+  OfferJoysticks();
+  if (program_.services.joystick.Name().empty())
+    program_.MainWindow().StatusString.Caption = program_.Translate("No joystick found");
 }
 
-// Choosing the joystick, by hand or from a set-up, on a machine without one says so in the
-// status line; the choice stays.
-void TriggerPanel::SayWhenNoJoystickExists(const std::string& key) {
-  if (key == "joystick" && program_.services.joystick.Name().empty())
-    program_.MainWindow().StatusString.Caption = program_.Translate("No joystick found");
+// The joystick button's menu lists the joysticks the machine has now, the one read checked.
+void TriggerPanel::OfferJoysticks() {
+  auto& button = TriggerType.Button("joystick");
+  button.ButtonMenus.clear();
+  const auto& joystick = program_.services.joystick;
+  for (const auto& name : joystick.Found()) button.AddMenu(name, name).Checked = name == joystick.Name();
+  if (button.ButtonMenus.empty()) button.AddMenu("", program_.Translate("No joystick found")).Enabled = false;
+}
+
+// The joystick chosen in the menu is read from now on, and at the next start.
+void TriggerPanel::TriggerType_ButtonMenuClick(ui::ToolbarButton& button, ui::ButtonMenu& entry) {
+  if (button.Key() != "joystick" || entry.key.empty()) return;
+  program_.services.joystick.Use(entry.key);
+  SaveSetting(program_.services.settings, settings::JoystickDevice, entry.key);
+  OfferJoysticks();
 }
 
 void TriggerPanel::LanguageControls() {
   for (const auto& trigger : kTriggers)
     if (*trigger.tip) TriggerType.Button(trigger.key).ToolTipText = program_.Translate(trigger.tip);
+  OfferJoysticks();
 }
 
 // The interval is a count of ticks, not a time of day: a store that takes longer than a tick

@@ -41,7 +41,8 @@ class TriggerPanel {
   void IntervalField_Change(const ui::RangeControl& field, ui::Label& display);
   void MotionTimer_Timer();
   void FireMotion();
-  void SayWhenNoJoystickExists(const std::string& key);
+  void OfferJoysticks();
+  void TriggerType_ButtonMenuClick(ui::ToolbarButton& button, ui::ButtonMenu& entry);
 };
 
 }  // namespace zr

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "core/program.h"
+#include "core/settings_keys.h"
 #include "gui/live_video.h"
 #include "platform/linux/capture_devices.h"
 #include "platform/linux/evdev_joystick.h"
@@ -28,10 +29,6 @@ struct ProgramStart {
   Language language = Language::English;
 };
 
-// Where the joystick to read is named: a path (/dev/input/event5) or a device's name.
-inline const std::string kJoystickSection = "Joystick";
-inline const std::string kJoystickDevice = "Device";
-
 struct ProgramParts {
   // `device_dialogs` is null without windows: the devices' own dialogs cannot be shown then.
   ProgramParts(platform::EventLoop& loop, std::function<void()> wake, platform::Dialogs& dialogs,
@@ -46,7 +43,7 @@ struct ProgramParts {
                 std::move(video), std::move(audio)),
         drivers(devices.MakeDriverSystem()),
         joystick(platform::linux_impl::OpenJoystick(platform::linux_impl::RealEvdevSystem(), loop,
-                                                    settings.Get(kAppTitle, kJoystickSection, kJoystickDevice, ""))),
+                                                    ReadSetting(settings, settings::JoystickDevice))),
         program(Services{loop, dialogs, clipboard, settings, files, clock, desktop, movies, *drivers,
                          [this] { return devices.MakeCaptureControl(); }, *joystick},
                 start.app_path) {

@@ -181,13 +181,51 @@ std::vector<JoystickDevice> FindJoysticks(EvdevSystem& system) {
   return joysticks;
 }
 
-std::unique_ptr<Joystick> OpenJoystick(EvdevSystem& system, EventLoop& loop, const std::string& wanted) {
+namespace {
+
+std::unique_ptr<Joystick> OpenOneJoystick(EvdevSystem& system, EventLoop& loop, const std::string& wanted) {
   const auto joysticks = FindJoysticks(system);
   if (joysticks.empty()) return std::make_unique<NoJoystick>();
   const auto named = std::find_if(joysticks.begin(), joysticks.end(), [&](const JoystickDevice& device) {
     return !wanted.empty() && (device.path == wanted || device.name == wanted);
   });
   return std::make_unique<EvdevJoystick>(system, loop, named != joysticks.end() ? *named : joysticks.front());
+}
+
+// The joystick read now, which the operator may change for another; the listener goes over to
+// the new one, which tells it its state.
+class ChosenJoystick final : public Joystick {
+ public:
+  ChosenJoystick(EvdevSystem& system, EventLoop& loop, const std::string& wanted)
+      : system_(system), loop_(loop), read_(OpenOneJoystick(system, loop, wanted)) {}
+
+  std::string Name() const override { return read_->Name(); }
+  void SetListener(ButtonsListener listener) override {
+    listener_ = listener;
+    read_->SetListener(std::move(listener));
+  }
+  std::vector<std::string> Found() const override {
+    std::vector<std::string> names;
+    for (const auto& device : FindJoysticks(system_)) names.push_back(device.name);
+    return names;
+  }
+  void Use(const std::string& wanted) override {
+    read_.reset();  // its reader thread ends before the device is opened again
+    read_ = OpenOneJoystick(system_, loop_, wanted);
+    read_->SetListener(listener_);
+  }
+
+ private:
+  EvdevSystem& system_;
+  EventLoop& loop_;
+  std::unique_ptr<Joystick> read_;
+  ButtonsListener listener_;
+};
+
+}  // namespace
+
+std::unique_ptr<Joystick> OpenJoystick(EvdevSystem& system, EventLoop& loop, const std::string& wanted) {
+  return std::make_unique<ChosenJoystick>(system, loop, wanted);
 }
 
 }  // namespace zr::platform::linux_impl

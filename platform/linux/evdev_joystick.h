@@ -24,8 +24,8 @@ struct JoystickDevice {
 std::vector<JoystickDevice> FindJoysticks(EvdevSystem& system);
 
 // The joystick `wanted` names by its path or its name, or the first found when `wanted` is empty
-// or names none; a joystick that is never there (`NoJoystick`) when the machine has none.
-// Called on the logic thread; the joystick posts to `loop` until it ends.
+// or names none; none is read when the machine has none (its name is then empty). `Use` changes
+// the joystick read. Called on the logic thread; the joystick posts to `loop` until it ends.
 std::unique_ptr<Joystick> OpenJoystick(EvdevSystem& system, EventLoop& loop, const std::string& wanted);
 
 }  // namespace zr::platform::linux_impl

@@ -37,6 +37,27 @@ TEST(JoystickPanel, WithoutAJoystickTheTriggerIsChosenByHandOrBySetUpAndTheStatu
   EXPECT_EQ(std::string(master.StatusString.Caption), "No joystick found");
 }
 
+// The joystick button's menu offers the joysticks found, the one read checked; the one chosen
+// is kept for the next start. Without a joystick the menu says so and offers nothing.
+TEST(JoystickPanel, TheMenuOfTheJoystickButtonOffersTheJoysticksFoundAndKeepsTheChoice) {
+  scenario::World world;
+  world.Start();
+  auto& button = world.program().Window<Master>().TriggerType.Button("joystick");
+  ASSERT_EQ(button.ButtonMenus.size(), 1u);
+  EXPECT_EQ(button.ButtonMenus[0]->Text.get(), "Sim Joystick");
+  EXPECT_TRUE(button.ButtonMenus[0]->Checked);
+  world.program().Window<Master>().TriggerType.ClickButtonMenu(button, *button.ButtonMenus[0]);
+  EXPECT_EQ(world.settings->Get("Video Zandrell", "Joystick", "Device", ""), "Sim Joystick");
+
+  world.joystick.present = false;
+  world.program().Window<Master>().TriggerType.ClickButton(button);
+  ASSERT_EQ(button.ButtonMenus.size(), 1u);
+  EXPECT_EQ(button.ButtonMenus[0]->Text.get(), "No joystick found");
+  EXPECT_FALSE(button.ButtonMenus[0]->Enabled);
+  world.program().Window<Master>().TriggerType.ClickButtonMenu(button, *button.ButtonMenus[0]);
+  EXPECT_EQ(world.settings->Get("Video Zandrell", "Joystick", "Device", ""), "Sim Joystick");
+}
+
 // The main window that listened has gone when the state is handled: under the address sanitizer
 // a listener left behind is a use after free.
 TEST(JoystickPanel, AStateThatArrivesAfterTheMainWindowEndedReachesNobody) {

@@ -106,5 +106,22 @@ TEST_F(EvdevJoystickReading, AJoystickThatGoesAwayEndsItsReaderAndGivesItsFileBa
   joystick_.reset();
 }
 
+// The operator changes the joystick read: the old reader ends and gives its file back, and the
+// new one tells the same listener its state and its presses.
+TEST_F(EvdevJoystickReading, AnotherJoystickChosenIsReadByTheSameListener) {
+  constexpr const char* kOther = "/dev/input/event7";
+  system_.AddDevice(kOther, Pad("Other Pad", {BTN_EAST}));
+  Open(Pad("Pad"));
+  EXPECT_EQ(joystick_->Found(), (std::vector<std::string>{"Pad", "Other Pad"}));
+  EXPECT_EQ(States(1), (std::vector<int>{0}));
+  joystick_->Use("Other Pad");
+  EXPECT_EQ(joystick_->Name(), "Other Pad");
+  EXPECT_EQ(States(2), (std::vector<int>{0, 2}));
+  EXPECT_EQ(system_.OpenFiles(), 1);
+  system_.SendKey(kPath, BTN_SOUTH, true);
+  system_.SendKey(kOther, BTN_EAST, false);
+  EXPECT_EQ(States(3), (std::vector<int>{0, 2, 0}));
+}
+
 }  // namespace
 }  // namespace zr::platform::linux_impl
