@@ -6,12 +6,13 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <array>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
-#include <initializer_list>
 #include <iterator>
+#include <string_view>
 #include <tuple>
 
 #include "core/message_window.h"
@@ -35,13 +36,21 @@ std::string Bytes(const char (&literal)[N]) {
   return {literal, N - 1};
 }
 
-std::string CrLfLines(std::initializer_list<std::string> lines) {
+// Each '|'-separated line of `lines`, ended with CR LF.
+std::string Lines(std::string_view lines) {
   std::string text;
-  for (const auto& line : lines) text += line + "\r\n";
+  for (std::size_t at = 0; at <= lines.size();) {
+    const std::size_t end = std::min(lines.find('|', at), lines.size());
+    text.append(lines.substr(at, end - at)).append("\r\n");
+    at = end + 1;
+  }
   return text;
 }
 
 const std::string kRule = "; " + std::string(93, '-');
+
+// A section heading: an empty comment line, the heading, the rule.
+std::string Section(const std::string& heading) { return Lines(";|; " + heading + "|" + kRule); }
 
 // "; Video Zandrell Version 1.00  Build:0000" for version 1.0.0.
 std::string VersionLine() {
@@ -151,75 +160,23 @@ TEST_F(ParameterFileTest, MovieSetUpIsWrittenLineByLine) {
   std::tie(parms.wNumVideoRequested, parms.wNumAudioRequested, parms.dwIndexSize) = std::tuple(5, 4, 324000);
   std::tie(parms.wChunkGranularity, parms.wPercentDropForError) = std::tuple(0, 10);
 
-  EXPECT_EQ(Saved("movie.zrp"), CrLfLines({"; Video Capture Parameters File",
-                                           VersionLine(),
-                                           kRule,
-                                           "; Created 2026-11-21  14:30:05",
-                                           kRule,
-                                           "; Copyright (C) 2026 Video Zandrell developers",
-                                           kRule,
-                                           ";",
-                                           "; Video Capture Device",
-                                           kRule,
-                                           "Device Index=0",
-                                           "Device Description=Sim Camera",
-                                           "View Mode=Overlay",
-                                           "Preview Rate=15",
-                                           ";",
-                                           "; Autostart",
-                                           kRule,
-                                           "Hours=1",
-                                           "Minutes=2",
-                                           "Seconds=3",
-                                           ";",
-                                           "; Filename",
-                                           kRule,
-                                           "Filename=/videos/clip.avi",
-                                           ";",
-                                           "; Capture Type",
-                                           kRule,
-                                           "Capture=Movie",
-                                           ";",
-                                           "; Audio Settings",
-                                           kRule,
-                                           "Audio=Yes",
-                                           "Audio Channels=2",
-                                           "Audio Bits=16",
-                                           "Audio Rate=44100",
-                                           ";",
-                                           "; AVI Other Information",
-                                           kRule,
-                                           "AVI Info=Yes",
-                                           "Copyright=(C) me",
-                                           "Artist=Band",
-                                           "Subject=Song",
-                                           "Product=Tape",
-                                           "Source=Camera",
-                                           "Comments=one, two",
-                                           ";",
-                                           "; Movie Options",
-                                           kRule,
-                                           "Frame Rate=29.97",
-                                           "Limit=No",
-                                           "Duration(Seconds)=3723",
-                                           "ShowTCR=Yes",
-                                           ";",
-                                           "; Advanced Settings",
-                                           kRule,
-                                           "Capture Operation=Background Task",
-                                           "Video Buffers=5",
-                                           "Audio Buffers=4",
-                                           "DOS Buffers=Yes",
-                                           "Write Cache=No",
-                                           "Max Index Size=324000",
-                                           "Chunk Granularity=0",
-                                           "Drop Error=10",
-                                           "WDMVIDEOCODEC=0",
-                                           "WDMAUDIOCODEC=0",
-                                           "WDMINPUT=0",
-                                           "WDMAUDIOINPUT=0",
-                                           "WDMAUDIODEVICE=0",
-                                           "WDMVIDEODEVICE=0"}));
+  EXPECT_EQ(
+      Saved("movie.zrp"),
+      Lines("; Video Capture Parameters File|" + VersionLine() + "|" + kRule + "|; Created 2026-11-21  14:30:05|" +
+            kRule + "|; Copyright (C) 2026 Video Zandrell developers|" + kRule) +
+          Section("Video Capture Device") +
+          Lines("Device Index=0|Device Description=Sim Camera|View Mode=Overlay|Preview Rate=15") +
+          Section("Autostart") + Lines("Hours=1|Minutes=2|Seconds=3") + Section("Filename") +
+          Lines("Filename=/videos/clip.avi") + Section("Capture Type") + Lines("Capture=Movie") +
+          Section("Audio Settings") + Lines("Audio=Yes|Audio Channels=2|Audio Bits=16|Audio Rate=44100") +
+          Section("AVI Other Information") +
+          Lines("AVI Info=Yes|Copyright=(C) me|Artist=Band|Subject=Song|Product=Tape|Source=Camera|"
+                "Comments=one, two") +
+          Section("Movie Options") + Lines("Frame Rate=29.97|Limit=No|Duration(Seconds)=3723|ShowTCR=Yes") +
+          Section("Advanced Settings") +
+          Lines("Capture Operation=Background Task|Video Buffers=5|Audio Buffers=4|DOS Buffers=Yes|"
+                "Write Cache=No|Max Index Size=324000|Chunk Granularity=0|Drop Error=10|WDMVIDEOCODEC=0|"
+                "WDMAUDIOCODEC=0|WDMINPUT=0|WDMAUDIOINPUT=0|WDMAUDIODEVICE=0|WDMVIDEODEVICE=0"));
   // The set-up can hold the upload password: the file is the user's alone.
   EXPECT_EQ(std::filesystem::status(AppFile("movie.zrp")).permissions(),
             std::filesystem::perms::owner_read | std::filesystem::perms::owner_write);
@@ -240,11 +197,11 @@ TEST_F(ParameterFileTest, SingleImageSetUp) {
   master().SetOperationMode("image");
   master().imagesettings(0).Button("insert").Value = 1;
   state().InsertionFile = "/overlays/logo.iif";
-  EXPECT_EQ(SavedCaptureBlocks("image.zrp"), CrLfLines({"Capture=Single Image", ";", "; Image Options", kRule,
-                                                        "InsertIIF=Yes", "InsertIIFFile=/overlays/logo.iif"}));
+  EXPECT_EQ(SavedCaptureBlocks("image.zrp"), Lines("Capture=Single Image") + Section("Image Options") +
+                                                 Lines("InsertIIF=Yes|InsertIIFFile=/overlays/logo.iif"));
   master().imagesettings(0).Button("insert").Value = 0;
   EXPECT_EQ(SavedCaptureBlocks("image.zrp"),
-            CrLfLines({"Capture=Single Image", ";", "; Image Options", kRule, "InsertIIF=No"}));
+            Lines("Capture=Single Image") + Section("Image Options") + Lines("InsertIIF=No"));
 }
 
 TEST_F(ParameterFileTest, MultipleImageSetUpWithTimerTrigger) {
@@ -261,37 +218,14 @@ TEST_F(ParameterFileTest, MultipleImageSetUpWithTimerTrigger) {
   std::tie(s.FtpHost, s.FtpPort, s.FtpUser, s.FtpPassword, s.FtpFolder) =
       std::tuple("ftp.example.org", 2121, "cam", "secret", "/shots");
   master().imagesettings(1).Button("insert").Value = 0;
-  EXPECT_EQ(SavedCaptureBlocks("series.zrp"), CrLfLines({"Capture=Multiple Image",
-                                                         "Multiple Image Type=2",
-                                                         "AVI Rate=5",
-                                                         ";",
-                                                         "; Trigger Type",
-                                                         kRule,
-                                                         "Trigger=Timer",
-                                                         "Interval=90",
-                                                         ";",
-                                                         "; AVI Other Information",
-                                                         kRule,
-                                                         "AVI Info=No",
-                                                         "Copyright=a",
-                                                         "Artist=b",
-                                                         "Subject=c",
-                                                         "Product=d",
-                                                         "Source=e",
-                                                         "Comments=f",
-                                                         ";",
-                                                         "; Internet Settings",
-                                                         kRule,
-                                                         "Send to FTP Server=Yes",
-                                                         "URL=ftp.example.org",
-                                                         "Port=2121",
-                                                         "Username=cam",
-                                                         "Password=secret",
-                                                         "Directory=/shots",
-                                                         ";",
-                                                         "; Image Effects ",
-                                                         kRule,
-                                                         "InsertIIF=No"}));
+  EXPECT_EQ(SavedCaptureBlocks("series.zrp"),
+            Lines("Capture=Multiple Image|Multiple Image Type=2|AVI Rate=5") + Section("Trigger Type") +
+                Lines("Trigger=Timer|Interval=90") + Section("AVI Other Information") +
+                Lines("AVI Info=No|Copyright=a|Artist=b|Subject=c|Product=d|Source=e|Comments=f") +
+                Section("Internet Settings") +
+                Lines("Send to FTP Server=Yes|URL=ftp.example.org|Port=2121|Username=cam|Password=secret|"
+                      "Directory=/shots") +
+                Section("Image Effects ") + Lines("InsertIIF=No"));
   master().SelectTrigger("motion");
   const std::string motion = Saved("series.zrp");
   EXPECT_NE(motion.find("\r\nTrigger=Motion\r\n"), std::string::npos);
@@ -301,7 +235,7 @@ TEST_F(ParameterFileTest, MultipleImageSetUpWithTimerTrigger) {
 TEST_F(ParameterFileTest, NoVisibleModeBandEndsTheFileAtTheCaptureTypeHeading) {
   for (const char* band : {"movie", "image", "multiple"}) master().MasterBar.Bands(band).Visible = false;
   const std::string text = Saved("none.zrp");
-  const std::string tail = ";\r\n; Capture Type\r\n" + kRule + "\r\n";
+  const std::string tail = Section("Capture Type");
   ASSERT_GT(text.size(), tail.size());
   EXPECT_EQ(text.substr(text.size() - tail.size()), tail);
 }
@@ -478,10 +412,10 @@ TEST_F(ParameterFileTest, MultipleImageIgnoresWhatItCannotTake) {
   Load("series.zrp", "Capture=multiple image\r\n");
   EXPECT_EQ(state().CaptureType, "multiple");
   EXPECT_EQ(state().FtpPort, 21);
-  Load("series.zrp", CrLfLines({"Capture=Multiple Image", "Multiple Image Type=2", "AVI Rate=3", "Trigger=Timer",
-                                "Interval=75", "Port=2121"}));
-  Load("series.zrp", CrLfLines({"Capture=Multiple Image", "Multiple Image Type=6", "AVI Rate=31", "Trigger=Timer",
-                                "Interval=40000", "Port=70000"}));
+  Load("series.zrp",
+       Lines("Capture=Multiple Image|Multiple Image Type=2|AVI Rate=3|Trigger=Timer|Interval=75|Port=2121"));
+  Load("series.zrp",
+       Lines("Capture=Multiple Image|Multiple Image Type=6|AVI Rate=31|Trigger=Timer|Interval=40000|Port=70000"));
   EXPECT_EQ(master().MultipleImageMode.ListIndex, 2);
   EXPECT_EQ(master().MultipleImageFrameRate.ListIndex, 2);
   EXPECT_EQ(master().MultipleImageMinutesControl.Value, 1);
