@@ -70,17 +70,32 @@ class DibFiles : public ::testing::Test {
                                    ::testing::UnitTest::GetInstance()->current_test_info()->name());
 };
 
+// The 40-byte information header at `at`.
+void PutInfoHeader(std::uint8_t* at, std::uint32_t width, std::uint32_t height, std::uint32_t bit_count,
+                   std::uint32_t image_size, std::uint32_t compression = 0) {
+  PutLittleEndian(at, 40, 4);
+  PutLittleEndian(at + 4, width, 4);
+  PutLittleEndian(at + 8, height, 4);
+  PutLittleEndian(at + 12, 1, 2);
+  PutLittleEndian(at + 14, bit_count, 2);
+  PutLittleEndian(at + 16, compression, 4);
+  PutLittleEndian(at + 20, image_size, 4);
+}
+
+// A file of `size` bytes that starts with the file header, its bits at `offset`.
+Bytes FileWithHeader(std::size_t size, std::uint32_t offset) {
+  Bytes bytes(size, 0);
+  PutLittleEndian(bytes.data(), kBitmapFileType, 2);
+  PutLittleEndian(bytes.data() + 10, offset, 4);
+  return bytes;
+}
+
 // A packed bitmap of `width` by `height`: the information header, then numbered bytes.
 Bytes PackedBitmap(int width, int height, int bit_count = 24) {
   const auto image_size = static_cast<std::uint32_t>(platform::Picture::StrideFor(width) * height);
   Bytes packed(kBitmapInfoHeaderBytes + image_size, 0);
-  std::uint8_t* header = packed.data();
-  PutLittleEndian(header, 40, 4);
-  PutLittleEndian(header + 4, static_cast<std::uint32_t>(width), 4);
-  PutLittleEndian(header + 8, static_cast<std::uint32_t>(height), 4);
-  PutLittleEndian(header + 12, 1, 2);
-  PutLittleEndian(header + 14, static_cast<std::uint32_t>(bit_count), 2);
-  PutLittleEndian(header + 20, image_size, 4);
+  PutInfoHeader(packed.data(), static_cast<std::uint32_t>(width), static_cast<std::uint32_t>(height),
+                static_cast<std::uint32_t>(bit_count), image_size);
   for (std::size_t i = kBitmapInfoHeaderBytes; i < packed.size(); ++i) packed[i] = static_cast<std::uint8_t>(i * 7);
   return packed;
 }
@@ -172,15 +187,9 @@ TEST_F(DibFiles, HeadersThatPromiseMoreThanTheFileHoldsAreRefused) {
 // A 54-byte file that claims 65535 by 65535 pixels (12.9 GB of picture) is refused by its header:
 // neither reader sets aside more than a few bytes for it.
 TEST_F(DibFiles, AHugeClaimInATinyFileIsRefusedWithoutAllocating) {
-  Bytes header(kBitmapFileHeaderBytes + kBitmapInfoHeaderBytes, 0);
-  PutLittleEndian(header.data(), kBitmapFileType, 2);
-  PutLittleEndian(header.data() + 10, 54, 4);
-  PutLittleEndian(header.data() + 14, 40, 4);
-  PutLittleEndian(header.data() + 18, 65535, 4);
-  PutLittleEndian(header.data() + 22, 65535, 4);
-  PutLittleEndian(header.data() + 26, 1, 2);
-  PutLittleEndian(header.data() + 28, 24, 2);
-  PutLittleEndian(header.data() + 34, static_cast<std::uint32_t>(platform::Picture::StrideFor(65535)) * 65535u, 4);
+  Bytes header = FileWithHeader(kBitmapFileHeaderBytes + kBitmapInfoHeaderBytes, 54);
+  PutInfoHeader(header.data() + 14, 65535, 65535, 24,
+                static_cast<std::uint32_t>(platform::Picture::StrideFor(65535)) * 65535u);
   const std::string path = File("huge.bmp");
   WriteAll(path, header);
   const std::size_t largest = LargestAllocationOf([&] {
@@ -195,15 +204,8 @@ TEST_F(DibFiles, AHugeClaimInATinyFileIsRefusedWithoutAllocating) {
 Bytes ThirtyTwoBitFile(bool top_down, std::uint32_t compression, std::uint32_t red_mask = 0x00FF0000) {
   const std::uint32_t masks = compression == 3 ? 12 : 0;
   const std::uint32_t offset = 54 + masks;
-  Bytes bytes(offset + 3 * 2 * 4, 0);
-  PutLittleEndian(bytes.data(), kBitmapFileType, 2);
-  PutLittleEndian(bytes.data() + 10, offset, 4);
-  PutLittleEndian(bytes.data() + 14, 40, 4);
-  PutLittleEndian(bytes.data() + 18, 3, 4);
-  PutLittleEndian(bytes.data() + 22, top_down ? 0xFFFFFFFEu : 2u, 4);
-  PutLittleEndian(bytes.data() + 26, 1, 2);
-  PutLittleEndian(bytes.data() + 28, 32, 2);
-  PutLittleEndian(bytes.data() + 30, compression, 4);
+  Bytes bytes = FileWithHeader(offset + 3 * 2 * 4, offset);
+  PutInfoHeader(bytes.data() + 14, 3, top_down ? 0xFFFFFFFEu : 2u, 32, 0, compression);
   if (masks) {
     PutLittleEndian(bytes.data() + 54, red_mask, 4);
     PutLittleEndian(bytes.data() + 58, 0x0000FF00, 4);

@@ -111,13 +111,17 @@ TEST_F(ControlsTest, GenericAccessFindsControlsAndArrayElementsByName) {
   EXPECT_EQ(clicks, 0);
 }
 
-TEST(WindowSlotTest, AWindowIsMadeOnFirstTouchAndFreshAfterItsUnload) {
+class WindowSlotTest : public ::testing::Test {
+ protected:
   platform::sim::SimEventLoop loop;
   int made = 0;
-  WindowSlot<TestWindow> slot("Test", [&] {
-    ++made;
-    return std::make_unique<TestWindow>(loop);
-  });
+  WindowSlot<TestWindow> slot{"Test", [this] {
+                                ++made;
+                                return std::make_unique<TestWindow>(loop);
+                              }};
+};
+
+TEST_F(WindowSlotTest, AWindowIsMadeOnFirstTouchAndFreshAfterItsUnload) {
   EXPECT_FALSE(slot.Loaded());
   slot().rate.Value = 9;
   EXPECT_EQ(slot().loads, 1);
@@ -130,9 +134,7 @@ TEST(WindowSlotTest, AWindowIsMadeOnFirstTouchAndFreshAfterItsUnload) {
   EXPECT_EQ(made, 2);
 }
 
-TEST(WindowSlotTest, ACloseRefusedByTheWindowKeepsItLoaded) {
-  platform::sim::SimEventLoop loop;
-  WindowSlot<TestWindow> slot("Test", [&] { return std::make_unique<TestWindow>(loop); });
+TEST_F(WindowSlotTest, ACloseRefusedByTheWindowKeepsItLoaded) {
   slot().refuse_close = true;
   EXPECT_FALSE(slot.Unload(UnloadMode::CloseBox));
   EXPECT_TRUE(slot.Loaded());
@@ -140,9 +142,7 @@ TEST(WindowSlotTest, ACloseRefusedByTheWindowKeepsItLoaded) {
   EXPECT_FALSE(slot.Loaded());
 }
 
-TEST(WindowSlotTest, ExtraInstancesCountFromOneInOrderOfCreation) {
-  platform::sim::SimEventLoop loop;
-  WindowSlot<TestWindow> slot("Test", [&] { return std::make_unique<TestWindow>(loop); });
+TEST_F(WindowSlotTest, ExtraInstancesCountFromOneInOrderOfCreation) {
   auto& first = slot.NewInstance();
   auto& second = slot.NewInstance();
   EXPECT_EQ(slot.ExtraInstance(1), &first);
