@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cctype>
 #include <filesystem>
 #include <fstream>
 #include <optional>
@@ -100,60 +99,36 @@ TEST(LanguageTable, KeepsWhatTheProgramAndTheOperatorRelyOn) {
 
 // ---- The texts the sources translate
 
-std::size_t SkipBlanks(std::string_view source, std::size_t at) {
-  while (at < source.size() && std::isspace(static_cast<unsigned char>(source[at]))) ++at;
-  return at;
-}
-
-// The string literal at `at`, after blanks, with adjacent literals joined and escapes decoded;
-// nothing when no literal stands there. `at` is left behind the last literal.
-std::optional<std::string> ReadLiteral(std::string_view source, std::size_t& at) {
-  std::optional<std::string> text;
-  for (at = SkipBlanks(source, at); at < source.size() && source[at] == '"'; at = SkipBlanks(source, at)) {
-    if (!text) text.emplace();
-    for (++at; source.at(at) != '"'; ++at) {
-      if (source[at] != '\\') {
-        *text += source[at];
-        continue;
-      }
-      switch (source.at(++at)) {
-        case 'n':
-          *text += '\n';
-          break;
-        case 't':
-          *text += '\t';
-          break;
-        case '"':
-        case '\\':
-        case '\'':
-          *text += source[at];
-          break;
-        default:
-          throw std::invalid_argument("an escape the scan does not decode: \\" + std::string(1, source[at]));
+// The first arguments of the calls of Translate in `source` that are string literals, adjacent
+// literals joined and escapes decoded.
+std::vector<std::string> TranslatedLiterals(const std::string& source) {
+  static const std::regex kCall(R"re((^|\W)Translate\(\s*((?:"(?:[^"\\]|\\.)*"\s*)+)[,)])re");
+  static const std::regex kPiece(R"re("((?:[^"\\]|\\.)*)")re");
+  std::vector<std::string> literals;
+  for (std::sregex_iterator call(source.begin(), source.end(), kCall), end; call != end; ++call) {
+    std::string text;
+    const std::string pieces = (*call)[2];
+    for (std::sregex_iterator piece(pieces.begin(), pieces.end(), kPiece); piece != end; ++piece) {
+      const std::string body = (*piece)[1];
+      for (std::size_t at = 0; at < body.size(); ++at) {
+        const char escaped = body[at] == '\\' ? body[++at] : '\0';
+        if (!escaped)
+          text += body[at];
+        else if (escaped == 'n' || escaped == 't')
+          text += escaped == 'n' ? '\n' : '\t';
+        else if (escaped == '"' || escaped == '\\' || escaped == '\'')
+          text += escaped;
+        else
+          throw std::invalid_argument("an escape the scan does not decode: \\" + std::string(1, escaped));
       }
     }
-    ++at;
-  }
-  return text;
-}
-
-// The first arguments of the calls of Translate in `source` that are string literals.
-std::vector<std::string> TranslatedLiterals(std::string_view source) {
-  constexpr std::string_view kCall = "Translate(";
-  std::vector<std::string> literals;
-  for (auto call = source.find(kCall); call != std::string_view::npos; call = source.find(kCall, call + 1)) {
-    const char before = call > 0 ? source[call - 1] : ' ';
-    if (std::isalnum(static_cast<unsigned char>(before)) || before == '_') continue;
-    std::size_t at = call + kCall.size();
-    const auto literal = ReadLiteral(source, at);
-    at = SkipBlanks(source, at);
-    if (literal && at < source.size() && (source[at] == ')' || source[at] == ',')) literals.push_back(*literal);
+    literals.push_back(text);
   }
   return literals;
 }
 
 TEST(TranslatedLiterals, TakesOnlyALiteralThatIsTheWholeFirstArgument) {
-  const std::string_view source = R"(
+  const std::string source = R"(
     a = program_.Translate("Plain");
     b = Translate( "Quote \" backslash \\ break\n" , 0);
     c = Translate("Joined " "parts");

@@ -254,17 +254,6 @@ TEST_F(ParameterFileTest, UnwritableTargetLeavesNothingAndSaysNothing) {
   EXPECT_FALSE(world.program().SlotOf<Msg>().Loaded());
 }
 
-TEST_F(ParameterFileTest, ReplacedFileKeepsItsMode) {
-  const std::string path = AppFile("private.zrp");
-  WriteBytes(path, "old");
-  ::chmod(path.c_str(), 0600);
-  SaveParameters(world.program(), path);
-  struct stat saved {};
-  ASSERT_EQ(::stat(path.c_str(), &saved), 0);
-  EXPECT_EQ(saved.st_mode & 0777, 0600u);
-  EXPECT_EQ(ReadBytes(path).rfind("; Video Capture Parameters File\r\n", 0), 0u);
-}
-
 TEST_F(ParameterFileTest, NothingHappensOnceTheFinalShutdownHasBegun) {
   state().Exiting = True;
   SaveParameters(world.program(), AppFile("late.zrp"));
