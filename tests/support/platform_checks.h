@@ -1,10 +1,14 @@
 #pragma once
 // Checks the platform tests share: a Result that must have succeeded (its error in the
-// message when not), and the time passed since a moment.
+// message when not), the time passed since a moment, and a folder of a test's own.
 
 #include <gtest/gtest.h>
+#include <stdlib.h>
 
 #include <chrono>
+#include <filesystem>
+#include <stdexcept>
+#include <string>
 
 #include "base/result.h"
 
@@ -19,5 +23,27 @@ template <class T>
 inline std::chrono::milliseconds Since(std::chrono::steady_clock::time_point start) {
   return std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - start);
 }
+
+// A new folder under the system's temporary folder, removed with all it holds at the end.
+class TemporaryFolder {
+ public:
+  TemporaryFolder() {
+    std::string pattern = (std::filesystem::temp_directory_path() / "zr-test-XXXXXX").string();
+    if (::mkdtemp(pattern.data()) == nullptr) throw std::runtime_error("cannot make a temporary folder");
+    path_ = pattern;
+  }
+  ~TemporaryFolder() {
+    std::error_code ignored;
+    std::filesystem::remove_all(path_, ignored);
+  }
+  TemporaryFolder(const TemporaryFolder&) = delete;
+  TemporaryFolder& operator=(const TemporaryFolder&) = delete;
+
+  const std::filesystem::path& path() const { return path_; }
+  std::string File(const std::string& name) const { return (path_ / name).string(); }
+
+ private:
+  std::filesystem::path path_;
+};
 
 }  // namespace zr::testing

@@ -16,16 +16,12 @@
 #include <string>
 #include <vector>
 
+#include "tests/support/platform_checks.h"
+
 namespace zr::platform::linux_impl {
 namespace {
 
 namespace fs = std::filesystem;
-
-fs::path MakeTemporaryFolder() {
-  std::string pattern = (fs::temp_directory_path() / "ini_settings_store_XXXXXX").string();
-  if (::mkdtemp(pattern.data()) == nullptr) throw std::runtime_error("mkdtemp failed");
-  return pattern;
-}
 
 std::string ReadText(const std::string& path) {
   std::ifstream in(path, std::ios::binary);
@@ -34,8 +30,6 @@ std::string ReadText(const std::string& path) {
 
 class IniSettingsStoreTest : public ::testing::Test {
  protected:
-  ~IniSettingsStoreTest() override { fs::remove_all(root_); }
-
   std::string FilePath(const std::string& application) const { return folder_ + application + ".ini"; }
   void WriteText(const std::string& path, const std::string& text) const {
     fs::create_directories(folder_);
@@ -52,7 +46,8 @@ class IniSettingsStoreTest : public ::testing::Test {
     return std::count(text.begin(), text.end(), '\n');
   }
 
-  fs::path root_ = MakeTemporaryFolder();
+  zr::testing::TemporaryFolder temporary_;
+  fs::path root_ = temporary_.path();
   std::string folder_ = root_.string() + "/config/video-zandrell/";  // missing until a Save
   std::ostringstream errors_;
   IniSettingsStore store_{folder_, errors_};

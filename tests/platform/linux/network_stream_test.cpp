@@ -1,10 +1,8 @@
 #include "platform/linux/network_stream.h"
 
 #include <gtest/gtest.h>
-#include <stdlib.h>
 
 #include <chrono>
-#include <filesystem>
 #include <string>
 #include <thread>
 
@@ -15,7 +13,6 @@
 namespace zr::platform::linux_impl {
 namespace {
 
-namespace fs = std::filesystem;
 using std::chrono::milliseconds;
 using testing::CollectingSink;
 using testing::LocalHttpServer;
@@ -36,11 +33,8 @@ class NetworkStreamTest : public ::testing::Test {
  protected:
   // A Motion JPEG AVI of kFrames frames at kRate, written with the program's own writer.
   void SetUp() override {
-    char name[] = "/tmp/zr-network-stream-XXXXXX";
-    ASSERT_NE(mkdtemp(name), nullptr);
-    folder_ = name;
     const MovieFormat format{kWidth, kHeight, kRate, VideoCodec::Mjpeg, /*quality=*/95, /*audio=*/{}, 0};
-    auto writer = FfmpegMovieFiles().OpenWriter(movie_ = (folder_ / "movie.avi").string(), format);
+    auto writer = FfmpegMovieFiles().OpenWriter(movie_ = folder_.File("movie.avi"), format);
     ASSERT_TRUE(Ok(writer));
     for (int i = 0; i < kFrames; ++i) {
       Picture picture = Picture::Blank(kWidth, kHeight);
@@ -55,15 +49,14 @@ class NetworkStreamTest : public ::testing::Test {
     }
     ASSERT_TRUE(Ok((*writer)->Close()));
   }
-  void TearDown() override { fs::remove_all(folder_); }
 
-  fs::path folder_;
+  zr::testing::TemporaryFolder folder_;
   std::string movie_;
 };
 
 // Plays the movie to its end and checks every frame: size, order, orientation, colours, pace.
 TEST_F(NetworkStreamTest, PlaysAFileByPathAndOverHttpAtItsOwnPaceToTheEnd) {
-  LocalHttpServer server(LocalHttpServer::Mode::Files, {.folder = folder_});
+  LocalHttpServer server(LocalHttpServer::Mode::Files, {.folder = folder_.path()});
   for (const std::string& url : {movie_, server.Url("/file/movie.avi")}) {
     SCOPED_TRACE(url);
     auto stream = MakeNetworkStreamSource(url, 2000);
@@ -101,7 +94,7 @@ TEST_F(NetworkStreamTest, PlaysAFileByPathAndOverHttpAtItsOwnPaceToTheEnd) {
 TEST_F(NetworkStreamTest, StartFailsNamingTheAddressWithinTheTimeout) {
   LocalHttpServer files(LocalHttpServer::Mode::Files);
   LocalHttpServer silent(LocalHttpServer::Mode::Silent);
-  const std::string missing = (folder_ / "missing.avi").string();
+  const std::string missing = folder_.File("missing.avi");
   const std::string absent = files.Url("/file/absent.avi");
   const std::string mute = silent.Url("/file/movie.avi");
   for (const auto& [url, message] :

@@ -1,14 +1,12 @@
 #include "platform/linux/recorder.h"
 
 #include <gtest/gtest.h>
-#include <stdlib.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <cmath>
 #include <condition_variable>
-#include <filesystem>
 #include <future>
 #include <limits>
 #include <mutex>
@@ -26,7 +24,6 @@
 namespace zr::platform::linux_impl {
 namespace {
 
-namespace fs = std::filesystem;
 using namespace std::chrono_literals;
 using Ints = std::vector<int>;
 using Bytes = std::vector<std::uint8_t>;
@@ -404,29 +401,19 @@ TEST_F(RecorderTest, SoundWaitingTooLongGivesWayToNewerSound) {
 
 // ---- Real movies ------------------------------------------------------------------------------
 
+// 64 x 48 movies written to a real file.
 class RecordedMovieTest : public RecorderTest {
  protected:
-  void SetUp() override {
-    std::string pattern = (fs::temp_directory_path() / "zr_recorder_XXXXXX").string();
-    ASSERT_NE(mkdtemp(pattern.data()), nullptr);
-    folder_ = pattern;
-    files_used_fake_ = false;
-  }
-  void TearDown() override {
-    std::error_code ignored;
-    fs::remove_all(folder_, ignored);
-  }
-
-  // 64 x 48 movies written to a real file.
+  void SetUp() override { files_used_fake_ = false; }
   RecordingSettings FileSettings(double fps, std::optional<std::int64_t> limit) {
     auto settings = Settings(fps, limit);
     std::tie(settings.path, settings.format.width, settings.format.height) = std::tuple(Path(), 64, 48);
     return settings;
   }
-  std::string Path() const { return (folder_ / "run.avi").string(); }
+  std::string Path() const { return folder_.File("run.avi"); }
 
   FfmpegMovieFiles files_;
-  fs::path folder_;
+  zr::testing::TemporaryFolder folder_;
 };
 
 TEST_F(RecordedMovieTest, AFiveSecondRunHoldsExactly150FramesAndFiveSecondsOfSound) {
