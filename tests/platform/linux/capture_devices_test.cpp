@@ -105,6 +105,16 @@ class RealCaptureDevicesTest : public ::testing::Test {
     return window;
   }
 
+  // Records a second with the control into `movie` and gives the frames the movie holds.
+  long RecordASecond(VideoCaptureControl& control, const ControlEvents& events, const std::string& movie) {
+    control.SetCaptureFileName(movie);
+    control.SetTimeLimitEnabled(true);
+    control.SetTimeLimitSeconds(1);
+    control.StartCapture();
+    EXPECT_TRUE(RunUntil([&] { return events.stopped == 1; }, 4000));
+    return Frames(movie);
+  }
+
   // The control connected to the camera at the server's address (device index -2), with its
   // first picture in.
   std::unique_ptr<VideoCaptureControl> ConnectedIpCamera(LocalHttpServer& camera, ControlEvents& events) {
@@ -136,17 +146,6 @@ class RealCaptureDevicesTest : public ::testing::Test {
   std::unique_ptr<RealCaptureDevices> devices_;
   std::unique_ptr<VfwDriverSystem> drivers_ = nullptr;
 };
-
-TEST_F(RealCaptureDevicesTest, DriverListsTheBuiltInCameraAndNothingPastIt) {
-  drivers_ = devices_->MakeDriverSystem();
-  ASSERT_TRUE(drivers_->Describe(0));
-  EXPECT_EQ(drivers_->Describe(0)->name, "Built-in Test Camera");
-  EXPECT_FALSE(drivers_->Describe(1));
-  auto window = drivers_->CreateCaptureWindow("VIDEO WINDOW", 0, 0, 160, 120);
-  EXPECT_FALSE(window->Connect(1));
-  CAPSTATUS status;
-  EXPECT_FALSE(window->GetStatus(status));
-}
 
 // An exclusive run (fYield 0) holds the logic thread until its limit; the movie has the run's
 // frame count and the sound format that was set.
@@ -245,7 +244,16 @@ TEST_F(RealCaptureDevicesTest, ARunThatCannotStartEndsAtOnceSayingWhy) {
   EXPECT_TRUE(fs::is_directory(File("folder.avi")));
 }
 
+// The driver offers the built-in camera and nothing past it; connected, it saves, copies and
+// appends single frames.
 TEST_F(RealCaptureDevicesTest, DriverSavesCopiesAndAppendsSingleFrames) {
+  drivers_ = devices_->MakeDriverSystem();
+  EXPECT_EQ(drivers_->Describe(0).value().name, "Built-in Test Camera");
+  EXPECT_FALSE(drivers_->Describe(1));
+  auto unconnected = drivers_->CreateCaptureWindow("VIDEO WINDOW", 0, 0, 160, 120);
+  EXPECT_FALSE(unconnected->Connect(1));
+  CAPSTATUS status;
+  EXPECT_FALSE(unconnected->GetStatus(status));
   StatusReports reports;
   auto window = ConnectedWindow(reports);
   ASSERT_TRUE(window->SaveDib(File("still.bmp")));
@@ -272,15 +280,11 @@ TEST_F(RealCaptureDevicesTest, ControlRecordsAnIpCameraInBothModesAndTakesAStill
     EXPECT_EQ(still->width, 160);
     EXPECT_TRUE(LocalHttpServer::FrameNumberIn(*still));
 
+    // A camera without a rate of its own records at 15.
     const std::string movie = File(mode == LocalHttpServer::Mode::Snapshot ? "snapshots.avi" : "mjpeg.avi");
-    control->SetCaptureFileName(movie);
-    control->SetTimeLimitEnabled(true);
-    control->SetTimeLimitSeconds(1);
-    control->StartCapture();
-    ASSERT_TRUE(RunUntil([&] { return events.stopped == 1; }, 4000));
+    EXPECT_NEAR(static_cast<double>(RecordASecond(*control, events, movie)), 15, 1);
     EXPECT_EQ(events.started, 1);
     EXPECT_FALSE(control->IsCapturing());
-    EXPECT_NEAR(static_cast<double>(Frames(movie)), 15, 1);  // a camera without a rate of its own records at 15
   }
 }
 
@@ -293,12 +297,7 @@ TEST_F(RealCaptureDevicesTest, ControlRecordsAtTheRateItIsDrivenAt) {
   control->SetVideoDeviceIndex(0);
   control->SetDeviceConnected(true);
   ASSERT_TRUE(RunUntil([&] { return devices_->LatestPicture() != nullptr; }, 2000));
-  control->SetCaptureFileName(File("driven.avi"));
-  control->SetTimeLimitEnabled(true);
-  control->SetTimeLimitSeconds(1);
-  control->StartCapture();
-  ASSERT_TRUE(RunUntil([&] { return events.stopped == 1; }, 4000));
-  EXPECT_NEAR(static_cast<double>(Frames(File("driven.avi"))), 10, 1);
+  EXPECT_NEAR(static_cast<double>(RecordASecond(*control, events, File("driven.avi"))), 10, 1);
 }
 
 // A camera that goes away mid-run ends the run as a run ends, with a file that plays.
@@ -368,12 +367,6 @@ TEST_F(RealCaptureDevicesTest, ControlListsTheConnectedCamerasFormats) {
   EXPECT_EQ(control->VideoWidth(), formats.front().width);
   EXPECT_THROW(control->ShowSourceDialog(), DeviceError);
 }
-
-}  // namespace
-}  // namespace zr::platform::linux_impl
-
-namespace zr::platform::linux_impl {
-namespace {
 
 bool AreaHolds(const Picture& picture, int left, int top, int width, int height, BgrColour colour) {
   for (int y = top; y < top + height; ++y)

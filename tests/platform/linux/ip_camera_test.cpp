@@ -89,8 +89,8 @@ INSTANTIATE_TEST_SUITE_P(
             "StreamClosingAfterEachPicture", Mode::Mjpeg, {.frames_per_second = 40, .frames_per_stream = 1}, 7, 100}),
     ::testing::PrintToStringParamName());
 
-// Start returns at once whatever the camera does; why the camera cannot be used comes as the
-// source's end.
+// Start returns at once whatever the camera does, even when connecting hangs; why the camera
+// cannot be used comes as the source's end. (The client's other failures are its own tests'.)
 TEST(IpCameraTest, StartReturnsAtOnceAndTheEndTellsWhyTheCameraCannotBeUsed) {
   struct Row {
     Mode mode;
@@ -98,8 +98,6 @@ TEST(IpCameraTest, StartReturnsAtOnceAndTheEndTellsWhyTheCameraCannotBeUsed) {
     const char* message;  // after "The camera at <address>"
   };
   for (const Row& row : {Row{Mode::Snapshot, "/page.html", " sends 'text/html', not JPEG pictures"},
-                         Row{Mode::Snapshot, "/missing.jpg", " answered 404 Not Found"},
-                         Row{Mode::Silent, "/snapshot.jpg", " sent no picture"},
                          Row{Mode::Unreachable, "/snapshot.jpg", " does not answer"}}) {
     LocalHttpServer server(row.mode);
     const std::string url = server.Url(row.path);
