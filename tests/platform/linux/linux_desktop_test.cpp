@@ -10,6 +10,8 @@
 #include <filesystem>
 #include <string>
 
+#include "tests/support/platform_checks.h"
+
 namespace zr::platform::linux_impl {
 namespace {
 
@@ -18,9 +20,6 @@ namespace fs = std::filesystem;
 class ProgramFolderTest : public ::testing::Test {
  protected:
   void SetUp() override {
-    std::string pattern = (fs::temp_directory_path() / "zandrell-folder-XXXXXX").string();
-    ASSERT_NE(mkdtemp(pattern.data()), nullptr);
-    root_ = pattern;
     saved_data_home_ = getenv("XDG_DATA_HOME") ? getenv("XDG_DATA_HOME") : "";
     setenv("XDG_DATA_HOME", (root_ + "/data").c_str(), 1);
   }
@@ -29,9 +28,9 @@ class ProgramFolderTest : public ::testing::Test {
       unsetenv("XDG_DATA_HOME");
     else
       setenv("XDG_DATA_HOME", saved_data_home_.c_str(), 1);
-    fs::remove_all(root_);
   }
-  std::string root_;
+  zr::testing::TemporaryFolder folder_;
+  std::string root_ = folder_.path().string();
   std::string saved_data_home_;
 };
 
