@@ -32,9 +32,10 @@ void ApplyVisibility(QWidget& widget, bool visible) {
 
 // ---- PlainWindow
 
-PlainWindow::PlainWindow(ui::Window& model, const Guard& guard, std::function<void()> close_box, QWidget* parent)
-    : QWidget(parent), model_(model), close_box_(std::move(close_box)) {
+PlainWindow::PlainWindow(ui::Window& model, const Guard& guard, std::function<void()> close_box, Layout layout_by)
+    : model_(model), guard_(guard), close_box_(std::move(close_box)) {
   setObjectName(Text(model.Name()));
+  if (layout_by == Layout::ByTheFace) return;
   auto* layout = new QVBoxLayout(this);
   for (ui::Control* control : model.Controls()) {
     auto binding = BindControl(*control, guard, this);
@@ -50,6 +51,13 @@ void PlainWindow::Refresh() {
   if (windowTitle() != Text(model_.Caption)) setWindowTitle(Text(model_.Caption));
   setEnabled(model_.Enabled);
   controls_.Refresh();
+}
+
+QWidget* PlainWindow::Bound(ui::Control& control) {
+  auto binding = BindControl(control, guard_, this);
+  QWidget* widget = binding->Widget();
+  controls_.Add(std::move(binding));
+  return widget;
 }
 
 // The close box is the operator's: the model decides whether the window goes.

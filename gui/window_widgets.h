@@ -38,17 +38,23 @@ class BoundControls {
   std::vector<std::unique_ptr<Binding>> bindings_;
 };
 
-// Any model window but the main and capture windows: its controls one under the other.
+// Any model window but the main and capture windows: its controls one under the other, or as
+// a face of its own lays them out.
 class PlainWindow : public QWidget {
  public:
-  PlainWindow(ui::Window& model, const Guard& guard, std::function<void()> close_box, QWidget* parent = nullptr);
+  enum class Layout { OneUnderTheOther, ByTheFace };
+  PlainWindow(ui::Window& model, const Guard& guard, std::function<void()> close_box,
+              Layout layout = Layout::OneUnderTheOther);
   void Refresh();
 
  protected:
   void closeEvent(QCloseEvent* event) override;
+  // The widget of a control, bound for the window's refresh.
+  QWidget* Bound(ui::Control& control);
 
  private:
   ui::Window& model_;
+  const Guard& guard_;
   BoundControls controls_;
   std::function<void()> close_box_;
 };

@@ -7,16 +7,26 @@
 // With --end-on-request the program is asked to end from outside two seconds into the run, as a
 // termination signal asks it: the run must end as Stop ends it, with a playable two-second
 // movie, and the set-up must be saved.
+//
+// With --series the operator takes a series instead: multiple image mode, numbered JPEGs, the
+// timer trigger at one second. Two stored pictures must show in the series' picture window, the
+// series must stop by Rec/Stop, and the pictures must be there from 000001. On the way the
+// series band, the picture window, the effects and joystick menus and the Autostart window are
+// left in the screenshots folder.
 
 #include <unistd.h>
 
 #include <QAbstractButton>
 #include <QApplication>
 #include <QCheckBox>
+#include <QComboBox>
 #include <QListWidget>
+#include <QMenu>
+#include <QMenuBar>
 #include <QMessageBox>
 #include <QPushButton>
 #include <QSpinBox>
+#include <QTabBar>
 #include <QTest>
 #include <QTimer>
 #include <QToolBar>
@@ -28,6 +38,7 @@
 
 #include "apps/zandrell/program_parts.h"
 #include "capture/video_screen.h"
+#include "core/main_menus.h"
 #include "gui/desktop_toolkit.h"
 #include "main_window/master.h"
 #include "tests/support/movie_probe.h"
@@ -50,8 +61,8 @@ W* FindWidget(const char* name) {
 // The operator: each tick does the next thing the screen allows.
 class Operator {
  public:
-  Operator(zr::ProgramParts& parts, std::string screenshots, zr::gui::DesktopToolkit* end_on_request)
-      : parts_(parts), screenshots_(std::move(screenshots)), end_on_request_(end_on_request) {
+  Operator(zr::ProgramParts& parts, std::string screenshots, zr::gui::DesktopToolkit* end_on_request, bool series)
+      : parts_(parts), screenshots_(std::move(screenshots)), end_on_request_(end_on_request), series_(series) {
     clock_.start();
     QObject::connect(&tick_, &QTimer::timeout, [this] { Act(); });
     tick_.start(100);
@@ -75,6 +86,11 @@ class Operator {
            std::to_string(parts_.program.state.CapStatus.fCapturingNow) + ", file \"" +
            parts_.program.state.CaptureFilename + "\"");
     }
+    if (auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget())) {
+      Screenshot(menu, popup_shot_);
+      menu->close();
+      return;
+    }
     if (auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget())) {
       if (step_ != Step::Quit) Fail("a message box came up: " + box->text().toStdString());
       if (auto* yes = box->button(QMessageBox::Yes))
@@ -97,6 +113,12 @@ class Operator {
         Quit();
         break;
       case Step::EndingOnRequest:
+        break;
+      case Step::SeriesRunning:
+        WatchSeries();
+        break;
+      case Step::SeriesWindows:
+        ShowSeriesWindows();
         break;
     }
   }
@@ -122,6 +144,7 @@ class Operator {
 
   void WaitForLiveVideo() {
     if (!parts_.devices.LatestPicture()) return;
+    if (series_) return StartSeries();
     auto* seconds = FindWidget<QSpinBox>("MovieSecondsControl");
     auto* minutes = FindWidget<QSpinBox>("MovieMinutesControl");
     auto* unlimited = FindWidget<QCheckBox>("MovieDisableLimit");
@@ -154,6 +177,77 @@ class Operator {
       Next(3);
   }
 
+  // Multiple image mode from the File menu, numbered JPEGs, the timer trigger at one second.
+  void StartSeries() {
+    auto& master = parts_.program.Window<zr::Master>();
+    auto* menu_bar = FindWidget<QWidget>("Master")->findChild<QMenuBar*>();
+    const QString multiple = QString::fromStdString(master.FileMenu(zr::file_menu::kMultipleImageCapture).Caption);
+    for (QAction* menu : menu_bar->actions())
+      for (QAction* entry : menu->menu()->actions())
+        if (entry->text() == multiple) entry->trigger();
+    auto* mode = FindWidget<QComboBox>("MultipleImageMode");
+    auto* seconds = FindWidget<QSpinBox>("MultipleImageSecondsControl");
+    auto* timer = FindButtonOf("TriggerType", "timer");
+    auto* record = FindButtonOf("MultipleImageToolbar", "record");
+    if (!mode || !timer || !record) return;
+    if (master.MultipleImageMode.ListIndex != 2) {
+      mode->setCurrentIndex(2);
+      emit mode->activated(2);  // as the operator's choice in the list
+      return;
+    }
+    if (!timer->isChecked()) return QTest::mouseClick(timer, Qt::LeftButton);
+    if (!seconds) return;  // the fields show after the click
+    seconds->setValue(1);
+    QTest::mouseClick(record, Qt::LeftButton);
+    Next(static_cast<int>(Step::SeriesRunning));
+  }
+
+  void WatchSeries() {
+    if (parts_.program.state.ImageCount < 2) return;
+    auto* picture = FindWidget<QWidget>("MultiImage");
+    if (!picture) return;  // it shows when the face catches up with the model
+    Screenshot(FindWidget<QWidget>("Master"), "series_band.png");
+    Screenshot(picture, "multi_image.png");
+    QTest::mouseClick(FindButtonOf("MultipleImageToolbar", "record"), Qt::LeftButton);
+    Next(static_cast<int>(Step::SeriesWindows));
+  }
+
+  // The menus pop up after this tick and are photographed and closed by the next ones.
+  void ShowSeriesWindows() {
+    if (parts_.program.Window<zr::Master>().RecordButton().Image.get() != "record") return;
+    if (!effects_shown_) {
+      effects_shown_ = true;
+      popup_shot_ = "effects_menu.png";
+      auto* effects = FindButtonOf("MultipleImageToolbar", "effects");
+      QTimer::singleShot(0, effects, [effects] { QTest::mouseClick(effects, Qt::LeftButton); });
+      return;
+    }
+    if (!joysticks_shown_) {
+      joysticks_shown_ = true;
+      popup_shot_ = "joystick_menu.png";
+      auto* joystick = qobject_cast<QToolButton*>(FindButtonOf("TriggerType", "joystick"));
+      if (!joystick || !joystick->menu()) return Fail("the joystick trigger offers no menu of joysticks");
+      QTimer::singleShot(0, joystick, [joystick] { joystick->showMenu(); });
+      return;
+    }
+    auto* autostart = FindWidget<QWidget>("Autostart");
+    if (!autostart) {
+      QTest::mouseClick(FindButtonOf("MultipleImageToolbar", "autostart"), Qt::LeftButton);
+      return;
+    }
+    auto* tabs = FindWidget<QTabBar>("counttag");
+    if (!tabs) return Fail("the Autostart window has no tab strip");
+    if (tabs->currentIndex() == 0) {
+      Screenshot(autostart, "autostart.png");
+      return QTest::mouseClick(tabs, Qt::LeftButton, {}, tabs->tabRect(1).center());
+    }
+    if (FindWidget<QSpinBox>("chor")) return Fail("the countdown's fields show on the date and time's tab");
+    if (!FindWidget<QSpinBox>("bh")) return;  // the frame shows after the click
+    Screenshot(autostart, "autostart_date_time.png");
+    if (auto* cancel = FindWidget<QPushButton>("CancelButton")) QTest::mouseClick(cancel, Qt::LeftButton);
+    Next(static_cast<int>(Step::Quit));
+  }
+
   // The close runs after this tick, so that the next ticks can answer the question it asks.
   void Quit() {
     if (closing_) return;
@@ -173,10 +267,14 @@ class Operator {
     return bar ? bar->findChild<QToolButton*>(key) : nullptr;
   }
 
-  enum class Step { PickCamera, WaitForLiveVideo, Recording, Quit, EndingOnRequest };
+  enum class Step { PickCamera, WaitForLiveVideo, Recording, Quit, EndingOnRequest, SeriesRunning, SeriesWindows };
   zr::ProgramParts& parts_;
   std::string screenshots_;
   zr::gui::DesktopToolkit* end_on_request_;  // asked to end the program once, then null
+  const bool series_;
+  const char* popup_shot_ = "popup.png";
+  bool effects_shown_ = false;
+  bool joysticks_shown_ = false;
   QElapsedTimer clock_;
   QTimer tick_;
   Step step_ = Step::PickCamera;
@@ -186,6 +284,18 @@ class Operator {
   bool closing_ = false;
   bool splash_shot_ = false;
 };
+
+// The series stored numbered JPEGs from 000001 beside the capture file's name.
+int CheckSeries(const std::filesystem::path& folder) {
+  for (const char* name : {"capture000001.jpg", "capture000002.jpg"})
+    if (!std::filesystem::is_regular_file(folder / name)) {
+      std::cerr << "FAIL: the series did not store " << name << "\n";
+      return 1;
+    }
+  std::filesystem::remove_all(folder);
+  std::cout << "PASS\n";
+  return 0;
+}
 
 }  // namespace
 
@@ -204,13 +314,15 @@ int main(int argc, char** argv) {
       toolkit->Loop(), [] {}, toolkit->Dialogs(), toolkit->Clipboard(), &toolkit->DeviceDialogs(), toolkit->Screen(),
       zr::ProgramStart{folder.string() + "/", "", folder.string() + "/", zr::Language::English},
       zr::platform::linux_impl::ProbeVideoDevices(), zr::platform::linux_impl::ProbeAudioDevices());
-  const bool end_on_request = argc > 1 && std::string(argv[1]) == "--end-on-request";
-  Operator operator_(parts, ZR_SCREENSHOT_DIR, end_on_request ? toolkit.get() : nullptr);
+  const std::string mode = argc > 1 ? argv[1] : "";
+  const bool end_on_request = mode == "--end-on-request";
+  Operator operator_(parts, ZR_SCREENSHOT_DIR, end_on_request ? toolkit.get() : nullptr, mode == "--series");
   toolkit->Run(parts.program, parts.LiveVideo());
   if (!operator_.failure.empty()) {
     std::cerr << "FAIL: " << operator_.failure << "\n";
     return 1;
   }
+  if (mode == "--series") return CheckSeries(folder);
   const std::string movie = parts.program.state.CaptureFilename;
   const double seconds = zr::testing::ProbeDurationSeconds(movie);
   std::cout << "movie " << movie << ": " << seconds << " s\n";
