@@ -25,7 +25,8 @@ class AutostartWindow final : public PlainWindow {
     auto* layout = new QVBoxLayout(this);
     layout->addWidget(Bound(model_.counttag));
     frames_.push_back(AddFrame(layout, {{&model_.chor, &model_.cmin, &model_.csec}}));
-    frames_.push_back(AddFrame(layout, {{&model_.dia, &model_.mes, &model_.ano}, {&model_.bh, &model_.bm, &model_.bs}}));
+    frames_.push_back(
+        AddFrame(layout, {{&model_.dia, &model_.mes, &model_.ano}, {&model_.bh, &model_.bm, &model_.bs}}));
     layout->addWidget(Bound(model_.RealDate));
     layout->addWidget(Bound(model_.RealTime));
     auto* buttons = new QHBoxLayout;

@@ -76,6 +76,7 @@ class Master : public MainWindow,
   void ShootImage() override;
   // Hands a stored file to the upload window and shows it.
   void SendToFtp(const std::string& file, const std::string& remote_name);
+  void HandToUpload(const std::string& file);
   void ShootImageOfSeries() override;
   void CloseForExit() override;
   void SaveParameterFile(const std::string& path) override;

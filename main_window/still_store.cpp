@@ -119,7 +119,17 @@ void Master::ShootImage() {
   } else
     WritePictureFile(*window.MasterImage.Picture, file, 100);
   window.Caption = file;
-  if (MultipleImageToolbar.Button("ftp").Value == 1) SendToFtp(file, std::filesystem::path(file).filename().string());
+  if (MultipleImageToolbar.Button("ftp").Value == 1) HandToUpload(file);
+}
+
+// A set-up leaves the upload toggle pressed unless it says otherwise. Until this program
+// uploads, the series goes on and the status line says why nothing was sent.
+void Master::HandToUpload(const std::string& file) {
+  try {
+    SendToFtp(file, std::filesystem::path(file).filename().string());
+  } catch (const NotBuiltYet& missing) {
+    StatusString.Caption = missing.what();
+  }
 }
 
 void Master::SendToFtp(const std::string&, const std::string&) { throw NotBuiltYet("the FTP upload"); }

@@ -206,11 +206,12 @@ TEST_F(HeadlessProgramTest, AKilledRunLeavesAMovieThatPlaysBesideItsName) {
 }
 
 // A saved series set-up runs unattended: numbered JPEGs on a one-second interval, a line for
-// each, numbered from 000001, until the asked time is up.
+// each, numbered from 000001, until the asked time is up. The set-up says nothing of the upload,
+// whose toggle is then pressed: a picture that cannot be sent does not end the series.
 TEST_F(HeadlessProgramTest, ASavedIntervalSeriesRunsForTheAskedTime) {
   std::ofstream(File("interval.zrp")) << "Filename=" << File("shot.avi")
                                       << "\r\nCapture=Multiple Image\r\nMultiple Image Type=2\r\n"
-                                      << "Trigger=Timer\r\nInterval=1\r\nSend to FTP Server=No\r\n";
+                                      << "Trigger=Timer\r\nInterval=1\r\n";
   ASSERT_EQ(Run("--run 4 interval.zrp"), 0) << output_;
   EXPECT_NE(output_.find("Picture 1: " + File("shot000001.jpg")), std::string::npos) << output_;
   EXPECT_NE(output_.find("Picture 3: " + File("shot000003.jpg")), std::string::npos) << output_;
