@@ -64,6 +64,9 @@ inline constexpr SettingKey SoundLimit{kTitleRoot, "System", "SoundLimit", "80"}
 inline constexpr SettingKey UseVideoRenderer{kTitleRoot, "System", "VMR", "Yes"};
 // The joystick to read, by its name or its event device's path; empty for the first found.
 inline constexpr SettingKey JoystickDevice{kTitleRoot, "Joystick", "Device", ""};
+// The size the built-in test camera starts at, as its format list has it without blanks
+// ("1920x1080"), or its own size: a run without windows has no format list to pick from.
+inline constexpr SettingKey TestCameraSize{kTitleRoot, "Built-in Test Camera", "Size", ""};
 
 inline constexpr const char* kCoolBarSection = "Coolbar";
 

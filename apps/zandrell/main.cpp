@@ -12,9 +12,9 @@
 #include <system_error>
 #include <vector>
 
+#include "apps/zandrell/headless_operator.h"
 #include "apps/zandrell/program_parts.h"
 #include "base/program_error.h"
-#include "capture/choose_device.h"
 #include "capture/video_screen.h"
 #include "core/operating_mode.h"
 #include "gui/desktop_toolkit.h"
@@ -27,6 +27,7 @@ namespace {
 
 using namespace zr::platform;
 using namespace zr::platform::linux_impl;
+using zr::HeadlessOperator;
 using zr::ProgramParts;
 using zr::ProgramStart;
 
@@ -58,7 +59,9 @@ void PrintHelp() {
                "  PARAMETER_FILE          a .zrp file of capture settings applied at start\n"
                "                          (frame rate, sound format, ...)\n"
                "  --help                  this text\n\n"
-               "Settings are kept in $XDG_CONFIG_HOME/video-zandrell (default ~/.config/video-zandrell).\n"
+               "Settings are kept in $XDG_CONFIG_HOME/video-zandrell (default ~/.config/video-zandrell);\n"
+               "Size=1920x1080 under [Built-in Test Camera] in \"Video Zandrell.ini\" there starts the built-in\n"
+               "test camera at one of its other sizes (default 640x480).\n"
                "Exit status without windows: 0 when the movie was written as asked; 1 when the run ended\n"
                "badly (a full disk, a missing folder, ...: the reason is printed) or wrote no movie; 2 for a\n"
                "wrong option or a FILE that cannot be a movie.\n"
@@ -145,41 +148,6 @@ std::optional<Options> ParseOptions(const std::vector<std::string>& arguments) {
   }
   return options;
 }
-
-// The operator of a run without windows: picks the device in the chooser when it shows.
-class HeadlessOperator {
- public:
-  HeadlessOperator(zr::Program& program, std::string device) : program_(program), device_(std::move(device)) {}
-
-  void Act() {
-    auto* chooser = program_.IfLoaded<zr::ChooseDevice>();
-    if (!chooser) return;
-    const int entry = Entry(*chooser);
-    if (entry < 0) {
-      std::cerr << "zandrell: no device \"" << device_ << "\"; the chooser offers:\n";
-      for (const auto& item : chooser->devices.Items) std::cerr << "  " << item.text << "\n";
-      chooser->Cancel.Click();
-      return;
-    }
-    chooser->devices.ClickEntry(entry);
-    chooser->start.Click();
-  }
-
- private:
-  // The entry named on the command line, else the first built-in camera entry.
-  int Entry(const zr::ChooseDevice& chooser) const {
-    const auto& items = chooser.devices.Items;
-    for (std::size_t index = 0; index < items.size(); ++index) {
-      const bool wanted =
-          device_.empty() ? items[index].text.starts_with("Built-in Test Camera") : items[index].text == device_;
-      if (wanted) return static_cast<int>(index);
-    }
-    return -1;
-  }
-
-  zr::Program& program_;
-  std::string device_;
-};
 
 void ListDevices(const std::vector<VideoDeviceEntry>& video, const std::vector<AudioDeviceEntry>& audio) {
   std::cout << "Video devices (each is offered as \"NAME (VFW)\" and as \"NAME\"):\n";

@@ -12,6 +12,7 @@
 #include "core/program.h"
 #include "core/settings_keys.h"
 #include "gui/live_video.h"
+#include "platform/linux/backend_registry.h"
 #include "platform/linux/capture_devices.h"
 #include "platform/linux/evdev_joystick.h"
 #include "platform/linux/ffmpeg_movie_files.h"
@@ -40,7 +41,9 @@ struct ProgramParts {
         devices(platform::linux_impl::CaptureDeviceServices{loop, std::move(wake), movies, clipboard, device_dialogs,
                                                             platform::linux_impl::BuiltBackends(),
                                                             start.app_path + "capture.avi"},
-                std::move(video), std::move(audio)),
+                platform::linux_impl::WithTestCameraSize(
+                    std::move(video), ReadSetting(settings, settings::TestCameraSize)),
+                std::move(audio)),
         drivers(devices.MakeDriverSystem()),
         joystick(platform::linux_impl::OpenJoystick(platform::linux_impl::RealEvdevSystem(), loop,
                                                     ReadSetting(settings, settings::JoystickDevice))),

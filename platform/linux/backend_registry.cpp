@@ -73,6 +73,21 @@ std::vector<AudioDeviceEntry> ProbeAudioDevices(const CaptureBackends& backends)
   return devices;
 }
 
+std::vector<VideoDeviceEntry> WithTestCameraSize(std::vector<VideoDeviceEntry> devices, const std::string& size) {
+  for (const SourceFormat& format : TestCamera().Formats()) {
+    if (std::to_string(format.width) + "x" + std::to_string(format.height) != size) continue;
+    for (auto& device : devices)
+      if (device.name == kTestCameraName)
+        device.open = [format] {
+          TestCameraSettings settings;
+          settings.width = format.width;
+          settings.height = format.height;
+          return MakeTestCamera(settings);
+        };
+  }
+  return devices;
+}
+
 std::unique_ptr<FrameSource> OpenAddress(const CaptureBackends& backends, BackendKind kind,
                                          const std::string& address) {
   for (const auto& backend : backends)

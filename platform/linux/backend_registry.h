@@ -58,6 +58,10 @@ const CaptureBackends& BuiltBackends();
 std::vector<VideoDeviceEntry> ProbeVideoDevices(const CaptureBackends& backends = BuiltBackends());
 std::vector<AudioDeviceEntry> ProbeAudioDevices(const CaptureBackends& backends = BuiltBackends());
 
+// The list with the built-in test camera opening at `size`, one of the formats it offers written
+// as "WIDTHxHEIGHT" ("1920x1080"); the list as it was for any other text.
+std::vector<VideoDeviceEntry> WithTestCameraSize(std::vector<VideoDeviceEntry> devices, const std::string& size);
+
 // A source at `address` from the back end of `kind`; null when the table has no such back end.
 std::unique_ptr<FrameSource> OpenAddress(const CaptureBackends& backends, BackendKind kind, const std::string& address);
 

@@ -6,6 +6,8 @@
 #include <gtest/gtest.h>
 
 #include <set>
+#include <string>
+#include <vector>
 
 namespace zr::platform::linux_impl {
 namespace {
@@ -37,6 +39,29 @@ TEST(BackendRegistry, AnAddressOpensOnlyWithTheBackEndOfItsKind) {
   OpenAddress(table, BackendKind::NetworkStream, "rtsp://camera/live");
   EXPECT_EQ(opened, "rtsp://camera/live");
   EXPECT_TRUE(ProbeVideoDevices(table).empty());
+}
+
+// The settings name the built-in camera's size in the camera's own terms: a size it offers opens
+// it at that size, anything else leaves it, and every other device, as they were.
+TEST(BackendRegistry, TheTestCameraOpensAtASizeItOffers) {
+  const auto sized = WithTestCameraSize(ProbeVideoDevices(), "1920x1080");
+  ASSERT_FALSE(sized.empty());
+  auto camera = sized.front().open();
+  EXPECT_EQ(camera->Width(), 1920);
+  EXPECT_EQ(camera->Height(), 1080);
+  for (const std::string size : {"", "1920x1081", "1920 x 1080", "1920x1080 ", "x1080", "0x0"}) {
+    auto unchanged = WithTestCameraSize(ProbeVideoDevices(), size).front().open();
+    EXPECT_EQ(unchanged->Width(), 640) << size;
+    EXPECT_EQ(unchanged->Height(), 480) << size;
+  }
+  bool other_opened = false;
+  std::vector<VideoDeviceEntry> others{{"USB Camera", "/dev/video0", 0, [&] {
+                                          other_opened = true;
+                                          return std::unique_ptr<FrameSource>();
+                                        }}};
+  others = WithTestCameraSize(std::move(others), "1920x1080");
+  EXPECT_EQ(others.front().open(), nullptr);
+  EXPECT_TRUE(other_opened);
 }
 
 }  // namespace
