@@ -20,7 +20,6 @@
 
 #include "bench/bench_support.h"
 #include "image/bmp.h"
-#include "image/dib_section.h"
 #include "image/insertion_file.h"
 #include "image/insertion_overlay.h"
 #include "image/jpeg_file.h"
@@ -59,15 +58,13 @@ int main(int argc, char** argv) {
 
   platform::Picture frame;
   platform::linux_impl::TestPattern(1920, 1080, 128, 128).Render(123, 4'100'000, 30, frame);
-  cDIBSection dib;
-  dib.CreateFromPicture(frame);
   const std::string bmp = (folder / "frame.bmp").string();
   WriteBmpFile(frame, bmp);
 
   // JPEG
   const std::string jpeg = (folder / "frame.jpg").string();
   double cpu = bench::CpuSeconds(RUSAGE_SELF);
-  for (int n = 0; n < pictures; ++n) (void)WriteJpegFile(dib, jpeg, 90);
+  for (int n = 0; n < pictures; ++n) (void)WriteJpegFile(frame, jpeg, 90);
   const double ours_ms = (bench::CpuSeconds(RUSAGE_SELF) - cpu) * 1000 / pictures;
   const double children = bench::CpuSeconds(RUSAGE_CHILDREN);
   const std::string command = "cjpeg -quality 90 -outfile '" + (folder / "tool.jpg").string() + "' '" + bmp + "'";

@@ -35,13 +35,16 @@ Result<std::span<const std::uint8_t>> JpegEncoder::Encode(const platform::FrameV
   if (!handle_->handle)
     return Error{std::string("the JPEG coder cannot start: ") + tjGetErrorStr2(nullptr), kJpegInitStage};
   const unsigned long largest = tjBufSize(frame.width, frame.height, TJSAMP_420);
-  if (buffer_.size() < largest) buffer_.resize(largest);
-  unsigned char* coded = buffer_.data();
+  if (buffer_bytes_ < largest) {
+    buffer_ = std::make_unique_for_overwrite<std::uint8_t[]>(largest);
+    buffer_bytes_ = largest;
+  }
+  unsigned char* coded = buffer_.get();
   unsigned long coded_bytes = largest;
   if (tjCompress2(handle_->handle, frame.bottom_up_bgr, frame.width, frame.stride_bytes, frame.height, TJPF_BGR, &coded,
                   &coded_bytes, TJSAMP_420, quality, TJFLAG_BOTTOMUP | TJFLAG_NOREALLOC) != 0)
     return Error{std::string("cannot code the picture as JPEG: ") + tjGetErrorStr2(handle_->handle), "tjCompress2"};
-  return std::span<const std::uint8_t>(buffer_.data(), coded_bytes);
+  return std::span<const std::uint8_t>(buffer_.get(), coded_bytes);
 }
 
 struct JpegDecoder::Handle : TurboHandle {

@@ -9,7 +9,6 @@
 #include <cstdint>
 #include <memory>
 #include <span>
-#include <vector>
 
 #include "base/result.h"
 #include "image/picture_limits.h"
@@ -29,13 +28,16 @@ class JpegEncoder {
 
   // Codes `frame` at `quality` (1 to 100, passed to the coder as it is) in 4:2:0, full-range
   // JFIF. The bytes stay valid until the next call; the buffer is kept at the largest size a
-  // picture of this size can take, so the coder never reallocates it.
+  // picture of this size can take, so the coder never reallocates it. It is left unfilled: of
+  // the bitmap's size it holds, a picture's code touches a tenth or so, and the coder of a single
+  // still would otherwise clear the whole of it first.
   Result<std::span<const std::uint8_t>> Encode(const platform::FrameView& frame, int quality);
 
  private:
   struct Handle;
   std::unique_ptr<Handle> handle_;
-  std::vector<std::uint8_t> buffer_;
+  std::unique_ptr<std::uint8_t[]> buffer_;
+  std::size_t buffer_bytes_ = 0;
 };
 
 class JpegDecoder {

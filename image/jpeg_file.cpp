@@ -22,12 +22,12 @@ Result<void> WriteBytes(const std::string& name, std::span<const std::uint8_t> b
 
 }  // namespace
 
-Result<void> WriteJpegFile(const cDIBSection& dib, const std::string& name, int quality) {
+Result<void> WriteJpegFile(const platform::Picture& picture, const std::string& name, int quality) {
+  if (picture.bottom_up_bgr.size() < platform::Picture::BytesFor(picture.width, picture.height))
+    return Error{"the picture holds fewer pixels than its size", "WriteJpegFile"};
   JpegEncoder encoder;
-  // The rows go in bottom-up with their padding, straight from the bitmap.
-  const platform::FrameView rows{static_cast<int>(dib.Width()), static_cast<int>(dib.Height()),
-                                 static_cast<int>(dib.BytesPerScanLine()), dib.DIBSectionBitsPtr()};
-  const auto coded = encoder.Encode(rows, quality);
+  // The rows go in bottom-up with their padding, straight from the picture.
+  const auto coded = encoder.Encode(picture.View(), quality);
   if (!coded) return coded.error();
   return WriteBytes(name, *coded);
 }

@@ -5,15 +5,15 @@
 #include <string>
 
 #include "base/result.h"
-#include "image/dib_section.h"
 #include "image/jpeg_codec.h"
 #include "platform/picture.h"
 
 namespace zr {
 
-// Writes `dib` to `name` at `quality` (1 to 100, passed to the compressor as it is). A coder
-// that cannot start fails at the stage kJpegInitStage.
-Result<void> WriteJpegFile(const cDIBSection& dib, const std::string& name, int quality);
+// Writes `picture` (a bitmap's pixels: cDIBSection::Pixels) to `name` at `quality` (1 to 100,
+// passed to the compressor as it is). A coder that cannot start fails at the stage
+// kJpegInitStage; a picture holding fewer bytes than its size asks for is refused.
+Result<void> WriteJpegFile(const platform::Picture& picture, const std::string& name, int quality);
 
 // A JPEG file as a bottom-up BGR picture; nothing when the file cannot be read or decoded, or
 // its header promises a picture the file could not hold.

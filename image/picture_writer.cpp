@@ -3,7 +3,6 @@
 #include "base/formatting.h"
 #include "base/program_error.h"
 #include "image/bmp.h"
-#include "image/dib_section.h"
 #include "image/jpeg_file.h"
 
 namespace zr {
@@ -20,9 +19,7 @@ std::string Extension(const std::string& path) {
 void WritePictureFile(const platform::Picture& picture, const std::string& path, int quality) {
   const std::string extension = Extension(path);
   if (extension == "jpg" || extension == "jpeg") {
-    cDIBSection dib;
-    dib.CreateFromPicture(picture);
-    if (!WriteJpegFile(dib, path, quality)) throw FileError("cannot write " + path);
+    if (!WriteJpegFile(picture, path, quality)) throw FileError("cannot write " + path);
     return;
   }
   if (!WriteBmpFile(picture, path)) throw FileError("cannot write " + path);

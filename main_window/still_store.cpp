@@ -3,6 +3,7 @@
 // the series' mode. Also the counter that numbers the files of a series.
 
 #include <filesystem>
+#include <utility>
 
 #include "base/formatting.h"
 #include "capture/video_screen.h"
@@ -64,8 +65,8 @@ void Master::TakeSnapshot(bool to_clipboard) {
 // The still the capture window put on the clipboard goes into the window's holder.
 void Master::TakeClipboardStillInto(Image& window) {
   auto& clipboard = program_.services.clipboard;
-  const auto still = clipboard.GetPicture();
-  window.ShowPicture(still ? std::make_shared<const platform::Picture>(*still) : nullptr);
+  auto still = clipboard.GetPicture();
+  window.ShowPicture(still ? std::make_shared<const platform::Picture>(std::move(*still)) : nullptr);
   clipboard.Clear();
   program_.Yield();
   window.Caption = program_.Translate("Untitled ");
@@ -113,9 +114,8 @@ void Master::ShootImage() {
   if (!jpeg) StatusString.Caption = (numbered ? "Writing... " : "Refresh... ") + file;
   if (!window.MasterImage.Picture) throw FileError("No picture to write to " + file);
   if (jpeg) {
-    cDIBSection dib;
-    dib.CreateFromPicture(*window.MasterImage.Picture);
-    if (!SaveJPG(program_, dib, file, state.JpegQuality)) StatusString.Caption = "Error writing " + file + "JPEG File.";
+    if (!SaveJPG(program_, *window.MasterImage.Picture, file, state.JpegQuality))
+      StatusString.Caption = "Error writing " + file + "JPEG File.";
   } else
     WritePictureFile(*window.MasterImage.Picture, file, 100);
   window.Caption = file;

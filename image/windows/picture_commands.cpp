@@ -4,8 +4,8 @@
 
 namespace zr {
 
-bool SaveJPG(Program& program, const cDIBSection& dib, const std::string& name, int quality) {
-  const auto written = WriteJpegFile(dib, name, quality);
+bool SaveJPG(Program& program, const platform::Picture& picture, const std::string& name, int quality) {
+  const auto written = WriteJpegFile(picture, name, quality);
   if (written) return true;
   const std::string text = written.error().where == kJpegInitStage
                                ? "Failed to initialise the IJL library: " + written.error().message

@@ -9,9 +9,9 @@
 
 namespace zr {
 
-// Writes `dib` as a JPEG file; a coder that does not start, or a file that is not written,
-// shows a message box and answers false.
-bool SaveJPG(Program& program, const cDIBSection& dib, const std::string& name, int quality);
+// Writes `picture` (a bitmap's pixels) as a JPEG file; a coder that does not start, or a file
+// that is not written, shows a message box and answers false.
+bool SaveJPG(Program& program, const platform::Picture& picture, const std::string& name, int quality);
 
 // The bitmap onto the clipboard as a picture; the DIB format shows its message instead. False
 // when nothing was copied.

@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "base/program_error.h"
+#include "image/dib_section.h"
 #include "image/picture_writer.h"
 #include "tests/support/movie_probe.h"
 
@@ -65,10 +66,8 @@ class JpegFiles : public ::testing::Test {
 TEST_F(JpegFiles, OddWidthsComeOutTheRightWayUpAtTheirSize) {
   for (const int width : {33, 34, 35, 36}) {  // rows padded by 3, 2, 1 and 0 bytes
     SCOPED_TRACE("width " + std::to_string(width));
-    cDIBSection dib;
-    ASSERT_TRUE(dib.CreateFromPicture(RedOverBlue(width, 24)));
     const std::string path = File("odd" + std::to_string(width) + ".jpg");
-    ASSERT_TRUE(WriteJpegFile(dib, path, 90));
+    ASSERT_TRUE(WriteJpegFile(RedOverBlue(width, 24), path, 90));
 
     const Decoded decoded = Decode(path);
     ASSERT_EQ(decoded.width, width);
@@ -89,26 +88,30 @@ TEST_F(JpegFiles, QualityIsPassedThrough) {
   cDIBSection dib;
   ASSERT_TRUE(dib.Create(64, 48));
   dib.RandomiseBits(false, 99);
-  ASSERT_TRUE(WriteJpegFile(dib, File("q1.jpg"), 1));
-  ASSERT_TRUE(WriteJpegFile(dib, File("q100.jpg"), 100));
+  ASSERT_TRUE(WriteJpegFile(dib.Pixels(), File("q1.jpg"), 1));
+  ASSERT_TRUE(WriteJpegFile(dib.Pixels(), File("q100.jpg"), 100));
   EXPECT_GT(std::filesystem::file_size(File("q100.jpg")), std::filesystem::file_size(File("q1.jpg")) * 3);
   EXPECT_EQ(Decode(File("q1.jpg")).width, 64);
 }
 
-TEST_F(JpegFiles, AFileThatCannotBeWrittenFailsAtTheWrite) {
-  cDIBSection dib;
-  ASSERT_TRUE(dib.Create(8, 8));
-  const auto written = WriteJpegFile(dib, File("no-such-folder/x.jpg"), 75);
+// A file that cannot be written fails at the write; a picture whose pixels fall short of its
+// size is refused before the coder would read past them.
+TEST_F(JpegFiles, AFileThatCannotBeWrittenOrAShortPictureFails) {
+  const auto written = WriteJpegFile(platform::Picture::Blank(8, 8), File("no-such-folder/x.jpg"), 75);
   ASSERT_FALSE(written);
   EXPECT_EQ(written.error().where, "open");
+  platform::Picture short_of_rows = platform::Picture::Blank(8, 8);
+  short_of_rows.bottom_up_bgr.resize(short_of_rows.bottom_up_bgr.size() - 1);
+  const auto refused = WriteJpegFile(short_of_rows, File("short.jpg"), 75);
+  ASSERT_FALSE(refused);
+  EXPECT_EQ(refused.error().where, "WriteJpegFile");
+  EXPECT_FALSE(std::filesystem::exists(File("short.jpg")));
 }
 
 // Headers that promise more than the data could hold are refused before anything is made for
 // them: a side beyond the limit, or a picture far larger than its few bytes could describe.
 TEST_F(JpegFiles, HeadersThatPromiseTooMuchAreRefused) {
-  cDIBSection dib;
-  ASSERT_TRUE(dib.Create(16, 16));
-  ASSERT_TRUE(WriteJpegFile(dib, File("small.jpg"), 75));
+  ASSERT_TRUE(WriteJpegFile(platform::Picture::Blank(16, 16), File("small.jpg"), 75));
   std::ifstream in(File("small.jpg"), std::ios::binary);
   std::vector<std::uint8_t> bytes{std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
   ASSERT_TRUE(JpegDecoder().Decode(bytes));

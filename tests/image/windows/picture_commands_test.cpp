@@ -15,10 +15,8 @@ namespace {
 TEST(PictureCommands, AJpegFileThatCannotBeWrittenSaysSo) {
   scenario::World world;
   Program& program = world.MakeProgram();
-  cDIBSection dib;
-  ASSERT_TRUE(dib.Create(8, 8));
   const auto missing = std::filesystem::temp_directory_path() / "zr-no-such-folder" / "x.jpg";
-  EXPECT_FALSE(SaveJPG(program, dib, missing.string(), 75));
+  EXPECT_FALSE(SaveJPG(program, platform::Picture::Blank(8, 8), missing.string(), 75));
   ASSERT_EQ(world.dialogs.Shown().size(), 1u);
   const auto& box = world.dialogs.Shown().back().message;
   EXPECT_EQ(box.text, "Failed to save to JPG");
