@@ -1,20 +1,25 @@
 #pragma once
 // What the benchmarks share: the real capture devices of the machine's built-in camera and
-// tone on a loop of their own, and the process's own figures (CPU time, resident memory).
+// tone on a loop of their own, settings of their own for the programs they build or start, and
+// a process's figures (CPU time, resident memory).
 
 #include <sys/resource.h>
+#include <sys/types.h>
 
 #include <cstdint>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <functional>
 #include <memory>
 #include <string>
 
+#include "apps/zandrell/program_parts.h"
 #include "image/bmp.h"
 #include "platform/linux/capture_devices.h"
 #include "platform/linux/ffmpeg_movie_files.h"
 #include "platform/linux/headless_services.h"
+#include "platform/linux/ini_settings_store.h"
 #include "platform/linux/poll_event_loop.h"
 #include "platform/linux/test_camera.h"
 #include "platform/linux/test_tone.h"
@@ -39,6 +44,13 @@ struct BuiltInDevices {
   RealCaptureDevices devices;
 };
 
+// Points the settings of this process, and of the programs it starts, at `folder` instead of the
+// user's, with the built-in camera starting at `camera_size` ("1920x1080").
+inline void UseSettingsIn(const std::filesystem::path& folder, const std::string& camera_size) {
+  setenv("XDG_CONFIG_HOME", folder.c_str(), 1);
+  IniSettingsStore(DefaultSettingsFolder()).Save(kAppTitle, kTestCameraSection, kTestCameraSize, camera_size);
+}
+
 inline double SecondsOf(const timeval& time) {
   return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_usec) / 1e6;
 }
@@ -59,9 +71,10 @@ inline double FileMegabytes(const std::filesystem::path& path) {
   return error ? 0 : static_cast<double>(bytes) / 1e6;
 }
 
-// The resident memory of this process now, in megabytes.
-inline double ResidentMegabytes() {
-  std::ifstream status("/proc/self/status");
+// The resident memory of this process, or of the process `pid`, now, in megabytes; 0 once the
+// process is gone.
+inline double ResidentMegabytes(pid_t pid = 0) {
+  std::ifstream status(pid == 0 ? std::string("/proc/self/status") : "/proc/" + std::to_string(pid) + "/status");
   for (std::string line; std::getline(status, line);)
     if (line.rfind("VmRSS:", 0) == 0) return std::stod(line.substr(6)) / 1024.0;
   return 0;
