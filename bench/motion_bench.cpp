@@ -1,6 +1,7 @@
 // One tick of the motion detector on a 1920x1080 picture, as the program runs it without windows:
 // the program's own parts on the poll loop (settings of the benchmark's own), the built-in camera
-// at 1920x1080 picked in the device chooser, a series armed on motion with Rec, and then the
+// at 1920x1080 picked in the device chooser as the program picks it without --device (the entry
+// of the driver kind, listed first), a series armed on motion with Rec, and then the
 // handler the motion timer calls, over and over: the frame taken as a still through the
 // clipboard, the mean of the coarse grid over it, the comparison with the tick before, each on a
 // frame the camera has just handed over. The timer itself is stopped, so that only the measured
@@ -68,7 +69,7 @@ int main(int argc, char** argv) {
       loop, [&loop] { loop.Wake(); }, dialogs, clipboard, nullptr, ScreenSize{1920, 1080},
       ProgramStart{folder.string() + "/", "", "", Language::English}, ProbeVideoDevices(), ProbeAudioDevices());
   Program& program = parts.program;
-  HeadlessOperator chooser(program, "Built-in Test Camera");
+  HeadlessOperator chooser(program, "");  // the program's own pick: the first built-in camera entry
   loop.SetOperator([&chooser] { chooser.Act(); });
   program.Main();
   loop.SetOperator(nullptr);
@@ -109,6 +110,7 @@ int main(int argc, char** argv) {
   const bool fired = program.state.ImageCount != 0;
   std::printf("motion detector tick on the built-in camera's 1920x1080 picture, %lld ticks\n",
               static_cast<long long>(reporter.iterations));
+  std::printf("  device kind           %s\n", screen.Tag.get().c_str());
   std::printf("  picture read          %dx%d, mean %.0f%s\n", picture ? picture->width : 0,
               picture ? picture->height : 0, program.state.MotionAverage, fired ? " (a tick fired)" : "");
   std::printf("  mean time per tick    %.2f ms (CPU %.2f ms)   (target under %.0f ms; the timer ticks every %d ms)\n",
