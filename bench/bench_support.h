@@ -15,6 +15,7 @@
 #include <string>
 
 #include "apps/zandrell/program_parts.h"
+#include "core/settings_keys.h"
 #include "image/bmp.h"
 #include "platform/linux/capture_devices.h"
 #include "platform/linux/ffmpeg_movie_files.h"
@@ -45,10 +46,13 @@ struct BuiltInDevices {
 };
 
 // Points the settings of this process, and of the programs it starts, at `folder` instead of the
-// user's, with the built-in camera starting at `camera_size` ("1920x1080").
-inline void UseSettingsIn(const std::filesystem::path& folder, const std::string& camera_size) {
+// user's, with the built-in camera starting at `camera_size` ("1920x1080") and `camera_rate`
+// frames a second.
+inline void UseSettingsIn(const std::filesystem::path& folder, const std::string& camera_size, int camera_rate) {
   setenv("XDG_CONFIG_HOME", folder.c_str(), 1);
-  IniSettingsStore(DefaultSettingsFolder()).Save(kAppTitle, kTestCameraSection, kTestCameraSize, camera_size);
+  IniSettingsStore settings(DefaultSettingsFolder());
+  SaveSetting(settings, settings::TestCameraSize, camera_size);
+  SaveSetting(settings, settings::TestCameraRate, std::to_string(camera_rate));
 }
 
 inline double SecondsOf(const timeval& time) {

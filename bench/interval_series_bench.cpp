@@ -1,13 +1,13 @@
 // An interval series as the user runs it without windows: the program itself as a child process,
 //   zandrell --headless SETUP.zrp --run 60 --app-path FOLDER
 // with a set-up of a series of numbered JPEG files on a timer of one second, the built-in camera
-// at 1920x1080 (settings of the benchmark's own), against the ffmpeg tool writing as many
-// numbered JPEG files of its own test source:
+// at 1920x1080 and one frame a second (settings of the benchmark's own), against the ffmpeg tool
+// writing as many numbered JPEG files of its own test source at the same size and rate:
 //   ffmpeg -y -v error -f lavfi -i testsrc2=s=1920x1080:r=1 -frames:v 60 -q:v 3 out%06d.jpg
 // The program's CPU time comes from wait4, its resident memory is sampled every half second. Its
-// time holds the built-in camera drawing 30 frames a second on a thread of its own, the work a
-// real camera does itself: the share of the threads beside the logic's, read from /proc/PID/task
-// as the run goes, is shown beside the ratio.
+// time holds the built-in camera drawing its frames on a thread of its own, the work a real
+// camera does itself: the share of the threads beside the logic's, read from /proc/PID/task as
+// the run goes, is shown beside the ratio.
 // Targets: CPU time at most 1.0 times the tool's, resident memory growing less than 5 MB from
 // 5 s in to the end of the run, and a picture of 1920x1080 for every second, shot000001.jpg to
 // shot000060.jpg for 60 s. Not 59: the series' timer starts with Rec, just before the run's time
@@ -113,7 +113,7 @@ int main(int argc, char** argv) {
       std::filesystem::temp_directory_path() / ("zr-interval-bench-" + std::to_string(getpid()));
   const std::filesystem::path tool_folder = folder / "ffmpeg";
   std::filesystem::create_directories(tool_folder);
-  UseSettingsIn(folder / "config", "1920x1080");
+  UseSettingsIn(folder / "config", "1920x1080", 1);
   const std::filesystem::path set_up = folder / "series.zrp";
   std::ofstream(set_up) << "Filename=" << (folder / "shot.avi").string()
                         << "\r\nCapture=Multiple Image\r\nMultiple Image Type=2\r\n"

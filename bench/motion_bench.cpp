@@ -60,7 +60,7 @@ int main(int argc, char** argv) {
   const std::filesystem::path folder =
       std::filesystem::temp_directory_path() / ("zr-motion-bench-" + std::to_string(getpid()));
   std::filesystem::create_directories(folder);
-  UseSettingsIn(folder / "config", "1920x1080");
+  UseSettingsIn(folder / "config", "1920x1080", 30);
 
   PollEventLoop loop;
   TerminalDialogs dialogs(std::cerr);

@@ -67,6 +67,8 @@ inline constexpr SettingKey JoystickDevice{kTitleRoot, "Joystick", "Device", ""}
 // The size the built-in test camera starts at, as its format list has it without blanks
 // ("1920x1080"), or its own size: a run without windows has no format list to pick from.
 inline constexpr SettingKey TestCameraSize{kTitleRoot, "Built-in Test Camera", "Size", ""};
+// The frames a second it starts at, a whole number from 1 to 30, else 30.
+inline constexpr SettingKey TestCameraRate{kTitleRoot, "Built-in Test Camera", "Rate", ""};
 
 inline constexpr const char* kCoolBarSection = "Coolbar";
 

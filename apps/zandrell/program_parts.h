@@ -38,12 +38,13 @@ struct ProgramParts {
                std::vector<platform::linux_impl::AudioDeviceEntry> audio)
       : settings(platform::linux_impl::DefaultSettingsFolder()),
         desktop(screen),
-        devices(platform::linux_impl::CaptureDeviceServices{loop, std::move(wake), movies, clipboard, device_dialogs,
-                                                            platform::linux_impl::BuiltBackends(),
-                                                            start.app_path + "capture.avi"},
-                platform::linux_impl::WithTestCameraSize(
-                    std::move(video), ReadSetting(settings, settings::TestCameraSize)),
-                std::move(audio)),
+        devices(
+            platform::linux_impl::CaptureDeviceServices{loop, std::move(wake), movies, clipboard, device_dialogs,
+                                                        platform::linux_impl::BuiltBackends(),
+                                                        start.app_path + "capture.avi"},
+            platform::linux_impl::WithTestCameraLook(std::move(video), ReadSetting(settings, settings::TestCameraSize),
+                                                     ReadSetting(settings, settings::TestCameraRate)),
+            std::move(audio)),
         drivers(devices.MakeDriverSystem()),
         joystick(platform::linux_impl::OpenJoystick(platform::linux_impl::RealEvdevSystem(), loop,
                                                     ReadSetting(settings, settings::JoystickDevice))),

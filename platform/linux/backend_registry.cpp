@@ -73,18 +73,19 @@ std::vector<AudioDeviceEntry> ProbeAudioDevices(const CaptureBackends& backends)
   return devices;
 }
 
-std::vector<VideoDeviceEntry> WithTestCameraSize(std::vector<VideoDeviceEntry> devices, const std::string& size) {
-  for (const SourceFormat& format : TestCamera().Formats()) {
-    if (std::to_string(format.width) + "x" + std::to_string(format.height) != size) continue;
-    for (auto& device : devices)
-      if (device.name == kTestCameraName)
-        device.open = [format] {
-          TestCameraSettings settings;
-          settings.width = format.width;
-          settings.height = format.height;
-          return MakeTestCamera(settings);
-        };
-  }
+std::vector<VideoDeviceEntry> WithTestCameraLook(std::vector<VideoDeviceEntry> devices, const std::string& size,
+                                                 const std::string& rate) {
+  TestCameraSettings look;
+  for (const SourceFormat& format : TestCamera().Formats())
+    if (std::to_string(format.width) + "x" + std::to_string(format.height) == size) {
+      look.width = format.width;
+      look.height = format.height;
+    }
+  const int fastest = static_cast<int>(TestCameraSettings{}.frames_per_second);
+  for (int frames = 1; frames <= fastest; ++frames)
+    if (std::to_string(frames) == rate) look.frames_per_second = frames;
+  for (auto& device : devices)
+    if (device.name == kTestCameraName) device.open = [look] { return MakeTestCamera(look); };
   return devices;
 }
 

@@ -59,8 +59,10 @@ std::vector<VideoDeviceEntry> ProbeVideoDevices(const CaptureBackends& backends 
 std::vector<AudioDeviceEntry> ProbeAudioDevices(const CaptureBackends& backends = BuiltBackends());
 
 // The list with the built-in test camera opening at `size`, one of the formats it offers written
-// as "WIDTHxHEIGHT" ("1920x1080"); the list as it was for any other text.
-std::vector<VideoDeviceEntry> WithTestCameraSize(std::vector<VideoDeviceEntry> devices, const std::string& size);
+// as "WIDTHxHEIGHT" ("1920x1080"), else at its own; and at `rate` frames a second, a whole number
+// from 1 to 30, else at 30.
+std::vector<VideoDeviceEntry> WithTestCameraLook(std::vector<VideoDeviceEntry> devices, const std::string& size,
+                                                 const std::string& rate);
 
 // A source at `address` from the back end of `kind`; null when the table has no such back end.
 std::unique_ptr<FrameSource> OpenAddress(const CaptureBackends& backends, BackendKind kind, const std::string& address);

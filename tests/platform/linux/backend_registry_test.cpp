@@ -41,25 +41,28 @@ TEST(BackendRegistry, AnAddressOpensOnlyWithTheBackEndOfItsKind) {
   EXPECT_TRUE(ProbeVideoDevices(table).empty());
 }
 
-// The settings name the built-in camera's size in the camera's own terms: a size it offers opens
-// it at that size, anything else leaves it, and every other device, as they were.
-TEST(BackendRegistry, TheTestCameraOpensAtASizeItOffers) {
-  const auto sized = WithTestCameraSize(ProbeVideoDevices(), "1920x1080");
-  ASSERT_FALSE(sized.empty());
-  auto camera = sized.front().open();
+// The settings name the built-in camera's size and rate in the camera's own terms: a size it
+// offers and a whole rate from 1 to 30 open it so, anything else leaves it, and every other
+// device, as they were.
+TEST(BackendRegistry, TheTestCameraOpensAtASizeAndRateItOffers) {
+  const auto looked = WithTestCameraLook(ProbeVideoDevices(), "1920x1080", "1");
+  ASSERT_FALSE(looked.empty());
+  auto camera = looked.front().open();
   EXPECT_EQ(camera->Width(), 1920);
   EXPECT_EQ(camera->Height(), 1080);
-  for (const std::string size : {"", "1920x1081", "1920 x 1080", "1920x1080 ", "x1080", "0x0"}) {
-    auto unchanged = WithTestCameraSize(ProbeVideoDevices(), size).front().open();
-    EXPECT_EQ(unchanged->Width(), 640) << size;
-    EXPECT_EQ(unchanged->Height(), 480) << size;
+  EXPECT_EQ(camera->FramesPerSecond(), 1);
+  for (const std::string text : {"", "1920x1081", "1920 x 1080", "1920x1080 ", "x1080", "0x0", "0", "31", "2.5"}) {
+    auto unchanged = WithTestCameraLook(ProbeVideoDevices(), text, text).front().open();
+    EXPECT_EQ(unchanged->Width(), 640) << text;
+    EXPECT_EQ(unchanged->Height(), 480) << text;
+    EXPECT_EQ(unchanged->FramesPerSecond(), 30) << text;
   }
   bool other_opened = false;
   std::vector<VideoDeviceEntry> others{{"USB Camera", "/dev/video0", 0, [&] {
                                           other_opened = true;
                                           return std::unique_ptr<FrameSource>();
                                         }}};
-  others = WithTestCameraSize(std::move(others), "1920x1080");
+  others = WithTestCameraLook(std::move(others), "1920x1080", "1");
   EXPECT_EQ(others.front().open(), nullptr);
   EXPECT_TRUE(other_opened);
 }
