@@ -2,6 +2,7 @@
 
 #include <initializer_list>
 #include <iterator>
+#include <string_view>
 #include <vector>
 
 namespace zr {
@@ -47,7 +48,10 @@ void SeriesPanel::LanguageEffects(const Program& program) {
 void SeriesPanel::CreateToolbars() {
   for (const char* key :
        {"record", "autostart", "motion", "filename", "otherinfo", "vidcompression", "netset", "effects"})
-    MultipleImageToolbar.AddButton(key, ButtonStyle::Default, key);
+    MultipleImageToolbar.AddButton(
+        key, key == std::string_view("motion") ? ButtonStyle::Dropdown : ButtonStyle::Default, key);
+  // The motion detector can also be armed from the button's menu, which leaves the button on.
+  MultipleImageToolbar.Button("motion").AddMenu("motion", "Motion Trigger");
   for (const char* key : {"writeinfo", "ftp"}) MultipleImageToolbar.AddButton(key, ButtonStyle::Check, key);
 
   imagesettings.Add(window_, "imagesettings", 0).AddButton("insert", ButtonStyle::Check, "insert");

@@ -42,9 +42,10 @@ void Master::MasterTimer_Timer() {
     MasterStatus.Panels("filename").Text = program_.Translate("Filename: ") + LowerCase(state.CaptureFilename);
   });
   ResumeNext([&] {
-    // Heals the bar after a run ended by a path that did not re-enable the motion button.
-    auto& motion = OperationBar.Button("motion");
-    if (!motion.Enabled && RecordButton().Image == "record") motion.Enabled = true;
+    // Heals the bars after a run ended by a path that did not re-enable their motion buttons.
+    if (RecordButton().Image != "record") return;
+    for (ui::Toolbar* bar : {&OperationBar, &MovieToolbar, &MultipleImageToolbar})
+      if (!bar->Button("motion").Enabled) bar->Button("motion").Enabled = true;
   });
   ResumeNext([&] {
     const double free_bytes = FreeBytesOfCaptureDrive();

@@ -265,7 +265,7 @@ void Master::MovieToolbar_ButtonClick(ui::ToolbarButton& button) {
     else
       StopMovieRecord();
   } else if (key == "motion") {
-    ArmMotionDetector();
+    ArmMotion(&button);
   } else if (key == "autostart") {
     ShowAutostart();
   } else if (key == "audio") {
@@ -316,7 +316,7 @@ void Master::MultipleImageToolbar_ButtonClick(ui::ToolbarButton& button) {
   if (key == "record")
     CaptureControl(RecordButton().Image == "record");
   else if (key == "motion")
-    ArmMotionDetector();
+    ArmMotion(&button);
   else if (key == "autostart")
     ShowAutostart();
   else if (key == "vidcompression")

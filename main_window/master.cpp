@@ -156,6 +156,7 @@ void Master::LanguageControls() {
   StatusCaption.Caption = program_.Translate("Status:");
   RecordButton().Caption = program_.Translate(RecordButton().Image == "pause" ? "Capture" : "Rec/Stop");
   Shooter.Caption = program_.Translate("Shoot") + " (CTRL+F12)";
+  MultipleImageToolbar.Button("motion").FindMenu("motion")->Text = program_.Translate("Motion Trigger");
   TriggerPanel::LanguageControls();
   LanguageEffects(program_);
 }
@@ -183,6 +184,9 @@ void Master::ConnectHandlers() {
   };
   MovieToolbar.OnButtonClick = [this](ui::ToolbarButton& button) { MovieToolbar_ButtonClick(button); };
   MultipleImageToolbar.OnButtonClick = [this](ui::ToolbarButton& button) { MultipleImageToolbar_ButtonClick(button); };
+  MultipleImageToolbar.OnButtonMenuClick = [this](ui::ToolbarButton&, ui::ButtonMenu& entry) {
+    if (entry.key == "motion") ArmMotion(nullptr);
+  };
   MultipleImageMode.OnClick = [this] { MultipleImageMode_Click(); };
   for (const auto& [index, entry] : FileMenu.Elements()) entry->OnClick = [this, i = index] { FileMenu_Click(i); };
   for (const auto& [index, entry] : Toolbars.Elements()) entry->OnClick = [this, i = index] { Toolbars_Click(i); };

@@ -112,8 +112,7 @@ class Master : public MainWindow,
   void ChooseSeriesFilename();
   void MultipleImageToolbar_ButtonClick(ui::ToolbarButton& button);
   void MultipleImageMode_Click();
-  void ArmMotionDetector();
-  void ArmMotionDetectorFromOperationBar();
+  void ArmMotionDetectorFromOperationBar(ui::ToolbarButton& button);
   void ShowAutostart();
   void CaptureImage();
   // Moves the still on the clipboard into the picture window, draws the overlay on it and

@@ -37,7 +37,7 @@ bool FileLengthProbeSucceeds(const std::string& path) {
 void Master::OperationBar_ButtonClick(ui::ToolbarButton& button) {
   const std::string& key = button.Key();
   if (key == "motion") {
-    ArmMotionDetectorFromOperationBar();
+    ArmMotionDetectorFromOperationBar(button);
     return;
   }
   if (key == "autostart") {
@@ -103,15 +103,13 @@ void Master::ShowAutostart() { program_.Window<Autostart>().Show(); }
 
 // Motion and a run are the same state on the bar: the operator ends an armed wait with the
 // button that ends a run. The operation bar warns first that an overlay may hide the picture.
-void Master::ArmMotionDetectorFromOperationBar() {
+void Master::ArmMotionDetectorFromOperationBar(ui::ToolbarButton& button) {
   if (DeviceToolbar.Button("overlay").Value == 1)
     program_.MessageBox(
         program_.Translate("Overlay Mode detected. Some devices can only detect movement under Preview Mode."),
         MessageButtons::Ok, MessageIcon::Exclamation, program_.Translate("Warning"));
-  ArmMotionDetector();
+  ArmMotion(&button);
 }
-
-void Master::ArmMotionDetector() { ArmMotion(/*disable_button=*/true); }
 
 // The overwrite question of a start: true when the operator did not answer Yes.
 bool Master::OverwriteDeclined(bool with_icon) {

@@ -117,12 +117,15 @@ void TriggerPanel::MultipleImageTimer_Timer() {
   program_.MainWindow().ShootImageOfSeries();
 }
 
-void TriggerPanel::ArmMotion(bool disable_button) {
+void TriggerPanel::ArmMotion(ui::ToolbarButton* pressed) {
   auto& main = program_.MainWindow();
   program_.state.MotionAverage = 0;
   program_.state.MotionBaseline = 0;
   main.RecordButton().Image = "stop";
-  if (disable_button) main.OperationBar.Button("motion").Enabled = false;
+  if (pressed) {
+    pressed->Enabled = false;
+    main.OperationBar.Button("motion").Enabled = false;
+  }
   MotionTimer.Enabled = true;
 }
 

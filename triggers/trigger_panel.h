@@ -31,8 +31,9 @@ class TriggerPanel {
   // that belong to it; any other key changes nothing.
   void SelectTrigger(const std::string& key);
   // Arms the motion detector: no baseline, the record button reads "stop", the button "motion"
-  // of the operation bar is off (not for the menu entry) and the timer runs.
-  void ArmMotion(bool disable_button);
+  // that was pressed and the one of the operation bar are off (none for a menu entry, which
+  // passes no button) and the timer runs.
+  void ArmMotion(ui::ToolbarButton* pressed);
   // The trigger tool tips in the operator's language.
   void LanguageControls();
 
