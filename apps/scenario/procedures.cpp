@@ -6,6 +6,7 @@
 #include "apps/scenario/addressing.h"
 #include "core/main_window.h"
 #include "core/window_registry.h"
+#include "triggers/joystick_panel.h"
 
 namespace zr::scenario {
 
@@ -123,6 +124,8 @@ ui::Value PlainMember(const AppState& s, const Segment& member) {
                                                   {"FtpPassword", s.FtpPassword},
                                                   {"FtpFolder", s.FtpFolder}};
   if (const auto found = texts.find(name); found != texts.end()) return found->second;
+  // The interval clock's two numbers answer to the names of the record and to those of the clock
+  // (IntervalSeconds, IntervalElapsed).
   const std::map<std::string, double> numbers = {{"Exiting", s.Exiting},
                                                  {"IsWindowsAfter2000", s.IsWindowsAfter2000},
                                                  {"PreviewRate", s.PreviewRate},
@@ -131,6 +134,7 @@ ui::Value PlainMember(const AppState& s, const Segment& member) {
                                                  {"ImageCount", s.ImageCount},
                                                  {"ImageCounterStart", s.ImageCounterStart},
                                                  {"ShotElapsed", s.ShotElapsed},
+                                                 {"IntervalElapsed", s.ShotElapsed},
                                                  {"MotionWasRunning", s.MotionWasRunning},
                                                  {"MotionRecordArmed", s.MotionRecordArmed},
                                                  {"MotionSensitivity", s.MotionSensitivity},
@@ -149,7 +153,7 @@ ui::Value PlainMember(const AppState& s, const Segment& member) {
                                                  {"CaptureStatusId", s.captureStatus.CaptureStatusId.load()},
                                                  {"CaptureEnded", s.captureStatus.CaptureEnded.load()}};
   if (const auto found = numbers.find(name); found != numbers.end()) return Number(found->second);
-  if (name == "ShotInterval") return Optional(s.ShotInterval);
+  if (name == "ShotInterval" || name == "IntervalSeconds") return Optional(s.ShotInterval);
   if (name == "FreeBytesAtStart") return Optional(s.FreeBytesAtStart);
   if (name == "FreeBytesLatest") return Optional(s.FreeBytesLatest);
   throw AddressError("expected a member of the state record, found \"" + name + "\"");
@@ -182,9 +186,12 @@ void CallProcedure(Program& program, const std::optional<WindowRef>& window, con
   throw AddressError("expected a public procedure, found \"" + name + "\"");
 }
 
-ui::Value ReadStateMember(const Program& program, std::span<const Segment> member) {
+ui::Value ReadStateMember(Program& program, std::span<const Segment> member) {
   const AppState& state = program.state;
   if (member.empty()) throw AddressError("expected a member of the state record, found nothing");
+  // The joystick's one flag is kept by the main window rather than in the record.
+  if (member.size() == 1 && member[0].name == "JoystickReleased")
+    return Number(program.MainPanel<JoystickPanel>().JoystickReleased);
   if (member.size() == 1) return PlainMember(state, member[0]);
   if (member.size() > 2) throw AddressError("expected a record and a field, found a longer name");
   const std::string& record = member[0].name;

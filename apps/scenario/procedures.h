@@ -18,6 +18,6 @@ void CallProcedure(Program& program, const std::optional<WindowRef>& window, con
                    const std::vector<Value>& arguments, const std::string& app_folder, const std::string& temp_folder);
 
 // A member of the state record: `CaptureType`, `AviInfoText(0)`, `CaptureParms.dwIndexSize`.
-ui::Value ReadStateMember(const Program& program, std::span<const Segment> member);
+ui::Value ReadStateMember(Program& program, std::span<const Segment> member);
 
 }  // namespace zr::scenario
