@@ -156,7 +156,15 @@ bool WriteProperty(const Target& target, const Segment& property, const ui::Valu
   return target.window->Set(name, value);
 }
 
+namespace {
+
+// An operator's click or double click does not reach a control that is disabled or hidden.
+bool Operable(const Target& target) { return !target.control || (target.control->Enabled && target.control->Visible); }
+
+}  // namespace
+
 void ClickTarget(const Target& target) {
+  if (!Operable(target)) return;
   if (target.button_menu) {
     static_cast<ui::Toolbar*>(target.control)->ClickButtonMenu(*target.button, *target.button_menu);
   } else if (target.button) {
@@ -173,6 +181,7 @@ void ClickTarget(const Target& target) {
 }
 
 void DoubleClickTarget(const Target& target) {
+  if (!Operable(target)) return;
   if (auto* list = dynamic_cast<ui::ListControl*>(target.control); list && target.element) {
     list->DblClickEntry(*target.element);
   } else if (target.control) {

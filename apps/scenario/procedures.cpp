@@ -144,6 +144,13 @@ ui::Value PlainMember(const AppState& s, const Segment& member) {
                                                  {"AutostartMinutes", s.AutostartMinutes},
                                                  {"AutostartSeconds", s.AutostartSeconds},
                                                  {"AutostartAccepted", s.AutostartAccepted},
+                                                 // The scheduled start's window knows its start
+                                                 // values as the countdown's, a series its rate
+                                                 // as the frame rate.
+                                                 {"CountdownHours", s.AutostartHours},
+                                                 {"CountdownMinutes", s.AutostartMinutes},
+                                                 {"CountdownSeconds", s.AutostartSeconds},
+                                                 {"FrameRate", s.FramesPerSecond},
                                                  {"ViewerShown", s.ViewerShown},
                                                  {"LastResult", s.LastResult},
                                                  {"BytesPerRun", s.BytesPerRun},
