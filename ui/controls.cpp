@@ -1,5 +1,6 @@
 #include "ui/controls.h"
 
+#include <algorithm>
 #include <stdexcept>
 
 #include "ui/window.h"
@@ -135,8 +136,9 @@ std::optional<ui::Value> RangeControl::Get(std::string_view property, std::optio
 
 bool RangeControl::Set(std::string_view property, const ui::Value& value) {
   const int number = static_cast<int>(ValueToNumber(value));
+  // The operator cannot move the control beyond its range.
   if (property == "Value")
-    Value = number;
+    Value = std::max(Min.get(), std::min(number, Max.get()));
   else if (property == "Min")
     Min = number;
   else if (property == "Max")
