@@ -39,6 +39,10 @@ class QtEventLoop final : public QObject, public platform::EventLoop {
   bool InHandler() const { return handlers_under_way_ > 0; }
   void SetErrorHandler(std::function<void(const std::exception&)> handler) { on_error_ = std::move(handler); }
 
+ protected:
+  // A wake-up posted by Post: runs the events posted so far.
+  void customEvent(QEvent* event) override;
+
  private:
   void RunDueTimers();
   void RunPostedEvents();
