@@ -13,6 +13,7 @@
 #include "core/language.h"
 #include "platform/capture_backends.h"
 #include "platform/event_loop.h"
+#include "platform/ftp.h"
 #include "platform/joystick.h"
 #include "platform/movie_file.h"
 #include "platform/services.h"
@@ -35,6 +36,7 @@ struct Services {
   platform::VfwDriverSystem& drivers;
   std::function<std::unique_ptr<platform::VideoCaptureControl>()> make_capture_control;
   platform::Joystick& joystick;
+  platform::Ftp& ftp;
 };
 
 // The application title: the root of the window settings and the title of message boxes.

@@ -13,6 +13,7 @@
 #include "core/settings_keys.h"
 #include "main_window/master.h"
 #include "main_window/parameter_file.h"
+#include "net/net_config.h"
 
 namespace zr {
 
@@ -325,6 +326,8 @@ void Master::MultipleImageToolbar_ButtonClick(ui::ToolbarButton& button) {
     ChooseSeriesFilename();
   else if (key == "effects")
     PopUpEffects(program_.services.dialogs);
+  else if (key == "netset")
+    program_.SlotOf<NetConfig>().ShowModal(program_.services.loop);
   else if (key != "writeinfo" && key != "ftp")
     throw NotBuiltYet("the series toolbar command \"" + key + "\"");
 }

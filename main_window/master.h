@@ -74,9 +74,8 @@ class Master : public MainWindow,
   void TakeSnapshot(bool to_clipboard);
   // One picture of a series, stored by the rule of MultipleImageMode.
   void ShootImage() override;
-  // Hands a stored file to the upload window and shows it.
+  // Hands a stored file to the upload window and shows it; returns when the upload has ended.
   void SendToFtp(const std::string& file, const std::string& remote_name);
-  void HandToUpload(const std::string& file);
   void ShootImageOfSeries() override;
   void CloseForExit() override;
   void SaveParameterFile(const std::string& path) override;

@@ -2,7 +2,6 @@
 // "image" mode into the one Image window, and one picture of a series stored by the rule of
 // the series' mode. Also the counter that numbers the files of a series.
 
-#include <filesystem>
 #include <utility>
 
 #include "base/formatting.h"
@@ -11,6 +10,7 @@
 #include "image/windows/image_window.h"
 #include "image/windows/picture_commands.h"
 #include "main_window/master.h"
+#include "net/ftp_image.h"
 #include "platform/regular_file.h"
 
 namespace zr {
@@ -119,20 +119,12 @@ void Master::ShootImage() {
   } else
     WritePictureFile(*window.MasterImage.Picture, file, 100);
   window.Caption = file;
-  if (MultipleImageToolbar.Button("ftp").Value == 1) HandToUpload(file);
+  if (MultipleImageToolbar.Button("ftp").Value == 1) SendToFtp(file, file);
 }
 
-// A set-up leaves the upload toggle pressed unless it says otherwise. Until this program
-// uploads, the series goes on and the status line says why nothing was sent.
-void Master::HandToUpload(const std::string& file) {
-  try {
-    SendToFtp(file, std::filesystem::path(file).filename().string());
-  } catch (const NotBuiltYet& missing) {
-    StatusString.Caption = missing.what();
-  }
+void Master::SendToFtp(const std::string& file, const std::string& remote_name) {
+  ShowUpload(program_, file, remote_name);
 }
-
-void Master::SendToFtp(const std::string&, const std::string&) { throw NotBuiltYet("the FTP upload"); }
 
 // A shot that fails to store ends that shot only; the series goes on with the next.
 void Master::ShootImageOfSeries() {

@@ -10,7 +10,7 @@ packages=(
   libgtest-dev libgmock-dev libbenchmark-dev
   ffmpeg libjpeg-turbo-progs
   qt6-base-dev xvfb xauth
-  python3 clang-format
+  python3 python3-pyftpdlib clang-format
   clang libclang-rt-14-dev
 )
 

@@ -233,11 +233,12 @@ struct SerialPorts {
   std::vector<std::string> names;
 };
 
-// ftp-server [refuse-connect] [refuse-dir "D"] [refuse-file]
+// ftp-server [refuse-connect] [refuse-dir "D"] [refuse-file] [delay=DURATION]
 struct FtpServer {
   bool refuse_connect = false;
   std::optional<std::string> refused_folder;
   bool refuse_file = false;
+  Duration delay{0};  // how long each answer and each block take
 };
 
 // start

@@ -307,6 +307,11 @@ constexpr auto kFtpServerOptions = std::to_array<Choice<OptionReader<FtpServer>>
     {"refuse-connect", [](Cursor&, FtpServer& s) { s.refuse_connect = true; }},
     {"refuse-dir", [](Cursor& c, FtpServer& s) { s.refused_folder = TakeString(c); }},
     {"refuse-file", [](Cursor&, FtpServer& s) { s.refuse_file = true; }},
+    {"delay",
+     [](Cursor& c, FtpServer& s) {
+       RequireSymbol(c, "=");
+       s.delay = TakeDuration(c);
+     }},
 });
 
 // ---------------------------------------------------------------------------------------------

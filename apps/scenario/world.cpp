@@ -42,10 +42,10 @@ World::~World() {
 
 Program& World::MakeProgram() {
   program_.reset();
-  program_ =
-      std::make_unique<Program>(Services{loop, dialogs, clipboard, *settings, *files, clock, desktop, movies, *drivers,
-                                         [this] { return platform::sim::MakeSimCaptureControl(*devices); }, joystick},
-                                app_folder_);
+  program_ = std::make_unique<Program>(
+      Services{loop, dialogs, clipboard, *settings, *files, clock, desktop, movies, *drivers,
+               [this] { return platform::sim::MakeSimCaptureControl(*devices); }, joystick, ftp},
+      app_folder_);
   program_->HomeFolder = root_ + "/home/";
   return *program_;
 }

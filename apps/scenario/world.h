@@ -12,6 +12,7 @@
 #include "platform/linux/ini_settings_store.h"
 #include "platform/sim/sim_devices.h"
 #include "platform/sim/sim_event_loop.h"
+#include "platform/sim/sim_ftp.h"
 #include "platform/sim/sim_joystick.h"
 #include "platform/sim/sim_services.h"
 
@@ -40,6 +41,7 @@ class World final : private platform::sim::InputSource {
   std::unique_ptr<platform::sim::SimDeviceWorld> devices;
   std::unique_ptr<platform::VfwDriverSystem> drivers;
   platform::sim::SimJoystick joystick{loop};
+  platform::sim::SimFtpServer ftp{loop};
 
   // The program; made by Start, ended by a later Start or by the world's end.
   Program& program() { return *program_; }

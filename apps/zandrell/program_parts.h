@@ -14,8 +14,10 @@
 #include "gui/live_video.h"
 #include "platform/linux/backend_registry.h"
 #include "platform/linux/capture_devices.h"
+#include "platform/linux/dial_up_links.h"
 #include "platform/linux/evdev_joystick.h"
 #include "platform/linux/ffmpeg_movie_files.h"
+#include "platform/linux/ftp_client.h"
 #include "platform/linux/headless_services.h"
 #include "platform/linux/ini_settings_store.h"
 #include "platform/linux/linux_desktop.h"
@@ -48,8 +50,9 @@ struct ProgramParts {
         drivers(devices.MakeDriverSystem()),
         joystick(platform::linux_impl::OpenJoystick(platform::linux_impl::RealEvdevSystem(), loop,
                                                     ReadSetting(settings, settings::JoystickDevice))),
+        ftp(loop, links),
         program(Services{loop, dialogs, clipboard, settings, files, clock, desktop, movies, *drivers,
-                         [this] { return devices.MakeCaptureControl(); }, *joystick},
+                         [this] { return devices.MakeCaptureControl(); }, *joystick, ftp},
                 start.app_path) {
     program.CommandLine = start.command_line;
     program.HomeFolder = start.home_folder;
@@ -72,6 +75,8 @@ struct ProgramParts {
   std::unique_ptr<platform::VfwDriverSystem> drivers;
   // The joystick or game pad the setting names by its path or name, or the first found.
   std::unique_ptr<platform::Joystick> joystick;
+  platform::linux_impl::NetworkManagerLinks links;
+  platform::linux_impl::SocketFtp ftp;
   Program program;
 };
 

@@ -253,14 +253,15 @@ Result<AddressList> LookUp(const std::string& host, const std::string& port) {
 
 // A name lookup cannot be cut short: it runs on a thread of its own, which finishes alone when
 // the connection stops waiting for it (at the deadline, or on a stop request).
-Result<AddressList> Resolve(const HttpAddress& address, Clock::time_point deadline, const std::stop_token& stop) {
+Result<AddressList> Resolve(const std::string& host, int port, Clock::time_point deadline,
+                            const std::stop_token& stop) {
   struct Lookup {
     std::mutex mutex;
     std::condition_variable_any done;
     std::optional<Result<AddressList>> result;
   };
   auto lookup = std::make_shared<Lookup>();
-  std::thread([lookup, host = address.host, port = std::to_string(address.port)] {
+  std::thread([lookup, host, port = std::to_string(port)] {
     auto found = LookUp(host, port);
     std::lock_guard lock(lookup->mutex);
     lookup->result.emplace(std::move(found));
@@ -360,6 +361,13 @@ bool IsRedirect(int status) {
 
 }  // namespace
 
+Result<Socket> ConnectToHost(const std::string& host, int port, Clock::time_point deadline,
+                             const std::stop_token& stop) {
+  auto peers = Resolve(host, port, deadline, stop);
+  if (!peers) return peers.error();
+  return Connect(**peers, deadline, stop);
+}
+
 // ---- Addresses --------------------------------------------------------------------------------
 
 Result<HttpAddress> ParseHttpAddress(std::string_view url) {
@@ -447,7 +455,7 @@ Result<void> HttpConnection::Exchange(const HttpAddress& address) {
   // The name is looked up and a connection made within the connect timeout; then the request
   // and the whole head of the answer within the answer timeout.
   const auto connect_deadline = Clock::now() + options_.connect_timeout;
-  auto peers = Resolve(address, connect_deadline, options_.stop);
+  auto peers = Resolve(address.host, address.port, connect_deadline, options_.stop);
   if (!peers) {
     if (options_.stop.stop_requested()) return Stopped();
     return Error{

@@ -66,6 +66,11 @@ enum class SendOutcome { Sent, TimedOut, Stopped, Failed };
 // Sends every byte, waiting at most `timeout` each time the socket cannot take more.
 SendOutcome SendAll(int fd, std::string_view bytes, std::chrono::milliseconds timeout, const std::stop_token& stop);
 
+// Looks `host` up and connects to one of its addresses, both by `deadline`: a connected
+// non-blocking socket, or why there is none ("timed out", "stopped", the system's reason).
+Result<Socket> ConnectToHost(const std::string& host, int port, std::chrono::steady_clock::time_point deadline,
+                             const std::stop_token& stop);
+
 // Sleeps until `deadline`; false when `stop` was asked first.
 bool SleepUntil(std::chrono::steady_clock::time_point deadline, const std::stop_token& stop);
 
