@@ -62,7 +62,8 @@ class Upload {
     const std::string folder = program_.state.FtpFolder;
     if (!folder.empty()) {
       const bool changed = Perform([&](FtpDone done) { state_->connection->ChangeDirectory(folder, std::move(done)); });
-      if (FTPImage* window = Window()) window->Status.Caption = changed ? "Directory changed" : "Can't change directory.";
+      if (FTPImage* window = Window())
+        window->Status.Caption = changed ? "Directory changed" : "Can't change directory.";
     }
     Transfer(local_file, remote);
     program_.MainWindow().StatusString.Caption = "Disconnecting...";

@@ -81,7 +81,8 @@ class Session {
 
   Result<void> OpenFile(const std::string& name, FtpTransferType type, const std::stop_token& stop) {
     if (HasLineBreak(name)) return Error{"A file name cannot hold a line break", "STOR"};
-    auto typed = Expect(Command(type == FtpTransferType::Binary ? "TYPE I" : "TYPE A", stop), &Reply::Completed, "TYPE");
+    auto typed =
+        Expect(Command(type == FtpTransferType::Binary ? "TYPE I" : "TYPE A", stop), &Reply::Completed, "TYPE");
     if (!typed) return typed;
     auto offer = Listen();
     if (!offer) return offer.error();

@@ -1,0 +1,46 @@
+"""A real FTP server on 127.0.0.1 for the tests of the FTP client and the uploads.
+
+Usage: ftp_server.py ROOT MODE
+  ROOT  the login folder of the user "anna" (password "s3cret"); it holds a folder "pics"
+  MODE  serve  - takes every upload
+        stall  - stops reading shortly after a file starts to come, and answers nothing more
+        close  - closes the connection shortly after a file starts to come
+
+Prints the port it listens on, then serves until killed. Runs with Debian's Python
+(/usr/bin/python3), which has pyftpdlib.
+"""
+
+import logging
+import os
+import sys
+import time
+
+from pyftpdlib.authorizers import DummyAuthorizer
+from pyftpdlib.handlers import DTPHandler, FTPHandler
+from pyftpdlib.servers import FTPServer
+
+root, mode = sys.argv[1], sys.argv[2]
+os.makedirs(os.path.join(root, "pics"), exist_ok=True)
+
+
+class MisbehavingDTPHandler(DTPHandler):
+    """Stalls the whole server, or closes the connection, shortly after a file starts to come."""
+
+    def __init__(self, sock, cmd_channel):
+        super().__init__(sock, cmd_channel)
+        if mode == "stall":
+            self.ioloop.call_later(0.05, time.sleep, 3600)
+        elif mode == "close":
+            self.ioloop.call_later(0.05, cmd_channel.close)
+
+
+authorizer = DummyAuthorizer()
+authorizer.add_user("anna", "s3cret", root, perm="elradfmw")
+handler = FTPHandler
+handler.authorizer = authorizer
+handler.dtp_handler = MisbehavingDTPHandler
+handler.banner = "Welcome to the tests of the FTP client: this greeting is long enough to take two lines."
+logging.basicConfig(level=logging.CRITICAL)
+server = FTPServer(("127.0.0.1", 0), handler)
+print(server.address[1], flush=True)
+server.serve_forever()
