@@ -7,10 +7,12 @@
 
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "tests/support/local_ftp_server.h"
 #include "tests/support/movie_probe.h"
 
 namespace zr::testing {
@@ -218,6 +220,29 @@ TEST_F(HeadlessProgramTest, ASavedIntervalSeriesRunsForTheAskedTime) {
   EXPECT_TRUE(fs::exists(File("shot000003.jpg")));
   EXPECT_FALSE(fs::exists(File("shot000006.jpg")));
   EXPECT_EQ(output_.find("Picture 0"), std::string::npos) << output_;
+}
+
+// A series set-up with the upload: each picture of a one-second series goes whole to a real FTP
+// server into the folder set, while the series goes on; the password shows nowhere.
+TEST_F(HeadlessProgramTest, AnFtpSeriesDeliversEveryPictureWhole) {
+  ASSERT_TRUE(LocalFtpServer::Available()) << "scripts/setup.sh installs python3-pyftpdlib";
+  LocalFtpServer server;
+  std::ofstream(File("ftp.zrp")) << "Filename=" << File("shot.avi")
+                                 << "\r\nCapture=Multiple Image\r\nMultiple Image Type=2\r\n"
+                                 << "Trigger=Timer\r\nInterval=1\r\n; Internet Settings\r\n"
+                                 << "Send to FTP Server=Yes\r\nURL=127.0.0.1\r\nPort=" << server.Port()
+                                 << "\r\nUsername=" << LocalFtpServer::kUser
+                                 << "\r\nPassword=" << LocalFtpServer::kPassword << "\r\nDirectory=pics\r\n";
+  ASSERT_EQ(Run("--headless --run 5 ftp.zrp"), 0) << output_;
+  EXPECT_EQ(output_.find(LocalFtpServer::kPassword), std::string::npos) << output_;
+  for (const char* name : {"shot000001.jpg", "shot000002.jpg", "shot000003.jpg", "shot000004.jpg", "shot000005.jpg"}) {
+    const auto sent = server.Root() / "pics" / name;
+    ASSERT_TRUE(fs::exists(sent)) << name << "\n" << output_;
+    std::ifstream local(File(name), std::ios::binary), remote(sent, std::ios::binary);
+    EXPECT_EQ(std::string(std::istreambuf_iterator<char>(local), {}),
+              std::string(std::istreambuf_iterator<char>(remote), {}))
+        << name;
+  }
 }
 
 }  // namespace

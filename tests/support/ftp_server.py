@@ -6,12 +6,13 @@ Usage: ftp_server.py ROOT MODE
         stall  - stops reading shortly after a file starts to come, and answers nothing more
         close  - closes the connection shortly after a file starts to come
 
-Prints the port it listens on, then serves until killed. Runs with Debian's Python
+Prints the port it listens on (below 32768), then serves until killed. Runs with Debian's Python
 (/usr/bin/python3), which has pyftpdlib.
 """
 
 import logging
 import os
+import random
 import sys
 import time
 
@@ -41,6 +42,12 @@ handler.authorizer = authorizer
 handler.dtp_handler = MisbehavingDTPHandler
 handler.banner = "Welcome to the tests of the FTP client: this greeting is long enough to take two lines."
 logging.basicConfig(level=logging.CRITICAL)
-server = FTPServer(("127.0.0.1", 0), handler)
+# The program keeps the port as a 16-bit integer: the server takes a free one below 32768.
+for port in random.sample(range(20000, 32768), 500):
+    try:
+        server = FTPServer(("127.0.0.1", port), handler)
+        break
+    except OSError:
+        continue
 print(server.address[1], flush=True)
 server.serve_forever()

@@ -25,9 +25,7 @@ std::filesystem::path FreshFolder() {
 
 }  // namespace
 
-bool LocalFtpServer::Available() {
-  return std::system("/usr/bin/python3 -c 'import pyftpdlib' >/dev/null 2>&1") == 0;
-}
+bool LocalFtpServer::Available() { return std::system("/usr/bin/python3 -c 'import pyftpdlib' >/dev/null 2>&1") == 0; }
 
 LocalFtpServer::LocalFtpServer(Mode mode) : root_(FreshFolder()) {
   int pipe_ends[2];

@@ -1,5 +1,5 @@
 #pragma once
-// A real FTP server (pyftpdlib under Debian's Python) on 127.0.0.1 at an ephemeral port, in a
+// A real FTP server (pyftpdlib under Debian's Python) on 127.0.0.1 at a free port below 32768, in a
 // process of its own from construction to destruction, serving a fresh folder. The user is
 // "anna" with the password "s3cret"; the folder holds "pics". See support/ftp_server.py for the
 // modes.

@@ -117,14 +117,13 @@ TEST_F(FtpClientTest, RefusalsComeBackInTheServersWordsAndAFolderRefusedLeavesTh
   const auto folder = Await([&](FtpDone done) { connection->ChangeDirectory("nowhere", std::move(done)); });
   EXPECT_FALSE(folder.done);
   EXPECT_TRUE(folder.text.starts_with("550")) << folder.text;
-  ASSERT_TRUE(Done(Await([&](FtpDone done) {
-                connection->OpenFile("root.bin", FtpTransferType::Binary, std::move(done));
-              })));
+  ASSERT_TRUE(
+      Done(Await([&](FtpDone done) { connection->OpenFile("root.bin", FtpTransferType::Binary, std::move(done)); })));
   ASSERT_TRUE(Done(Await([&](FtpDone done) { connection->Write(Bytes("in the login folder"), std::move(done)); })));
   ASSERT_TRUE(Done(Await([&](FtpDone done) { connection->CloseFile(std::move(done)); })));
   EXPECT_EQ(FileText(server.Root() / "root.bin"), "in the login folder");
-  const auto no_name =
-      Await([&](FtpDone done) { connection->OpenFile("a\r\nDELE root.bin", FtpTransferType::Binary, std::move(done)); });
+  const auto no_name = Await(
+      [&](FtpDone done) { connection->OpenFile("a\r\nDELE root.bin", FtpTransferType::Binary, std::move(done)); });
   EXPECT_FALSE(no_name.done);
   EXPECT_TRUE(std::filesystem::exists(server.Root() / "root.bin"));
 }
@@ -152,8 +151,8 @@ TEST_F(FtpClientTest, AServerThatStallsMidFileFailsTheUploadByTheBlockDeadline) 
   SocketFtp ftp(loop_, links_, FtpTimeouts{std::chrono::seconds(10), std::chrono::seconds(2), std::chrono::seconds(1)});
   auto connection = ftp.NewConnection();
   ASSERT_TRUE(Done(Connect(*connection, server)));
-  ASSERT_TRUE(Done(
-      Await([&](FtpDone done) { connection->OpenFile("big.bin", FtpTransferType::Binary, std::move(done)); })));
+  ASSERT_TRUE(
+      Done(Await([&](FtpDone done) { connection->OpenFile("big.bin", FtpTransferType::Binary, std::move(done)); })));
   const auto started = Clock::now();
   const auto failure = WriteUntilFailure(*connection, 20000);
   ASSERT_TRUE(failure.has_value());
@@ -166,8 +165,8 @@ TEST_F(FtpClientTest, AServerThatHangsUpMidFileFailsTheUpload) {
   SocketFtp ftp(loop_, links_, FtpTimeouts{std::chrono::seconds(10), std::chrono::seconds(2), std::chrono::seconds(2)});
   auto connection = ftp.NewConnection();
   ASSERT_TRUE(Done(Connect(*connection, server)));
-  ASSERT_TRUE(Done(
-      Await([&](FtpDone done) { connection->OpenFile("cut.bin", FtpTransferType::Binary, std::move(done)); })));
+  ASSERT_TRUE(
+      Done(Await([&](FtpDone done) { connection->OpenFile("cut.bin", FtpTransferType::Binary, std::move(done)); })));
   const auto failure = WriteUntilFailure(*connection, 20000);
   ASSERT_TRUE(failure.has_value());
   const std::vector<std::string> hung_up = {"The FTP server closed the connection", "Broken pipe",
@@ -180,8 +179,8 @@ TEST_F(FtpClientTest, ClosingEndsAnOperationThatWaitsOnAStalledServerAtOnce) {
   SocketFtp ftp(loop_, links_);
   auto connection = ftp.NewConnection();
   ASSERT_TRUE(Done(Connect(*connection, server)));
-  ASSERT_TRUE(Done(
-      Await([&](FtpDone done) { connection->OpenFile("big.bin", FtpTransferType::Binary, std::move(done)); })));
+  ASSERT_TRUE(
+      Done(Await([&](FtpDone done) { connection->OpenFile("big.bin", FtpTransferType::Binary, std::move(done)); })));
   std::optional<FtpOutcome> outcome;
   connection->Write(std::vector<std::uint8_t>(64 * 1024 * 1024, 'x'), [&](const FtpOutcome& o) { outcome = o; });
   std::this_thread::sleep_for(std::chrono::milliseconds(300));
