@@ -11,15 +11,20 @@
 // With --series the operator takes a series instead: multiple image mode, numbered JPEGs, the
 // timer trigger at one second. Two stored pictures must show in the series' picture window, the
 // series must stop by Rec/Stop, and the pictures must be there from 000001. On the way the
-// series band, the picture window, the effects and joystick menus and the Autostart window are
-// left in the screenshots folder.
+// series band, the picture window, the effects and joystick menus, the Autostart window, the FTP
+// settings and the upload window are left in the screenshots folder. The upload goes to a server
+// that takes the connection and never answers: the upload window must show while the client
+// waits, and its abort button must end the upload.
 
+#include <netinet/in.h>
+#include <sys/socket.h>
 #include <unistd.h>
 
 #include <QAbstractButton>
 #include <QApplication>
 #include <QCheckBox>
 #include <QComboBox>
+#include <QLineEdit>
 #include <QListWidget>
 #include <QMenu>
 #include <QMenuBar>
@@ -41,6 +46,7 @@
 #include "core/main_menus.h"
 #include "gui/desktop_toolkit.h"
 #include "main_window/master.h"
+#include "net/ftp_image.h"
 #include "tests/support/movie_probe.h"
 
 namespace {
@@ -67,6 +73,11 @@ class Operator {
     QObject::connect(&tick_, &QTimer::timeout, [this] { Act(); });
     tick_.start(100);
   }
+  ~Operator() {
+    if (silent_socket_ >= 0) ::close(silent_socket_);
+  }
+  Operator(const Operator&) = delete;
+  Operator& operator=(const Operator&) = delete;
   std::string failure;
 
  private:
@@ -119,6 +130,9 @@ class Operator {
         break;
       case Step::SeriesWindows:
         ShowSeriesWindows();
+        break;
+      case Step::FtpWindows:
+        ShowFtpWindows();
         break;
     }
   }
@@ -245,7 +259,67 @@ class Operator {
     if (!FindWidget<QSpinBox>("bh")) return;  // the frame shows after the click
     Screenshot(autostart, "autostart_date_time.png");
     if (auto* cancel = FindWidget<QPushButton>("CancelButton")) QTest::mouseClick(cancel, Qt::LeftButton);
+    Next(static_cast<int>(Step::FtpWindows));
+  }
+
+  // The settings window (the password hidden), then an upload of the first picture to a server
+  // that never answers, photographed and aborted. Windows shown modally open after this tick.
+  void ShowFtpWindows() {
+    auto& program = parts_.program;
+    if (!net_config_shot_) {
+      auto* settings = FindWidget<QWidget>("NetConfig");
+      if (!settings) return ClickLater(FindButtonOf("MultipleImageToolbar", "netset"), net_config_asked_);
+      auto* password = FindWidget<QLineEdit>("frmFTP_Password");
+      if (!password || password->echoMode() != QLineEdit::Password) return Fail("the FTP password shows as typed");
+      net_config_shot_ = Screenshot(settings, "net_config.png");
+      if (auto* cancel = FindWidget<QPushButton>("Cancel")) QTest::mouseClick(cancel, Qt::LeftButton);
+      return;
+    }
+    if (FindWidget<QWidget>("NetConfig")) return;
+    if (!silent_server_) {
+      silent_server_ = ListenWithoutAnswering();
+      if (!silent_server_) return Fail("no port below 32768 to listen on");
+      program.state.FtpHost = "127.0.0.1";
+      program.state.FtpPort = static_cast<std::int16_t>(silent_server_);
+      const std::string picture = program.ProgramFolder + "capture000001.jpg";
+      QTimer::singleShot(0, [&program, picture] { program.Window<zr::Master>().SendToFtp(picture, picture); });
+      return;
+    }
+    auto* upload = FindWidget<QWidget>("FTPImage");
+    if (!upload_shot_) {
+      if (!upload) return;
+      upload_shot_ = Screenshot(upload, "ftp_upload.png");
+      if (!FindWidget<QWidget>("ProgressBar")) return Fail("the upload window has no progress bar");
+      if (auto* abort = FindWidget<QPushButton>("Command1")) QTest::mouseClick(abort, Qt::LeftButton);
+      return;
+    }
+    if (program.SlotOf<zr::FTPImage>().Loaded() || program.Window<zr::Master>().StatusString.Caption.get() != "")
+      return;
     Next(static_cast<int>(Step::Quit));
+  }
+
+  // Clicks after this tick, once.
+  static void ClickLater(QAbstractButton* button, bool& clicked) {
+    if (!button || clicked) return;
+    clicked = true;
+    QTimer::singleShot(0, button, [button] { QTest::mouseClick(button, Qt::LeftButton); });
+  }
+
+  // A port on 127.0.0.1 below 32768 that takes connections and never says a word; 0 for none.
+  int ListenWithoutAnswering() {
+    for (int port = 29000; port < 29100; ++port) {
+      silent_socket_ = ::socket(AF_INET, SOCK_STREAM, 0);
+      sockaddr_in address{};
+      address.sin_family = AF_INET;
+      address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+      address.sin_port = htons(static_cast<std::uint16_t>(port));
+      if (::bind(silent_socket_, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0 &&
+          ::listen(silent_socket_, 4) == 0)
+        return port;
+      ::close(silent_socket_);
+      silent_socket_ = -1;
+    }
+    return 0;
   }
 
   // The close runs after this tick, so that the next ticks can answer the question it asks.
@@ -267,7 +341,16 @@ class Operator {
     return bar ? bar->findChild<QToolButton*>(key) : nullptr;
   }
 
-  enum class Step { PickCamera, WaitForLiveVideo, Recording, Quit, EndingOnRequest, SeriesRunning, SeriesWindows };
+  enum class Step {
+    PickCamera,
+    WaitForLiveVideo,
+    Recording,
+    Quit,
+    EndingOnRequest,
+    SeriesRunning,
+    SeriesWindows,
+    FtpWindows
+  };
   zr::ProgramParts& parts_;
   std::string screenshots_;
   zr::gui::DesktopToolkit* end_on_request_;  // asked to end the program once, then null
@@ -275,6 +358,11 @@ class Operator {
   const char* popup_shot_ = "popup.png";
   bool effects_shown_ = false;
   bool joysticks_shown_ = false;
+  bool net_config_asked_ = false;
+  bool net_config_shot_ = false;
+  int silent_server_ = 0;  // the port of the server that never answers
+  int silent_socket_ = -1;
+  bool upload_shot_ = false;
   QElapsedTimer clock_;
   QTimer tick_;
   Step step_ = Step::PickCamera;
