@@ -19,11 +19,15 @@ namespace zr::platform::sim {
 
 class SimDialUpLinks final : public DialUpLinks {
  public:
-  std::optional<std::vector<std::string>> Active() override { return active; }
+  std::optional<std::vector<std::string>> Active() override {
+    ++listings;
+    return active;
+  }
   void HangUp(const std::string& name) override { hung_up.push_back(name); }
 
   std::vector<std::string> active;
   std::vector<std::string> hung_up;
+  int listings = 0;
 };
 
 class SimFtpServer final : public Ftp {

@@ -114,6 +114,7 @@ TEST(ScriptParserForms, WorldCommands) {
        Is<FtpServer>([](const FtpServer& f) { return !f.refuse_connect && !f.refused_folder && !f.refuse_file; })},
       {R"(ftp-server refuse-dir "up" refuse-connect refuse-file)",
        Is<FtpServer>([](const FtpServer& f) { return f.refuse_connect && f.refused_folder == "up" && f.refuse_file; })},
+      {"ftp-server delay=250ms", Is<FtpServer>([](const FtpServer& f) { return f.delay == Duration(250); })},
   });
 }
 
