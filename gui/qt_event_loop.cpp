@@ -60,6 +60,31 @@ void QtEventLoop::StopTimer(platform::TimerClient& timer) {
   ArmPump();
 }
 
+void QtEventLoop::NotifierRelease::operator()(QSocketNotifier* notifier) const {
+  notifier->setEnabled(false);
+  notifier->deleteLater();
+}
+
+QtEventLoop::Notifier QtEventLoop::MakeNotifier(int descriptor, QSocketNotifier::Type type,
+                                                const std::shared_ptr<Ready>& ready) {
+  Notifier notifier(new QSocketNotifier(descriptor, type));
+  const bool read = type == QSocketNotifier::Read;
+  connect(notifier.get(), &QSocketNotifier::activated, this,
+          [this, ready, read] { Guarded([&] { (*ready)(read, !read); }); });
+  return notifier;
+}
+
+void QtEventLoop::Watch(int descriptor, platform::DescriptorInterest interest, Ready ready) {
+  watched_.erase(descriptor);
+  const auto shared = std::make_shared<Ready>(std::move(ready));
+  Watched watched;
+  if (interest.read) watched.read = MakeNotifier(descriptor, QSocketNotifier::Read, shared);
+  if (interest.write) watched.write = MakeNotifier(descriptor, QSocketNotifier::Write, shared);
+  watched_.emplace(descriptor, std::move(watched));
+}
+
+void QtEventLoop::Unwatch(int descriptor) { watched_.erase(descriptor); }
+
 void QtEventLoop::Guarded(const std::function<void()>& action) {
   struct UnderWay {
     int& count;

@@ -1,24 +1,29 @@
 #pragma once
 // The event loop of the desktop program, on the toolkit's own loop: timers keep the rules of
 // every loop of the program (the shared timer table), driven by one toolkit timer set to the
-// next due time; posted events are queued to the GUI thread. A handler that fails does not
+// next due time; posted events are queued to the GUI thread; watched descriptors have a socket
+// notifier each. A handler that fails does not
 // take the process down: the failure goes to the error handler (the face shows it).
 //
 // Threads: Post from any thread; everything else on the GUI thread.
 
 #include <QElapsedTimer>
 #include <QObject>
+#include <QSocketNotifier>
 #include <QTimer>
 #include <exception>
 #include <functional>
+#include <map>
+#include <memory>
 
+#include "platform/descriptor_watcher.h"
 #include "platform/event_loop.h"
 #include "platform/posted_event_queue.h"
 #include "platform/timer_table.h"
 
 namespace zr::gui {
 
-class QtEventLoop final : public QObject, public platform::EventLoop {
+class QtEventLoop final : public QObject, public platform::EventLoop, public platform::DescriptorWatcher {
  public:
   QtEventLoop();
 
@@ -31,6 +36,8 @@ class QtEventLoop final : public QObject, public platform::EventLoop {
   void Block(const std::function<bool()>& finished) override;
   void StartTimer(platform::TimerClient& timer, int interval_ms) override;
   void StopTimer(platform::TimerClient& timer) override;
+  void Watch(int descriptor, platform::DescriptorInterest interest, Ready ready) override;
+  void Unwatch(int descriptor) override;
 
   // Runs `action` on behalf of the operator or the loop; a failure goes to the error handler.
   void Guarded(const std::function<void()>& action);
@@ -48,6 +55,18 @@ class QtEventLoop final : public QObject, public platform::EventLoop {
   void RunPostedEvents();
   void ArmPump();
 
+  // A notifier is let go with deleteLater: its own signal may be what stops the watch.
+  struct NotifierRelease {
+    void operator()(QSocketNotifier* notifier) const;
+  };
+  using Notifier = std::unique_ptr<QSocketNotifier, NotifierRelease>;
+  struct Watched {
+    Notifier read;
+    Notifier write;
+  };
+  Notifier MakeNotifier(int descriptor, QSocketNotifier::Type type, const std::shared_ptr<Ready>& ready);
+
+  std::map<int, Watched> watched_;
   QElapsedTimer clock_;
   platform::TimerTable timers_;
   QTimer pump_;
