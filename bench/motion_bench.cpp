@@ -66,7 +66,7 @@ int main(int argc, char** argv) {
   TerminalDialogs dialogs(std::cerr);
   MemoryClipboard clipboard;
   ProgramParts parts(
-      loop, [&loop] { loop.Wake(); }, dialogs, clipboard, nullptr, ScreenSize{1920, 1080},
+      loop, loop, [&loop] { loop.Wake(); }, dialogs, clipboard, nullptr, ScreenSize{1920, 1080},
       ProgramStart{folder.string() + "/", "", "", Language::English}, ProbeVideoDevices(), ProbeAudioDevices());
   Program& program = parts.program;
   HeadlessOperator chooser(program, "");  // the program's own pick: the first built-in camera entry

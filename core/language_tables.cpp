@@ -89,6 +89,18 @@ constexpr TextTranslations kTable[] = {
     {"Streaming.", "Transmitindo.", "Transmitiendo.", "Diffusion.", "Streaming."},
     {"Streaming..", "Transmitindo..", "Transmitiendo..", "Diffusion..", "Streaming.."},
     {"Streaming", "Transmitindo", "Transmitiendo", "Diffusion", "Streaming"},
+    // Why the server does not listen; %1 is the port.
+    {"Port %1 is in use", "A porta %1 está em uso", "El puerto %1 está en uso", "Le port %1 est déjà utilisé",
+     "Port %1 ist belegt"},
+    {"Port %1 is kept for the system: choose 1024 or above, such as 8080",
+     "A porta %1 é reservada ao sistema: escolha 1024 ou acima, como 8080",
+     "El puerto %1 está reservado al sistema: elija 1024 o más, como 8080",
+     "Le port %1 est réservé au système : choisissez 1024 ou plus, comme 8080",
+     "Port %1 ist dem System vorbehalten: wählen Sie 1024 oder höher, etwa 8080"},
+    {"Port %1 does not exist", "A porta %1 não existe", "El puerto %1 no existe", "Le port %1 n'existe pas",
+     "Port %1 gibt es nicht"},
+    {"Port %1 cannot be opened", "A porta %1 não pode ser aberta", "No se puede abrir el puerto %1",
+     "Le port %1 ne peut pas être ouvert", "Port %1 kann nicht geöffnet werden"},
 
     // ---- Main window: the TV tuner band
     {"Channel:", "Canal:", "Canal:", "Canal :", "Kanal:"},

@@ -78,6 +78,8 @@ class MainWindow : public ui::Window {
   // The whole set-up written to or applied from a parameter file.
   virtual void SaveParameterFile(const std::string& path) = 0;
   virtual void LoadParameterFile(const std::string& path) = 0;
+  // The capture window's current picture written as a JPEG file at `quality` (10 to 100).
+  virtual void SaveStill(const std::string& path, int quality) = 0;
   // The last steps of the program: the device disconnected, the capture window and this
   // window unloaded.
   virtual void CloseForExit() = 0;

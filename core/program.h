@@ -16,6 +16,7 @@
 #include "platform/ftp.h"
 #include "platform/joystick.h"
 #include "platform/movie_file.h"
+#include "platform/picture_server.h"
 #include "platform/services.h"
 #include "ui/window.h"
 
@@ -37,6 +38,7 @@ struct Services {
   std::function<std::unique_ptr<platform::VideoCaptureControl>()> make_capture_control;
   platform::Joystick& joystick;
   platform::Ftp& ftp;
+  platform::PictureServer& picture_server;
 };
 
 // The application title: the root of the window settings and the title of message boxes.

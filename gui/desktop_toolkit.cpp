@@ -53,6 +53,7 @@ class QtDesktopToolkit final : public DesktopToolkit {
   }
 
   platform::EventLoop& Loop() override { return loop_; }
+  platform::DescriptorWatcher& Descriptors() override { return loop_; }
   platform::Dialogs& Dialogs() override { return dialogs_; }
   platform::Clipboard& Clipboard() override { return clipboard_; }
   platform::DeviceDialogHost& DeviceDialogs() override { return device_dialogs_; }

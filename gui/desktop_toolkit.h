@@ -6,6 +6,7 @@
 
 #include "core/program.h"
 #include "gui/live_video.h"
+#include "platform/descriptor_watcher.h"
 #include "platform/device_settings.h"
 #include "platform/event_loop.h"
 #include "platform/services.h"
@@ -19,6 +20,8 @@ class DesktopToolkit {
   virtual ~DesktopToolkit() = default;
 
   virtual platform::EventLoop& Loop() = 0;
+  // The same loop's watch of descriptors (the picture server's sockets).
+  virtual platform::DescriptorWatcher& Descriptors() = 0;
   virtual platform::Dialogs& Dialogs() = 0;
   virtual platform::Clipboard& Clipboard() = 0;
   // The capture devices' own dialogs (format, source, compressor).

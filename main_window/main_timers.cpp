@@ -19,10 +19,7 @@ constexpr double kMegabyte = 1048576.0;
 void Master::MasterTimer_Timer() {
   auto& state = program_.state;
   ResumeNext([&] { ReadShortcutKeys(); });
-  ResumeNext([&] {
-    WebShare_Url.Caption = "http://" + stream.LocalAddress +
-                           (stream.LocalPort == 80 ? std::string() : ":" + std::to_string(stream.LocalPort));
-  });
+  ResumeNext([&] { ShowAddress(); });
   ResumeNext([&] {
     if (state.CaptureFilename.empty()) state.CaptureFilename = state.AppPath + "capture.avi";
   });

@@ -19,7 +19,7 @@ Master::Master(Program& program)
       TriggerPanel(static_cast<ui::Window&>(*this), program, static_cast<SeriesPanel&>(*this)),
       JoystickPanel(program, static_cast<TriggerPanel&>(*this), static_cast<SeriesPanel&>(*this)),
       AviBuilderPanel(static_cast<ui::Window&>(*this), program),
-      PictureServerPanel(static_cast<ui::Window&>(*this)),
+      PictureServerPanel(static_cast<ui::Window&>(*this), program),
       TunerPanel(static_cast<ui::Window&>(*this)),
       program_(program) {
   CreateToolbars();

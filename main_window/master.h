@@ -78,6 +78,7 @@ class Master : public MainWindow,
   void SendToFtp(const std::string& file, const std::string& remote_name);
   void ShootImageOfSeries() override;
   void CloseForExit() override;
+  void SaveStill(const std::string& path, int quality) override;
   void SaveParameterFile(const std::string& path) override;
   void LoadParameterFile(const std::string& path) override;
 

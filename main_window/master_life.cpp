@@ -190,7 +190,7 @@ bool Master::QueryUnload(ui::UnloadMode mode) {
   SaveSetting(store, settings::AutoPlay, state.AutoPlay);
   SaveSetting(store, settings::ShutterSound, state.ShutterSound);
   // The port the server has, as a 16-bit number: one beyond 32767 is not stored.
-  ResumeNext([&] { SaveSetting(store, settings::WebSharePort, std::to_string(ToInt16(stream.LocalPort))); });
+  ResumeNext([&] { SaveSetting(store, settings::WebSharePort, std::to_string(ToInt16(stream.LocalPort()))); });
   SaveSetting(store, settings::WebShareQuality, std::to_string(WebShare_Quality.Value));
   SaveParameters(program_, state.AppPath + kStateFile);
   if (mode == ui::UnloadMode::CloseBox) {

@@ -52,8 +52,7 @@ void Master::SetOperationMode(const std::string& mode) {
       show_mode(toolbars_menu::kWebShare);
       MasterBar.Bands("operation").Visible = false;
       enable_capture_and_status(false, false);
-      stream.LocalPort = ReadSettingInteger(program_.services.settings, settings::WebSharePort);
-      stream.Listen();
+      ListenOnStoredPort();
       break;
     case OperatingMode::Multiple:
       show_mode(toolbars_menu::kMultipleImageCapture);

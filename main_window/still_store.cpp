@@ -35,6 +35,10 @@ std::string StillBaseName(const std::string& capture_filename) {
 
 }  // namespace
 
+void Master::SaveStill(const std::string& path, int quality) {
+  program_.Window<VideoScreen>().SaveStill(path, quality, false);
+}
+
 void Master::TakeSnapshot(bool to_clipboard) {
   auto& state = program_.state;
   const std::string temporary = state.AppPath + "zreltmp.tmp";

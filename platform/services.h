@@ -113,6 +113,8 @@ class Desktop {
   // Sets the process's priority, or the closest to it the system allows; false when the one
   // asked for was not allowed.
   virtual bool SetProcessPriority(ProcessPriority priority) = 0;
+  // Opens the address in the desktop's browser, without waiting for it.
+  virtual void OpenAddress(const std::string& address) = 0;
 };
 
 // ---- Wall clock

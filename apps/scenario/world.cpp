@@ -44,7 +44,7 @@ Program& World::MakeProgram() {
   program_.reset();
   program_ = std::make_unique<Program>(
       Services{loop, dialogs, clipboard, *settings, *files, clock, desktop, movies, *drivers,
-               [this] { return platform::sim::MakeSimCaptureControl(*devices); }, joystick, ftp},
+               [this] { return platform::sim::MakeSimCaptureControl(*devices); }, joystick, ftp, picture_server},
       app_folder_);
   program_->HomeFolder = root_ + "/home/";
   return *program_;

@@ -14,6 +14,7 @@
 #include "platform/sim/sim_event_loop.h"
 #include "platform/sim/sim_ftp.h"
 #include "platform/sim/sim_joystick.h"
+#include "platform/sim/sim_picture_server.h"
 #include "platform/sim/sim_services.h"
 
 namespace zr::scenario {
@@ -42,6 +43,7 @@ class World final : private platform::sim::InputSource {
   std::unique_ptr<platform::VfwDriverSystem> drivers;
   platform::sim::SimJoystick joystick{loop};
   platform::sim::SimFtpServer ftp{loop};
+  platform::sim::SimPictureServer picture_server{loop};
 
   // The program; made by Start, ended by a later Start or by the world's end.
   Program& program() { return *program_; }

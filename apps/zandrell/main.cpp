@@ -267,8 +267,8 @@ ProgramStart StartOf(const Options& options, const std::string& app_path) {
 int RunWithWindows(zr::gui::DesktopToolkit& toolkit, const Options& options, const std::string& app_path,
                    std::vector<VideoDeviceEntry> video, std::vector<AudioDeviceEntry> audio) {
   ProgramParts parts(
-      toolkit.Loop(), [] {}, toolkit.Dialogs(), toolkit.Clipboard(), &toolkit.DeviceDialogs(), toolkit.Screen(),
-      StartOf(options, app_path), std::move(video), std::move(audio));
+      toolkit.Loop(), toolkit.Descriptors(), [] {}, toolkit.Dialogs(), toolkit.Clipboard(), &toolkit.DeviceDialogs(),
+      toolkit.Screen(), StartOf(options, app_path), std::move(video), std::move(audio));
   TerminationWatch watch(
       toolkit.Loop(), [&devices = parts.devices] { devices.EndRunsFromAnyThread(); },
       [&toolkit](int) { toolkit.EndProgram(); });
@@ -287,8 +287,8 @@ int RunWithoutWindows(const Options& options, const std::string& app_path, std::
   TerminalDialogs dialogs(std::cerr);
   MemoryClipboard clipboard;
   ProgramParts parts(
-      loop, [&loop] { loop.Wake(); }, dialogs, clipboard, nullptr, ScreenSize{1920, 1080}, StartOf(options, app_path),
-      std::move(video), std::move(audio));
+      loop, loop, [&loop] { loop.Wake(); }, dialogs, clipboard, nullptr, ScreenSize{1920, 1080},
+      StartOf(options, app_path), std::move(video), std::move(audio));
   zr::Program& program = parts.program;
   auto& devices = parts.devices;
   TerminationWatch watch(
@@ -363,6 +363,7 @@ int main(int argc, char** argv) {
 
   const std::string executable_folder = std::filesystem::absolute(argv[0]).parent_path().string();
   const std::string app_path = ResolveProgramFolder(executable_folder, options.app_path);
+  zr::platform::linux_impl::ProvideProgramFile(executable_folder, app_path, "webshare.html");
   if (!options.headless) {
     if (auto toolkit = zr::gui::DesktopToolkit::Open(argc, argv))
       return RunWithWindows(*toolkit, options, app_path, std::move(video_devices), std::move(audio_devices));

@@ -21,6 +21,7 @@
 #include "platform/linux/headless_services.h"
 #include "platform/linux/ini_settings_store.h"
 #include "platform/linux/linux_desktop.h"
+#include "platform/linux/socket_picture_server.h"
 
 namespace zr {
 
@@ -34,9 +35,10 @@ struct ProgramStart {
 
 struct ProgramParts {
   // `device_dialogs` is null without windows: the devices' own dialogs cannot be shown then.
-  ProgramParts(platform::EventLoop& loop, std::function<void()> wake, platform::Dialogs& dialogs,
-               platform::Clipboard& clipboard, platform::DeviceDialogHost* device_dialogs, platform::ScreenSize screen,
-               const ProgramStart& start, std::vector<platform::linux_impl::VideoDeviceEntry> video,
+  ProgramParts(platform::EventLoop& loop, platform::DescriptorWatcher& descriptors, std::function<void()> wake,
+               platform::Dialogs& dialogs, platform::Clipboard& clipboard, platform::DeviceDialogHost* device_dialogs,
+               platform::ScreenSize screen, const ProgramStart& start,
+               std::vector<platform::linux_impl::VideoDeviceEntry> video,
                std::vector<platform::linux_impl::AudioDeviceEntry> audio)
       : settings(platform::linux_impl::DefaultSettingsFolder()),
         desktop(screen),
@@ -51,8 +53,9 @@ struct ProgramParts {
         joystick(platform::linux_impl::OpenJoystick(platform::linux_impl::RealEvdevSystem(), loop,
                                                     ReadSetting(settings, settings::JoystickDevice))),
         ftp(loop, links),
+        picture_server(loop, descriptors),
         program(Services{loop, dialogs, clipboard, settings, files, clock, desktop, movies, *drivers,
-                         [this] { return devices.MakeCaptureControl(); }, *joystick, ftp},
+                         [this] { return devices.MakeCaptureControl(); }, *joystick, ftp, picture_server},
                 start.app_path) {
     program.CommandLine = start.command_line;
     program.HomeFolder = start.home_folder;
@@ -77,6 +80,7 @@ struct ProgramParts {
   std::unique_ptr<platform::Joystick> joystick;
   platform::linux_impl::NetworkManagerLinks links;
   platform::linux_impl::SocketFtp ftp;
+  platform::linux_impl::SocketPictureServer picture_server;
   Program program;
 };
 

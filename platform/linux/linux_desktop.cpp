@@ -1,12 +1,16 @@
 #include "platform/linux/linux_desktop.h"
 
+#include <spawn.h>
 #include <sys/resource.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdlib>
 #include <filesystem>
 #include <sstream>
 #include <system_error>
+#include <thread>
 
 #include "platform/linux/sound_player.h"
 
@@ -51,6 +55,29 @@ bool LinuxDesktop::SetProcessPriority(ProcessPriority priority) {
   for (int nice = asked; nice <= 0; ++nice)
     if (setpriority(PRIO_PROCESS, 0, nice) == 0) return nice == asked;
   return false;
+}
+
+// The browser may run for as long as the operator likes: a thread of its own waits for the
+// opener, so that no process is left behind unreaped.
+void LinuxDesktop::OpenAddress(const std::string& address) {
+  std::thread([address] {
+    std::string program = "xdg-open";
+    std::string argument = address;
+    char* const arguments[] = {program.data(), argument.data(), nullptr};
+    pid_t child = 0;
+    if (posix_spawnp(&child, "xdg-open", nullptr, nullptr, arguments, environ) != 0) return;
+    int status = 0;
+    while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
+    }
+  }).detach();
+}
+
+void ProvideProgramFile(const std::string& executable_folder, const std::string& program_folder,
+                        const std::string& name) {
+  const std::filesystem::path target = std::filesystem::path(program_folder) / name;
+  std::error_code error;
+  if (std::filesystem::exists(std::filesystem::symlink_status(target, error))) return;
+  std::filesystem::copy_file(std::filesystem::path(executable_folder) / name, target, error);
 }
 
 std::string ResolveProgramFolder(const std::string& executable_folder, const std::string& override_folder) {

@@ -20,6 +20,8 @@ class LinuxDesktop final : public Desktop {
   // The nice value of the priority (0, -5, -10), else the nearest one towards 0 that the system
   // allows the process.
   bool SetProcessPriority(ProcessPriority priority) override;
+  // Through xdg-open, in a process of its own that is not waited for.
+  void OpenAddress(const std::string& address) override;
 
  private:
   ScreenSize screen_;
@@ -29,5 +31,10 @@ class LinuxDesktop final : public Desktop {
 // executable's folder; when that cannot be written, $XDG_DATA_HOME/video-zandrell/ (or
 // ~/.local/share/video-zandrell/), made when missing.
 std::string ResolveProgramFolder(const std::string& executable_folder, const std::string& override_folder);
+
+// Copies the file `name` that ships beside the executable into the program folder when the
+// program folder has none (the operator's own file, or anything else at the name, stays).
+void ProvideProgramFile(const std::string& executable_folder, const std::string& program_folder,
+                        const std::string& name);
 
 }  // namespace zr::platform::linux_impl

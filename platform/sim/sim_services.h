@@ -102,11 +102,14 @@ class SimDesktop : public Desktop {
     priority = asked;
     return true;
   }
+  void OpenAddress(const std::string& address) override { opened_addresses.push_back(address); }
   ScreenSize screen{1920, 1080};
   ProcessPriority priority = ProcessPriority::Normal;
   bool volume_control = true;
   // The sound files asked for, in order, whether they exist or not.
   std::vector<std::string> played_sounds;
+  // The addresses handed to the browser, in order.
+  std::vector<std::string> opened_addresses;
 };
 
 // The wall clock: a set date and time plus the virtual time that has passed since it was set.

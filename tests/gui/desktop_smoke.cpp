@@ -399,7 +399,8 @@ int main(int argc, char** argv) {
     return 1;
   }
   zr::ProgramParts parts(
-      toolkit->Loop(), [] {}, toolkit->Dialogs(), toolkit->Clipboard(), &toolkit->DeviceDialogs(), toolkit->Screen(),
+      toolkit->Loop(), toolkit->Descriptors(), [] {}, toolkit->Dialogs(), toolkit->Clipboard(),
+      &toolkit->DeviceDialogs(), toolkit->Screen(),
       zr::ProgramStart{folder.string() + "/", "", folder.string() + "/", zr::Language::English},
       zr::platform::linux_impl::ProbeVideoDevices(), zr::platform::linux_impl::ProbeAudioDevices());
   const std::string mode = argc > 1 ? argv[1] : "";

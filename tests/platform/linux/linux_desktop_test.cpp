@@ -8,6 +8,8 @@
 
 #include <cerrno>
 #include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <string>
 
 #include "tests/support/platform_checks.h"
@@ -16,6 +18,13 @@ namespace zr::platform::linux_impl {
 namespace {
 
 namespace fs = std::filesystem;
+
+void WriteText(const std::string& path, const std::string& text) { std::ofstream(path, std::ios::binary) << text; }
+
+std::string ReadText(const std::string& path) {
+  std::ifstream file(path, std::ios::binary);
+  return std::string(std::istreambuf_iterator<char>(file), {});
+}
 
 class ProgramFolderTest : public ::testing::Test {
  protected:
@@ -39,6 +48,23 @@ TEST_F(ProgramFolderTest, TheExecutablesFolderServesWhenWritableAndTheOverrideAl
   EXPECT_EQ(ResolveProgramFolder(root_ + "/bin", ""), root_ + "/bin/");
   EXPECT_EQ(ResolveProgramFolder(root_ + "/bin/", ""), root_ + "/bin/");
   EXPECT_EQ(ResolveProgramFolder(root_ + "/bin", root_ + "/elsewhere"), root_ + "/elsewhere/");
+}
+
+TEST_F(ProgramFolderTest, AShippedFileIsCopiedOnlyWhereTheProgramFolderHasNone) {
+  fs::create_directories(root_ + "/bin");
+  fs::create_directories(root_ + "/program");
+  WriteText(root_ + "/bin/page.html", "shipped");
+  ProvideProgramFile(root_ + "/bin", root_ + "/program/", "page.html");
+  EXPECT_EQ(ReadText(root_ + "/program/page.html"), "shipped");
+  WriteText(root_ + "/program/page.html", "the operator's");
+  ProvideProgramFile(root_ + "/bin", root_ + "/program/", "page.html");
+  EXPECT_EQ(ReadText(root_ + "/program/page.html"), "the operator's");
+  // A dangling link at the name is the operator's too; nothing ships, nothing is made.
+  fs::create_symlink(root_ + "/nowhere", root_ + "/program/link.html");
+  ProvideProgramFile(root_ + "/bin", root_ + "/program/", "link.html");
+  ProvideProgramFile(root_ + "/bin", root_ + "/program/", "missing.html");
+  EXPECT_TRUE(fs::is_symlink(root_ + "/program/link.html"));
+  EXPECT_FALSE(fs::exists(root_ + "/program/missing.html"));
 }
 
 TEST_F(ProgramFolderTest, AnUnwritableExecutablesFolderFallsBackToTheDataFolder) {
