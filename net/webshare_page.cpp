@@ -28,8 +28,12 @@ std::string HostOf(std::string_view request) {
 std::string PageHeader(const DateTime& today) {
   char date[16];
   std::snprintf(date, sizeof date, "%02d-%02d-%04d", today.month % 100, today.day % 100, today.year % 10000);
-  const std::string lines[] = {"HTTP/1.1 200 OK",   "Server: Video Zandrell",  std::string("Date: ") + date,
-                               "Status: 200 OK",    "Content-Type: text/html", "Connection: close",
+  const std::string lines[] = {"HTTP/1.1 200 OK",
+                               "Server: Video Zandrell",
+                               std::string("Date: ") + date,
+                               "Status: 200 OK",
+                               "Content-Type: text/html",
+                               "Connection: close",
                                ""};
   std::string header;
   for (const std::string& line : lines) header.append(line).append(kCrLf);
@@ -46,7 +50,8 @@ std::string WebShareFragment(std::string_view host, std::string_view site) {
       R"(document.images["webcambuild"].src = ")" + address + R"("+reload;)",
       "window.status = 'Powered by: Video Zandrell (" + std::string(site) + ")'}",
       "//--></SCRIPT>",
-      R"(<IMG NAME="webcambuild" SRC=")" + address + R"zr("ALT="Live Image..." BORDER=0" onLoad="reloadCam()"></center>)zr",
+      R"(<IMG NAME="webcambuild" SRC=")" + address +
+          R"zr("ALT="Live Image..." BORDER=0" onLoad="reloadCam()"></center>)zr",
       R"(<SCRIPT LANGUAGE="Javascript">)",
       "<!--",
       "reloadCam();",

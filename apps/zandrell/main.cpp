@@ -1,7 +1,7 @@
 // The program. On a desktop it opens its windows. Without windows (--headless, and wherever no
 // display can be opened) it starts as an operator starts it, connects a device in the device
-// chooser, records a movie of the asked length from it, says what it wrote and closes as the
-// operator closes it, saving its set-up.
+// chooser, records a movie of the asked length from it (or runs a set-up, or serves the picture
+// page to browsers), says what it did and closes as the operator closes it, saving its set-up.
 
 #include <cstdlib>
 #include <filesystem>
@@ -48,6 +48,9 @@ void PrintHelp() {
                "                          start) as its mode and trigger say (a movie, a single image, a\n"
                "                          series on an interval or by hand), for SECONDS or until a signal;\n"
                "                          a line is printed for each stored picture\n"
+               "  --webshare PORT         without windows: serve the live picture page to browsers on PORT\n"
+               "                          (1 to 65535; below 1024 only with the system's leave) from the\n"
+               "                          connected device until a signal\n"
                "  --device NAME           the device to connect, as the device chooser lists it,\n"
                "                          e.g. \"Built-in Test Camera (VFW)\" or \"Built-in Test Camera\";\n"
                "                          default: the built-in test camera\n"
@@ -82,6 +85,7 @@ struct Options {
   bool headless = false;
   bool run_set_up = false;
   std::optional<int> run_seconds;  // nothing: until a signal
+  std::optional<int> webshare_port;
   int seconds = kDefaultSeconds;
   std::string output = Absolute("zandrell.avi");
   std::string device;
@@ -130,6 +134,15 @@ std::optional<Options> ParseOptions(const std::vector<std::string>& arguments) {
           ++i;
         }
       }
+    } else if (option == "--webshare" && has_value) {
+      char* end = nullptr;
+      const long port = std::strtol(arguments[++i].c_str(), &end, 10);
+      if (*end != '\0' || end == arguments[i].c_str() || port < 1 || port > 65535) {
+        std::cerr << "zandrell: --webshare wants a port from 1 to 65535, not " << arguments[i] << "\n";
+        return std::nullopt;
+      }
+      options.webshare_port = static_cast<int>(port);
+      options.headless = true;
     } else if (option == "--device" && has_value) {
       options.device = arguments[++i];
     } else if (option == "--app-path" && has_value) {
@@ -237,6 +250,23 @@ bool RunSetUp(zr::Program& program, PollEventLoop& loop, const Options& options,
   return true;
 }
 
+// Serves the picture page as the "webshare" mode does, on the asked port (typed into the port
+// box, as an operator would), until a request to end. False when the port cannot be listened on.
+bool ServePictures(zr::Program& program, PollEventLoop& loop, int port, const TerminationWatch& watch) {
+  auto& master = program.Window<zr::Master>();
+  master.SetOperationMode("webshare");
+  master.WebShare_Port.Text = std::to_string(port);
+  if (!program.services.picture_server.Listening()) {
+    std::cerr << "zandrell: " << master.Labels(14).Caption.get() << "\n";
+    return false;
+  }
+  master.ShowAddress();
+  std::cout << "Serving the live picture at " << master.WebShare_Url.Caption.get() << "/ (and http://127.0.0.1:" << port
+            << "/) until a signal" << std::endl;
+  loop.RunModal([&] { return watch.Received() != 0; });
+  return true;
+}
+
 bool IsFile(const std::string& path) {
   std::error_code error;
   return std::filesystem::is_regular_file(path, error);
@@ -310,8 +340,12 @@ int RunWithoutWindows(const Options& options, const std::string& app_path, std::
               << (devices.SourceMessage().empty() ? "" : ": " + devices.SourceMessage()) << "\n";
   } else if (!asked_to_end_at_start) {
     try {
-      recorded =
-          options.run_set_up ? RunSetUp(program, loop, options, watch) : RecordMovie(program, loop, options, watch);
+      if (options.webshare_port)
+        recorded = ServePictures(program, loop, *options.webshare_port, watch);
+      else if (options.run_set_up)
+        recorded = RunSetUp(program, loop, options, watch);
+      else
+        recorded = RecordMovie(program, loop, options, watch);
     } catch (const zr::NotBuiltYet& missing) {
       // The movie is closed before any later step of the close-out runs.
       std::cerr << "zandrell: " << missing.what() << "\n";
@@ -321,7 +355,7 @@ int RunWithoutWindows(const Options& options, const std::string& app_path, std::
     const std::string status = program.Window<zr::Master>().StatusString.Caption.get();
     if (options.run_set_up) {
       std::cout << status << "\n";
-    } else {
+    } else if (!options.webshare_port) {
       std::cout << status << ": " << options.output << "\n";
       // A run that ended badly may still have written a movie: what it holds is told too.
       if (IsFile(options.output)) ReportMovie(parts.movies, options.output);
@@ -332,7 +366,7 @@ int RunWithoutWindows(const Options& options, const std::string& app_path, std::
     std::cerr << "zandrell: ended on " << TerminationSignalName(signal) << "\n";
     return 128 + signal;
   }
-  if (options.run_set_up) return recorded ? 0 : 1;
+  if (options.run_set_up || options.webshare_port) return recorded ? 0 : 1;
   return recorded && IsFile(options.output) ? 0 : 1;
 }
 

@@ -204,8 +204,7 @@ void SocketPictureServer::SendFile(const std::string& path) { SendText(FileRespo
 void SocketPictureServer::Write(std::uint64_t id) {
   Connection& connection = *Find(id);
   while (!connection.unsent.empty()) {
-    const ssize_t sent =
-        send(connection.socket.fd(), connection.unsent.data(), connection.unsent.size(), MSG_NOSIGNAL);
+    const ssize_t sent = send(connection.socket.fd(), connection.unsent.data(), connection.unsent.size(), MSG_NOSIGNAL);
     if (sent < 0 && (errno == EAGAIN || errno == EWOULDBLOCK)) {
       WatchFor(id, {.write = true}, &SocketPictureServer::Write);
       return;

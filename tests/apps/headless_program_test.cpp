@@ -1,10 +1,14 @@
 // The program as a user runs it without windows: options, the built-in camera recorded with
 // sound, the set-up it leaves behind.
 
+#include <arpa/inet.h>
 #include <gtest/gtest.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <ctime>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -19,6 +23,19 @@ namespace zr::testing {
 namespace {
 
 namespace fs = std::filesystem;
+
+// A port nothing listens on now.
+int FreePort() {
+  const int probe = ::socket(AF_INET, SOCK_STREAM, 0);
+  sockaddr_in address{};
+  address.sin_family = AF_INET;
+  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+  socklen_t length = sizeof address;
+  const bool bound = ::bind(probe, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0 &&
+                     ::getsockname(probe, reinterpret_cast<sockaddr*>(&address), &length) == 0;
+  ::close(probe);
+  return bound ? ntohs(address.sin_port) : 0;
+}
 
 class HeadlessProgramTest : public ::testing::Test {
  protected:
@@ -243,6 +260,75 @@ TEST_F(HeadlessProgramTest, AnFtpSeriesDeliversEveryPictureWhole) {
               std::string(std::istreambuf_iterator<char>(remote), {}))
         << name;
   }
+}
+
+// The picture server without windows, answered by curl as a browser would be answered: the page
+// byte for byte from the program folder's template, a JPEG of the camera's size for every other
+// request however it is written, and a client that never finishes its request dropped at its
+// deadline while another is served.
+TEST_F(HeadlessProgramTest, ServesThePageAndPicturesToCurlUntilASignal) {
+  const int port = FreePort();
+  ASSERT_GT(port, 0);
+  std::ofstream(folder_ / "app" / "webshare.html", std::ios::binary) << "<html>,<%webshare%>\r\n</html>\r\n";
+  const std::string address = "http://127.0.0.1:" + std::to_string(port);
+  const std::string tcp = "/dev/tcp/127.0.0.1/" + std::to_string(port);
+  // bash, for its /dev/tcp: a client that sends half a request line and waits, while others are
+  // served meanwhile.
+  std::ofstream(File("exchange.sh")) << InBackground("--headless --webshare " + std::to_string(port))
+                                     << "for i in $(seq 100); do curl -s -i -o page.html " << address
+                                     << "/ && break; sleep 0.1; done\n"
+                                     << "exec 4<>" << tcp << "; printf 'GET /li' >&4; start=$(date +%s)\n"
+                                     << "curl -s -o live.jpg '" << address << "/live?1'; curl -s -X get -o lower.jpg "
+                                     << address << "/\n"
+                                     << "exec 3<>" << tcp
+                                     << "; printf '\\001\\002garbage\\r\\n\\r\\n' >&3; cat <&3 > garbage.txt\n"
+                                     << "timeout 20 cat <&4 > slow.txt; echo \"slow=$(( $(date +%s) - start ))\"\n"
+                                     << "kill -TERM $pid; wait $pid; echo \"exit=$?\"; cat out.txt\n";
+  EXPECT_EQ(ExitOf(RunCommand("bash '" + File("exchange.sh") + "' 2>&1")), 143) << output_;
+  EXPECT_NE(output_.find("Serving the live picture at http://"), std::string::npos) << output_;
+
+  char today[16];
+  const std::time_t now = std::time(nullptr);
+  std::strftime(today, sizeof today, "%m-%d-%Y", std::localtime(&now));
+  const std::string live = "http://127.0.0.1:" + std::to_string(port) + "/live";
+  std::ifstream page_file(File("page.html"), std::ios::binary);
+  const std::string page((std::istreambuf_iterator<char>(page_file)), {});
+  EXPECT_EQ(page, "HTTP/1.1 200 OK\r\nServer: Video Zandrell\r\nDate: " + std::string(today) +
+                      "\r\nStatus: 200 OK\r\nContent-Type: text/html\r\nConnection: close\r\n\r\n"
+                      "<html><SCRIPT LANGUAGE=\"Javascript\"><!--\r\n"
+                      "function reloadCam()\r\n"
+                      "{reload = new Date();\r\n"
+                      "reload = \"?\"+reload.getTime();\r\n"
+                      "document.images[\"webcambuild\"].src = \"" +
+                      live +
+                      "\"+reload;\r\n"
+                      "window.status = 'Powered by: Video Zandrell (https://video-zandrell.example/)'}\r\n"
+                      "//--></SCRIPT>\r\n"
+                      "<IMG NAME=\"webcambuild\" SRC=\"" +
+                      live +
+                      "\"ALT=\"Live Image...\" BORDER=0\" onLoad=\"reloadCam()\"></center>\r\n"
+                      "<SCRIPT LANGUAGE=\"Javascript\">\r\n"
+                      "<!--\r\n"
+                      "reloadCam();\r\n"
+                      "//--></SCRIPT>\r\n"
+                      "</html>");
+  for (const char* name : {"live.jpg", "lower.jpg"}) {
+    auto picture = ProbeStream(File(name), 'v', "codec_name,width,height");
+    EXPECT_EQ(picture["codec_name"], "mjpeg") << name;
+    EXPECT_EQ(picture["width"], "640") << name;
+    EXPECT_EQ(picture["height"], "480") << name;
+  }
+  std::ifstream garbage_file(File("garbage.txt"), std::ios::binary);
+  const std::string garbage((std::istreambuf_iterator<char>(garbage_file)), {});
+  EXPECT_TRUE(garbage.starts_with("HTTP/1.1 200 OK\r\nContent-Type: image/jpeg\r\n")) << garbage.substr(0, 200);
+  EXPECT_NE(garbage.find("\r\n\r\n\xFF\xD8"), std::string::npos);
+  // Dropped at the 10 s deadline, unanswered.
+  EXPECT_EQ(fs::file_size(File("slow.txt")), 0u);
+  const auto slow_at = output_.find("slow=");
+  ASSERT_NE(slow_at, std::string::npos) << output_;
+  const int slow_seconds = std::stoi(output_.substr(slow_at + 5));
+  EXPECT_GE(slow_seconds, 9);
+  EXPECT_LE(slow_seconds, 13);
 }
 
 }  // namespace

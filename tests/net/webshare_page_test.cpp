@@ -59,8 +59,9 @@ TEST(WebSharePage, TheTemplateIsReadFieldByFieldAndEveryPlaceholderFilled) {
 TEST(WebSharePage, TheFragmentHasTheHostTwiceAndTheSiteOnce) {
   const std::string fragment = WebShareFragment("h:1", "S");
   EXPECT_NE(fragment.find("].src = \"http://h:1/live\"+reload;\r\n"), std::string::npos);
-  EXPECT_NE(fragment.find("SRC=\"http://h:1/live\"ALT=\"Live Image...\" BORDER=0\" onLoad=\"reloadCam()\"></center>\r\n"),
-            std::string::npos);
+  EXPECT_NE(
+      fragment.find("SRC=\"http://h:1/live\"ALT=\"Live Image...\" BORDER=0\" onLoad=\"reloadCam()\"></center>\r\n"),
+      std::string::npos);
   EXPECT_NE(fragment.find("'Powered by: Video Zandrell (S)'}\r\n"), std::string::npos);
   EXPECT_TRUE(fragment.starts_with("<SCRIPT LANGUAGE=\"Javascript\"><!--\r\nfunction reloadCam()\r\n"));
   EXPECT_TRUE(fragment.ends_with("<!--\r\nreloadCam();\r\n//--></SCRIPT>\r\n"));
