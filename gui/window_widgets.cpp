@@ -209,7 +209,7 @@ struct BandContent {
 };
 const BandContent kBands[] = {
     {"device", {"DeviceToolbar"}},
-    {"operation", {"OperationBar", "Labels#14"}},
+    {"operation", {"OperationBar"}},
     {"movie",
      {"MovieToolbar",
       "MovieFrameRateControl",
@@ -238,7 +238,7 @@ const BandContent kBands[] = {
       "Shooter", "MultipleImageHoursControl", "MultipleImageHoursDisplay", "MultipleImageMinutesControl",
       "MultipleImageMinutesDisplay", "MultipleImageSecondsControl", "MultipleImageSecondsDisplay", "MotionLabel"}},
     {"avibuilder", {"AviBuilderCursors", "AVIBuildFPS", "BuildAVI", "|", "lstDIBList"}},
-    {"webshare", {"Labels#10", "WebShare_Port", "Labels#11", "WebShare_Quality", "WebShare_Url"}},
+    {"webshare", {"Labels#10", "WebShare_Port", "Labels#11", "WebShare_Quality", "WebShare_Url", "Labels#14"}},
     {"tuner", {"TunerBar", "Labels#8", "TunerSlider"}},
 };
 

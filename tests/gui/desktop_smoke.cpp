@@ -1,8 +1,10 @@
 // The desktop program on a real display server (run under xvfb-run): the operator picks the
 // built-in camera in the chooser, sees live video, starts a ten-second run with Rec/Stop, ends it
-// with Rec/Stop after two seconds (a mouse press anywhere ends a driver's run) and quits. The
-// movie must be a playable two-second movie; a picture of the main window with live video is
-// left in the screenshots folder.
+// with Rec/Stop after two seconds (a mouse press anywhere ends a driver's run), switches to the
+// picture server's mode from the File menu, has a picture fetched from it on a port the system picks, and quits.
+// The movie must be a playable two-second movie and the picture a JPEG answer; pictures of the
+// main window with live video and of the picture server's band are left in the screenshots
+// folder.
 //
 // With --end-on-request the program is asked to end from outside two seconds into the run, as a
 // termination signal asks it: the run must end as Stop ends it, with a playable two-second
@@ -16,6 +18,7 @@
 // that takes the connection and never answers: the upload window must show while the client
 // waits, and its abort button must end the upload.
 
+#include <arpa/inet.h>
 #include <netinet/in.h>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -24,6 +27,7 @@
 #include <QApplication>
 #include <QCheckBox>
 #include <QComboBox>
+#include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
 #include <QMenu>
@@ -36,8 +40,10 @@
 #include <QTimer>
 #include <QToolBar>
 #include <QToolButton>
+#include <chrono>
 #include <cstdlib>
 #include <filesystem>
+#include <future>
 #include <iostream>
 #include <string>
 
@@ -133,6 +139,8 @@ class Operator {
         break;
       case Step::FtpWindows:
         ShowFtpWindows();
+      case Step::ServingPictures:
+        ServePictures();
         break;
     }
   }
@@ -188,17 +196,13 @@ class Operator {
     // The run must have ended before the quit, which would end it anyway.
     if (stop_pressed_ && master.RecordButton().Image.get() == "record" &&
         master.StatusString.Caption.get() == "Stopped")
-      Next(3);
+      Next(static_cast<int>(Step::ServingPictures));
   }
 
   // Multiple image mode from the File menu, numbered JPEGs, the timer trigger at one second.
   void StartSeries() {
     auto& master = parts_.program.Window<zr::Master>();
-    auto* menu_bar = FindWidget<QWidget>("Master")->findChild<QMenuBar*>();
-    const QString multiple = QString::fromStdString(master.FileMenu(zr::file_menu::kMultipleImageCapture).Caption);
-    for (QAction* menu : menu_bar->actions())
-      for (QAction* entry : menu->menu()->actions())
-        if (entry->text() == multiple) entry->trigger();
+    ChooseFromFileMenu(zr::file_menu::kMultipleImageCapture);
     auto* mode = FindWidget<QComboBox>("MultipleImageMode");
     auto* seconds = FindWidget<QSpinBox>("MultipleImageSecondsControl");
     auto* timer = FindButtonOf("TriggerType", "timer");
@@ -322,6 +326,53 @@ class Operator {
     return 0;
   }
 
+  // The picture server's band: its mode from the File menu, a port typed into the box (0: one the system
+  // picks), and a picture asked for by a browser on a thread of its own while the loop serves it.
+  void ServePictures() {
+    if (parts_.program.state.CaptureType != "webshare") return ChooseFromFileMenu(zr::file_menu::kWebcamBroadcast);
+    auto* port = FindWidget<QLineEdit>("WebShare_Port");
+    if (!port) return;  // the band shows when the face catches up with the model
+    if (!picture_.valid()) {
+      port->clear();
+      QTest::keyClicks(port, "0");
+      if (!parts_.picture_server.Listening()) return Fail("the picture server does not listen on a port of its own");
+      picture_ = std::async(std::launch::async, FetchPicture, parts_.picture_server.LocalPort());
+      return;
+    }
+    if (picture_.wait_for(std::chrono::seconds(0)) != std::future_status::ready) return;
+    if (answer_.empty()) answer_ = picture_.get();
+    if (!answer_.starts_with("HTTP/1.1 200 OK\r\nContent-Type: image/jpeg\r\n"))
+      return Fail("the picture server answered \"" + answer_.substr(0, 80) + "\"");
+    // The band shows the address with the port and the status of the last picture served.
+    auto* address = FindWidget<QLabel>("WebShare_Url");
+    const QString port_text = ":" + QString::number(parts_.picture_server.LocalPort());
+    bool status_shown = false;
+    for (auto* label : FindWidget<QWidget>("Master")->findChildren<QLabel*>("Labels"))
+      status_shown = status_shown || (label->isVisible() && label->text() == "Streaming");
+    if (!address || !address->text().endsWith(port_text) || !status_shown) return;
+    Screenshot(FindWidget<QWidget>("Master"), "webshare_band.png");
+    Next(static_cast<int>(Step::Quit));
+  }
+
+  static std::string FetchPicture(int port) {
+    const int client = ::socket(AF_INET, SOCK_STREAM, 0);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    address.sin_port = htons(static_cast<std::uint16_t>(port));
+    std::string answer;
+    if (::connect(client, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0) {
+      const std::string request = "GET /live?1 HTTP/1.1\r\nHost: 127.0.0.1\r\n\r\n";
+      if (::send(client, request.data(), request.size(), 0) == static_cast<ssize_t>(request.size())) {
+        char piece[65536];
+        for (ssize_t got; (got = ::recv(client, piece, sizeof piece, 0)) > 0;)
+          answer.append(piece, static_cast<std::size_t>(got));
+      }
+    }
+    ::close(client);
+    return answer;
+  }
+
   // The close runs after this tick, so that the next ticks can answer the question it asks.
   void Quit() {
     if (closing_) return;
@@ -334,6 +385,15 @@ class Operator {
   bool Screenshot(QWidget* window, const char* name) const {
     std::filesystem::create_directories(screenshots_);
     return window && window->grab().save(QString::fromStdString(screenshots_ + "/" + name));
+  }
+
+  // The entry of the menu bar's File menu, as the operator picks it.
+  void ChooseFromFileMenu(int index) {
+    auto* menu_bar = FindWidget<QWidget>("Master")->findChild<QMenuBar*>();
+    const QString caption = QString::fromStdString(parts_.program.Window<zr::Master>().FileMenu(index).Caption);
+    for (QAction* menu : menu_bar->actions())
+      for (QAction* entry : menu->menu()->actions())
+        if (entry->text() == caption) entry->trigger();
   }
 
   static QAbstractButton* FindButtonOf(const char* bar_name, const char* key) {
@@ -349,9 +409,12 @@ class Operator {
     EndingOnRequest,
     SeriesRunning,
     SeriesWindows,
-    FtpWindows
+    FtpWindows,
+    ServingPictures
   };
   zr::ProgramParts& parts_;
+  std::future<std::string> picture_;
+  std::string answer_;
   std::string screenshots_;
   zr::gui::DesktopToolkit* end_on_request_;  // asked to end the program once, then null
   const bool series_;
