@@ -160,12 +160,10 @@ int main(int argc, char** argv) {
     zr::SaveSetting(settings, zr::settings::WebShareQuality, "75");
   }
 
-  const std::string program =
-      (std::filesystem::read_symlink("/proc/self/exe").parent_path() / "zandrell").string();
+  const std::string program = (std::filesystem::read_symlink("/proc/self/exe").parent_path() / "zandrell").string();
   const int our_port = FreePort();
-  const pid_t ours = Start({program, "--headless", "--webshare", std::to_string(our_port), "--app-path",
-                            folder.string() + "/"},
-                           folder);
+  const pid_t ours = Start(
+      {program, "--headless", "--webshare", std::to_string(our_port), "--app-path", folder.string() + "/"}, folder);
   if (!WaitUntilServing(our_port, "/live")) {
     std::printf("picture server: the program does not serve pictures on port %d (see %s)\n", our_port,
                 (folder / "output.txt").c_str());
@@ -198,9 +196,10 @@ int main(int argc, char** argv) {
 
   const double per_cpu_second = cpu_used > 0 ? requests / cpu_used : 0;
   const double growth = memory_after - memory_before;
-  std::printf("picture server, built-in camera at 640x480, quality 75, %d requests (%d one after another, %d from %d "
-              "clients at once)\n",
-              requests, one_by_one, at_once, kClientsAtOnce);
+  std::printf(
+      "picture server, built-in camera at 640x480, quality 75, %d requests (%d one after another, %d from %d "
+      "clients at once)\n",
+      requests, one_by_one, at_once, kClientsAtOnce);
   std::printf("  one after another     %.0f requests/s, %d failed\n", our_sequential.requests_per_second,
               our_sequential.failed);
   std::printf("  8 at once             %.0f requests/s, %d failed\n", our_parallel.requests_per_second,

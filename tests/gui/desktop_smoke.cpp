@@ -139,6 +139,7 @@ class Operator {
         break;
       case Step::FtpWindows:
         ShowFtpWindows();
+        break;
       case Step::ServingPictures:
         ServePictures();
         break;
