@@ -210,7 +210,12 @@ void FTPImage::Command1_Click() {
   program_.SlotOf<FTPImage>().Unload();
 }
 
+// One upload at a time. A still stored while another uploads (a series' timer runs on in the
+// upload's loop) is not sent: the window shown modally cannot be shown again, and the shot's
+// procedure passes over the error.
 void ShowUpload(Program& program, const std::string& local_file, const std::string& remote_file) {
+  if (const FTPImage* shown = program.IfLoaded<FTPImage>(); shown && shown->Visible)
+    throw ProgramError("Form already displayed; can't show modally");
   auto& window = program.Window<FTPImage>();
   window.LocalFile = local_file;
   window.RemoteFile = remote_file;

@@ -58,7 +58,8 @@ class FTPImage : public ui::Window {
 };
 
 // Shows FTPImage modally for `local_file`, to be stored as `remote_file` unless the path names
-// a file in a folder; returns when the window has closed.
+// a file in a folder; returns when the window has closed. A ProgramError while another upload
+// shows its window.
 void ShowUpload(Program& program, const std::string& local_file, const std::string& remote_file);
 
 }  // namespace zr

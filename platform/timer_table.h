@@ -25,12 +25,6 @@ class TimerTable {
   void Stop(TimerClient& timer) { timers_.erase(&timer); }
   bool Running(const TimerClient& timer) const { return timers_.count(&timer) > 0; }
 
-  std::int64_t NextDueMs() const {
-    std::int64_t next = kNever;
-    for (const auto& [timer, entry] : timers_) next = std::min(next, entry.due_ms);
-    return next;
-  }
-
   // The next due time of a timer that can fire now: one whose handler is running (a modal
   // window inside it) waits until that handler ends.
   std::int64_t NextDueMsOfIdleTimers() const {

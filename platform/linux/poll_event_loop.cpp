@@ -106,7 +106,7 @@ void PollEventLoop::RunModal(const std::function<bool()>& finished) {
       operator_();
       if (finished()) return;
     }
-    WaitUntil(timers_.NextDueMs(), PostedEvents::EndTheWait);
+    WaitUntil(timers_.NextDueMsOfIdleTimers(), PostedEvents::EndTheWait);
     Yield();
   }
 }

@@ -44,7 +44,7 @@ void SimEventLoop::Yield() { RunDueNow(); }
 
 std::int64_t SimEventLoop::NextDueMs(bool with_timers) const {
   std::int64_t next = work_.empty() ? kNever : work_.begin()->first;
-  if (with_timers) next = std::min(next, timers_.NextDueMs());
+  if (with_timers) next = std::min(next, timers_.NextDueMsOfIdleTimers());
   return next;
 }
 
