@@ -8,8 +8,9 @@ packages=(
   libavformat-dev libavcodec-dev libavutil-dev libswscale-dev libavdevice-dev
   libturbojpeg0-dev libasound2-dev libfreetype-dev libfontconfig-dev fonts-liberation
   libgtest-dev libgmock-dev libbenchmark-dev
-  ffmpeg libjpeg-turbo-progs
+  ffmpeg libjpeg-turbo-progs curl
   qt6-base-dev xvfb xauth
+  chromium
   python3 python3-pyftpdlib clang-format
   clang libclang-rt-14-dev
 )
