@@ -8,6 +8,10 @@
 // Targets: at least 0.5 times the static server's requests a second in both runs, at least 200
 // requests a second for each second of the program's CPU time, and resident memory growing less
 // than 5 MB over all the requests (10,000 by default).
+// Then hostile clients: 1,000 requests of garbage (each answered with a picture), 200 clients
+// that send half a request line and wait (beyond the 64 connections the server holds; all are
+// dropped within its 10 s deadline), then 2,000 picture requests, all answered whole, with the
+// resident memory within 10 MB of where it was before the hostile clients.
 //
 // Usage: picture_server_bench [REQUESTS]   (default 10000, at least 100; half one after another,
 //                                            half from 8 clients at once)
@@ -21,6 +25,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cerrno>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
@@ -40,6 +45,10 @@ constexpr int kClientsAtOnce = 8;
 constexpr double kThroughputRatioTarget = 0.5;
 constexpr double kRequestsPerCpuSecondTarget = 200;
 constexpr double kMemoryGrowthTargetMb = 5;
+constexpr int kGarbageRequests = 1000;
+constexpr int kSlowClients = 200;
+constexpr int kRequestsAfterHostileClients = 2000;
+constexpr double kHostileMemoryTargetMb = 10;
 
 int FreePort() {
   const int probe = socket(AF_INET, SOCK_STREAM, 0);
@@ -72,6 +81,36 @@ std::string Fetch(int port, const std::string& path) {
   }
   close(client);
   return answer;
+}
+
+// The connection of a client that sends half a request line and waits; -1 when it cannot connect.
+int SlowClient(int port) {
+  const int client = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  sockaddr_in address{};
+  address.sin_family = AF_INET;
+  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+  address.sin_port = htons(static_cast<std::uint16_t>(port));
+  if (connect(client, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0 ||
+      send(client, "GET /li", 7, MSG_NOSIGNAL) != 7) {
+    close(client);
+    return -1;
+  }
+  return client;
+}
+
+// Whether every slow client has been dropped within `seconds`: its read ends, or is reset (one
+// beyond the limit is closed with its half line unread).
+bool AllDropped(const std::vector<int>& clients, int seconds) {
+  const timeval patience{seconds, 0};
+  bool dropped = true;
+  for (const int client : clients) {
+    setsockopt(client, SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience);
+    char byte = 0;
+    const ssize_t got = recv(client, &byte, 1, 0);
+    dropped = dropped && (got == 0 || (got < 0 && errno == ECONNRESET));
+    close(client);
+  }
+  return dropped;
 }
 
 bool IsWholeJpegAnswer(const std::string& answer) {
@@ -180,6 +219,15 @@ int main(int argc, char** argv) {
   const Throughput our_parallel = Load(our_port, at_once, kClientsAtOnce);
   const double cpu_used = ProcessCpuSeconds(ours) - cpu_before;
   const double memory_after = ResidentMegabytes(ours);
+
+  int garbage_answered = 0;
+  for (int each = 0; each < kGarbageRequests; ++each)
+    garbage_answered += IsWholeJpegAnswer(Fetch(our_port, "\x01\x02 garbage " + std::to_string(each))) ? 1 : 0;
+  std::vector<int> slow;
+  for (int each = 0; each < kSlowClients; ++each) slow.push_back(SlowClient(our_port));
+  const bool slow_dropped = AllDropped(slow, 15);
+  const Throughput after_hostile = Load(our_port, kRequestsAfterHostileClients, kClientsAtOnce);
+  const double memory_after_hostile = ResidentMegabytes(ours);
   Stop(ours);
 
   const int their_port = FreePort();
@@ -221,8 +269,17 @@ int main(int argc, char** argv) {
               kRequestsPerCpuSecondTarget);
   std::printf("  memory growth         %.1f MB       (target under %.0f MB; %.1f MB before, %.1f MB after)\n", growth,
               kMemoryGrowthTargetMb, memory_before, memory_after);
+  const double hostile_growth = memory_after_hostile - memory_after;
+  std::printf(
+      "  hostile clients       %d of %d garbage requests answered with a picture, %d slow clients %s,\n"
+      "                        then %d of %d picture requests answered; memory %+.1f MB (target within %.0f MB)\n",
+      garbage_answered, kGarbageRequests, kSlowClients, slow_dropped ? "all dropped" : "NOT all dropped",
+      kRequestsAfterHostileClients - after_hostile.failed, kRequestsAfterHostileClients, hostile_growth,
+      kHostileMemoryTargetMb);
+  const bool hostile_met = garbage_answered == kGarbageRequests && slow_dropped && after_hostile.failed == 0 &&
+                           hostile_growth < kHostileMemoryTargetMb;
   const bool met = our_sequential.failed == 0 && our_parallel.failed == 0 && ratio_met &&
-                   per_cpu_second >= kRequestsPerCpuSecondTarget && growth < kMemoryGrowthTargetMb;
+                   per_cpu_second >= kRequestsPerCpuSecondTarget && growth < kMemoryGrowthTargetMb && hostile_met;
   std::printf("  verdict               %s\n", met ? "met" : "missed");
   std::filesystem::remove_all(folder);
   return met ? 0 : 1;
