@@ -1,10 +1,11 @@
 // The desktop's loop: timers on the toolkit's loop with the shared timer rules, and events
-// posted from the back ends' threads.
+// posted from the back ends' threads, and watched descriptors.
 
 #include "gui/qt_event_loop.h"
 
 #include <gtest/gtest.h>
 
+#include "tests/support/descriptor_checks.h"
 #include "tests/support/posting_checks.h"
 
 namespace zr::gui {
@@ -29,6 +30,11 @@ TEST(QtLoop, TimersFireOnTheToolkitsLoopAndPostedEventsRun) {
 TEST(QtLoop, EventsPostedFromManyThreadsRunOnTheLoopInOrder) {
   QtEventLoop loop;
   testing::ExpectPostsFromThreadsArriveInOrder(loop);
+}
+
+TEST(QtLoop, AWatchedDescriptorIsCalledBackInPassesButNeverInsideABlockingWait) {
+  QtEventLoop loop;
+  testing::ExpectDescriptorsCalledBackInPassesOnly(loop, loop);
 }
 
 }  // namespace
