@@ -34,7 +34,10 @@ void SimPictureServer::SendFile(const std::string& path) {
 }
 
 bool SimPictureServer::Deliver(std::string request) {
-  if (!listening_) return false;
+  if (!listening_) {
+    last_response_ = std::string();  // the connection is refused: nothing comes back
+    return false;
+  }
   loop_.Post([this, request = std::move(request)] {
     serving_.push_back(Exchange{request, ""});
     // What was sent is the response even when the handler fails half way.

@@ -30,10 +30,11 @@ class SimPictureServer final : public PictureServer {
   void SendFile(const std::string& path) override;
   void SetRequestListener(RequestListener listener) override { listener_ = std::move(listener); }
 
-  // Hands a whole request to the server: false when it does not listen. The program hears of
-  // it at the next pass of the loop.
+  // Hands a whole request to the server: false when it does not listen (the response is then
+  // empty). The program hears of it at the next pass of the loop.
   bool Deliver(std::string request);
-  // Everything sent in answer to the last request served to its end; nothing before any.
+  // Everything sent in answer to the last request served to its end, empty for one refused;
+  // nothing before any.
   const std::optional<std::string>& LastResponse() const { return last_response_; }
 
  private:
