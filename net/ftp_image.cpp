@@ -142,6 +142,8 @@ class Upload {
     if (!Send(file, sent, tail)) return ReportError();
     sent += tail;
     state_->status = LeadingBlank(static_cast<double>(sent));
+    // The server's word on the whole file is awaited, so the disconnect cannot cut the file
+    // short; like any close of a handle it is not reported.
     Perform([&](FtpDone done) { state_->connection->CloseFile(std::move(done)); });
     state_->status = "File Transfered.";
   }
