@@ -11,10 +11,12 @@
 #include <QPainter>
 #include <QPushButton>
 #include <QRadioButton>
+#include <QSlider>
 #include <QSpinBox>
 #include <QTabBar>
 #include <QToolBar>
 #include <QToolButton>
+#include <type_traits>
 #include <vector>
 
 #include "gui/icons.h"
@@ -137,23 +139,33 @@ class CheckBoxBinding final : public BindingOf<QAbstractButton, ui::CheckBox> {
   }
 };
 
-class RangeBinding final : public BindingOf<QSpinBox, ui::RangeControl> {
+// An up-down as a spin box, a slider as a slider; both show and take the control's value.
+template <class W>
+class RangeBinding final : public BindingOf<W, ui::RangeControl> {
  public:
   RangeBinding(ui::RangeControl& range, const Guard& guard, QWidget* parent)
-      : BindingOf(range, new QSpinBox(parent), guard) {
-    widget_->setObjectName(Text(range.Name()));
-    QObject::connect(widget_, &QSpinBox::valueChanged, widget_, [this](int value) {
-      if (refreshing_ || value == control_.Value) return;
-      Operator([this, value] { control_.Set("Value", ui::Value{static_cast<std::int64_t>(value)}); });
+      : BindingOf<W, ui::RangeControl>(range, new W(parent), guard) {
+    W* widget = this->widget_;
+    widget->setObjectName(Text(range.Name()));
+    widget->setSingleStep(range.small_step);
+    if constexpr (std::is_base_of_v<QAbstractSlider, W>) {
+      widget->setOrientation(Qt::Horizontal);
+      widget->setPageStep(range.large_step);
+      widget->setMinimumWidth(120);
+    }
+    QObject::connect(widget, &W::valueChanged, widget, [this](int value) {
+      if (refreshing_ || value == this->control_.Value) return;
+      this->Operator([this, value] { this->control_.Set("Value", ui::Value{static_cast<std::int64_t>(value)}); });
     });
   }
   void Refresh() override {
     refreshing_ = true;
-    if (widget_->minimum() != control_.Min || widget_->maximum() != control_.Max)
-      widget_->setRange(control_.Min, control_.Max);
-    if (widget_->value() != control_.Value) widget_->setValue(control_.Value);
+    W& widget = *this->widget_;
+    const ui::RangeControl& range = this->control_;
+    if (widget.minimum() != range.Min || widget.maximum() != range.Max) widget.setRange(range.Min, range.Max);
+    if (widget.value() != range.Value) widget.setValue(range.Value);
     refreshing_ = false;
-    ShowFlags(*widget_, control_);
+    ShowFlags(widget, range);
   }
 
  private:
@@ -433,7 +445,10 @@ std::unique_ptr<Binding> BindControl(ui::Control& control, const Guard& guard, Q
   if (auto* button = dynamic_cast<ui::CommandButton*>(&control))
     return Make<CommandButtonBinding>(*button, guard, parent);
   if (auto* check = dynamic_cast<ui::CheckBox*>(&control)) return Make<CheckBoxBinding>(*check, guard, parent);
-  if (auto* range = dynamic_cast<ui::RangeControl*>(&control)) return Make<RangeBinding>(*range, guard, parent);
+  if (auto* range = dynamic_cast<ui::RangeControl*>(&control)) {
+    if (range->is_slider) return Make<RangeBinding<QSlider>>(*range, guard, parent);
+    return Make<RangeBinding<QSpinBox>>(*range, guard, parent);
+  }
   if (auto* list = dynamic_cast<ui::ListControl*>(&control)) {
     if (ShowsAsListBox(*list)) return Make<ListBoxBinding>(*list, guard, parent);
     return Make<ComboBinding>(*list, guard, parent);

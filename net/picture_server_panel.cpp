@@ -61,6 +61,8 @@ PictureServerPanel::PictureServerPanel(ui::Window& window, Program& program)
   WebShare_Quality.Min = 10;
   WebShare_Quality.Max = 100;
   WebShare_Quality.Value = 25;
+  WebShare_Quality.is_slider = true;
+  WebShare_Quality.large_step = 5;
   WebShare_Port.OnChange = [this] { WebShare_Port_Change(); };
   WebShare_Url.OnClick = [this] { WebShare_Url_Click(); };
   stream.SetRequestListener([this] { stream_RequestReceived(); });

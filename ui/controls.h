@@ -68,6 +68,11 @@ class RangeControl : public Control {
   std::function<void()> OnChange;
   std::optional<ui::Value> Get(std::string_view property, std::optional<int> element) const override;
   bool Set(std::string_view property, const ui::Value& value) override;
+  // A slider moves by its small step with the arrow keys and by its large step with a click
+  // beside the handle; an up-down shows its value and steps by one.
+  bool is_slider = false;
+  int small_step = 1;
+  int large_step = 1;
 };
 
 // One entry of a list or combo box; key and tag serve lists that stand for menus.

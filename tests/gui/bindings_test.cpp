@@ -8,6 +8,7 @@
 #include <QLabel>
 #include <QListWidget>
 #include <QPushButton>
+#include <QSlider>
 #include <QSpinBox>
 #include <QToolBar>
 #include <QToolButton>
@@ -24,13 +25,17 @@ namespace {
 
 class Panel : public ui::Window {
  public:
-  explicit Panel(platform::EventLoop& loop) : ui::Window(loop, "Panel") {}
+  explicit Panel(platform::EventLoop& loop) : ui::Window(loop, "Panel") {
+    Quality.is_slider = true;
+    Quality.large_step = 5;
+  }
   ui::Label Caption{*this, "CaptionLabel"};
   ui::CommandButton Go{*this, "Go"};
   ui::Toolbar Bar{*this, "Bar"};
   ui::ListControl Choice{*this, "Choice"};
   ui::ListControl devices{*this, "devices"};
   ui::RangeControl Seconds{*this, "Seconds"};
+  ui::RangeControl Quality{*this, "Quality"};
 };
 
 class Bindings : public ::testing::Test {
@@ -78,6 +83,8 @@ TEST_F(Bindings, ModelChangesShowAfterARefresh) {
   EXPECT_EQ(Find<QComboBox>("Choice")->currentText(), "Stereo");
   EXPECT_EQ(Find<QSpinBox>("Seconds")->value(), 42);
   EXPECT_EQ(Find<QToolButton>("record")->text(), "Rec/Stop");
+  EXPECT_EQ(Find<QSlider>("Quality")->pageStep(), 5);
+  EXPECT_EQ(Find<QSlider>("Seconds"), nullptr);
 
   panel.Bar.Button("record").Image = "stop";
   panel.Bar.Button("record").Visible = false;
@@ -99,14 +106,20 @@ TEST_F(Bindings, TheOperatorsInputReachesTheHandlers) {
   panel.devices.OnClick = [&] { heard.push_back("device " + std::to_string(panel.devices.ListIndex.get())); };
   panel.Seconds.Max = 59;
   panel.Seconds.OnChange = [&] { heard.push_back("seconds " + std::to_string(panel.Seconds.Value.get())); };
+  panel.Quality.Min = 10;
+  panel.Quality.Max = 100;
+  panel.Quality.Value = 25;
   RefreshAll();
+  panel.Quality.OnChange = [&] { heard.push_back("quality " + std::to_string(panel.Quality.Value.get())); };
 
   Find<QPushButton>("Go")->click();
   Find<QToolButton>("insert")->click();
   auto* list = Find<QListWidget>("devices");
   emit list->itemClicked(list->item(1));
   Find<QSpinBox>("Seconds")->setValue(7);
-  EXPECT_EQ(heard, (std::vector<std::string>{"go", "insert=1", "device 1", "seconds 7"}));
+  // A click beside the slider's handle moves it by the large step.
+  Find<QSlider>("Quality")->triggerAction(QAbstractSlider::SliderPageStepAdd);
+  EXPECT_EQ(heard, (std::vector<std::string>{"go", "insert=1", "device 1", "seconds 7", "quality 30"}));
   EXPECT_EQ(insert.Value.get(), 1);
   EXPECT_TRUE(Find<QToolButton>("insert")->isChecked());
 
