@@ -9,6 +9,7 @@
 #include <QMouseEvent>
 #include <QPainter>
 #include <QStatusBar>
+#include <QToolBar>
 #include <QVBoxLayout>
 #include <algorithm>
 
@@ -256,6 +257,7 @@ MasterWindow::MasterWindow(Program& program, const Guard& guard)
   setWindowIcon(ApplicationIcon());
   BuildMenus();
   BuildCoolBar();
+  BuildModeBar();
   area_ = new QMdiArea(this);
   area_->setObjectName("ChildArea");
   area_->setBackground(QColor(0x45, 0x5A, 0x64));
@@ -349,6 +351,16 @@ void MasterWindow::BuildCoolBar() {
   top_layout->addWidget(menu_bar_);
   top_layout->addWidget(bar);
   setMenuWidget(top);
+}
+
+// The operating modes and the file commands stand in a bar down the left side of the window.
+void MasterWindow::BuildModeBar() {
+  auto binding = BindControl(model_.MainToolbar, guard_, this);
+  auto* bar = qobject_cast<QToolBar*>(binding->Widget());
+  bar->setOrientation(Qt::Vertical);
+  bar->setMovable(false);
+  addToolBar(Qt::LeftToolBarArea, bar);
+  controls_.Add(std::move(binding));
 }
 
 // Status, time and dropped frames, light on dark as the run's panel always was.

@@ -113,6 +113,7 @@ class MasterWindow : public QMainWindow {
  private:
   void BuildMenus();
   void BuildCoolBar();
+  void BuildModeBar();
   QWidget* BuildStatusPanel();
   void RefreshMenus();
   void RefreshBands();

@@ -200,10 +200,12 @@ class Operator {
       Next(static_cast<int>(Step::ServingPictures));
   }
 
-  // Multiple image mode from the File menu, numbered JPEGs, the timer trigger at one second.
+  // Multiple image mode from the mode bar, numbered JPEGs, the timer trigger at one second.
   void StartSeries() {
     auto& master = parts_.program.Window<zr::Master>();
-    ChooseFromFileMenu(zr::file_menu::kMultipleImageCapture);
+    auto* multiple = FindButtonOf("MainToolbar", "multiple");
+    if (!multiple) return Fail("the window has no mode bar");
+    if (parts_.program.state.CaptureType != "multiple") return QTest::mouseClick(multiple, Qt::LeftButton);
     auto* mode = FindWidget<QComboBox>("MultipleImageMode");
     auto* seconds = FindWidget<QSpinBox>("MultipleImageSecondsControl");
     auto* timer = FindButtonOf("TriggerType", "timer");
