@@ -20,7 +20,7 @@
 #include <vector>
 
 #include "base/result.h"
-#include "platform/linux/http_client.h"
+#include "platform/linux/sockets.h"
 
 namespace zr::platform::linux_impl {
 
@@ -33,11 +33,6 @@ constexpr std::size_t kReceiveChunk = 4096;
 constexpr const char* kClosed = "The connection to the FTP server was closed";
 
 std::string Seconds(std::chrono::milliseconds duration) { return std::to_string(duration.count() / 1000) + " s"; }
-
-std::chrono::milliseconds TimeLeft(Clock::time_point deadline) {
-  return std::max(std::chrono::milliseconds(0),
-                  std::chrono::duration_cast<std::chrono::milliseconds>(deadline - Clock::now()));
-}
 
 bool HasLineBreak(const std::string& text) { return text.find_first_of("\r\n") != std::string::npos; }
 

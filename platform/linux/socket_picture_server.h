@@ -22,7 +22,7 @@
 
 #include "platform/descriptor_watcher.h"
 #include "platform/event_loop.h"
-#include "platform/linux/http_client.h"
+#include "platform/linux/sockets.h"
 #include "platform/picture_server.h"
 
 namespace zr::platform::linux_impl {
