@@ -1,29 +1,19 @@
-// The desktop program on a real display server (run under xvfb-run): the operator picks the
-// built-in camera in the chooser, sees live video, starts a ten-second run with Rec/Stop, ends it
-// with Rec/Stop after two seconds (a mouse press anywhere ends a driver's run), switches to the
-// picture server's mode from the File menu, has a picture fetched from it on a port the system picks, and quits.
-// The movie must be a playable two-second movie and the picture a JPEG answer; pictures of the
-// main window with live video and of the picture server's band are left in the screenshots
-// folder.
-//
-// With --end-on-request the program is asked to end from outside two seconds into the run, as a
-// termination signal asks it: the run must end as Stop ends it, with a playable two-second
-// movie, and the set-up must be saved.
-//
-// With --series the operator takes a series instead: multiple image mode, numbered JPEGs, the
-// timer trigger at one second. Two stored pictures must show in the series' picture window, the
-// series must stop by Rec/Stop, and the pictures must be there from 000001. On the way the
-// series band, the picture window, the effects and joystick menus, the Autostart window, the FTP
-// settings and the upload window are left in the screenshots folder. The upload goes to a server
-// that takes the connection and never answers: the upload window must show while the client
-// waits, and its abort button must end the upload.
+// The desktop program on a real display server (run under xvfb-run). The operator picks the
+// built-in camera, sees live video, ends a ten-second run with Rec/Stop after two seconds, has
+// the picture server (File menu, a port the system picks) answer a fetch with a JPEG, and quits;
+// the movie must play for two seconds.
+// --end-on-request: a termination request two seconds into the run ends it as Stop does, and
+// the set-up is saved.
+// --series: numbered JPEGs on the one-second timer, from the mode bar; two pictures must show in
+// the series' window, Rec/Stop must end it, the files must count from 000001. An upload to a
+// server that never answers must show its window while it waits and end by its abort button.
+// Each window on the way is photographed into the screenshots folder.
 
 #include <arpa/inet.h>
 #include <netinet/in.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include <QAbstractButton>
 #include <QApplication>
 #include <QCheckBox>
 #include <QComboBox>
@@ -40,12 +30,15 @@
 #include <QTimer>
 #include <QToolBar>
 #include <QToolButton>
+#include <algorithm>
 #include <chrono>
 #include <cstdlib>
 #include <filesystem>
+#include <functional>
 #include <future>
 #include <iostream>
 #include <string>
+#include <utility>
 
 #include "apps/zandrell/program_parts.h"
 #include "capture/video_screen.h"
@@ -57,11 +50,10 @@
 
 namespace {
 
-// Gives up on a step that does not come.
-constexpr std::int64_t kStepTimeoutMs = 20000;
+constexpr std::int64_t kStepTimeoutMs = 20000;  // gives up on a step that does not come
 constexpr int kRecordSeconds = 2;
 
-template <class W>
+template <class W = QWidget>
 W* FindWidget(const char* name) {
   for (QWidget* top : QApplication::topLevelWidgets()) {
     if (top->objectName() == name && top->isVisible()) return qobject_cast<W*>(top);
@@ -70,11 +62,35 @@ W* FindWidget(const char* name) {
   return nullptr;
 }
 
+QToolButton* FindButtonOf(const char* bar_name, const char* key) {
+  auto* bar = FindWidget<QToolBar>(bar_name);
+  return bar ? bar->findChild<QToolButton*>(key) : nullptr;
+}
+
+void Click(QWidget* widget) {
+  if (widget) QTest::mouseClick(widget, Qt::LeftButton);
+}
+
+// Runs after this tick, so that windows shown modally and menus popped up by it leave the next
+// ticks free to photograph and close them.
+void Later(QWidget* widget, std::function<void()> action) {
+  if (widget) QTimer::singleShot(0, widget, std::move(action));
+}
+
+sockaddr_in Loopback(int port) {
+  sockaddr_in address{};
+  address.sin_family = AF_INET;
+  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+  address.sin_port = htons(static_cast<std::uint16_t>(port));
+  return address;
+}
+
 // The operator: each tick does the next thing the screen allows.
 class Operator {
  public:
   Operator(zr::ProgramParts& parts, std::string screenshots, zr::gui::DesktopToolkit* end_on_request, bool series)
       : parts_(parts), screenshots_(std::move(screenshots)), end_on_request_(end_on_request), series_(series) {
+    std::filesystem::create_directories(screenshots_);
     clock_.start();
     QObject::connect(&tick_, &QTimer::timeout, [this] { Act(); });
     tick_.start(100);
@@ -87,73 +103,44 @@ class Operator {
   std::string failure;
 
  private:
+  using Step = void (Operator::*)();
+
   void Fail(const std::string& why) {
     if (failure.empty()) failure = why;
-    step_ = Step::Quit;
+    step_ = &Operator::Quit;
   }
 
   void Act() {
-    if (step_ != Step::Quit && clock_.elapsed() - step_started_ > kStepTimeoutMs) {
-      const std::string status = parts_.program.SlotOf<zr::Master>().Loaded()
-                                     ? parts_.program.Window<zr::Master>().StatusString.Caption.get()
-                                     : "no main window";
-      Fail("step " + std::to_string(static_cast<int>(step_)) + " did not end; the status reads \"" + status +
+    auto& state = parts_.program.state;
+    if (step_ != &Operator::Quit && Elapsed() > kStepTimeoutMs)
+      Fail("step " + std::to_string(steps_) + " did not end; the status reads \"" +
+           (parts_.program.SlotOf<zr::Master>().Loaded() ? MainWindow().StatusString.Caption.get() : "no main window") +
            "\", the device says \"" + parts_.devices.SourceMessage() + "\", last result " +
-           std::to_string(parts_.program.state.LastResult) + ", capturing " +
-           std::to_string(parts_.program.state.CapStatus.fCapturingNow) + ", file \"" +
-           parts_.program.state.CaptureFilename + "\"");
-    }
+           std::to_string(state.LastResult) + ", capturing " + std::to_string(state.CapStatus.fCapturingNow) +
+           ", file \"" + state.CaptureFilename + "\"");
     if (auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget())) {
-      Screenshot(menu, popup_shot_);
+      Screenshot(menu, menus_ ? kMenus[menus_ - 1] : "popup.png");
       menu->close();
       return;
     }
     if (auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget())) {
-      if (step_ != Step::Quit) Fail("a message box came up: " + box->text().toStdString());
-      if (auto* yes = box->button(QMessageBox::Yes))
-        yes->click();
-      else
-        box->accept();
-      return;
+      if (step_ != &Operator::Quit) Fail("a message box came up: " + box->text().toStdString());
+      if (auto* yes = box->button(QMessageBox::Yes)) return yes->click();
+      return box->accept();
     }
-    switch (step_) {
-      case Step::PickCamera:
-        PickCamera();
-        break;
-      case Step::WaitForLiveVideo:
-        WaitForLiveVideo();
-        break;
-      case Step::Recording:
-        WatchRecording();
-        break;
-      case Step::Quit:
-        Quit();
-        break;
-      case Step::EndingOnRequest:
-        break;
-      case Step::SeriesRunning:
-        WatchSeries();
-        break;
-      case Step::SeriesWindows:
-        ShowSeriesWindows();
-        break;
-      case Step::FtpWindows:
-        ShowFtpWindows();
-        break;
-      case Step::ServingPictures:
-        ServePictures();
-        break;
-    }
+    if (step_) (this->*step_)();
   }
 
-  void Next(int step) {
-    step_ = static_cast<Step>(step);
+  void Next(Step step) {
+    step_ = step;
     step_started_ = clock_.elapsed();
+    ++steps_;
   }
+  std::int64_t Elapsed() const { return clock_.elapsed() - step_started_; }
+  zr::Master& MainWindow() { return parts_.program.Window<zr::Master>(); }
 
   void PickCamera() {
-    if (auto* splash = FindWidget<QWidget>("Splash"); splash && !splash_shot_)
-      splash_shot_ = Screenshot(splash, "splash.png");
+    if (auto* splash = FindWidget("Splash"); splash && !splash_shot_) splash_shot_ = Screenshot(splash, "splash.png");
     auto* devices = FindWidget<QListWidget>("devices");
     auto* start = FindWidget<QPushButton>("start");
     if (!devices || !start) return;
@@ -161,8 +148,8 @@ class Operator {
     if (found.isEmpty()) return Fail("the chooser does not list the built-in camera");
     Screenshot(devices->window(), "choose_device.png");
     QTest::mouseClick(devices->viewport(), Qt::LeftButton, {}, devices->visualItemRect(found.front()).center());
-    QTest::mouseClick(start, Qt::LeftButton);
-    Next(1);
+    Click(start);
+    Next(&Operator::WaitForLiveVideo);
   }
 
   void WaitForLiveVideo() {
@@ -173,154 +160,131 @@ class Operator {
     auto* unlimited = FindWidget<QCheckBox>("MovieDisableLimit");
     auto* record = FindButtonOf("OperationBar", "record");
     if (!seconds || !minutes || !record) return;
-    if (unlimited && unlimited->isChecked()) QTest::mouseClick(unlimited, Qt::LeftButton);
+    if (unlimited && unlimited->isChecked()) Click(unlimited);
     minutes->setValue(0);
     seconds->setValue(kRecordSeconds * 5);
-    QTest::mouseClick(record, Qt::LeftButton);
-    Next(2);
+    Click(record);
+    Next(&Operator::WatchRecording);
   }
 
   void WatchRecording() {
-    if (end_on_request_ && clock_.elapsed() - step_started_ > kRecordSeconds * 1000) {
+    const bool run_done = Elapsed() > kRecordSeconds * 1000;
+    if (end_on_request_ && run_done) {
       end_on_request_->EndProgram();
-      end_on_request_ = nullptr;
-      step_ = Step::EndingOnRequest;
-      return;
+      return Next(nullptr);
     }
-    auto& master = parts_.program.Window<zr::Master>();
-    if (!shot_ && clock_.elapsed() - step_started_ > 1000)
-      shot_ = Screenshot(FindWidget<QWidget>("Master"), "main_window.png");
-    if (!stop_pressed_ && clock_.elapsed() - step_started_ > kRecordSeconds * 1000) {
-      if (auto* record = FindButtonOf("OperationBar", "record")) QTest::mouseClick(record, Qt::LeftButton);
+    if (!shot_ && Elapsed() > 1000) shot_ = Screenshot(FindWidget("Master"), "main_window.png");
+    if (!stop_pressed_ && run_done) {
+      Click(FindButtonOf("OperationBar", "record"));
       stop_pressed_ = true;
     }
     // The run must have ended before the quit, which would end it anyway.
-    if (stop_pressed_ && master.RecordButton().Image.get() == "record" &&
-        master.StatusString.Caption.get() == "Stopped")
-      Next(static_cast<int>(Step::ServingPictures));
+    if (stop_pressed_ && MainWindow().RecordButton().Image.get() == "record" &&
+        MainWindow().StatusString.Caption.get() == "Stopped")
+      Next(&Operator::ServePictures);
   }
 
   // Multiple image mode from the mode bar, numbered JPEGs, the timer trigger at one second.
   void StartSeries() {
-    auto& master = parts_.program.Window<zr::Master>();
     auto* multiple = FindButtonOf("MainToolbar", "multiple");
     if (!multiple) return Fail("the window has no mode bar");
-    if (parts_.program.state.CaptureType != "multiple") return QTest::mouseClick(multiple, Qt::LeftButton);
+    if (parts_.program.state.CaptureType != "multiple") return Click(multiple);
     auto* mode = FindWidget<QComboBox>("MultipleImageMode");
     auto* seconds = FindWidget<QSpinBox>("MultipleImageSecondsControl");
     auto* timer = FindButtonOf("TriggerType", "timer");
     auto* record = FindButtonOf("MultipleImageToolbar", "record");
     if (!mode || !timer || !record) return;
-    if (master.MultipleImageMode.ListIndex != 2) {
+    if (MainWindow().MultipleImageMode.ListIndex != 2) {
       mode->setCurrentIndex(2);
       emit mode->activated(2);  // as the operator's choice in the list
       return;
     }
-    if (!timer->isChecked()) return QTest::mouseClick(timer, Qt::LeftButton);
+    if (!timer->isChecked()) return Click(timer);
     if (!seconds) return;  // the fields show after the click
     seconds->setValue(1);
-    QTest::mouseClick(record, Qt::LeftButton);
-    Next(static_cast<int>(Step::SeriesRunning));
+    Click(record);
+    Next(&Operator::WatchSeries);
   }
 
   void WatchSeries() {
-    if (parts_.program.state.ImageCount < 2) return;
-    auto* picture = FindWidget<QWidget>("MultiImage");
-    if (!picture) return;  // it shows when the face catches up with the model
-    Screenshot(FindWidget<QWidget>("Master"), "series_band.png");
+    auto* picture = FindWidget("MultiImage");
+    // The window shows when the face catches up with the model.
+    if (parts_.program.state.ImageCount < 2 || !picture) return;
+    Screenshot(FindWidget("Master"), "series_band.png");
     Screenshot(picture, "multi_image.png");
-    QTest::mouseClick(FindButtonOf("MultipleImageToolbar", "record"), Qt::LeftButton);
-    Next(static_cast<int>(Step::SeriesWindows));
+    Click(FindButtonOf("MultipleImageToolbar", "record"));
+    Next(&Operator::ShowSeriesWindows);
   }
 
-  // The menus pop up after this tick and are photographed and closed by the next ones.
+  // The effects and joystick menus, then both tabs of the Autostart window.
   void ShowSeriesWindows() {
-    if (parts_.program.Window<zr::Master>().RecordButton().Image.get() != "record") return;
-    if (!effects_shown_) {
-      effects_shown_ = true;
-      popup_shot_ = "effects_menu.png";
+    if (MainWindow().RecordButton().Image.get() != "record") return;
+    if (menus_ == 0) {
+      ++menus_;
       auto* effects = FindButtonOf("MultipleImageToolbar", "effects");
-      QTimer::singleShot(0, effects, [effects] { QTest::mouseClick(effects, Qt::LeftButton); });
-      return;
+      return Later(effects, [effects] { Click(effects); });
     }
-    if (!joysticks_shown_) {
-      joysticks_shown_ = true;
-      popup_shot_ = "joystick_menu.png";
-      auto* joystick = qobject_cast<QToolButton*>(FindButtonOf("TriggerType", "joystick"));
+    if (menus_ == 1) {
+      ++menus_;
+      auto* joystick = FindButtonOf("TriggerType", "joystick");
       if (!joystick || !joystick->menu()) return Fail("the joystick trigger offers no menu of joysticks");
-      QTimer::singleShot(0, joystick, [joystick] { joystick->showMenu(); });
-      return;
+      return Later(joystick, [joystick] { joystick->showMenu(); });
     }
-    auto* autostart = FindWidget<QWidget>("Autostart");
-    if (!autostart) {
-      QTest::mouseClick(FindButtonOf("MultipleImageToolbar", "autostart"), Qt::LeftButton);
-      return;
-    }
+    auto* autostart = FindWidget("Autostart");
+    if (!autostart) return Click(FindButtonOf("MultipleImageToolbar", "autostart"));
     auto* tabs = FindWidget<QTabBar>("counttag");
     if (!tabs) return Fail("the Autostart window has no tab strip");
     if (tabs->currentIndex() == 0) {
       Screenshot(autostart, "autostart.png");
       return QTest::mouseClick(tabs, Qt::LeftButton, {}, tabs->tabRect(1).center());
     }
-    if (FindWidget<QSpinBox>("chor")) return Fail("the countdown's fields show on the date and time's tab");
-    if (!FindWidget<QSpinBox>("bh")) return;  // the frame shows after the click
+    if (FindWidget("chor")) return Fail("the countdown's fields show on the date and time's tab");
+    if (!FindWidget("bh")) return;  // the frame shows after the click
     Screenshot(autostart, "autostart_date_time.png");
-    if (auto* cancel = FindWidget<QPushButton>("CancelButton")) QTest::mouseClick(cancel, Qt::LeftButton);
-    Next(static_cast<int>(Step::FtpWindows));
+    Click(FindWidget("CancelButton"));
+    Next(&Operator::ShowFtpWindows);
   }
 
   // The settings window (the password hidden), then an upload of the first picture to a server
-  // that never answers, photographed and aborted. Windows shown modally open after this tick.
+  // that never answers, photographed and aborted.
   void ShowFtpWindows() {
     auto& program = parts_.program;
+    auto* settings = FindWidget("NetConfig");
     if (!net_config_shot_) {
-      auto* settings = FindWidget<QWidget>("NetConfig");
-      if (!settings) return ClickLater(FindButtonOf("MultipleImageToolbar", "netset"), net_config_asked_);
+      auto* netset = FindButtonOf("MultipleImageToolbar", "netset");
+      if (!settings && !std::exchange(net_config_asked_, true)) Later(netset, [netset] { Click(netset); });
+      if (!settings) return;
       auto* password = FindWidget<QLineEdit>("frmFTP_Password");
       if (!password || password->echoMode() != QLineEdit::Password) return Fail("the FTP password shows as typed");
       net_config_shot_ = Screenshot(settings, "net_config.png");
-      if (auto* cancel = FindWidget<QPushButton>("Cancel")) QTest::mouseClick(cancel, Qt::LeftButton);
-      return;
+      return Click(FindWidget("Cancel"));
     }
-    if (FindWidget<QWidget>("NetConfig")) return;
-    if (!silent_server_) {
-      silent_server_ = ListenWithoutAnswering();
-      if (!silent_server_) return Fail("no port below 32768 to listen on");
+    if (settings) return;
+    if (silent_socket_ < 0) {
+      const int port = ListenWithoutAnswering();
+      if (!port) return Fail("no port below 32768 to listen on");
       program.state.FtpHost = "127.0.0.1";
-      program.state.FtpPort = static_cast<std::int16_t>(silent_server_);
+      program.state.FtpPort = static_cast<std::int16_t>(port);
       const std::string picture = program.ProgramFolder + "capture000001.jpg";
-      QTimer::singleShot(0, [&program, picture] { program.Window<zr::Master>().SendToFtp(picture, picture); });
-      return;
+      return QTimer::singleShot(0, [this, picture] { MainWindow().SendToFtp(picture, picture); });
     }
-    auto* upload = FindWidget<QWidget>("FTPImage");
     if (!upload_shot_) {
+      auto* upload = FindWidget("FTPImage");
       if (!upload) return;
       upload_shot_ = Screenshot(upload, "ftp_upload.png");
-      if (!FindWidget<QWidget>("ProgressBar")) return Fail("the upload window has no progress bar");
-      if (auto* abort = FindWidget<QPushButton>("Command1")) QTest::mouseClick(abort, Qt::LeftButton);
-      return;
+      if (!FindWidget("ProgressBar")) return Fail("the upload window has no progress bar");
+      return Click(FindWidget("Command1"));
     }
-    if (program.SlotOf<zr::FTPImage>().Loaded() || program.Window<zr::Master>().StatusString.Caption.get() != "")
-      return;
-    Next(static_cast<int>(Step::Quit));
-  }
-
-  // Clicks after this tick, once.
-  static void ClickLater(QAbstractButton* button, bool& clicked) {
-    if (!button || clicked) return;
-    clicked = true;
-    QTimer::singleShot(0, button, [button] { QTest::mouseClick(button, Qt::LeftButton); });
+    if (!program.SlotOf<zr::FTPImage>().Loaded() && MainWindow().StatusString.Caption.get() == "")
+      Next(&Operator::Quit);
   }
 
   // A port on 127.0.0.1 below 32768 that takes connections and never says a word; 0 for none.
   int ListenWithoutAnswering() {
     for (int port = 29000; port < 29100; ++port) {
       silent_socket_ = ::socket(AF_INET, SOCK_STREAM, 0);
-      sockaddr_in address{};
-      address.sin_family = AF_INET;
-      address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-      address.sin_port = htons(static_cast<std::uint16_t>(port));
-      if (::bind(silent_socket_, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0 &&
+      const sockaddr_in address = Loopback(port);
+      if (::bind(silent_socket_, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0 &&
           ::listen(silent_socket_, 4) == 0)
         return port;
       ::close(silent_socket_);
@@ -329,12 +293,14 @@ class Operator {
     return 0;
   }
 
-  // The picture server's band: its mode from the File menu, a port typed into the box (0: one the system
-  // picks), and a picture asked for by a browser on a thread of its own while the loop serves it.
+  // The picture server's band: its mode from the File menu, a port typed into the box (0: one the
+  // system picks), and a picture asked for by a browser on a thread of its own while the loop
+  // serves it.
   void ServePictures() {
     if (parts_.program.state.CaptureType != "webshare") return ChooseFromFileMenu(zr::file_menu::kWebcamBroadcast);
     auto* port = FindWidget<QLineEdit>("WebShare_Port");
     if (!port) return;  // the band shows when the face catches up with the model
+    const int server_port = parts_.picture_server.LocalPort();
     if (!picture_.valid()) {
       port->clear();
       QTest::keyClicks(port, "0");
@@ -347,30 +313,26 @@ class Operator {
     if (!answer_.starts_with("HTTP/1.1 200 OK\r\nContent-Type: image/jpeg\r\n"))
       return Fail("the picture server answered \"" + answer_.substr(0, 80) + "\"");
     // The band shows the address with the port and the status of the last picture served.
+    auto* master = FindWidget("Master");
     auto* address = FindWidget<QLabel>("WebShare_Url");
-    const QString port_text = ":" + QString::number(parts_.picture_server.LocalPort());
-    bool status_shown = false;
-    for (auto* label : FindWidget<QWidget>("Master")->findChildren<QLabel*>("Labels"))
-      status_shown = status_shown || (label->isVisible() && label->text() == "Streaming");
-    if (!address || !address->text().endsWith(port_text) || !status_shown) return;
-    Screenshot(FindWidget<QWidget>("Master"), "webshare_band.png");
-    Next(static_cast<int>(Step::Quit));
+    const auto labels = master->findChildren<QLabel*>("Labels");
+    const bool streaming =
+        std::ranges::any_of(labels, [](QLabel* l) { return l->isVisible() && l->text() == "Streaming"; });
+    if (!address || !address->text().endsWith(":" + QString::number(server_port)) || !streaming) return;
+    Screenshot(master, "webshare_band.png");
+    Next(&Operator::Quit);
   }
 
   static std::string FetchPicture(int port) {
     const int client = ::socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    address.sin_port = htons(static_cast<std::uint16_t>(port));
+    const sockaddr_in address = Loopback(port);
+    const std::string request = "GET /live?1 HTTP/1.1\r\nHost: 127.0.0.1\r\n\r\n";
     std::string answer;
-    if (::connect(client, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0) {
-      const std::string request = "GET /live?1 HTTP/1.1\r\nHost: 127.0.0.1\r\n\r\n";
-      if (::send(client, request.data(), request.size(), 0) == static_cast<ssize_t>(request.size())) {
-        char piece[65536];
-        for (ssize_t got; (got = ::recv(client, piece, sizeof piece, 0)) > 0;)
-          answer.append(piece, static_cast<std::size_t>(got));
-      }
+    if (::connect(client, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0 &&
+        ::send(client, request.data(), request.size(), 0) == static_cast<ssize_t>(request.size())) {
+      char piece[65536];
+      for (ssize_t got; (got = ::recv(client, piece, sizeof piece, 0)) > 0;)
+        answer.append(piece, static_cast<std::size_t>(got));
     }
     ::close(client);
     return answer;
@@ -378,60 +340,39 @@ class Operator {
 
   // The close runs after this tick, so that the next ticks can answer the question it asks.
   void Quit() {
-    if (closing_) return;
-    if (auto* main = FindWidget<QWidget>("Master")) {
-      closing_ = true;
-      QTimer::singleShot(0, main, [main] { main->close(); });
-    }
+    auto* main = FindWidget("Master");
+    if (!closing_ && main) Later(main, [main] { main->close(); });
+    closing_ = closing_ || main;
   }
 
   bool Screenshot(QWidget* window, const char* name) const {
-    std::filesystem::create_directories(screenshots_);
     return window && window->grab().save(QString::fromStdString(screenshots_ + "/" + name));
   }
 
   // The entry of the menu bar's File menu, as the operator picks it.
   void ChooseFromFileMenu(int index) {
-    auto* menu_bar = FindWidget<QWidget>("Master")->findChild<QMenuBar*>();
-    const QString caption = QString::fromStdString(parts_.program.Window<zr::Master>().FileMenu(index).Caption);
-    for (QAction* menu : menu_bar->actions())
+    const QString caption = QString::fromStdString(MainWindow().FileMenu(index).Caption);
+    for (QAction* menu : FindWidget("Master")->findChild<QMenuBar*>()->actions())
       for (QAction* entry : menu->menu()->actions())
         if (entry->text() == caption) entry->trigger();
   }
 
-  static QAbstractButton* FindButtonOf(const char* bar_name, const char* key) {
-    auto* bar = FindWidget<QToolBar>(bar_name);
-    return bar ? bar->findChild<QToolButton*>(key) : nullptr;
-  }
-
-  enum class Step {
-    PickCamera,
-    WaitForLiveVideo,
-    Recording,
-    Quit,
-    EndingOnRequest,
-    SeriesRunning,
-    SeriesWindows,
-    FtpWindows,
-    ServingPictures
-  };
   zr::ProgramParts& parts_;
   std::future<std::string> picture_;
   std::string answer_;
   std::string screenshots_;
-  zr::gui::DesktopToolkit* end_on_request_;  // asked to end the program once, then null
+  zr::gui::DesktopToolkit* end_on_request_;  // asked to end the program once
   const bool series_;
-  const char* popup_shot_ = "popup.png";
-  bool effects_shown_ = false;
-  bool joysticks_shown_ = false;
+  static constexpr const char* kMenus[] = {"effects_menu.png", "joystick_menu.png"};
+  int menus_ = 0;  // how many of them were asked for
   bool net_config_asked_ = false;
   bool net_config_shot_ = false;
-  int silent_server_ = 0;  // the port of the server that never answers
-  int silent_socket_ = -1;
+  int silent_socket_ = -1;  // the server that never answers
   bool upload_shot_ = false;
   QElapsedTimer clock_;
   QTimer tick_;
-  Step step_ = Step::PickCamera;
+  Step step_ = &Operator::PickCamera;
+  int steps_ = 0;
   std::int64_t step_started_ = 0;
   bool shot_ = false;
   bool stop_pressed_ = false;
@@ -439,16 +380,9 @@ class Operator {
   bool splash_shot_ = false;
 };
 
-// The series stored numbered JPEGs from 000001 beside the capture file's name.
-int CheckSeries(const std::filesystem::path& folder) {
-  for (const char* name : {"capture000001.jpg", "capture000002.jpg"})
-    if (!std::filesystem::is_regular_file(folder / name)) {
-      std::cerr << "FAIL: the series did not store " << name << "\n";
-      return 1;
-    }
-  std::filesystem::remove_all(folder);
-  std::cout << "PASS\n";
-  return 0;
+int Failed(const char* why) {
+  std::cerr << "FAIL: " << why << "\n";
+  return 1;
 }
 
 }  // namespace
@@ -460,10 +394,7 @@ int main(int argc, char** argv) {
   std::filesystem::create_directories(folder / "config");
   setenv("XDG_CONFIG_HOME", (folder / "config").c_str(), 1);
   auto toolkit = zr::gui::DesktopToolkit::Open(argc, argv);
-  if (!toolkit) {
-    std::cerr << "FAIL: no display to open windows on\n";
-    return 1;
-  }
+  if (!toolkit) return Failed("no display to open windows on");
   zr::ProgramParts parts(
       toolkit->Loop(), toolkit->Descriptors(), [] {}, toolkit->Dialogs(), toolkit->Clipboard(),
       &toolkit->DeviceDialogs(), toolkit->Screen(),
@@ -473,21 +404,18 @@ int main(int argc, char** argv) {
   const bool end_on_request = mode == "--end-on-request";
   Operator operator_(parts, ZR_SCREENSHOT_DIR, end_on_request ? toolkit.get() : nullptr, mode == "--series");
   toolkit->Run(parts.program, parts.LiveVideo());
-  if (!operator_.failure.empty()) {
-    std::cerr << "FAIL: " << operator_.failure << "\n";
-    return 1;
-  }
-  if (mode == "--series") return CheckSeries(folder);
-  const std::string movie = parts.program.state.CaptureFilename;
-  const double seconds = zr::testing::ProbeDurationSeconds(movie);
-  std::cout << "movie " << movie << ": " << seconds << " s\n";
-  if (seconds < kRecordSeconds - 0.3 || seconds > kRecordSeconds + 0.5) {
-    std::cerr << "FAIL: the movie is not a playable two-second movie\n";
-    return 1;
-  }
-  if (end_on_request && !std::filesystem::exists(folder / "zrsr.zr2")) {
-    std::cerr << "FAIL: the set-up was not saved when the program was asked to end\n";
-    return 1;
+  if (!operator_.failure.empty()) return Failed(operator_.failure.c_str());
+  if (mode == "--series") {
+    // The series stored numbered JPEGs from 000001 beside the capture file's name.
+    for (const char* name : {"capture000001.jpg", "capture000002.jpg"})
+      if (!std::filesystem::is_regular_file(folder / name)) return Failed("the series did not store its pictures");
+  } else {
+    const double seconds = zr::testing::ProbeDurationSeconds(parts.program.state.CaptureFilename);
+    std::cout << "movie " << parts.program.state.CaptureFilename << ": " << seconds << " s\n";
+    if (seconds < kRecordSeconds - 0.3 || seconds > kRecordSeconds + 0.5)
+      return Failed("the movie is not a playable two-second movie");
+    if (end_on_request && !std::filesystem::exists(folder / "zrsr.zr2"))
+      return Failed("the set-up was not saved when the program was asked to end");
   }
   std::filesystem::remove_all(folder);
   std::cout << "PASS\n";
