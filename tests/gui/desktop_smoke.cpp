@@ -1,12 +1,7 @@
-// The desktop program on a real display server (run under xvfb-run). The operator picks the
-// built-in camera, sees live video, ends a ten-second run with Rec/Stop after two seconds, has
-// the picture server (File menu, a port the system picks) answer a fetch with a JPEG, and quits;
-// the movie must play for two seconds.
-// --end-on-request: a termination request two seconds into the run ends it as Stop does, and
-// the set-up is saved.
-// --series: numbered JPEGs on the one-second timer, from the mode bar; two pictures must show in
-// the series' window, Rec/Stop must end it, the files must count from 000001. An upload to a
-// server that never answers must show its window while it waits and end by its abort button.
+// The desktop program under xvfb-run, driven as an operator would. Plain: a two-second movie
+// with Rec/Stop, then a JPEG from the picture server on a port the system picks. --end-on-request:
+// a termination request ends the run as Stop does and saves the set-up. --series: numbered JPEGs
+// on the timer from the mode bar, and an upload to a silent server that the abort button ends.
 // Each window on the way is photographed into the screenshots folder.
 
 #include <arpa/inet.h>
@@ -37,6 +32,7 @@
 #include <functional>
 #include <future>
 #include <iostream>
+#include <set>
 #include <string>
 #include <utility>
 
@@ -140,7 +136,7 @@ class Operator {
   zr::Master& MainWindow() { return parts_.program.Window<zr::Master>(); }
 
   void PickCamera() {
-    if (auto* splash = FindWidget("Splash"); splash && !splash_shot_) splash_shot_ = Screenshot(splash, "splash.png");
+    if (!Done("splash.png")) Screenshot(FindWidget("Splash"), "splash.png");
     auto* devices = FindWidget<QListWidget>("devices");
     auto* start = FindWidget<QPushButton>("start");
     if (!devices || !start) return;
@@ -173,13 +169,10 @@ class Operator {
       end_on_request_->EndProgram();
       return Next(nullptr);
     }
-    if (!shot_ && Elapsed() > 1000) shot_ = Screenshot(FindWidget("Master"), "main_window.png");
-    if (!stop_pressed_ && run_done) {
-      Click(FindButtonOf("OperationBar", "record"));
-      stop_pressed_ = true;
-    }
+    if (!Done("main_window.png") && Elapsed() > 1000) Screenshot(FindWidget("Master"), "main_window.png");
+    if (run_done && Once("stop")) Click(FindButtonOf("OperationBar", "record"));
     // The run must have ended before the quit, which would end it anyway.
-    if (stop_pressed_ && MainWindow().RecordButton().Image.get() == "record" &&
+    if (Done("stop") && MainWindow().RecordButton().Image.get() == "record" &&
         MainWindow().StatusString.Caption.get() == "Stopped")
       Next(&Operator::ServePictures);
   }
@@ -250,13 +243,13 @@ class Operator {
   void ShowFtpWindows() {
     auto& program = parts_.program;
     auto* settings = FindWidget("NetConfig");
-    if (!net_config_shot_) {
+    if (!Done("net_config.png")) {
       auto* netset = FindButtonOf("MultipleImageToolbar", "netset");
-      if (!settings && !std::exchange(net_config_asked_, true)) Later(netset, [netset] { Click(netset); });
+      if (!settings && Once("netset")) Later(netset, [netset] { Click(netset); });
       if (!settings) return;
       auto* password = FindWidget<QLineEdit>("frmFTP_Password");
       if (!password || password->echoMode() != QLineEdit::Password) return Fail("the FTP password shows as typed");
-      net_config_shot_ = Screenshot(settings, "net_config.png");
+      Screenshot(settings, "net_config.png");
       return Click(FindWidget("Cancel"));
     }
     if (settings) return;
@@ -268,10 +261,10 @@ class Operator {
       const std::string picture = program.ProgramFolder + "capture000001.jpg";
       return QTimer::singleShot(0, [this, picture] { MainWindow().SendToFtp(picture, picture); });
     }
-    if (!upload_shot_) {
+    if (!Done("ftp_upload.png")) {
       auto* upload = FindWidget("FTPImage");
       if (!upload) return;
-      upload_shot_ = Screenshot(upload, "ftp_upload.png");
+      Screenshot(upload, "ftp_upload.png");
       if (!FindWidget("ProgressBar")) return Fail("the upload window has no progress bar");
       return Click(FindWidget("Command1"));
     }
@@ -341,13 +334,14 @@ class Operator {
   // The close runs after this tick, so that the next ticks can answer the question it asks.
   void Quit() {
     auto* main = FindWidget("Master");
-    if (!closing_ && main) Later(main, [main] { main->close(); });
-    closing_ = closing_ || main;
+    if (main && Once("close")) Later(main, [main] { main->close(); });
   }
 
-  bool Screenshot(QWidget* window, const char* name) const {
-    return window && window->grab().save(QString::fromStdString(screenshots_ + "/" + name));
+  void Screenshot(QWidget* window, const char* name) {
+    if (window && window->grab().save(QString::fromStdString(screenshots_ + "/" + name))) done_.insert(name);
   }
+  bool Done(const char* what) const { return done_.contains(what); }
+  bool Once(const char* what) { return done_.insert(what).second; }
 
   // The entry of the menu bar's File menu, as the operator picks it.
   void ChooseFromFileMenu(int index) {
@@ -364,20 +358,14 @@ class Operator {
   zr::gui::DesktopToolkit* end_on_request_;  // asked to end the program once
   const bool series_;
   static constexpr const char* kMenus[] = {"effects_menu.png", "joystick_menu.png"};
-  int menus_ = 0;  // how many of them were asked for
-  bool net_config_asked_ = false;
-  bool net_config_shot_ = false;
+  int menus_ = 0;           // how many of them were asked for
   int silent_socket_ = -1;  // the server that never answers
-  bool upload_shot_ = false;
   QElapsedTimer clock_;
   QTimer tick_;
   Step step_ = &Operator::PickCamera;
   int steps_ = 0;
   std::int64_t step_started_ = 0;
-  bool shot_ = false;
-  bool stop_pressed_ = false;
-  bool closing_ = false;
-  bool splash_shot_ = false;
+  std::set<std::string> done_;  // the screenshots taken and the things done once
 };
 
 int Failed(const char* why) {
