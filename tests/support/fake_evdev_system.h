@@ -1,9 +1,6 @@
 #pragma once
-// Played input event devices behind the system-call seam: a name, the key codes a device has,
-// the keys held down, and the events a test sends, read as the kernel hands them out. A device
-// can refuse to open or go away; open files are counted, so a test can check every one was
-// given back.
-// Threads: every call may come from any thread.
+// Played input event devices behind the system-call seam, callable from any thread: a device
+// can refuse to open or go away; open files are counted.
 
 #include <linux/input.h>
 

@@ -1,13 +1,8 @@
-"""A real FTP server on 127.0.0.1 for the tests of the FTP client and the uploads.
+"""A real FTP server on 127.0.0.1 for the tests: ftp_server.py ROOT MODE.
 
-Usage: ftp_server.py ROOT MODE
-  ROOT  the login folder of the user "anna" (password "s3cret"); it holds a folder "pics"
-  MODE  serve  - takes every upload
-        stall  - stops reading shortly after a file starts to come, and answers nothing more
-        close  - closes the connection shortly after a file starts to come
-
-Prints the port it listens on (below 32768), then serves until killed. Runs with Debian's Python
-(/usr/bin/python3), which has pyftpdlib.
+ROOT is the login folder of "anna" (password "s3cret"), given a folder "pics". MODE serve takes
+every upload; stall stops the server, close hangs up, shortly after a file starts to come. Prints
+its port (below 32768: the program keeps ports as 16-bit integers), then serves until killed.
 """
 
 import logging
@@ -25,8 +20,6 @@ os.makedirs(os.path.join(root, "pics"), exist_ok=True)
 
 
 class MisbehavingDTPHandler(DTPHandler):
-    """Stalls the whole server, or closes the connection, shortly after a file starts to come."""
-
     def __init__(self, sock, cmd_channel):
         super().__init__(sock, cmd_channel)
         if mode == "stall":
@@ -42,7 +35,6 @@ handler.authorizer = authorizer
 handler.dtp_handler = MisbehavingDTPHandler
 handler.banner = "Welcome to the tests of the FTP client: this greeting is long enough to take two lines."
 logging.basicConfig(level=logging.CRITICAL)
-# The program keeps the port as a 16-bit integer: the server takes a free one below 32768.
 for port in random.sample(range(20000, 32768), 500):
     try:
         server = FTPServer(("127.0.0.1", port), handler)

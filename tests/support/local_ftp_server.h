@@ -11,6 +11,9 @@
 
 namespace zr::testing {
 
+// A TCP port on 127.0.0.1 that nothing listens on now.
+int FreeLocalPort();
+
 class LocalFtpServer {
  public:
   enum class Mode { Serve, Stall, Close };

@@ -13,9 +13,13 @@
 namespace zr {
 namespace {
 
-TEST(JoystickPanel, WithoutAJoystickTheTriggerIsChosenByHandOrBySetUpAndTheStatusSaysSo) {
+class JoystickPanel : public ::testing::Test {
+ protected:
+  JoystickPanel() { world.Start(); }
   scenario::World world;
-  world.Start();
+};
+
+TEST_F(JoystickPanel, WithoutAJoystickTheTriggerIsChosenByHandOrBySetUpAndTheStatusSaysSo) {
   Master& master = world.program().Window<Master>();
   master.StatusString.Caption = "Ready";
   master.TriggerType.ClickButton(master.TriggerType.Button("timer"));
@@ -39,9 +43,7 @@ TEST(JoystickPanel, WithoutAJoystickTheTriggerIsChosenByHandOrBySetUpAndTheStatu
 
 // The joystick button's menu offers the joysticks found, the one read checked; the one chosen
 // is kept for the next start. Without a joystick the menu says so and offers nothing.
-TEST(JoystickPanel, TheMenuOfTheJoystickButtonOffersTheJoysticksFoundAndKeepsTheChoice) {
-  scenario::World world;
-  world.Start();
+TEST_F(JoystickPanel, TheMenuOfTheJoystickButtonOffersTheJoysticksFoundAndKeepsTheChoice) {
   auto& button = world.program().Window<Master>().TriggerType.Button("joystick");
   ASSERT_EQ(button.ButtonMenus.size(), 1u);
   EXPECT_EQ(button.ButtonMenus[0]->Text.get(), "Sim Joystick");
@@ -60,9 +62,7 @@ TEST(JoystickPanel, TheMenuOfTheJoystickButtonOffersTheJoysticksFoundAndKeepsThe
 
 // The main window that listened has gone when the state is handled: under the address sanitizer
 // a listener left behind is a use after free.
-TEST(JoystickPanel, AStateThatArrivesAfterTheMainWindowEndedReachesNobody) {
-  scenario::World world;
-  world.Start();
+TEST_F(JoystickPanel, AStateThatArrivesAfterTheMainWindowEndedReachesNobody) {
   Master& master = world.program().Window<Master>();
   master.TriggerType.ClickButton(master.TriggerType.Button("joystick"));
   world.joystick.Report(0);

@@ -5,15 +5,13 @@
 #include "platform/linux/ftp_client.h"
 
 #include <gtest/gtest.h>
-#include <netinet/in.h>
-#include <sys/socket.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <chrono>
 #include <fstream>
 #include <functional>
 #include <iterator>
+#include <memory>
 #include <optional>
 #include <string>
 #include <thread>
@@ -29,14 +27,9 @@ namespace {
 
 using testing::LocalFtpServer;
 using Clock = std::chrono::steady_clock;
+using std::chrono::seconds;
 
 std::vector<std::uint8_t> Bytes(const std::string& text) { return {text.begin(), text.end()}; }
-
-// Whether the operation succeeded; the server's or the system's words when not.
-bool Done(const FtpOutcome& outcome) {
-  EXPECT_TRUE(outcome.done) << outcome.text;
-  return outcome.done;
-}
 
 std::string FileText(const std::filesystem::path& path) {
   std::ifstream file(path, std::ios::binary);
@@ -55,139 +48,113 @@ class FtpClientTest : public ::testing::Test {
     return *outcome;
   }
 
-  FtpOutcome Connect(FtpConnection& connection, const LocalFtpServer& server,
-                     const std::string& password = LocalFtpServer::kPassword) {
+  // A new connection of `ftp` logged in to port `port`; how the login went.
+  FtpOutcome Connect(SocketFtp& ftp, int port, const std::string& password = LocalFtpServer::kPassword) {
+    connection_ = ftp.NewConnection();
     return Await([&](FtpDone done) {
-      connection.Connect(FtpLogin{"127.0.0.1", server.Port(), LocalFtpServer::kUser, password}, std::move(done));
+      connection_->Connect(FtpLogin{"127.0.0.1", port, LocalFtpServer::kUser, password}, std::move(done));
     });
   }
-
-  // Sends `block` again and again until the connection fails or `most` blocks went; the failure.
-  std::optional<FtpOutcome> WriteUntilFailure(FtpConnection& connection, int most) {
-    const std::vector<std::uint8_t> block(64 * 1024, 'x');
-    for (int sent = 0; sent < most; ++sent) {
-      const auto outcome = Await([&](FtpDone done) { connection.Write(block, std::move(done)); });
-      if (!outcome.done) return outcome;
-    }
-    const auto closed = Await([&](FtpDone done) { connection.CloseFile(std::move(done)); });
-    if (!closed.done) return closed;
-    return std::nullopt;
+  FtpOutcome ChangeDirectory(const std::string& folder) {
+    return Await([&](FtpDone done) { connection_->ChangeDirectory(folder, std::move(done)); });
+  }
+  FtpOutcome Open(const std::string& name, FtpTransferType type = FtpTransferType::Binary) {
+    return Await([&](FtpDone done) { connection_->OpenFile(name, type, std::move(done)); });
+  }
+  FtpOutcome Write(std::vector<std::uint8_t> block) {
+    return Await([&](FtpDone done) { connection_->Write(std::move(block), std::move(done)); });
+  }
+  FtpOutcome CloseFile() {
+    return Await([&](FtpDone done) { connection_->CloseFile(std::move(done)); });
   }
 
   PollEventLoop loop_;
   sim::SimDialUpLinks links_;
+  std::unique_ptr<FtpConnection> connection_;
 };
 
 TEST_F(FtpClientTest, AFileArrivesWholeInTheFolderBinaryAsSentAndAsTextWithTheServersLineEnds) {
   LocalFtpServer server;
   SocketFtp ftp(loop_, links_);
-  auto connection = ftp.NewConnection();
-  ASSERT_TRUE(Done(Connect(*connection, server)));
-  const auto changed = Await([&](FtpDone done) { connection->ChangeDirectory("pics", std::move(done)); });
-  EXPECT_TRUE(changed.done) << changed.text;
+  ASSERT_TRUE(Connect(ftp, server.Port()).done);
+  EXPECT_TRUE(ChangeDirectory("pics").done);
   const std::string content = std::string(248, 'a') + "\r\n";
   for (const auto type : {FtpTransferType::Binary, FtpTransferType::Ascii}) {
-    const std::string name = type == FtpTransferType::Binary ? "binary.bin" : "text.txt";
-    ASSERT_TRUE(Done(Await([&](FtpDone done) { connection->OpenFile(name, type, std::move(done)); })));
-    for (std::size_t at = 0; at < content.size(); at += 100) {
-      const auto block = Bytes(content.substr(at, 100));
-      ASSERT_TRUE(Done(Await([&](FtpDone done) { connection->Write(block, std::move(done)); })));
-    }
-    ASSERT_TRUE(Done(Await([&](FtpDone done) { connection->Write({}, std::move(done)); })));
-    const auto stored = Await([&](FtpDone done) { connection->CloseFile(std::move(done)); });
+    ASSERT_TRUE(Open(type == FtpTransferType::Binary ? "binary.bin" : "text.txt", type).done);
+    for (std::size_t at = 0; at < content.size(); at += 100) ASSERT_TRUE(Write(Bytes(content.substr(at, 100))).done);
+    ASSERT_TRUE(Write({}).done);
+    const auto stored = CloseFile();
     EXPECT_TRUE(stored.done) << stored.text;
   }
-  connection->Close();
+  connection_->Close();
   EXPECT_EQ(FileText(server.Root() / "pics" / "binary.bin"), content);
   EXPECT_EQ(FileText(server.Root() / "pics" / "text.txt"), std::string(248, 'a') + "\n");
   // After the close every operation fails, without waiting for anything.
-  EXPECT_FALSE(Await([&](FtpDone done) { connection->ChangeDirectory("pics", std::move(done)); }).done);
+  EXPECT_FALSE(ChangeDirectory("pics").done);
 }
 
 TEST_F(FtpClientTest, RefusalsComeBackInTheServersWordsAndAFolderRefusedLeavesTheConnectionUsable) {
   LocalFtpServer server;
   SocketFtp ftp(loop_, links_);
-  const auto refused_login = Connect(*ftp.NewConnection(), server, "wrong-password");
+  const auto nobody = Connect(ftp, testing::FreeLocalPort());
+  EXPECT_FALSE(nobody.done);
+  EXPECT_EQ(nobody.text, "Connection refused");
+  const auto refused_login = Connect(ftp, server.Port(), "wrong-password");
   EXPECT_FALSE(refused_login.done);
   EXPECT_TRUE(refused_login.text.starts_with("530")) << refused_login.text;
   EXPECT_EQ(refused_login.text.find("wrong-password"), std::string::npos);
 
-  auto connection = ftp.NewConnection();
-  ASSERT_TRUE(Done(Connect(*connection, server)));
-  const auto folder = Await([&](FtpDone done) { connection->ChangeDirectory("nowhere", std::move(done)); });
+  ASSERT_TRUE(Connect(ftp, server.Port()).done);
+  const auto folder = ChangeDirectory("nowhere");
   EXPECT_FALSE(folder.done);
   EXPECT_TRUE(folder.text.starts_with("550")) << folder.text;
-  ASSERT_TRUE(
-      Done(Await([&](FtpDone done) { connection->OpenFile("root.bin", FtpTransferType::Binary, std::move(done)); })));
-  ASSERT_TRUE(Done(Await([&](FtpDone done) { connection->Write(Bytes("in the login folder"), std::move(done)); })));
-  ASSERT_TRUE(Done(Await([&](FtpDone done) { connection->CloseFile(std::move(done)); })));
+  ASSERT_TRUE(Open("root.bin").done);
+  ASSERT_TRUE(Write(Bytes("in the login folder")).done);
+  ASSERT_TRUE(CloseFile().done);
   EXPECT_EQ(FileText(server.Root() / "root.bin"), "in the login folder");
-  const auto no_name = Await(
-      [&](FtpDone done) { connection->OpenFile("a\r\nDELE root.bin", FtpTransferType::Binary, std::move(done)); });
-  EXPECT_FALSE(no_name.done);
+  EXPECT_FALSE(Open("a\r\nDELE root.bin").done);
   EXPECT_TRUE(std::filesystem::exists(server.Root() / "root.bin"));
 }
 
-TEST_F(FtpClientTest, APortNobodyListensOnIsRefusedAtOnce) {
-  const int probe = ::socket(AF_INET, SOCK_STREAM, 0);
-  sockaddr_in address{};
-  address.sin_family = AF_INET;
-  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-  socklen_t length = sizeof address;
-  ASSERT_EQ(::bind(probe, reinterpret_cast<sockaddr*>(&address), length), 0);
-  ::getsockname(probe, reinterpret_cast<sockaddr*>(&address), &length);
-  ::close(probe);
-  SocketFtp ftp(loop_, links_);
-  const auto connection = ftp.NewConnection();
-  const auto refused = Await([&](FtpDone done) {
-    connection->Connect(FtpLogin{"127.0.0.1", ntohs(address.sin_port), "anna", "s3cret"}, std::move(done));
-  });
-  EXPECT_FALSE(refused.done);
-  EXPECT_EQ(refused.text, "Connection refused");
-}
-
-TEST_F(FtpClientTest, AServerThatStallsMidFileFailsTheUploadByTheBlockDeadline) {
-  LocalFtpServer server(LocalFtpServer::Mode::Stall);
-  SocketFtp ftp(loop_, links_, FtpTimeouts{std::chrono::seconds(10), std::chrono::seconds(2), std::chrono::seconds(1)});
-  auto connection = ftp.NewConnection();
-  ASSERT_TRUE(Done(Connect(*connection, server)));
-  ASSERT_TRUE(
-      Done(Await([&](FtpDone done) { connection->OpenFile("big.bin", FtpTransferType::Binary, std::move(done)); })));
-  const auto started = Clock::now();
-  const auto failure = WriteUntilFailure(*connection, 20000);
-  ASSERT_TRUE(failure.has_value());
-  EXPECT_EQ(failure->text, "The FTP server took no data for 1 s");
-  EXPECT_LT(Clock::now() - started, std::chrono::seconds(20));
-}
-
-TEST_F(FtpClientTest, AServerThatHangsUpMidFileFailsTheUpload) {
-  LocalFtpServer server(LocalFtpServer::Mode::Close);
-  SocketFtp ftp(loop_, links_, FtpTimeouts{std::chrono::seconds(10), std::chrono::seconds(2), std::chrono::seconds(2)});
-  auto connection = ftp.NewConnection();
-  ASSERT_TRUE(Done(Connect(*connection, server)));
-  ASSERT_TRUE(
-      Done(Await([&](FtpDone done) { connection->OpenFile("cut.bin", FtpTransferType::Binary, std::move(done)); })));
-  const auto failure = WriteUntilFailure(*connection, 20000);
-  ASSERT_TRUE(failure.has_value());
-  const std::vector<std::string> hung_up = {"The FTP server closed the connection", "Broken pipe",
-                                            "Connection reset by peer"};
-  EXPECT_NE(std::find(hung_up.begin(), hung_up.end(), failure->text), hung_up.end()) << failure->text;
+// A server that stops taking data fails the upload by the block deadline; one that hangs up
+// fails it with the system's word.
+TEST_F(FtpClientTest, AServerThatStallsOrHangsUpMidFileFailsTheUpload) {
+  const struct {
+    LocalFtpServer::Mode mode;
+    std::vector<std::string> texts;
+  } cases[] = {{LocalFtpServer::Mode::Stall, {"The FTP server took no data for 1 s"}},
+               {LocalFtpServer::Mode::Close,
+                {"The FTP server closed the connection", "Broken pipe", "Connection reset by peer"}}};
+  for (const auto& [mode, texts] : cases) {
+    LocalFtpServer server(mode);
+    SocketFtp ftp(loop_, links_,
+                  FtpTimeouts{seconds(10), seconds(2), seconds(mode == LocalFtpServer::Mode::Stall ? 1 : 2)});
+    ASSERT_TRUE(Connect(ftp, server.Port()).done);
+    ASSERT_TRUE(Open("big.bin").done);
+    const auto started = Clock::now();
+    std::optional<FtpOutcome> failure;
+    for (int sent = 0; sent < 20000 && !failure; ++sent)
+      if (auto outcome = Write(std::vector<std::uint8_t>(64 * 1024, 'x')); !outcome.done) failure = outcome;
+    if (!failure)
+      if (auto closed = CloseFile(); !closed.done) failure = closed;
+    ASSERT_TRUE(failure.has_value());
+    EXPECT_NE(std::find(texts.begin(), texts.end(), failure->text), texts.end()) << failure->text;
+    EXPECT_LT(Clock::now() - started, seconds(20));
+  }
 }
 
 TEST_F(FtpClientTest, ClosingEndsAnOperationThatWaitsOnAStalledServerAtOnce) {
   LocalFtpServer server(LocalFtpServer::Mode::Stall);
   SocketFtp ftp(loop_, links_);
-  auto connection = ftp.NewConnection();
-  ASSERT_TRUE(Done(Connect(*connection, server)));
-  ASSERT_TRUE(
-      Done(Await([&](FtpDone done) { connection->OpenFile("big.bin", FtpTransferType::Binary, std::move(done)); })));
+  ASSERT_TRUE(Connect(ftp, server.Port()).done);
+  ASSERT_TRUE(Open("big.bin").done);
   std::optional<FtpOutcome> outcome;
-  connection->Write(std::vector<std::uint8_t>(64 * 1024 * 1024, 'x'), [&](const FtpOutcome& o) { outcome = o; });
+  connection_->Write(std::vector<std::uint8_t>(64 * 1024 * 1024, 'x'), [&](const FtpOutcome& o) { outcome = o; });
   std::this_thread::sleep_for(std::chrono::milliseconds(300));
   const auto closed_at = Clock::now();
-  connection->Close();
+  connection_->Close();
   loop_.RunModal([&] { return outcome.has_value(); });
-  EXPECT_LT(Clock::now() - closed_at, std::chrono::seconds(2));
+  EXPECT_LT(Clock::now() - closed_at, seconds(2));
   EXPECT_FALSE(outcome->done);
   EXPECT_EQ(outcome->text, "The connection to the FTP server was closed");
 }
