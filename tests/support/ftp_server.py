@@ -2,7 +2,8 @@
 
 ROOT is the login folder of "anna" (password "s3cret"), given a folder "pics". MODE serve takes
 every upload; stall stops the server, close hangs up, shortly after a file starts to come. Prints
-its port (below 32768: the program keeps ports as 16-bit integers), then serves until killed.
+its port (below 32768: the program keeps ports as 16-bit integers) and process id, then serves
+until killed.
 """
 
 import logging
@@ -41,5 +42,5 @@ for port in random.sample(range(20000, 32768), 500):
         break
     except OSError:
         continue
-print(server.address[1], flush=True)
+print(server.address[1], os.getpid(), flush=True)
 server.serve_forever()

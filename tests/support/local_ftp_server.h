@@ -6,6 +6,7 @@
 
 #include <sys/types.h>
 
+#include <cstdio>
 #include <filesystem>
 #include <string>
 
@@ -35,6 +36,7 @@ class LocalFtpServer {
   void Stop();
 
   std::filesystem::path root_;
+  FILE* output_ = nullptr;
   pid_t process_ = -1;
   int port_ = 0;
 };
