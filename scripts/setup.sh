@@ -10,6 +10,7 @@ packages=(
   libgtest-dev libgmock-dev libbenchmark-dev
   ffmpeg libjpeg-turbo-progs curl
   qt6-base-dev xvfb xauth
+  chromium
   python3 python3-pyftpdlib clang-format
   clang libclang-rt-14-dev
 )

@@ -291,5 +291,40 @@ TEST_F(HeadlessProgramTest, ServesThePageAndPicturesToCurlUntilASignal) {
   EXPECT_LE(slow_seconds, 13);
 }
 
+// The shipped page in a real browser: headless Chromium loads it from the program without
+// windows and keeps fetching the live picture, whose colour bars show in its screenshot (the
+// page itself is greys only). The screenshot is left in the screenshots folder.
+TEST_F(HeadlessProgramTest, ABrowserShowsTheLivePictureOnTheShippedPage) {
+  if (RunCommand("command -v chromium >/dev/null && echo found").find("found") == std::string::npos)
+    GTEST_SKIP() << "no chromium here (scripts/setup.sh installs it)";
+  const int port = FreeLocalPort();
+  ASSERT_GT(port, 0);
+  fs::create_directories(ZR_SCREENSHOT_DIR);
+  const std::string shot = std::string(ZR_SCREENSHOT_DIR) + "/webshare_page.png";
+  fs::remove(shot);
+  std::ofstream(File("browse.sh"))
+      << InBackground("--headless --webshare " + std::to_string(port))
+      << "for i in $(seq 100); do curl -s -o /dev/null http://127.0.0.1:" << port << "/ && break; sleep 0.1; done\n"
+      << "timeout 60 chromium --headless --no-sandbox --disable-gpu --hide-scrollbars --window-size=800,700 "
+      << "--timeout=3000 --screenshot='" << shot << "' http://127.0.0.1:" << port << "/ >/dev/null 2>&1\n"
+      << "ffmpeg -v error -y -i '" << shot << "' -f rawvideo -pix_fmt rgb24 shot.rgb\n"
+      << "kill -TERM $pid; wait $pid; echo \"exit=$?\"\n";
+  EXPECT_EQ(ExitOf(RunCommand("bash '" + File("browse.sh") + "' 2>&1")), 143) << output_;
+  // The page the program folder was given, from beside the program.
+  EXPECT_TRUE(fs::exists(folder_ / "app" / "webshare.html"));
+  std::ifstream raw(File("shot.rgb"), std::ios::binary);
+  const std::string pixels((std::istreambuf_iterator<char>(raw)), {});
+  ASSERT_EQ(pixels.size(), 800u * 700u * 3u) << output_;
+  std::size_t coloured = 0;
+  for (std::size_t at = 0; at + 2 < pixels.size(); at += 3) {
+    const auto [low, high] =
+        std::minmax({static_cast<unsigned char>(pixels[at]), static_cast<unsigned char>(pixels[at + 1]),
+                     static_cast<unsigned char>(pixels[at + 2])});
+    coloured += high - low > 100 ? 1 : 0;
+  }
+  // The camera's bars fill far more than a tenth of a 640x480 picture scaled into the window.
+  EXPECT_GT(coloured, 800u * 700u / 10u);
+}
+
 }  // namespace
 }  // namespace zr::testing
