@@ -139,7 +139,10 @@ std::string capGetCaptureFile(VfwCaptureWindow& window) {
   return path;
 }
 
-int capSaveDib(VfwCaptureWindow& window, const std::string& path) { return OperationResult(window.SaveDib(path)); }
+int capSaveDib(VfwCaptureWindow& window, const std::string& path, std::shared_ptr<const platform::Picture>& saved) {
+  saved = window.SaveDib(path);
+  return OperationResult(saved != nullptr);
+}
 int capCopyFrame(VfwCaptureWindow& window) { return OperationResult(window.CopyFrame()); }
 int capStartSequence(VfwCaptureWindow& window) { return OperationResult(window.StartSequence()); }
 int capStop(VfwCaptureWindow& window) { return OperationResult(window.Stop()); }

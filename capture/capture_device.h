@@ -46,7 +46,8 @@ int capSetScale(VfwCaptureWindow& window, bool scale);
 int capResize(VfwCaptureWindow& window, int x, int y, int width, int height);
 int capSetCaptureFile(VfwCaptureWindow& window, const std::string& path);
 std::string capGetCaptureFile(VfwCaptureWindow& window);
-int capSaveDib(VfwCaptureWindow& window, const std::string& path);
+// `saved` is the frame the file holds, so that it need not be read back.
+int capSaveDib(VfwCaptureWindow& window, const std::string& path, std::shared_ptr<const platform::Picture>& saved);
 int capCopyFrame(VfwCaptureWindow& window);
 int capStartSequence(VfwCaptureWindow& window);
 int capStop(VfwCaptureWindow& window);

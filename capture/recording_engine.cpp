@@ -139,9 +139,11 @@ void VideoScreen::SaveStill(const std::string& path, int quality, bool to_clipbo
   if (path.empty()) return;
   ResumeNext([&] {
     if (Kind() == DeviceKind::Driver) {
-      if (mira.Picture) WritePictureFile(*mira.Picture, path, 100);
-      if (capture_window_) program_.state.LastResult = vfw::capSaveDib(*capture_window_, path);
-      StreamPic.Picture = LoadPictureFile(path);
+      if (mira.Picture) WritePictureFile(mira.Picture, path, 100);
+      std::shared_ptr<const platform::Picture> saved;
+      if (capture_window_) program_.state.LastResult = vfw::capSaveDib(*capture_window_, path, saved);
+      // What the file now holds: the frame just saved, else whatever was there before.
+      StreamPic.Picture = saved ? std::move(saved) : LoadPictureFile(path);
       platform::RemoveRegularFile(path);
     } else {
       frame_job_open_ = true;
@@ -150,7 +152,7 @@ void VideoScreen::SaveStill(const std::string& path, int quality, bool to_clipbo
     }
   });
   ResumeNext([&] {
-    if (StreamPic.Picture) WritePictureFile(*StreamPic.Picture, path, quality);
+    if (StreamPic.Picture) WritePictureFile(StreamPic.Picture, path, quality);
   });
 }
 

@@ -14,15 +14,35 @@ std::string Extension(const std::string& path) {
   return dot == std::string::npos ? "" : LowerCase(path.substr(dot + 1));
 }
 
+// The coding of the picture written last, with the picture itself: held, it cannot be freed and
+// another picture made at its address.
+struct LastJpeg {
+  std::shared_ptr<const platform::Picture> picture;
+  int quality = 0;
+  std::vector<std::uint8_t> coded;
+};
+
+Result<void> WriteJpegOfPicture(const std::shared_ptr<const platform::Picture>& picture, const std::string& path,
+                                int quality) {
+  thread_local LastJpeg last;
+  if (last.picture != picture || last.quality != quality) {
+    last = {};
+    auto coded = CodeJpeg(*picture, quality);
+    if (!coded) return coded.error();
+    last = {picture, quality, std::move(*coded)};
+  }
+  return WriteFileBytes(path, last.coded);
+}
+
 }  // namespace
 
-void WritePictureFile(const platform::Picture& picture, const std::string& path, int quality) {
+void WritePictureFile(const std::shared_ptr<const platform::Picture>& picture, const std::string& path, int quality) {
   const std::string extension = Extension(path);
   if (extension == "jpg" || extension == "jpeg") {
-    if (!WriteJpegFile(picture, path, quality)) throw FileError("cannot write " + path);
+    if (!WriteJpegOfPicture(picture, path, quality)) throw FileError("cannot write " + path);
     return;
   }
-  if (!WriteBmpFile(picture, path)) throw FileError("cannot write " + path);
+  if (!WriteBmpFile(*picture, path)) throw FileError("cannot write " + path);
 }
 
 std::shared_ptr<const platform::Picture> LoadPictureFile(const std::string& path) {

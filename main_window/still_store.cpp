@@ -121,7 +121,7 @@ void Master::ShootImage() {
     if (!SaveJPG(program_, *window.MasterImage.Picture, file, state.JpegQuality))
       StatusString.Caption = "Error writing " + file + "JPEG File.";
   } else
-    WritePictureFile(*window.MasterImage.Picture, file, 100);
+    WritePictureFile(window.MasterImage.Picture, file, 100);
   window.Caption = file;
   if (MultipleImageToolbar.Button("ftp").Value == 1) SendToFtp(file, file);
 }

@@ -91,7 +91,8 @@ class VfwCaptureWindow {
   virtual bool Place(int x, int y, int width, int height, Placement placement) = 0;
   virtual bool SetCaptureFile(const std::string& path) = 0;
   virtual std::string GetCaptureFile() = 0;
-  virtual bool SaveDib(const std::string& path) = 0;
+  // Writes the current frame to `path` as a DIB and gives the frame written; null when none was.
+  virtual std::shared_ptr<const Picture> SaveDib(const std::string& path) = 0;
   virtual bool CopyFrame() = 0;  // the current frame onto the clipboard
   // Records a movie with the setup; with fYield 0 it returns only when the run has ended.
   virtual bool StartSequence() = 0;

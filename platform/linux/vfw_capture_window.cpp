@@ -195,9 +195,9 @@ class RealCaptureWindow final : public VfwCaptureWindow, public ConnectedDevice 
 
   std::string GetCaptureFile() override { return capture_file_; }
 
-  bool SaveDib(const std::string& path) override {
-    const auto picture = LatestPicture();
-    return picture && WriteBmpFile(*picture, path);
+  std::shared_ptr<const Picture> SaveDib(const std::string& path) override {
+    auto picture = LatestPicture();
+    return picture && WriteBmpFile(*picture, path) ? picture : nullptr;
   }
 
   bool CopyFrame() override {

@@ -212,9 +212,11 @@ class SimCaptureWindow : public VfwCaptureWindow, public SimSource {
 
   std::string GetCaptureFile() override { return capture_file_; }
 
-  bool SaveDib(const std::string& path) override {
+  std::shared_ptr<const Picture> SaveDib(const std::string& path) override {
     world_.Log("capSaveDib(" + path + ")");
-    return Usable() && WriteBmpFile(CurrentPicture(), path);
+    if (!Usable()) return nullptr;
+    auto picture = std::make_shared<const Picture>(CurrentPicture());
+    return WriteBmpFile(*picture, path) ? picture : nullptr;
   }
 
   bool CopyFrame() override {

@@ -44,6 +44,11 @@ Decoded Decode(const std::string& path) {
   return decoded;
 }
 
+std::string FileBytes(const std::string& path) {
+  std::ifstream file(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+}
+
 // Red above, blue below, as the operator sees it.
 platform::Picture RedOverBlue(int width, int height) {
   platform::Picture picture = platform::Picture::Blank(width, height);
@@ -138,7 +143,7 @@ TEST_F(JpegFiles, HeadersThatPromiseTooMuchAreRefused) {
 }
 
 TEST_F(JpegFiles, ThePictureWriterWritesJpegByExtension) {
-  const platform::Picture picture = RedOverBlue(21, 10);
+  const auto picture = std::make_shared<const platform::Picture>(RedOverBlue(21, 10));
   WritePictureFile(picture, File("still.JPEG"), 80);
   const Decoded decoded = Decode(File("still.JPEG"));
   EXPECT_EQ(decoded.width, 21);
@@ -152,6 +157,25 @@ TEST_F(JpegFiles, ThePictureWriterWritesJpegByExtension) {
   EXPECT_GT(loaded->PixelFromTop(10, 8)[0], 200);
   EXPECT_FALSE(LoadPictureFile(File("odd-name.jpg")));
   EXPECT_THROW(WritePictureFile(picture, File("missing/still.jpg"), 80), FileError);
+}
+
+// The same picture written again is coded once; another picture, or another quality, never takes
+// the coding kept from the last.
+TEST_F(JpegFiles, AKeptCodingServesOnlyTheSamePictureAtTheSameQuality) {
+  const auto picture = std::make_shared<const platform::Picture>(RedOverBlue(32, 16));
+  WritePictureFile(picture, File("first.jpg"), 80);
+  WritePictureFile(picture, File("again.jpg"), 80);
+  EXPECT_EQ(FileBytes(File("again.jpg")), FileBytes(File("first.jpg")));
+  WritePictureFile(picture, File("coarser.jpg"), 10);
+  EXPECT_NE(FileBytes(File("coarser.jpg")), FileBytes(File("first.jpg")));
+
+  platform::Picture green = platform::Picture::Blank(32, 16);
+  for (int y = 0; y < 16; ++y)
+    for (int x = 0; x < 32; ++x) green.PixelFromTop(x, y)[1] = 255;
+  WritePictureFile(std::make_shared<const platform::Picture>(std::move(green)), File("other.jpg"), 10);
+  const auto other = LoadPictureFile(File("other.jpg"));
+  ASSERT_TRUE(other);
+  EXPECT_GT(other->PixelFromTop(16, 1)[1], 200);
 }
 
 }  // namespace

@@ -256,10 +256,11 @@ TEST_F(RealCaptureDevicesTest, DriverSavesCopiesAndAppendsSingleFrames) {
   EXPECT_FALSE(unconnected->GetStatus(status));
   StatusReports reports;
   auto window = ConnectedWindow(reports);
-  ASSERT_TRUE(window->SaveDib(File("still.bmp")));
+  const auto saved = window->SaveDib(File("still.bmp"));
   const auto still = ReadBmpFile(File("still.bmp"));
-  ASSERT_TRUE(still);
+  ASSERT_TRUE(saved && still);
   EXPECT_EQ(still->width, 320);
+  EXPECT_EQ(still->bottom_up_bgr, saved->bottom_up_bgr);
   ASSERT_TRUE(window->CopyFrame());
   EXPECT_EQ(clipboard_.GetPicture()->height, 240);
 
