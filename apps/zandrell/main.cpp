@@ -56,7 +56,7 @@ void PrintHelp() {
                "                          default: the built-in test camera\n"
                "  --list-devices          list the devices the chooser offers, and exit\n"
                "  --app-path DIR          the program folder, where zrsr.zr2 and zrsr.zr3 are kept\n"
-               "                          (default: the executable's folder)\n"
+               "                          (made when missing; default: the executable's folder)\n"
                "  --lang CODE             the language of the texts: en, pt, es, fr or de\n"
                "                          (default: the desktop's)\n"
                "  PARAMETER_FILE          a .zrp file of capture settings applied at start\n"
@@ -397,6 +397,10 @@ int main(int argc, char** argv) {
 
   const std::string executable_folder = std::filesystem::absolute(argv[0]).parent_path().string();
   const std::string app_path = ResolveProgramFolder(executable_folder, options.app_path);
+  if (!std::filesystem::is_directory(app_path)) {
+    std::cerr << "zandrell: " << app_path << " cannot be made a folder for the program's files\n";
+    return 2;
+  }
   zr::platform::linux_impl::ProvideProgramFile(executable_folder, app_path, "webshare.html");
   if (!options.headless) {
     if (auto toolkit = zr::gui::DesktopToolkit::Open(argc, argv))

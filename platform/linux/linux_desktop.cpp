@@ -81,7 +81,12 @@ void ProvideProgramFile(const std::string& executable_folder, const std::string&
 }
 
 std::string ResolveProgramFolder(const std::string& executable_folder, const std::string& override_folder) {
-  if (!override_folder.empty()) return WithSeparator(std::filesystem::absolute(override_folder).string());
+  if (!override_folder.empty()) {
+    const std::string folder = WithSeparator(std::filesystem::absolute(override_folder).string());
+    std::error_code error;
+    std::filesystem::create_directories(folder, error);
+    return folder;
+  }
   const std::string folder = WithSeparator(executable_folder);
   if (access(folder.c_str(), W_OK) == 0) return folder;
   const std::string data = DataFolder();

@@ -27,7 +27,8 @@ class LinuxDesktop final : public Desktop {
   ScreenSize screen_;
 };
 
-// The program folder, with its trailing separator: `override_folder` when given, else the
+// The program folder, with its trailing separator: `override_folder` when given (made when
+// missing, where it can be), else the
 // executable's folder; when that cannot be written, $XDG_DATA_HOME/video-zandrell/ (or
 // ~/.local/share/video-zandrell/), made when missing.
 std::string ResolveProgramFolder(const std::string& executable_folder, const std::string& override_folder);

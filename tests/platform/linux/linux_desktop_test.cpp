@@ -7,10 +7,12 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <chrono>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <string>
+#include <thread>
 
 #include "tests/support/platform_checks.h"
 
@@ -48,6 +50,7 @@ TEST_F(ProgramFolderTest, TheExecutablesFolderServesWhenWritableAndTheOverrideAl
   EXPECT_EQ(ResolveProgramFolder(root_ + "/bin", ""), root_ + "/bin/");
   EXPECT_EQ(ResolveProgramFolder(root_ + "/bin/", ""), root_ + "/bin/");
   EXPECT_EQ(ResolveProgramFolder(root_ + "/bin", root_ + "/elsewhere"), root_ + "/elsewhere/");
+  EXPECT_TRUE(fs::is_directory(root_ + "/elsewhere"));
 }
 
 TEST_F(ProgramFolderTest, AShippedFileIsCopiedOnlyWhereTheProgramFolderHasNone) {
@@ -72,6 +75,26 @@ TEST_F(ProgramFolderTest, AnUnwritableExecutablesFolderFallsBackToTheDataFolder)
   const std::string data = root_ + "/data/video-zandrell/";
   EXPECT_EQ(ResolveProgramFolder(root_ + "/missing", ""), data);
   EXPECT_TRUE(fs::is_directory(data));
+}
+
+// The address goes to the desktop's opener as one argument, however it is spelled, and the call
+// returns without waiting for the browser.
+TEST(LinuxDesktopAddress, GoesToTheOpenerOnThePathAsOneArgument) {
+  zr::testing::TemporaryFolder folder;
+  const std::string opener = folder.File("xdg-open");
+  const std::string heard = folder.File("heard");
+  WriteText(opener, "#!/bin/sh\nprintf '%s|%s' \"$#\" \"$1\" > " + heard + ".part && mv " + heard + ".part " + heard +
+                        "\nexec >/dev/null 2>&1\nsleep 2\n");
+  fs::permissions(opener, fs::perms::owner_all);
+  const std::string saved_path = getenv("PATH") ? getenv("PATH") : "";
+  setenv("PATH", (folder.path().string() + ":" + saved_path).c_str(), 1);
+  const auto started = std::chrono::steady_clock::now();
+  LinuxDesktop().OpenAddress("http://192.0.2.2:8080/ a b");
+  EXPECT_LT(std::chrono::steady_clock::now() - started, std::chrono::seconds(1));
+  while (!fs::exists(heard) && std::chrono::steady_clock::now() - started < std::chrono::seconds(10))
+    std::this_thread::sleep_for(std::chrono::milliseconds(10));
+  setenv("PATH", saved_path.c_str(), 1);
+  EXPECT_EQ(ReadText(heard), "1|http://192.0.2.2:8080/ a b");
 }
 
 // The nice value the priority asks for, or the nearest towards 0 the system allows; a process
