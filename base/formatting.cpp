@@ -328,6 +328,13 @@ std::string LowerCase(std::string_view text) {
   return lowered;
 }
 
+std::string UpperCase(std::string_view text) {
+  std::string raised(text);
+  for (char& character : raised)
+    if (character >= 'a' && character <= 'z') character = static_cast<char>(character - 'a' + 'A');
+  return raised;
+}
+
 }  // namespace zr
 
 namespace zr {

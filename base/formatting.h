@@ -95,8 +95,9 @@ double Divide(double dividend, double divisor);
 
 namespace zr {
 
-// The text in lower case (ASCII letters; other characters as they stand).
+// The text in lower case or in capitals (ASCII letters; other characters as they stand).
 std::string LowerCase(std::string_view text);
+std::string UpperCase(std::string_view text);
 
 // The date and time forms the program writes into its files: "2026-11-21" and "14:30:00".
 std::string DateText(const DateTime& when);

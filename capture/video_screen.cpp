@@ -5,6 +5,7 @@
 #include "base/formatting.h"
 #include "capture/capture_device.h"
 #include "capture/capture_status.h"
+#include "capture/codec_windows.h"
 #include "capture/movie_run_panel.h"
 #include "capture/series_panel.h"
 #include "capture/video_info.h"
@@ -373,7 +374,7 @@ void VideoScreen::VideoCompressionDialog() {
   if (Kind() == DeviceKind::Driver && capture_window_)
     vfw::capShowCompressionDialog(program_, *capture_window_);
   else if (Kind() == DeviceKind::Control || Kind() == DeviceKind::MediaStream)
-    throw NotBuiltYet("the video compressor window");
+    program_.SlotOf<VideoCodec>().ShowModal(program_.services.loop);
 }
 
 void VideoScreen::VideoSource() {

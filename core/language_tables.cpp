@@ -233,6 +233,24 @@ constexpr TextTranslations kTable[] = {
      "Choisissez la couleur de transparence...", "Wählen Sie die Transparenzfarbe..."},
     {"Clear Image Overlay", "Remover sobreposição de imagem", "Quitar superposición de imagen",
      "Supprimer l'image superposée", "Bildeinblendung entfernen"},
+    {"Is not compressed. Codec not required.", "Não está comprimido. Nenhum codec é necessário.",
+     "No está comprimido. No se necesita códec.", "N'est pas compressé. Aucun codec requis.",
+     "Ist nicht komprimiert. Kein Codec erforderlich."},
+    {"Compressed with:", "Comprimido com:", "Comprimido con:", "Compressé avec :", "Komprimiert mit:"},
+
+    // ---- The compressor windows
+    {"Video Compressors", "Compressores de vídeo", "Compresores de vídeo", "Compresseurs vidéo", "Videokompressoren"},
+    {"Audio Compressors", "Compressores de áudio", "Compresores de audio", "Compresseurs audio", "Audiokompressoren"},
+    {"Video/Audio Compression", "Compressão de vídeo/áudio", "Compresión de vídeo/audio", "Compression vidéo/audio",
+     "Video-/Audiokomprimierung"},
+    {"Video Compressor:", "Compressor de vídeo:", "Compresor de vídeo:", "Compresseur vidéo :", "Videokompressor:"},
+    {"Audio Compressor:", "Compressor de áudio:", "Compresor de audio:", "Compresseur audio :", "Audiokompressor:"},
+    {"To adjust the compression settings press settings (if available)",
+     "Para ajustar a compressão pressione configurações (se disponível)",
+     "Para ajustar la compresión pulse configuración (si está disponible)",
+     "Pour régler la compression appuyez sur paramètres (si disponible)",
+     "Zum Anpassen der Komprimierung Einstellungen drücken (falls verfügbar)"},
+    {"Settings", "Configurações", "Configuración", "Paramètres", "Einstellungen"},
 
     // ---- Main window: the Audio menu
     {"Audio O&ff", "Áudio &desligado", "Audio &desactivado", "Audio &désactivé", "Audio &aus"},

@@ -116,6 +116,10 @@ class Program {
   // The operator's home folder, with its trailing separator: where a parameter file without a
   // file name puts the capture.
   std::string HomeFolder;
+  // The folder of the system's own set-up files, with its trailing separator: its system.ini
+  // lists the compressors of a system of version 5.0 or lower. Such a system is only ever
+  // simulated (a scenario's world keeps the file in its temporary folder); elsewhere it stays empty.
+  std::string SystemFolder;
   std::string CommandLine;
   double SystemVersion = 10.0;
   // The language of the fixed texts: the desktop's, or the one asked for on the command line.

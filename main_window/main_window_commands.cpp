@@ -5,8 +5,12 @@
 #include <cctype>
 
 #include "base/formatting.h"
+#include "capture/codec_catalogue.h"
+#include "capture/codec_windows.h"
+#include "capture/other_info.h"
 #include "capture/video_info.h"
 #include "capture/video_screen.h"
+#include "capture/video_settings.h"
 #include "core/main_menus.h"
 #include "core/operating_mode.h"
 #include "core/preferences.h"
@@ -56,6 +60,8 @@ void Master::DeviceToolbar_ButtonClick(ui::ToolbarButton& button) {
     screen.Preview(program_.state.PreviewRate);
   else if (key == "info")
     program_.SlotOf<VideoInfo>().ShowModal(program_.services.loop);
+  else if (key == "advanced")
+    program_.SlotOf<VideoSettings>().ShowModal(program_.services.loop);
   else if (key == "snapshot")
     TakeSnapshot(false);
   else
@@ -147,8 +153,14 @@ void Master::VideoMenu_Click(int index) {
       break;
     }
     case kVideoCodecs:
+      program_.SlotOf<Codecs>().ShowModal(program_.services.loop);
+      break;
     case kWhatCodec:
+      WhatCodec(program_);
+      break;
     case kAdvancedSettings:
+      program_.SlotOf<VideoSettings>().ShowModal(program_.services.loop);
+      break;
     case kSetImageOverlay:
     case kClearImageOverlay:
       throw NotBuiltYet("the video menu entry " + std::to_string(index));
@@ -163,7 +175,7 @@ void Master::EditMenu_Click(int index) {
   else if (index == edit_menu::kPutOnClipboard)
     TakeSnapshot(true);
   else if (index == edit_menu::kOtherInformation)
-    throw NotBuiltYet("the other information window");
+    program_.Window<OtherInfo>().Show();
 }
 
 // The counter of a series' file names; "insert" is a pressed state read at each shot.
@@ -277,6 +289,8 @@ void Master::MovieToolbar_ButtonClick(ui::ToolbarButton& button) {
     program_.Window<VideoScreen>().VideoCompressionDialog();
   } else if (key == "filename") {
     ChooseCaptureFilename();
+  } else if (key == "otherinfo") {
+    program_.Window<OtherInfo>().Show();
   } else if (key != "writeinfo") {
     throw NotBuiltYet("the movie toolbar command \"" + key + "\"");
   }
@@ -328,6 +342,8 @@ void Master::MultipleImageToolbar_ButtonClick(ui::ToolbarButton& button) {
     PopUpEffects(program_.services.dialogs);
   else if (key == "netset")
     program_.SlotOf<NetConfig>().ShowModal(program_.services.loop);
+  else if (key == "otherinfo")
+    program_.Window<OtherInfo>().Show();
   else if (key != "writeinfo" && key != "ftp")
     throw NotBuiltYet("the series toolbar command \"" + key + "\"");
 }

@@ -259,6 +259,33 @@ class TabStrip : public Control {
   std::optional<Value> Get(std::string_view property, std::optional<int> element) const override;
 };
 
+// One node of a tree: its key, its text, the number of the node it hangs under (0 for a root)
+// and whether its children show.
+struct TreeNode {
+  std::string key;
+  std::string text;
+  int parent = 0;
+  bool expanded = false;
+};
+
+// A tree of keyed nodes, numbered from 1 in the order they were added. Properties: Nodes (the
+// count), Node(i) (the text of node i), Parent(i) (its parent's number) and Expanded(i).
+class TreeView : public Control {
+ public:
+  using Control::Control;
+  // Adds a node under node `parent` (0: a root) and gives its number.
+  int Add(int parent, std::string key, std::string text);
+  void Clear() { nodes_.clear(); }
+  // The number of the node with this key; 0 when no node has it.
+  int Find(std::string_view key) const;
+  TreeNode& Node(int number);  // fails loudly on a number the tree has not
+  int NodeCount() const { return static_cast<int>(nodes_.size()); }
+  std::optional<Value> Get(std::string_view property, std::optional<int> element) const override;
+
+ private:
+  std::vector<TreeNode> nodes_;
+};
+
 // A container without state of its own: frame, panel, cool bar host, or a hosted device
 // control whose only model state is its flags.
 class Frame : public Control {

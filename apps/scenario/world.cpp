@@ -47,6 +47,7 @@ Program& World::MakeProgram() {
                [this] { return platform::sim::MakeSimCaptureControl(*devices); }, joystick, ftp, picture_server},
       app_folder_);
   program_->HomeFolder = root_ + "/home/";
+  program_->SystemFolder = temp_folder_;
   return *program_;
 }
 

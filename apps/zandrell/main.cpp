@@ -401,7 +401,8 @@ int main(int argc, char** argv) {
     std::cerr << "zandrell: " << app_path << " cannot be made a folder for the program's files\n";
     return 2;
   }
-  zr::platform::linux_impl::ProvideProgramFile(executable_folder, app_path, "webshare.html");
+  for (const char* shipped : {"webshare.html", "codec.zr"})
+    zr::platform::linux_impl::ProvideProgramFile(executable_folder, app_path, shipped);
   if (!options.headless) {
     if (auto toolkit = zr::gui::DesktopToolkit::Open(argc, argv))
       return RunWithWindows(*toolkit, options, app_path, std::move(video_devices), std::move(audio_devices));
