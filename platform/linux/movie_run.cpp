@@ -1,5 +1,6 @@
 #include "platform/linux/movie_run.h"
 
+#include <algorithm>
 #include <cmath>
 
 namespace zr::platform::linux_impl {
@@ -49,6 +50,9 @@ Result<void> MovieRun::Start() {
   if (!sound_) settings.format.audio.reset();
   if (request_.limit_seconds)
     settings.limit_frames = std::llround(*request_.limit_seconds * settings.format.frames_per_second);
+  if (request_.most_frames)
+    settings.limit_frames = std::min(settings.limit_frames.value_or(*request_.most_frames), *request_.most_frames);
+  settings.queue_frames = request_.queue_frames;
   recorder_ = std::make_shared<Recorder>(movies_, settings, on_end_);
   if (auto started = recorder_->Start(); !started) {
     recorder_.reset();

@@ -64,6 +64,8 @@ class MovieRun {
     MovieFormat format;  // rate, codec and its setting, sound; the size comes from the source
     RecordingPace pace = RecordingPace::Timed;
     std::optional<int> limit_seconds;
+    std::optional<std::int64_t> most_frames;  // the run ends at this many frames, whatever its limit
+    int queue_frames = 8;                     // frames that may wait for the writer
   };
 
   MovieRun(MovieFiles& movies, RunningRecorders& running, LiveSource& live, std::unique_ptr<AudioSource> sound,

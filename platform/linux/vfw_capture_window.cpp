@@ -1,5 +1,6 @@
 #include "platform/linux/vfw_capture_window.h"
 
+#include <algorithm>
 #include <atomic>
 #include <cmath>
 #include <mutex>
@@ -15,6 +16,8 @@ namespace {
 constexpr const char* kCaptureStartText = "Capture start";
 constexpr const char* kCaptureEndText = "End of capture";
 constexpr double kDefaultFramesPerSecond = 15.0;
+// The most video buffers a run takes: each is a whole picture held in memory.
+constexpr UINT kMostQueuedFrames = 60;
 
 CAPTUREPARMS DriverDefaults() {
   CAPTUREPARMS parms;
@@ -219,6 +222,11 @@ class RealCaptureWindow final : public VfwCaptureWindow, public ConnectedDevice 
     request.format.frames_per_second = frames_per_second;
     request.format.audio = AudioFormat{static_cast<int>(wave_.nSamplesPerSec), wave_.nChannels, wave_.wBitsPerSample};
     if (parms_.fLimitEnabled) request.limit_seconds = static_cast<int>(parms_.wTimeLimit);
+    // The index holds so many frames and no more; the video buffers asked for are frames that may
+    // wait for the writer (none asked: the recorder's own depth).
+    if (parms_.dwIndexSize > 0) request.most_frames = parms_.dwIndexSize;
+    if (parms_.wNumVideoRequested > 0)
+      request.queue_frames = static_cast<int>(std::min<UINT>(parms_.wNumVideoRequested, kMostQueuedFrames));
     std::unique_ptr<AudioSource> sound;
     if (parms_.fCaptureAudio && !devices_.AudioDevices().empty()) sound = devices_.AudioDevices()[audio_device_].open();
     run_ = std::make_unique<MovieRun>(devices_.Services().movies, devices_.Running(), *live_, std::move(sound), request,

@@ -237,6 +237,7 @@ class SimCaptureWindow : public VfwCaptureWindow, public SimSource {
     if (parms_.fCaptureAudio)
       settings.audio = AudioFormat{static_cast<int>(audio_.nSamplesPerSec), audio_.nChannels, audio_.wBitsPerSample};
     if (parms_.fLimitEnabled) settings.limit_seconds = static_cast<int>(parms_.wTimeLimit);
+    if (parms_.dwIndexSize > 0) settings.most_frames = parms_.dwIndexSize;
     settings.disk_full_at_frame = world_.disk_full_after_frames;
     failure_ = RunFailure::None;
     end_text_ = kCaptureEndText;

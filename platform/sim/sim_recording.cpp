@@ -75,6 +75,7 @@ void SimRecording::DeliverFrame(std::int64_t index) {
     End();
     return;
   }
+  if (settings_.most_frames && frames_ >= *settings_.most_frames) return End();
   ScheduleFrame(index + 1);
 }
 

@@ -26,6 +26,8 @@ class SimRecording : public std::enable_shared_from_this<SimRecording> {
     int height = 240;
     std::optional<AudioFormat> audio;
     std::optional<int> limit_seconds;  // nothing: runs until stopped
+    // The run ends once it holds this many frames (the driver's index is full).
+    std::optional<std::int64_t> most_frames;
     // The disk is full once this many frames are written: the next frame's write fails.
     std::optional<std::int64_t> disk_full_at_frame;
   };

@@ -178,6 +178,22 @@ TEST_F(RealCaptureDevicesTest, ExclusiveDriverRunBlocksUntilItsLimitAndKeepsTheS
   EXPECT_EQ(sound.at("channels"), "1");
 }
 
+// The index size is the most frames a run holds: the run ends there, before its time limit.
+TEST_F(RealCaptureDevicesTest, AFullIndexEndsTheRun) {
+  StatusReports reports;
+  auto window = ConnectedWindow(reports);
+  SetUpRun(*window, /*limit_seconds=*/5, /*sound=*/false, /*yield=*/true);
+  CAPTUREPARMS parms;
+  ASSERT_TRUE(window->GetSetup(parms));
+  parms.dwIndexSize = 12;
+  parms.wNumVideoRequested = 2;
+  ASSERT_TRUE(window->SetSetup(parms));
+  ASSERT_TRUE(window->SetCaptureFile(File("indexed.avi")));
+  ASSERT_TRUE(window->StartSequence());
+  ASSERT_TRUE(RunUntil([&] { return reports.ends == 1; }, 3000));
+  EXPECT_EQ(Frames(File("indexed.avi")), 12);
+}
+
 // With fYield 1 the call returns at once and a click on the picture ends the run.
 TEST_F(RealCaptureDevicesTest, ClickOnThePictureAbortsAYieldingRun) {
   StatusReports reports;
