@@ -16,6 +16,7 @@
 #include <QTabBar>
 #include <QToolBar>
 #include <QToolButton>
+#include <QTreeWidget>
 #include <type_traits>
 #include <vector>
 
@@ -428,6 +429,40 @@ class TabBinding final : public BindingOf<QTabBar, ui::TabStrip> {
   }
 };
 
+// A tree, rebuilt whenever its nodes change; a node shows open where the model opened it.
+class TreeBinding final : public BindingOf<QTreeWidget, ui::TreeView> {
+ public:
+  TreeBinding(ui::TreeView& tree, const Guard& guard, QWidget* parent)
+      : BindingOf(tree, new QTreeWidget(parent), guard) {
+    widget_->setObjectName(Text(tree.Name()));
+    widget_->setHeaderHidden(true);
+    widget_->setMinimumSize(320, 240);
+  }
+  void Refresh() override {
+    std::vector<std::pair<int, std::string>> nodes;
+    for (int number = 1; number <= control_.NodeCount(); ++number)
+      nodes.emplace_back(control_.Node(number).parent, control_.Node(number).text);
+    if (nodes != shown_) Rebuild(std::move(nodes));
+    ShowFlags(*widget_, control_);
+  }
+
+ private:
+  void Rebuild(std::vector<std::pair<int, std::string>> nodes) {
+    widget_->clear();
+    std::vector<QTreeWidgetItem*> items;
+    for (const auto& [parent, text] : nodes) {
+      auto* item =
+          parent == 0 ? new QTreeWidgetItem(widget_) : new QTreeWidgetItem(items[static_cast<std::size_t>(parent - 1)]);
+      item->setText(0, Text(text));
+      items.push_back(item);
+    }
+    for (std::size_t index = 0; index < items.size(); ++index)
+      items[index]->setExpanded(control_.Node(static_cast<int>(index) + 1).expanded);
+    shown_ = std::move(nodes);
+  }
+  std::vector<std::pair<int, std::string>> shown_;
+};
+
 template <class B, class C>
 std::unique_ptr<Binding> Make(C& control, const Guard& guard, QWidget* parent) {
   auto binding = std::make_unique<B>(control, guard, parent);
@@ -437,7 +472,9 @@ std::unique_ptr<Binding> Make(C& control, const Guard& guard, QWidget* parent) {
 
 }  // namespace
 
-bool ShowsAsListBox(const ui::ListControl& list) { return list.Name() == "devices" || list.Name() == "lstDIBList"; }
+bool ShowsAsListBox(const ui::ListControl& list) {
+  return list.Name() == "devices" || list.Name() == "lstDIBList" || list.Name() == "InfoItems";
+}
 
 std::unique_ptr<Binding> BindControl(ui::Control& control, const Guard& guard, QWidget* parent) {
   if (auto* label = dynamic_cast<ui::Label*>(&control)) return Make<LabelBinding>(*label, guard, parent);
@@ -457,6 +494,7 @@ std::unique_ptr<Binding> BindControl(ui::Control& control, const Guard& guard, Q
   if (auto* status = dynamic_cast<ui::StatusBar*>(&control)) return Make<StatusBarBinding>(*status, guard, parent);
   if (auto* picture = dynamic_cast<ui::PictureBox*>(&control)) return Make<PictureBinding>(*picture, guard, parent);
   if (auto* tabs = dynamic_cast<ui::TabStrip*>(&control)) return Make<TabBinding>(*tabs, guard, parent);
+  if (auto* tree = dynamic_cast<ui::TreeView*>(&control)) return Make<TreeBinding>(*tree, guard, parent);
   return nullptr;
 }
 

@@ -12,6 +12,7 @@
 #include <QSpinBox>
 #include <QToolBar>
 #include <QToolButton>
+#include <QTreeWidget>
 #include <stdexcept>
 
 #include "gui/control_bindings.h"
@@ -36,6 +37,7 @@ class Panel : public ui::Window {
   ui::ListControl devices{*this, "devices"};
   ui::RangeControl Seconds{*this, "Seconds"};
   ui::RangeControl Quality{*this, "Quality"};
+  ui::TreeView Tree{*this, "Tree"};
 };
 
 class Bindings : public ::testing::Test {
@@ -92,6 +94,32 @@ TEST_F(Bindings, ModelChangesShowAfterARefresh) {
   RefreshAll();
   EXPECT_EQ(Find<QComboBox>("Choice")->count(), 0);
   EXPECT_FALSE(Find<QToolButton>("record")->isVisibleTo(&host));
+}
+
+// A tree shows every node under its own parent, open where the model opened it, and follows a
+// model that fills it anew.
+TEST_F(Bindings, ATreeShowsItsNodesUnderTheirParents) {
+  const int video = panel.Tree.Add(0, "video", "Video Compressors");
+  const int audio = panel.Tree.Add(0, "audio", "Audio Compressors");
+  const int old = panel.Tree.Add(video, "", "Cinepak");
+  panel.Tree.Add(old, "", "Bits: 32 bits");
+  panel.Tree.Add(audio, "", "PCM");
+  panel.Tree.Node(video).expanded = true;
+  RefreshAll();
+  auto* tree = Find<QTreeWidget>("Tree");
+  ASSERT_EQ(tree->topLevelItemCount(), 2);
+  QTreeWidgetItem* shown_video = tree->topLevelItem(0);
+  EXPECT_TRUE(shown_video->isExpanded());
+  EXPECT_FALSE(tree->topLevelItem(1)->isExpanded());
+  ASSERT_EQ(shown_video->childCount(), 1);
+  EXPECT_EQ(shown_video->child(0)->child(0)->text(0), "Bits: 32 bits");
+  EXPECT_EQ(tree->topLevelItem(1)->child(0)->text(0), "PCM");
+
+  panel.Tree.Clear();
+  panel.Tree.Add(0, "video", "Video Compressors");
+  RefreshAll();
+  EXPECT_EQ(tree->topLevelItemCount(), 1);
+  EXPECT_EQ(tree->topLevelItem(0)->childCount(), 0);
 }
 
 TEST_F(Bindings, TheOperatorsInputReachesTheHandlers) {

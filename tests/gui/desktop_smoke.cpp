@@ -2,6 +2,8 @@
 // with Rec/Stop, then a JPEG from the picture server on a port the system picks. --end-on-request:
 // a termination request ends the run as Stop does and saves the set-up. --series: numbered JPEGs
 // on the timer from the mode bar, and an upload to a silent server that the abort button ends.
+// --capture-windows: the compressor tree, the advanced settings, the compressor choice and the
+// other information, each opened as the operator opens it and closed again.
 // Each window on the way is photographed into the screenshots folder.
 
 #include <arpa/inet.h>
@@ -37,6 +39,7 @@
 #include <utility>
 
 #include "apps/zandrell/program_parts.h"
+#include "capture/codec_windows.h"
 #include "capture/video_screen.h"
 #include "core/main_menus.h"
 #include "gui/desktop_toolkit.h"
@@ -84,8 +87,13 @@ sockaddr_in Loopback(int port) {
 // The operator: each tick does the next thing the screen allows.
 class Operator {
  public:
-  Operator(zr::ProgramParts& parts, std::string screenshots, zr::gui::DesktopToolkit* end_on_request, bool series)
-      : parts_(parts), screenshots_(std::move(screenshots)), end_on_request_(end_on_request), series_(series) {
+  Operator(zr::ProgramParts& parts, std::string screenshots, zr::gui::DesktopToolkit* end_on_request, bool series,
+           bool capture_windows = false)
+      : parts_(parts),
+        screenshots_(std::move(screenshots)),
+        end_on_request_(end_on_request),
+        series_(series),
+        capture_windows_(capture_windows) {
     std::filesystem::create_directories(screenshots_);
     clock_.start();
     QObject::connect(&tick_, &QTimer::timeout, [this] { Act(); });
@@ -151,6 +159,7 @@ class Operator {
   void WaitForLiveVideo() {
     if (!parts_.devices.LatestPicture()) return;
     if (series_) return StartSeries();
+    if (capture_windows_) return Next(&Operator::ShowCaptureWindows);
     auto* seconds = FindWidget<QSpinBox>("MovieSecondsControl");
     auto* minutes = FindWidget<QSpinBox>("MovieMinutesControl");
     auto* unlimited = FindWidget<QCheckBox>("MovieDisableLimit");
@@ -272,6 +281,43 @@ class Operator {
       Next(&Operator::Quit);
   }
 
+  // Each window from its menu entry (the compressor choice as the capture window opens it for a
+  // device of the control kind), photographed with what it shows, then closed by its own
+  // button or the close box.
+  void ShowCaptureWindows() {
+    using namespace zr;
+    struct Shown {
+      const char* window;
+      std::function<void()> open;
+      const char* close;  // the button that closes it; none: the close box
+    };
+    auto& program = parts_.program;
+    const Shown windows[] = {
+        {"codecs", [this] { ChooseFromMenus(MainWindow().VideoMenu(video_menu::kVideoCodecs)); }, nullptr},
+        {"VideoSettings", [this] { ChooseFromMenus(MainWindow().VideoMenu(video_menu::kAdvancedSettings)); },
+         "Command1"},
+        {"VideoCODEC", [&program] { program.SlotOf<VideoCodec>().ShowModal(program.services.loop); }, nullptr},
+        {"OtherInfo", [this] { ChooseFromMenus(MainWindow().EditMenu(edit_menu::kOtherInformation)); }, nullptr},
+    };
+    if (shown_windows_ == std::size(windows)) return Next(&Operator::Quit);
+    const Shown& next = windows[shown_windows_];
+    QWidget* window = FindWidget(next.window);
+    if (!window) {
+      if (Once(next.window)) Later(FindWidget("Master"), next.open);
+      return;
+    }
+    const std::string picture = std::string(next.window) + ".png";
+    if (Done(picture.c_str())) return;  // closing
+    if (Elapsed() < 500) return;        // the face lays itself out first
+    Screenshot(window, picture.c_str());
+    if (next.close)
+      Click(FindWidget(next.close));
+    else
+      window->close();
+    ++shown_windows_;
+    Next(&Operator::ShowCaptureWindows);
+  }
+
   // A port on 127.0.0.1 below 32768 that takes connections and never says a word; 0 for none.
   int ListenWithoutAnswering() {
     for (int port = 29000; port < 29100; ++port) {
@@ -344,8 +390,11 @@ class Operator {
   bool Once(const char* what) { return done_.insert(what).second; }
 
   // The entry of the menu bar's File menu, as the operator picks it.
-  void ChooseFromFileMenu(int index) {
-    const QString caption = QString::fromStdString(MainWindow().FileMenu(index).Caption);
+  void ChooseFromFileMenu(int index) { ChooseFromMenus(MainWindow().FileMenu(index)); }
+
+  // The entry of the menu bar with the model entry's caption.
+  void ChooseFromMenus(const zr::ui::Menu& model) {
+    const QString caption = QString::fromStdString(model.Caption);
     for (QAction* menu : FindWidget("Master")->findChild<QMenuBar*>()->actions())
       for (QAction* entry : menu->menu()->actions())
         if (entry->text() == caption) entry->trigger();
@@ -357,6 +406,8 @@ class Operator {
   std::string screenshots_;
   zr::gui::DesktopToolkit* end_on_request_;  // asked to end the program once
   const bool series_;
+  const bool capture_windows_;
+  std::size_t shown_windows_ = 0;  // of the capture windows, photographed and closed
   static constexpr const char* kMenus[] = {"effects_menu.png", "joystick_menu.png"};
   int menus_ = 0;           // how many of them were asked for
   int silent_socket_ = -1;  // the server that never answers
@@ -390,10 +441,13 @@ int main(int argc, char** argv) {
       zr::platform::linux_impl::ProbeVideoDevices(), zr::platform::linux_impl::ProbeAudioDevices());
   const std::string mode = argc > 1 ? argv[1] : "";
   const bool end_on_request = mode == "--end-on-request";
-  Operator operator_(parts, ZR_SCREENSHOT_DIR, end_on_request ? toolkit.get() : nullptr, mode == "--series");
+  Operator operator_(parts, ZR_SCREENSHOT_DIR, end_on_request ? toolkit.get() : nullptr, mode == "--series",
+                     mode == "--capture-windows");
   toolkit->Run(parts.program, parts.LiveVideo());
   if (!operator_.failure.empty()) return Failed(operator_.failure.c_str());
-  if (mode == "--series") {
+  if (mode == "--capture-windows") {
+    // Nothing is recorded: the windows were photographed on the way.
+  } else if (mode == "--series") {
     // The series stored numbered JPEGs from 000001 beside the capture file's name.
     for (const char* name : {"capture000001.jpg", "capture000002.jpg"})
       if (!std::filesystem::is_regular_file(folder / name)) return Failed("the series did not store its pictures");
