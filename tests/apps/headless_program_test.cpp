@@ -310,8 +310,9 @@ TEST_F(HeadlessProgramTest, ABrowserShowsTheLivePictureOnTheShippedPage) {
       << "ffmpeg -v error -y -i '" << shot << "' -f rawvideo -pix_fmt rgb24 shot.rgb\n"
       << "kill -TERM $pid; wait $pid; echo \"exit=$?\"\n";
   EXPECT_EQ(ExitOf(RunCommand("bash '" + File("browse.sh") + "' 2>&1")), 143) << output_;
-  // The page the program folder was given, from beside the program.
+  // The page and the catalogue the program folder was given, from beside the program.
   EXPECT_TRUE(fs::exists(folder_ / "app" / "webshare.html"));
+  EXPECT_TRUE(fs::exists(folder_ / "app" / "codec.zr"));
   std::ifstream raw(File("shot.rgb"), std::ios::binary);
   const std::string pixels((std::istreambuf_iterator<char>(raw)), {});
   ASSERT_EQ(pixels.size(), 800u * 700u * 3u) << output_;
