@@ -1,5 +1,9 @@
 #include "capture/codec_windows.h"
 
+#include <algorithm>
+#include <string>
+#include <string_view>
+
 #include "base/formatting.h"
 #include "base/program_error.h"
 #include "capture/codec_catalogue.h"
@@ -15,6 +19,14 @@ namespace {
 
 // An old system's driver list is a small text; anything larger is not one.
 constexpr std::size_t kLargestSystemIniBytes = 1 << 20;
+
+// The next line of `rest`, which then begins behind its line end (CR, LF or CR LF).
+std::string_view TakeLine(std::string_view& rest) {
+  const std::size_t end = std::min(rest.find_first_of("\r\n"), rest.size());
+  const std::string_view line = rest.substr(0, end);
+  rest.remove_prefix(std::min(end + (rest.substr(end, 2) == "\r\n" ? 2 : 1), rest.size()));
+  return line;
+}
 
 }  // namespace
 
@@ -53,15 +65,13 @@ void Codecs::ShowSystemIniCompressors(int video_root) {
   std::string bits;
   std::string_view rest = ini.text;
   while (!rest.empty()) {
-    const std::size_t end = std::min(rest.find_first_of("\r\n"), rest.size());
-    const std::string line = UpperCase(rest.substr(0, end));
-    const std::string_view original = rest.substr(0, end);
-    rest.remove_prefix(std::min(end + (rest.substr(end, 2) == "\r\n" ? 2 : 1), rest.size()));
-    if (line.starts_with("[DRIVERS]")) bits = "16";
-    if (line.starts_with("[DRIVERS32]")) bits = "32";
-    if (!line.starts_with("VIDC")) continue;
-    const std::string code(original.substr(std::min<std::size_t>(5, original.size()), 4));
-    const std::string file(original.substr(std::min<std::size_t>(10, original.size())));
+    const std::string_view line = TakeLine(rest);
+    const std::string upper = UpperCase(line);
+    if (upper.starts_with("[DRIVERS]")) bits = "16";
+    if (upper.starts_with("[DRIVERS32]")) bits = "32";
+    if (!upper.starts_with("VIDC")) continue;
+    const std::string code(line.substr(std::min<std::size_t>(5, line.size()), 4));
+    const std::string file(line.substr(std::min<std::size_t>(10, line.size())));
     const int node = Tree.Add(video_root, "", CodecDescription(program_, code));
     Tree.Add(node, "", "Bits: " + bits + " bits");
     Tree.Add(node, "", "Signature: " + code);

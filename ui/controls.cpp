@@ -430,11 +430,6 @@ int TreeView::Add(int parent, std::string key, std::string text) {
   return NodeCount();
 }
 
-int TreeView::Find(std::string_view key) const {
-  const auto found = std::find_if(nodes_.begin(), nodes_.end(), [&](const TreeNode& node) { return node.key == key; });
-  return found == nodes_.end() ? 0 : static_cast<int>(found - nodes_.begin()) + 1;
-}
-
 TreeNode& TreeView::Node(int number) {
   if (number < 1 || number > NodeCount()) throw std::out_of_range("a tree has no node " + std::to_string(number));
   return nodes_[static_cast<std::size_t>(number - 1)];
@@ -442,10 +437,12 @@ TreeNode& TreeView::Node(int number) {
 
 std::optional<Value> TreeView::Get(std::string_view property, std::optional<int> element) const {
   if (property == "Nodes") return Number(NodeCount());
-  if (property != "Node" && property != "Parent" && property != "Expanded") return Control::Get(property, element);
+  if (property != "Node" && property != "Key" && property != "Parent" && property != "Expanded")
+    return Control::Get(property, element);
   if (!element || *element < 1 || *element > NodeCount()) return std::nullopt;
   const TreeNode& node = nodes_[static_cast<std::size_t>(*element - 1)];
   if (property == "Node") return Value{node.text};
+  if (property == "Key") return Value{node.key};
   if (property == "Parent") return Number(node.parent);
   return Value{node.expanded};
 }

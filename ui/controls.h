@@ -269,15 +269,13 @@ struct TreeNode {
 };
 
 // A tree of keyed nodes, numbered from 1 in the order they were added. Properties: Nodes (the
-// count), Node(i) (the text of node i), Parent(i) (its parent's number) and Expanded(i).
+// count), Node(i) (the text of node i), Key(i), Parent(i) (its parent's number) and Expanded(i).
 class TreeView : public Control {
  public:
   using Control::Control;
   // Adds a node under node `parent` (0: a root) and gives its number.
   int Add(int parent, std::string key, std::string text);
   void Clear() { nodes_.clear(); }
-  // The number of the node with this key; 0 when no node has it.
-  int Find(std::string_view key) const;
   TreeNode& Node(int number);  // fails loudly on a number the tree has not
   int NodeCount() const { return static_cast<int>(nodes_.size()); }
   std::optional<Value> Get(std::string_view property, std::optional<int> element) const override;
