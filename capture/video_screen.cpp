@@ -13,6 +13,7 @@
 #include "core/main_window.h"
 #include "core/settings_keys.h"
 #include "core/window_registry.h"
+#include "movie/avi_builder_panel.h"
 
 namespace zr {
 
@@ -35,6 +36,10 @@ VideoScreen::VideoScreen(Program& program)
   wdmX.Visible = false;
   WDMStatus.OnTimer = [this] { WDMStatus_Timer(); };
   control_->SetEventSink(this);
+}
+
+void VideoScreen::Load() {
+  if (auto* builder = dynamic_cast<AviBuilderPanel*>(program_.IfLoaded<MainWindow>())) builder->FillCompressorList();
 }
 
 VideoScreen::~VideoScreen() {

@@ -35,6 +35,9 @@ class VideoScreen : public ui::Window, public MotionSurface, private platform::C
   ui::StatusBar StatusBar{*this, "StatusBar"};
   ui::Toolbar Mastertoolbar{*this, "Mastertoolbar"};
 
+  // Fills the AVI builder's compressor list, which it keeps for built movies.
+  void Load() override;
+
   // ---- public methods, in the order of the class
   void Disconnect();
   void RefreshWindow();

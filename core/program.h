@@ -15,6 +15,7 @@
 #include "platform/event_loop.h"
 #include "platform/ftp.h"
 #include "platform/joystick.h"
+#include "platform/movie_build.h"
 #include "platform/movie_file.h"
 #include "platform/picture_server.h"
 #include "platform/services.h"
@@ -39,6 +40,7 @@ struct Services {
   platform::Joystick& joystick;
   platform::Ftp& ftp;
   platform::PictureServer& picture_server;
+  platform::MovieBuilder& movie_builder;
 };
 
 // The application title: the root of the window settings and the title of message boxes.

@@ -1,13 +1,19 @@
 #include "gui/qt_services.h"
 
 #include <QClipboard>
+#include <QComboBox>
 #include <QCursor>
+#include <QDialog>
+#include <QDialogButtonBox>
 #include <QFileDialog>
+#include <QFormLayout>
 #include <QGuiApplication>
 #include <QInputDialog>
+#include <QLabel>
 #include <QMenu>
 #include <QMessageBox>
 #include <QPushButton>
+#include <QSpinBox>
 #include <utility>
 #include <vector>
 
@@ -126,6 +132,50 @@ std::optional<std::vector<std::string>> QtDialogs::FileDialog(const platform::Fi
   std::vector<std::string> paths;
   for (const QString& path : chosen) paths.push_back(path.toStdString());
   return paths;
+}
+
+// A list of the compressors and the setting of the one chosen; each compressor keeps the value
+// given to it while the dialog is open.
+std::optional<platform::CompressionChoice> QtDialogs::CompressionOptions(
+    const platform::CompressionOptionsRequest& request) {
+  if (request.compressors.empty()) return std::nullopt;
+  QDialog dialog(parent_);
+  dialog.setWindowTitle("Video Compression");
+  auto* form = new QFormLayout(&dialog);
+  auto* compressors = new QComboBox(&dialog);
+  for (const auto& compressor : request.compressors) compressors->addItem(Text(compressor.name));
+  auto* setting = new QSpinBox(&dialog);
+  form->addRow("Compressor:", compressors);
+  form->addRow("Setting:", setting);
+  auto* buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel, &dialog);
+  form->addRow(buttons);
+  QObject::connect(buttons, &QDialogButtonBox::accepted, &dialog, &QDialog::accept);
+  QObject::connect(buttons, &QDialogButtonBox::rejected, &dialog, &QDialog::reject);
+
+  std::vector<int> values;
+  for (const auto& compressor : request.compressors) values.push_back(compressor.default_value);
+  const auto show = [&](int index) {
+    const auto& compressor = request.compressors.at(static_cast<std::size_t>(index));
+    const bool has_setting = compressor.setting != platform::CompressorSettingKind::None;
+    auto* label = qobject_cast<QLabel*>(form->labelForField(setting));
+    if (label)
+      label->setText(compressor.setting == platform::CompressorSettingKind::BitRate ? "Bit rate (kbit/s):"
+                                                                                    : "Quality:");
+    setting->setEnabled(has_setting);
+    setting->setRange(compressor.minimum, compressor.maximum);
+    setting->setValue(values[static_cast<std::size_t>(index)]);
+  };
+  QObject::connect(setting, &QSpinBox::valueChanged, &dialog, [&](int value) {
+    const int index = compressors->currentIndex();
+    if (request.compressors.at(static_cast<std::size_t>(index)).setting != platform::CompressorSettingKind::None)
+      values[static_cast<std::size_t>(index)] = value;
+  });
+  QObject::connect(compressors, &QComboBox::currentIndexChanged, &dialog, show);
+  compressors->setCurrentIndex(request.selected);
+  show(request.selected);
+  if (dialog.exec() != QDialog::Accepted) return std::nullopt;
+  const int chosen = compressors->currentIndex();
+  return platform::CompressionChoice{chosen, values[static_cast<std::size_t>(chosen)]};
 }
 
 QString ToolkitFileFilter(const std::string& filter) {

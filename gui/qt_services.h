@@ -18,6 +18,8 @@ class QtDialogs final : public platform::Dialogs {
   std::optional<std::vector<std::string>> FileDialog(const platform::FileDialogRequest& request) override;
   // Pops the menu up at the mouse pointer.
   std::optional<int> PopupMenu(const std::vector<platform::PopupMenuEntry>& entries) override;
+  std::optional<platform::CompressionChoice> CompressionOptions(
+      const platform::CompressionOptionsRequest& request) override;
 
  private:
   QWidget* parent_ = nullptr;

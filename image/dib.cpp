@@ -1,8 +1,10 @@
 #include "image/dib.h"
 
+#include <climits>
 #include <cstring>
 #include <fstream>
 
+#include "image/picture_limits.h"
 #include "platform/regular_file.h"
 
 namespace zr {
@@ -76,6 +78,69 @@ bool cDib::WriteToFile(const std::string& name) const {
   Write(file, info_.data(), info_.size());
   Write(file, bits_.data(), bits_.size());
   return static_cast<bool>(file);
+}
+
+namespace {
+
+constexpr std::uint32_t kUncompressedBits = 0;
+
+// Pixel x of a stored row of `bits` per pixel, as blue, green, red.
+void StoredPixel(const cDib& dib, const std::uint8_t* row, int x, int bits, std::uint8_t* out) {
+  if (bits >= 24) {
+    std::memcpy(out, row + x * (bits / 8), 3);
+    return;
+  }
+  if (bits == 16) {
+    const unsigned word = GetLittleEndian(row + 2 * x, 2);
+    for (int channel = 0; channel < 3; ++channel) {
+      const unsigned five = (word >> (5 * channel)) & 31U;
+      out[channel] = static_cast<std::uint8_t>((five << 3) | (five >> 2));
+    }
+    return;
+  }
+  const int per_byte = 8 / bits;
+  const unsigned shift = static_cast<unsigned>(bits * (per_byte - 1 - x % per_byte));
+  const unsigned entry = (row[x / per_byte] >> shift) & ((1U << bits) - 1U);
+  const std::size_t at = dib.SizeInfoHeader() + 4 * std::size_t{entry};
+  if (at + 3 <= dib.SizeBitmapInfo())
+    std::memcpy(out, dib.PointerToBitmapInfo() + at, 3);
+  else
+    std::memset(out, 0, 3);
+}
+
+}  // namespace
+
+std::optional<platform::FrameView> MovieFrameOf(const cDib& dib, platform::Picture& converted) {
+  const int bits = dib.BitCount();
+  const std::int32_t width = dib.Width();
+  const std::int32_t signed_height = dib.Height();
+  const bool known = bits == 1 || bits == 4 || bits == 8 || bits == 16 || bits == 24 || bits == 32;
+  if (!known || dib.Compression() != kUncompressedBits || signed_height == INT32_MIN) return std::nullopt;
+  const int height = signed_height < 0 ? -signed_height : signed_height;
+  if (width <= 0 || height == 0 || width > kMaxPictureSide || height > kMaxPictureSide) return std::nullopt;
+  const std::size_t stored_stride = (static_cast<std::size_t>(width) * static_cast<std::size_t>(bits) + 31) / 32 * 4;
+  if (dib.BitsSize() < stored_stride * static_cast<std::size_t>(height)) return std::nullopt;
+  if (bits == 24 && signed_height > 0)
+    return platform::FrameView{width, height, platform::Picture::StrideFor(width), dib.PointerToBits()};
+  if (converted.width != width || converted.height != height) converted = platform::Picture::Blank(width, height);
+  for (int row = 0; row < height; ++row) {
+    const std::uint8_t* stored = dib.PointerToBits() + stored_stride * static_cast<std::size_t>(row);
+    const int from_top = signed_height < 0 ? row : height - 1 - row;
+    std::uint8_t* out = converted.PixelFromTop(0, from_top);
+    for (int x = 0; x < width; ++x) StoredPixel(dib, stored, x, bits, out + 3 * x);
+  }
+  return converted.View();
+}
+
+Result<std::optional<platform::FrameView>> WriteBitmapFrame(platform::MovieWriter& writer, const cDib* loaded,
+                                                            int width, int height, platform::Picture& converted) {
+  const auto frame = loaded ? MovieFrameOf(*loaded, converted) : std::nullopt;
+  if (frame && frame->width == width && frame->height == height) {
+    if (auto written = writer.WriteVideoFrame(*frame); !written) return written.error();
+    return frame;
+  }
+  if (auto repeated = writer.RepeatLastFrame(); !repeated) return repeated.error();
+  return std::optional<platform::FrameView>();
 }
 
 }  // namespace zr

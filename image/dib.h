@@ -5,8 +5,13 @@
 
 #include <array>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
+
+#include "base/result.h"
+#include "platform/movie_file.h"
+#include "platform/picture.h"
 
 namespace zr {
 
@@ -50,6 +55,7 @@ class cDib {
   std::uint32_t BitOffset() const { return FileField(10, 4); }
 
   const std::uint8_t* PointerToBits() const { return bits_.data(); }
+  std::size_t BitsSize() const { return bits_.size(); }
   const std::uint8_t* PointerToBitmapInfo() const { return info_.data(); }
   std::size_t SizeBitmapInfo() const { return info_.size(); }
 
@@ -62,5 +68,17 @@ class cDib {
   std::vector<std::uint8_t> bits_;
   std::vector<std::uint8_t> info_;  // the information header and its palette
 };
+
+// The picture of a bitmap as a movie frame, 24-bit BGR bottom row first. Uncompressed 24-bit
+// bottom-up bits are viewed where they stand; 1, 4 and 8-bit bits with their palette, 16-bit
+// (5-5-5) and 32-bit bits, and top-down rows, are converted into `converted`. Nothing for other
+// layouts or for bits shorter than the rows need.
+std::optional<platform::FrameView> MovieFrameOf(const cDib& dib, platform::Picture& converted);
+
+// Writes the bitmap as the next frame of a movie `width` by `height`. A bitmap that was not
+// loaded (null), or whose picture cannot be a frame of that size, gives the last frame once
+// more. The frame written, or nothing for a repeat.
+Result<std::optional<platform::FrameView>> WriteBitmapFrame(platform::MovieWriter& writer, const cDib* loaded,
+                                                            int width, int height, platform::Picture& converted);
 
 }  // namespace zr

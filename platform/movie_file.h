@@ -11,6 +11,7 @@
 #include <optional>
 #include <span>
 #include <string>
+#include <vector>
 
 #include "base/result.h"
 
@@ -73,6 +74,30 @@ class MovieWriter {
   virtual Result<void> Close() = 0;
 };
 
+// The one setting a compressor's configuration offers.
+enum class CompressorSettingKind { None, Quality, BitRate };
+
+// A compressor movies can be written with: its name as lists show it, its codec, and its
+// setting's range and first value (all 0 for a compressor without a setting).
+struct VideoCompressor {
+  std::string name;
+  VideoCodec codec = VideoCodec::Uncompressed;
+  CompressorSettingKind setting = CompressorSettingKind::None;
+  int minimum = 0;
+  int maximum = 0;
+  int default_value = 0;
+};
+
+// The codec fields of a movie written with `compressor` at setting `value`: codec, quality or
+// bit rate. The size, rate and sound are the movie's own.
+inline MovieFormat CodecFieldsOf(const VideoCompressor& compressor, int value) {
+  MovieFormat format;
+  format.codec = compressor.codec;
+  if (compressor.setting == CompressorSettingKind::Quality) format.quality = value;
+  if (compressor.setting == CompressorSettingKind::BitRate) format.bit_rate_kbps = value;
+  return format;
+}
+
 struct MovieInfo {
   std::int64_t frame_count = 0;
   int width = 0;
@@ -88,6 +113,8 @@ class MovieFiles {
   virtual ~MovieFiles() = default;
   virtual Result<std::unique_ptr<MovieWriter>> OpenWriter(const std::string& path, const MovieFormat& format) = 0;
   virtual Result<MovieInfo> ReadInfo(const std::string& path) = 0;
+  // The compressors this machine can write movies with, in the order lists show them.
+  virtual std::vector<VideoCompressor> VideoCompressors() = 0;
 };
 
 }  // namespace zr::platform

@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <vector>
 
 #include "platform/movie_file.h"
@@ -32,6 +33,15 @@ struct Picture {
   std::uint8_t* PixelFromTop(int x, int y) { return bottom_up_bgr.data() + OffsetFromTop(x, y); }
   const std::uint8_t* PixelFromTop(int x, int y) const { return bottom_up_bgr.data() + OffsetFromTop(x, y); }
   FrameView View() const { return FrameView{width, height, Stride(), bottom_up_bgr.data()}; }
+  // A copy of the frame's picture, its rows padded as a picture's are.
+  static Picture CopyOf(const FrameView& frame) {
+    Picture picture = Blank(frame.width, frame.height);
+    const auto row_bytes = static_cast<std::size_t>(frame.width) * 3;
+    for (int row = 0; row < frame.height; ++row)
+      std::memcpy(picture.bottom_up_bgr.data() + std::ptrdiff_t{row} * picture.Stride(),
+                  frame.bottom_up_bgr + std::ptrdiff_t{row} * frame.stride_bytes, row_bytes);
+    return picture;
+  }
 
  private:
   // Where pixel (x, y), y counted from the top, lies in the bytes; rows are counted from the

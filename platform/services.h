@@ -48,6 +48,19 @@ struct PopupMenuEntry {
   bool checked = false;
 };
 
+// The compression options of a movie about to be written: the compressors to choose from, each
+// with its setting at `default_value`, and the one chosen at first.
+struct CompressionOptionsRequest {
+  std::vector<VideoCompressor> compressors;
+  int selected = 0;
+};
+
+// The compressor chosen (an index into the request's list) and its setting's value.
+struct CompressionChoice {
+  int compressor = 0;
+  int value = 0;
+};
+
 class Dialogs {
  public:
   virtual ~Dialogs() = default;
@@ -58,6 +71,8 @@ class Dialogs {
   virtual std::optional<std::vector<std::string>> FileDialog(const FileDialogRequest& request) = 0;
   // The index of the chosen entry; nothing when the menu closed without a choice.
   virtual std::optional<int> PopupMenu(const std::vector<PopupMenuEntry>& entries) = 0;
+  // Nothing when the operator cancelled.
+  virtual std::optional<CompressionChoice> CompressionOptions(const CompressionOptionsRequest& request) = 0;
 };
 
 // ---- Clipboard

@@ -14,6 +14,7 @@
 #include "platform/sim/sim_event_loop.h"
 #include "platform/sim/sim_ftp.h"
 #include "platform/sim/sim_joystick.h"
+#include "platform/sim/sim_movie_builder.h"
 #include "platform/sim/sim_picture_server.h"
 #include "platform/sim/sim_services.h"
 
@@ -44,6 +45,7 @@ class World final : private platform::sim::InputSource {
   platform::sim::SimJoystick joystick{loop};
   platform::sim::SimFtpServer ftp{loop};
   platform::sim::SimPictureServer picture_server{loop};
+  platform::sim::SimMovieBuilder movie_builder{loop, movies};
 
   // The program; made by Start, ended by a later Start or by the world's end.
   Program& program() { return *program_; }

@@ -22,6 +22,7 @@
 #include "platform/linux/ini_settings_store.h"
 #include "platform/linux/linux_desktop.h"
 #include "platform/linux/socket_picture_server.h"
+#include "platform/linux/threaded_movie_builder.h"
 
 namespace zr {
 
@@ -54,9 +55,11 @@ struct ProgramParts {
                                                     ReadSetting(settings, settings::JoystickDevice))),
         ftp(loop, links),
         picture_server(loop, descriptors),
-        program(Services{loop, dialogs, clipboard, settings, files, clock, desktop, movies, *drivers,
-                         [this] { return devices.MakeCaptureControl(); }, *joystick, ftp, picture_server},
-                start.app_path) {
+        movie_builder(loop, movies),
+        program(
+            Services{loop, dialogs, clipboard, settings, files, clock, desktop, movies, *drivers,
+                     [this] { return devices.MakeCaptureControl(); }, *joystick, ftp, picture_server, movie_builder},
+            start.app_path) {
     program.CommandLine = start.command_line;
     program.HomeFolder = start.home_folder;
     program.language = start.language;
@@ -81,6 +84,7 @@ struct ProgramParts {
   platform::linux_impl::NetworkManagerLinks links;
   platform::linux_impl::SocketFtp ftp;
   platform::linux_impl::SocketPictureServer picture_server;
+  platform::linux_impl::ThreadedMovieBuilder movie_builder;
   Program program;
 };
 

@@ -82,14 +82,7 @@ Result<void> CompressorSettings::SetValue(int index, int value) {
   return {};
 }
 
-MovieFormat CompressorSettings::MovieFormatOf(int index) const {
-  const VideoCompressor& compressor = At(index);
-  MovieFormat format;
-  format.codec = compressor.codec;
-  if (compressor.setting == CompressorSettingKind::Quality) format.quality = Value(index);
-  if (compressor.setting == CompressorSettingKind::BitRate) format.bit_rate_kbps = Value(index);
-  return format;
-}
+MovieFormat CompressorSettings::MovieFormatOf(int index) const { return CodecFieldsOf(At(index), Value(index)); }
 
 Result<void> CompressorSettings::SetControlCompressor(int index) {
   if (auto checked = CheckIndex(index, "SetControlCompressor"); !checked) return checked;

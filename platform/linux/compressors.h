@@ -24,16 +24,8 @@
 
 namespace zr::platform::linux_impl {
 
-enum class CompressorSettingKind { None, Quality, BitRate };
-
-struct VideoCompressor {
-  std::string name;  // as the list shows it
-  VideoCodec codec = VideoCodec::Uncompressed;
-  CompressorSettingKind setting = CompressorSettingKind::None;
-  int minimum = 0;  // the setting's range and first value; 0 for None
-  int maximum = 0;
-  int default_value = 0;
-};
+using platform::CompressorSettingKind;
+using platform::VideoCompressor;
 
 // Every video compressor the program knows, in the list's order.
 const std::vector<VideoCompressor>& KnownVideoCompressors();

@@ -19,6 +19,7 @@ extern "C" {
 }
 
 #include "image/jpeg_codec.h"
+#include "platform/linux/compressors.h"
 #include "platform/linux/ffmpeg_handles.h"
 #include "platform/linux/movie_output_file.h"
 
@@ -736,6 +737,8 @@ Result<std::unique_ptr<MovieWriter>> FfmpegMovieFiles::OpenWriter(const std::str
 bool FfmpegMovieFiles::CanEncode(VideoCodec codec) {
   return avcodec_find_encoder_by_name(ChooseEncoder(codec).encoder) != nullptr;
 }
+
+std::vector<VideoCompressor> FfmpegMovieFiles::VideoCompressors() { return AvailableVideoCompressors(); }
 
 Result<MovieInfo> FfmpegMovieFiles::ReadInfo(const std::string& path) {
   auto input = OpenAviInput(path);

@@ -50,6 +50,7 @@ class FfmpegMovieFiles final : public MovieFiles {
  public:
   Result<std::unique_ptr<MovieWriter>> OpenWriter(const std::string& path, const MovieFormat& format) override;
   Result<MovieInfo> ReadInfo(const std::string& path) override;
+  std::vector<VideoCompressor> VideoCompressors() override;
 
   // Whether this machine's FFmpeg has the encoder the codec is written with.
   static bool CanEncode(VideoCodec codec);

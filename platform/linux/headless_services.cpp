@@ -61,4 +61,11 @@ std::optional<std::vector<std::string>> TerminalDialogs::FileDialog(const FileDi
   return std::nullopt;
 }
 
+std::optional<CompressionChoice> TerminalDialogs::CompressionOptions(const CompressionOptionsRequest& request) {
+  if (request.compressors.empty()) return std::nullopt;
+  const auto& shown = request.compressors.at(static_cast<std::size_t>(request.selected));
+  out_ << "Compressor: " << shown.name << "\n";
+  return CompressionChoice{request.selected, shown.default_value};
+}
+
 }  // namespace zr::platform::linux_impl

@@ -30,7 +30,8 @@ class StatvfsFileSystem final : public FileSystem {
 // A message goes to the terminal with its title and is answered with the box's first button
 // (OK, Yes, Abort, Retry): whoever started a headless run asked for what it does, so a question
 // such as replacing the file named on the command line is answered as going ahead. An input box
-// keeps its proposed text; a file dialog is cancelled.
+// keeps its proposed text; a file dialog is cancelled; the compression options are taken as
+// they are offered, and the compressor is told.
 class TerminalDialogs final : public Dialogs {
  public:
   explicit TerminalDialogs(std::ostream& out) : out_(out) {}
@@ -39,6 +40,7 @@ class TerminalDialogs final : public Dialogs {
   std::optional<std::vector<std::string>> FileDialog(const FileDialogRequest& request) override;
   // Without a window there is no place to pop a menu up: it closes without a choice.
   std::optional<int> PopupMenu(const std::vector<PopupMenuEntry>&) override { return std::nullopt; }
+  std::optional<CompressionChoice> CompressionOptions(const CompressionOptionsRequest& request) override;
 
  private:
   std::ostream& out_;

@@ -88,6 +88,12 @@ bool SimDialogs::CompressionOptions() {
   return accept;
 }
 
+std::optional<CompressionChoice> SimDialogs::CompressionOptions(const CompressionOptionsRequest& request) {
+  if (!CompressionOptions() || request.compressors.empty()) return std::nullopt;
+  const auto& shown = request.compressors.at(static_cast<std::size_t>(request.selected));
+  return CompressionChoice{request.selected, shown.default_value};
+}
+
 std::string SimSettingsStore::Get(const std::string& application, const std::string& section, const std::string& key,
                                   const std::string& default_value) {
   return Find(application, section, key).value_or(default_value);

@@ -49,6 +49,8 @@ class SimDialogs : public Dialogs {
   // oldest queued answer, true to accept; with none queued it is accepted as it stands. No
   // expectation checks it, so it is recorded as checked.
   bool CompressionOptions();
+  // The same dialog offering a list: accepted, it keeps the choice it was shown with.
+  std::optional<CompressionChoice> CompressionOptions(const CompressionOptionsRequest& request) override;
 
   std::vector<ShownDialog>& Shown() { return shown_; }
   // Called as each dialog is shown (the runner's --verbose).

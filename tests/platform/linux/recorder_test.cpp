@@ -58,6 +58,7 @@ class FakeMovie final : public MovieFiles {
     return std::unique_ptr<MovieWriter>(std::make_unique<Writer>(*this));
   }
   Result<MovieInfo> ReadInfo(const std::string&) override { return Error{"not kept", "fake"}; }
+  std::vector<VideoCompressor> VideoCompressors() override { return {}; }
 
  private:
   class Writer final : public MovieWriter {
