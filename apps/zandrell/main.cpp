@@ -14,6 +14,7 @@
 
 #include "apps/zandrell/headless_operator.h"
 #include "apps/zandrell/program_parts.h"
+#include "base/formatting.h"
 #include "base/program_error.h"
 #include "capture/video_screen.h"
 #include "core/operating_mode.h"
@@ -51,6 +52,14 @@ void PrintHelp() {
                "  --webshare PORT         without windows: serve the live picture page to browsers on PORT\n"
                "                          (1 to 65535; below 1024 only with the system's leave) from the\n"
                "                          connected device until a signal\n"
+               "  --build-avi OUT.avi --fps N [--codec NAME] FILE... | --folder DIR [--mask MASK]\n"
+               "                          without windows: build the movie OUT.avi from bitmap files, one\n"
+               "                          file a frame, as the AVI builder does: the FILEs in their order,\n"
+               "                          or those of DIR whose names match MASK (default \"*.bmp\"; hidden\n"
+               "                          and read-only files are passed over), at N frames a second (1 to\n"
+               "                          30), with the compressor NAME (default: the DivX-compatible one;\n"
+               "                          a wrong NAME lists them); a file of another size or depth than\n"
+               "                          the first is refused and the movie is built from the rest\n"
                "  --device NAME           the device to connect, as the device chooser lists it,\n"
                "                          e.g. \"Built-in Test Camera (VFW)\" or \"Built-in Test Camera\";\n"
                "                          default: the built-in test camera\n"
@@ -68,7 +77,8 @@ void PrintHelp() {
                "(default 30).\n"
                "Exit status without windows: 0 when the movie was written as asked; 1 when the run ended\n"
                "badly (a full disk, a missing folder, ...: the reason is printed) or wrote no movie; 2 for a\n"
-               "wrong option or a FILE that cannot be a movie.\n"
+               "wrong option or a FILE that cannot be a movie. --build-avi: 0 when every file made a frame;\n"
+               "1 when a file was refused or the movie could not be built (the builder's message is printed).\n"
                "SIGTERM, SIGINT or SIGHUP end a run as Stop does (the movie is closed and plays), save the\n"
                "set-up and end the program with the status 128 + the signal's number; a second one ends\n"
                "it at once.\n";
@@ -93,6 +103,13 @@ struct Options {
   std::string app_path;
   std::string command_line;
   std::optional<zr::Language> language;
+  // --build-avi: the movie, its rate and compressor, and the files or the folder and mask.
+  std::optional<std::string> build_avi;
+  int build_fps = 0;
+  std::string codec;
+  std::vector<std::string> frames;
+  std::string folder;
+  std::string mask = "*.bmp";
 };
 
 const char* Environment(const char* name) {
@@ -110,6 +127,7 @@ std::optional<int> Seconds(const std::string& text) {
 // Nothing when the options cannot be understood (the reason is printed).
 std::optional<Options> ParseOptions(const std::vector<std::string>& arguments) {
   Options options;
+  std::vector<std::string> positional;
   for (std::size_t i = 0; i < arguments.size(); ++i) {
     const std::string& option = arguments[i];
     const bool has_value = i + 1 < arguments.size();
@@ -153,12 +171,40 @@ std::optional<Options> ParseOptions(const std::vector<std::string>& arguments) {
         std::cerr << "zandrell: unknown language " << arguments[i] << " (en, pt, es, fr or de)\n";
         return std::nullopt;
       }
-    } else if (!option.starts_with("--") && options.command_line.empty()) {
-      options.command_line = Absolute(option);
+    } else if (option == "--build-avi" && has_value) {
+      options.build_avi = Absolute(arguments[++i]);
+      options.headless = true;
+    } else if (option == "--fps" && has_value) {
+      const auto rate = Seconds(arguments[++i]);
+      if (!rate || *rate > 30) {
+        std::cerr << "zandrell: --fps wants a rate from 1 to 30, not " << arguments[i] << "\n";
+        return std::nullopt;
+      }
+      options.build_fps = *rate;
+    } else if (option == "--codec" && has_value) {
+      options.codec = arguments[++i];
+    } else if (option == "--folder" && has_value) {
+      options.folder = Absolute(arguments[++i]);
+    } else if (option == "--mask" && has_value) {
+      options.mask = arguments[++i];
+    } else if (!option.starts_with("--")) {
+      positional.push_back(option);
     } else {
       std::cerr << "zandrell: unknown or incomplete option " << option << "\n";
       return std::nullopt;
     }
+  }
+  if (options.build_avi) {
+    for (const auto& file : positional) options.frames.push_back(Absolute(file));
+    if (options.build_fps == 0 || options.frames.empty() == options.folder.empty()) {
+      std::cerr << "zandrell: --build-avi wants --fps and either bitmap files or --folder\n";
+      return std::nullopt;
+    }
+  } else if (positional.size() > 1) {
+    std::cerr << "zandrell: one parameter file at most, not " << positional[1] << "\n";
+    return std::nullopt;
+  } else if (!positional.empty()) {
+    options.command_line = Absolute(positional.front());
   }
   return options;
 }
@@ -294,6 +340,82 @@ ProgramStart StartOf(const Options& options, const std::string& app_path) {
                           zr::DesktopLanguage(Environment("LC_ALL"), Environment("LC_MESSAGES"), Environment("LANG")))};
 }
 
+// The compressor of ImgAviCodec whose name is `name` (any case), or else the first that holds it.
+std::optional<int> CompressorEntry(const zr::ui::ListControl& list, const std::string& name) {
+  const std::string wanted = zr::LowerCase(name);
+  for (const bool whole : {true, false}) {
+    for (int index = 0; index < list.ListCount(); ++index) {
+      const std::string entry = zr::LowerCase(list.Items[static_cast<std::size_t>(index)].text);
+      if (whole ? entry == wanted : entry.find(wanted) != std::string::npos) return index;
+    }
+  }
+  return std::nullopt;
+}
+
+// Builds a movie from bitmap files through the AVI builder of the main window, as an operator
+// would: the files added, the rate and the compressor chosen, the build's progress printed as
+// the preview's caption shows it. A request to end cancels the build; the movie keeps what was
+// written.
+int BuildMovieWithoutWindows(const Options& options, const std::string& app_path) {
+  if (auto usable = MovieOutputFile::CheckName(*options.build_avi); !usable) {
+    std::cerr << "zandrell: " << usable.error().message << "; no movie was built\n";
+    return 2;
+  }
+  PollEventLoop loop;
+  TerminalDialogs dialogs(std::cerr);
+  MemoryClipboard clipboard;
+  ProgramParts parts(loop, loop, [&loop] { loop.Wake(); }, dialogs, clipboard, nullptr, ScreenSize{1920, 1080},
+                     StartOf(options, app_path), {}, {});
+  zr::Program& program = parts.program;
+  // No device is needed: the chooser is closed as it shows.
+  loop.SetOperator([&program] {
+    if (auto* chooser = program.IfLoaded<zr::ChooseDevice>()) chooser->Cancel.Click();
+  });
+  program.Main();
+  auto& master = program.Window<zr::Master>();
+  TerminationWatch watch(loop, nullptr, [&master](int) { master.AVIBuildCancel.Click(); });
+  const auto end = [&](int status) {
+    program.SlotOf<zr::Master>().Unload(zr::ui::UnloadMode::FromCode);
+    return watch.Received() != 0 ? 128 + watch.Received() : status;
+  };
+  if (!options.codec.empty()) {
+    const auto entry = CompressorEntry(master.ImgAviCodec, options.codec);
+    if (!entry) {
+      std::cerr << "zandrell: no compressor \"" << options.codec << "\"; this machine has:\n";
+      for (const auto& item : master.ImgAviCodec.Items) std::cerr << "  " << item.text << "\n";
+      return end(2);
+    }
+    master.ImgAviCodec.ListIndex = *entry;
+  }
+  master.AVIBuildFPS.ListIndex = options.build_fps - 1;
+  if (options.folder.empty())
+    master.AddFiles(options.frames);
+  else
+    master.AddGroup(options.folder.ends_with('/') ? options.folder : options.folder + "/", options.mask);
+  const int frames = master.lstDIBList.ListCount();
+  const bool refused = options.folder.empty() && frames < static_cast<int>(options.frames.size());
+  if (frames == 0) {
+    std::cerr << "zandrell: no bitmap file to build the movie from\n";
+    return end(1);
+  }
+  std::cout << "Building " << *options.build_avi << " from " << frames << " files" << std::endl;
+  std::string said;
+  const auto say_progress = [&] {
+    const zr::ui::Window* preview = program.Slot("MultiImage").LoadedWindow();
+    if (!preview || preview->Caption.get() == said) return;
+    said = preview->Caption.get();
+    std::cout << said << std::endl;
+  };
+  loop.SetOperator(say_progress);
+  const bool built = master.BuildMovie(*options.build_avi);
+  loop.SetOperator(nullptr);
+  say_progress();
+  if (IsFile(*options.build_avi)) ReportMovie(parts.movies, *options.build_avi);
+  if (refused)
+    std::cerr << "zandrell: " << options.frames.size() - static_cast<std::size_t>(frames) << " files were refused\n";
+  return end(built && !refused ? 0 : 1);
+}
+
 int RunWithWindows(zr::gui::DesktopToolkit& toolkit, const Options& options, const std::string& app_path,
                    std::vector<VideoDeviceEntry> video, std::vector<AudioDeviceEntry> audio) {
   ProgramParts parts(
@@ -403,6 +525,7 @@ int main(int argc, char** argv) {
   }
   for (const char* shipped : {"webshare.html", "codec.zr"})
     zr::platform::linux_impl::ProvideProgramFile(executable_folder, app_path, shipped);
+  if (options.build_avi) return BuildMovieWithoutWindows(options, app_path);
   if (!options.headless) {
     if (auto toolkit = zr::gui::DesktopToolkit::Open(argc, argv))
       return RunWithWindows(*toolkit, options, app_path, std::move(video_devices), std::move(audio_devices));
