@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstring>
 #include <deque>
+#include <limits>
 #include <utility>
 #include <vector>
 
@@ -458,7 +459,9 @@ Result<void> AviMovieWriter::AddVideoTrack(const MovieFormat& format) {
                       {},
                       nullptr};
   if (format.codec == VideoCodec::Mjpeg) video_.jpeg = std::make_unique<JpegFrameCoder>(format.quality);
-  frames_per_checkpoint_ = std::max<std::int64_t>(1, std::llround(format.frames_per_second / 2));
+  frames_per_checkpoint_ = format.checkpoints == MovieFormat::Checkpoints::AtClose
+                               ? std::numeric_limits<std::int64_t>::max()
+                               : std::max<std::int64_t>(1, std::llround(format.frames_per_second / 2));
   return {};
 }
 
