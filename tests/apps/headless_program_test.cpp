@@ -5,6 +5,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <cstdio>
 #include <ctime>
 #include <filesystem>
 #include <fstream>
@@ -13,6 +15,7 @@
 #include <utility>
 #include <vector>
 
+#include "image/bmp.h"
 #include "tests/support/local_ftp_server.h"
 #include "tests/support/movie_probe.h"
 
@@ -84,11 +87,47 @@ class HeadlessProgramTest : public ::testing::Test {
 TEST_F(HeadlessProgramTest, HelpNamesEveryOptionAndTheBuiltInDevicesAreListed) {
   EXPECT_EQ(Run("--help"), 0);
   for (const char* option : {"--headless", "--record SECONDS FILE", "--device NAME", "--list-devices", "--app-path",
-                             "--lang", "PARAMETER_FILE"})
+                             "--lang", "PARAMETER_FILE", "--build-avi OUT.avi"})
     EXPECT_NE(output_.find(option), std::string::npos) << option;
   EXPECT_EQ(Run("--list-devices"), 0);
   EXPECT_NE(output_.find("Built-in Test Camera"), std::string::npos) << output_;
   EXPECT_NE(output_.find("Built-in Test Tone"), std::string::npos) << output_;
+}
+
+// The AVI builder without windows: a frame a file at the asked rate, in the compressor named; a
+// file of another size is refused with the builder's message and the movie made of the rest; a
+// folder's files by a mask.
+TEST_F(HeadlessProgramTest, BuildsMoviesOfBitmapFilesAndRefusesOneOfAnotherSize) {
+  fs::create_directories(folder_ / "shots");
+  for (int index = 0; index < 300; ++index) {
+    auto picture = platform::Picture::Blank(32, 24);
+    std::fill(picture.bottom_up_bgr.begin(), picture.bottom_up_bgr.end(), static_cast<std::uint8_t>(index));
+    char name[32];
+    std::snprintf(name, sizeof name, "shots/%06d.bmp", index);
+    ASSERT_TRUE(WriteBmpFile(picture, (folder_ / name).string()));
+  }
+  ASSERT_TRUE(WriteBmpFile(platform::Picture::Blank(40, 24), (folder_ / "shots/000150x.bmp").string()));
+
+  EXPECT_EQ(Run("--build-avi built.avi --fps 25 --codec mjpeg shots/*.bmp"), 1) << output_;
+  EXPECT_NE(output_.find("Chosen bitmap file is a different format ! "), std::string::npos) << output_;
+  EXPECT_NE(output_.find("Finished. (300 frames)"), std::string::npos) << output_;
+  auto video = ProbeStream((folder_ / "built.avi").string(), 'v', "nb_read_frames,width,r_frame_rate,codec_tag_string");
+  EXPECT_EQ(video["nb_read_frames"], "300");
+  EXPECT_EQ(video["width"], "32");
+  EXPECT_EQ(video["r_frame_rate"], "25/1");
+  EXPECT_EQ(video["codec_tag_string"], "MJPG");
+
+  EXPECT_EQ(Run("--build-avi group.avi --fps 5 --folder shots --mask '00000?.bmp'"), 0) << output_;
+  video = ProbeStream((folder_ / "group.avi").string(), 'v', "nb_read_frames,r_frame_rate,codec_tag_string");
+  EXPECT_EQ(video["nb_read_frames"], "10");
+  EXPECT_EQ(video["r_frame_rate"], "5/1");
+  EXPECT_EQ(video["codec_tag_string"], "DX50");
+
+  EXPECT_EQ(Run("--build-avi none.avi shots/000001.bmp"), 2) << output_;
+  EXPECT_EQ(Run("--build-avi none.avi --fps 31 shots/000001.bmp"), 2) << output_;
+  EXPECT_EQ(Run("--build-avi none.avi --fps 5 --codec nothing shots/000001.bmp"), 2) << output_;
+  EXPECT_NE(output_.find("MJPEG Compressor"), std::string::npos) << output_;
+  EXPECT_FALSE(fs::exists(folder_ / "none.avi"));
 }
 
 // Wrong options, a folder that does not exist, an unknown device and a name that is no movie

@@ -265,3 +265,85 @@ TEST_F(DibFiles, WritingOverALongerFileKeepsItsTail) {
 
 }  // namespace
 }  // namespace zr
+
+namespace zr {
+namespace {
+
+// A 3 by 2 picture, top row first: red, green, blue over white, black, yellow (blue, green, red).
+constexpr std::uint8_t kColours[6][3] = {{0, 0, 255},     {0, 255, 0}, {255, 0, 0},
+                                         {255, 255, 255}, {0, 0, 0},   {0, 255, 255}};
+
+// The colour of pixel `pixel` (counted from the top left) as a file of `bits` per pixel holds it:
+// palette files of 1 bit have only the first two colours.
+int ColourIndex(int pixel, int bits) { return bits <= 8 ? pixel % std::min(6, 1 << bits) : pixel; }
+
+Bytes SmallBitmapFile(int bits, bool top_down) {
+  constexpr int kWidth = 3, kHeight = 2;
+  const std::size_t stride = (kWidth * static_cast<std::size_t>(bits) + 31) / 32 * 4;
+  Bytes palette;
+  for (int entry = 0; bits <= 8 && entry < (1 << bits); ++entry)
+    palette.insert(palette.end(), {kColours[entry % 6][0], kColours[entry % 6][1], kColours[entry % 6][2], 0});
+  Bytes rows(stride * kHeight, 0);
+  for (int stored = 0; stored < kHeight; ++stored) {
+    const int from_top = top_down ? stored : kHeight - 1 - stored;
+    std::uint8_t* row = rows.data() + stride * static_cast<std::size_t>(stored);
+    for (int x = 0; x < kWidth; ++x) {
+      const int colour = ColourIndex(from_top * kWidth + x, bits);
+      const std::uint8_t* bgr = kColours[colour];
+      if (bits <= 8) {
+        const int per_byte = 8 / bits;
+        row[x / per_byte] |= static_cast<std::uint8_t>(colour << (bits * (per_byte - 1 - x % per_byte)));
+      } else if (bits == 16) {
+        PutLittleEndian(row + 2 * x, static_cast<std::uint32_t>((bgr[2] >> 3) << 10 | (bgr[1] >> 3) << 5 | bgr[0] >> 3),
+                        2);
+      } else {
+        std::copy_n(bgr, 3, row + x * (bits / 8));
+      }
+    }
+  }
+  const auto offset = static_cast<std::uint32_t>(kBitmapFileHeaderBytes + kBitmapInfoHeaderBytes + palette.size());
+  Bytes file = FileWithHeader(offset, offset);
+  PutInfoHeader(file.data() + kBitmapFileHeaderBytes, kWidth, static_cast<std::uint32_t>(top_down ? -kHeight : kHeight),
+                static_cast<std::uint32_t>(bits), static_cast<std::uint32_t>(rows.size()));
+  std::copy(palette.begin(), palette.end(), file.begin() + kBitmapFileHeaderBytes + kBitmapInfoHeaderBytes);
+  file.insert(file.end(), rows.begin(), rows.end());
+  return file;
+}
+
+// The movie builder takes any uncompressed depth: each becomes the same upright BGR frame.
+TEST_F(DibFiles, MovieFramesOfEveryDepthAndRowOrderAreTheSamePicture) {
+  for (const int bits : {1, 4, 8, 16, 24, 32}) {
+    for (const bool top_down : {false, true}) {
+      SCOPED_TRACE(std::to_string(bits) + " bits" + (top_down ? ", top down" : ""));
+      WriteAll(File("small.bmp"), SmallBitmapFile(bits, top_down));
+      cDib dib;
+      ASSERT_TRUE(dib.CreateFromFile(File("small.bmp")));
+      platform::Picture converted;
+      const auto frame = MovieFrameOf(dib, converted);
+      ASSERT_TRUE(frame.has_value());
+      ASSERT_EQ(frame->width, 3);
+      ASSERT_EQ(frame->height, 2);
+      const platform::Picture picture = platform::Picture::CopyOf(*frame);
+      for (int pixel = 0; pixel < 6; ++pixel) {
+        const std::uint8_t* got = picture.PixelFromTop(pixel % 3, pixel / 3);
+        const std::uint8_t* expected = kColours[ColourIndex(pixel, bits)];
+        EXPECT_TRUE(std::equal(got, got + 3, expected)) << "pixel " << pixel;
+      }
+    }
+  }
+  // Compressed bits, and bits shorter than the rows, make no frame.
+  Bytes compressed = SmallBitmapFile(8, false);
+  PutLittleEndian(compressed.data() + 30, 1, 4);
+  Bytes short_bits = SmallBitmapFile(24, false);
+  PutLittleEndian(short_bits.data() + 34, 12, 4);
+  for (const Bytes& refused : {compressed, short_bits}) {
+    WriteAll(File("refused.bmp"), refused);
+    cDib dib;
+    ASSERT_TRUE(dib.CreateFromFile(File("refused.bmp")));
+    platform::Picture converted;
+    EXPECT_FALSE(MovieFrameOf(dib, converted).has_value());
+  }
+}
+
+}  // namespace
+}  // namespace zr
