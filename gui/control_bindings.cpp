@@ -9,6 +9,7 @@
 #include <QMenu>
 #include <QMouseEvent>
 #include <QPainter>
+#include <QProgressBar>
 #include <QPushButton>
 #include <QRadioButton>
 #include <QSlider>
@@ -175,6 +176,21 @@ class RangeBinding final : public BindingOf<W, ui::RangeControl> {
 
 // ---- lists
 
+class ProgressBinding final : public BindingOf<QProgressBar, ui::RangeControl> {
+ public:
+  ProgressBinding(ui::RangeControl& range, const Guard& guard, QWidget* parent)
+      : BindingOf(range, new QProgressBar(parent), guard) {
+    widget_->setObjectName(Text(range.Name()));
+    widget_->setMinimumWidth(160);
+  }
+  void Refresh() override {
+    if (widget_->minimum() != control_.Min || widget_->maximum() != control_.Max)
+      widget_->setRange(control_.Min, control_.Max);
+    if (widget_->value() != control_.Value) widget_->setValue(control_.Value);
+    ShowFlags(*widget_, control_);
+  }
+};
+
 std::vector<QString> ItemTexts(const ui::ListControl& list) {
   std::vector<QString> texts;
   for (const auto& item : list.Items) texts.push_back(Text(item.text));
@@ -223,6 +239,16 @@ class ListBoxBinding final : public BindingOf<QListWidget, ui::ListControl> {
       const int row = widget_->row(item);
       Operator([this, row] { control_.DblClickEntry(row); });
     });
+    if (control_.OnReorder) {
+      // The toolkit moves the row itself; the model decides, and the next refresh shows its order.
+      widget_->setDragDropMode(QAbstractItemView::InternalMove);
+      QObject::connect(widget_->model(), &QAbstractItemModel::rowsMoved, widget_,
+                       [this](const QModelIndex&, int from, int, const QModelIndex&, int before) {
+                         const int to = before > from ? before - 1 : before;
+                         Operator([this, from, to] { control_.OnReorder(from, to); });
+                         shown_.clear();
+                       });
+    }
   }
   void Refresh() override {
     if (EntriesChanged(control_, shown_)) {
@@ -483,6 +509,7 @@ std::unique_ptr<Binding> BindControl(ui::Control& control, const Guard& guard, Q
     return Make<CommandButtonBinding>(*button, guard, parent);
   if (auto* check = dynamic_cast<ui::CheckBox*>(&control)) return Make<CheckBoxBinding>(*check, guard, parent);
   if (auto* range = dynamic_cast<ui::RangeControl*>(&control)) {
+    if (range->is_progress_bar) return Make<ProgressBinding>(*range, guard, parent);
     if (range->is_slider) return Make<RangeBinding<QSlider>>(*range, guard, parent);
     return Make<RangeBinding<QSpinBox>>(*range, guard, parent);
   }

@@ -153,6 +153,7 @@ std::optional<platform::CompressionChoice> QtDialogs::CompressionOptions(
   QObject::connect(buttons, &QDialogButtonBox::rejected, &dialog, &QDialog::reject);
 
   std::vector<int> values;
+  bool showing = false;  // the range and value of another compressor are being put up
   for (const auto& compressor : request.compressors) values.push_back(compressor.default_value);
   const auto show = [&](int index) {
     const auto& compressor = request.compressors.at(static_cast<std::size_t>(index));
@@ -162,12 +163,15 @@ std::optional<platform::CompressionChoice> QtDialogs::CompressionOptions(
       label->setText(compressor.setting == platform::CompressorSettingKind::BitRate ? "Bit rate (kbit/s):"
                                                                                     : "Quality:");
     setting->setEnabled(has_setting);
+    showing = true;
     setting->setRange(compressor.minimum, compressor.maximum);
     setting->setValue(values[static_cast<std::size_t>(index)]);
+    showing = false;
   };
   QObject::connect(setting, &QSpinBox::valueChanged, &dialog, [&](int value) {
     const int index = compressors->currentIndex();
-    if (request.compressors.at(static_cast<std::size_t>(index)).setting != platform::CompressorSettingKind::None)
+    if (!showing &&
+        request.compressors.at(static_cast<std::size_t>(index)).setting != platform::CompressorSettingKind::None)
       values[static_cast<std::size_t>(index)] = value;
   });
   QObject::connect(compressors, &QComboBox::currentIndexChanged, &dialog, show);

@@ -238,7 +238,9 @@ const BandContent kBands[] = {
      {"MultipleImageToolbar", "MultipleImageMode", "MultipleImageFrameRate", "imagesettings#1", "|", "TriggerType",
       "Shooter", "MultipleImageHoursControl", "MultipleImageHoursDisplay", "MultipleImageMinutesControl",
       "MultipleImageMinutesDisplay", "MultipleImageSecondsControl", "MultipleImageSecondsDisplay", "MotionLabel"}},
-    {"avibuilder", {"AviBuilderCursors", "AVIBuildFPS", "BuildAVI", "|", "lstDIBList"}},
+    {"avibuilder",
+     {"AviBuilderCursors", "AVIBuildFPS", "ImgAviCodec", "BuildAVI", "AVIBuildProgress", "AVIBuildCancel", "|",
+      "lstDIBList"}},
     {"webshare", {"Labels#10", "WebShare_Port", "Labels#11", "WebShare_Quality", "WebShare_Url", "Labels#14"}},
     {"tuner", {"TunerBar", "Labels#8", "TunerSlider"}},
 };

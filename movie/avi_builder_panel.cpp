@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <optional>
@@ -66,8 +67,10 @@ AviBuilderPanel::AviBuilderPanel(ui::Window& window, Program& program) : window_
     button.Enabled = adds;
   }
   AviBuilderCursors.Button("add").AddMenu("group", "group");
+  BuildAVI.Caption = "Build AVI";
   BuildAVI.Enabled = false;
   AVIBuildProgress.Visible = false;
+  AVIBuildProgress.is_progress_bar = true;
   AVIBuildCancel.Caption = "Cancel";
   AVIBuildCancel.Visible = false;
 
@@ -81,6 +84,18 @@ AviBuilderPanel::AviBuilderPanel(ui::Window& window, Program& program) : window_
   };
   AviBuilderCursors.OnButtonMenuClick = [this](ui::ToolbarButton&, ui::ButtonMenu& entry) {
     if (entry.key == "group") AddGroupByDialogs();
+  };
+  // A drag moves the entry as the cursor keys would, one place at a time.
+  lstDIBList.OnReorder = [this](int from, int to) {
+    if (from < 0 || from >= lstDIBList.ListCount()) return;
+    lstDIBList.ClickEntry(from);
+    auto& up = AviBuilderCursors.Button("up");
+    auto& down = AviBuilderCursors.Button("down");
+    for (int moves = std::abs(to - from); moves > 0; --moves) {
+      auto& button = to < from ? up : down;
+      if (!button.Enabled) break;
+      AviBuilderCursors.ClickButton(button);
+    }
   };
   lstDIBList.OnClick = [this] {
     if (!moving_selection_) ShowSelectedFile();
@@ -290,6 +305,7 @@ bool AviBuilderPanel::BuildMovie(const std::string& path) {
   format.width = first_frame->width;
   format.height = first_frame->height;
   format.frames_per_second = FramesPerSecond();
+  format.checkpoints = platform::MovieFormat::Checkpoints::AtClose;
 
   const int count = static_cast<int>(frames.size());
   building_frames_ = frames;
@@ -311,6 +327,10 @@ bool AviBuilderPanel::BuildMovie(const std::string& path) {
   BuildAVI.Enabled = lstDIBList.ListCount() > 0;
 
   if (ended->error) return error_box();
+  // The reports of a fast build skip frames: the list and the preview end at the last one.
+  if (!ended->cancelled && count <= lstDIBList.ListCount()) {
+    ShowProgress({count - 1, PreviewPicture(building_frames_.back())}, count);
+  }
   Preview().Caption = (ended->cancelled ? "Cancelled. (" : "Finished. (") + std::to_string(ended->frames) + " frames)";
   return !ended->cancelled;
 }

@@ -71,6 +71,8 @@ class RangeControl : public Control {
   // A slider moves by its small step with the arrow keys and by its large step with a click
   // beside the handle; an up-down shows its value and steps by one.
   bool is_slider = false;
+  // A progress bar: shown, never changed by the operator.
+  bool is_progress_bar = false;
   int small_step = 1;
   int large_step = 1;
 };
@@ -99,6 +101,9 @@ class ListControl : public Control {
   // A click on entry `entry`: selects it (running Click when the index changes).
   void ClickEntry(int entry);
   void DblClickEntry(int entry);
+  // A list box whose entries the operator may drag to another place: the entry at `from` is to
+  // stand at `to`. Where it is not set, the entries do not move.
+  std::function<void(int from, int to)> OnReorder;
 };
 
 // One entry of a menu bar menu or of a menu array.

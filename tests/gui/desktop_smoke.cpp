@@ -14,6 +14,8 @@
 #include <QApplication>
 #include <QCheckBox>
 #include <QComboBox>
+#include <QDialog>
+#include <QFileDialog>
 #include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
@@ -43,6 +45,7 @@
 #include "capture/video_screen.h"
 #include "core/main_menus.h"
 #include "gui/desktop_toolkit.h"
+#include "image/bmp.h"
 #include "main_window/master.h"
 #include "net/ftp_image.h"
 #include "tests/support/movie_probe.h"
@@ -51,6 +54,7 @@ namespace {
 
 constexpr std::int64_t kStepTimeoutMs = 20000;  // gives up on a step that does not come
 constexpr int kRecordSeconds = 2;
+constexpr int kBuiltFrames = 150;
 
 template <class W = QWidget>
 W* FindWidget(const char* name) {
@@ -126,6 +130,18 @@ class Operator {
       Screenshot(menu, menus_ ? kMenus[menus_ - 1] : "popup.png");
       menu->close();
       return;
+    }
+    if (auto* files = qobject_cast<QFileDialog*>(QApplication::activeModalWidget())) {
+      Screenshot(files, "save_movie.png");
+      // Typed over the proposed name, which is the recorded movie's.
+      if (auto* name = files->findChild<QLineEdit*>("fileNameEdit"))
+        name->setText(QString::fromStdString(parts_.program.HomeFolder + "built.avi"));
+      return static_cast<QDialog*>(files)->accept();
+    }
+    if (auto* dialog = qobject_cast<QDialog*>(QApplication::activeModalWidget());
+        dialog && dialog->windowTitle() == "Video Compression") {
+      Screenshot(dialog, "compression_options.png");
+      return dialog->accept();
     }
     if (auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget())) {
       if (step_ != &Operator::Quit) Fail("a message box came up: " + box->text().toStdString());
@@ -359,6 +375,37 @@ class Operator {
         std::ranges::any_of(labels, [](QLabel* l) { return l->isVisible() && l->text() == "Streaming"; });
     if (!address || !address->text().endsWith(":" + QString::number(server_port)) || !streaming) return;
     Screenshot(master, "webshare_band.png");
+    Next(&Operator::BuildMovie);
+  }
+
+  // The AVI builder's band: bitmap files in the list (added as the add button's dialog would
+  // add them), a build through the save and compression dialogs, its progress, and the preview of
+  // the last frame with the finished caption.
+  void BuildMovie() {
+    auto& master = MainWindow();
+    if (parts_.program.state.CaptureType != "avibuilder") return ChooseFromFileMenu(zr::file_menu::kAviBuilder);
+    if (master.lstDIBList.ListCount() == 0) {
+      std::vector<std::string> files;
+      for (int index = 0; index < kBuiltFrames; ++index) {
+        auto picture = zr::platform::Picture::Blank(320, 240);
+        for (std::size_t at = 0; at < picture.bottom_up_bgr.size(); ++at)
+          picture.bottom_up_bgr[at] = static_cast<std::uint8_t>(at / 960 + static_cast<std::size_t>(index) * 2);
+        files.push_back(parts_.program.HomeFolder + "frame" + std::to_string(index) + ".bmp");
+        if (!zr::WriteBmpFile(picture, files.back())) return Fail("cannot write the builder's bitmap files");
+      }
+      master.AddFiles(files);
+      return;
+    }
+    auto* master_window = FindWidget("Master");
+    if (master.AVIBuildProgress.Visible) Screenshot(master_window, "avi_builder_progress.png");
+    if (Once("build")) return Later(master_window, [] { Click(FindWidget<QPushButton>("BuildAVI")); });
+    const zr::ui::Window* preview = parts_.program.Slot("MultiImage").LoadedWindow();
+    if (!preview || preview->Caption.get() != "Finished. (" + std::to_string(kBuiltFrames) + " frames)") return;
+    Screenshot(master_window, "avi_builder_band.png");
+    Screenshot(FindWidget("MultiImage"), "avi_builder_preview.png");
+    const auto video = zr::testing::ProbeStream(parts_.program.HomeFolder + "built.avi", 'v', "nb_read_frames");
+    if (video.count("nb_read_frames") == 0 || video.at("nb_read_frames") != std::to_string(kBuiltFrames))
+      return Fail("the built movie does not hold a frame a file");
     Next(&Operator::Quit);
   }
 
