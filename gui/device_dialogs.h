@@ -2,6 +2,7 @@
 // The capture devices' own dialogs on the desktop: the format list, the source settings
 // (input and adjustments, applied as the operator moves them) and a compressor's setting.
 
+#include <QPointer>
 #include <QWidget>
 
 #include "platform/device_settings.h"
@@ -18,7 +19,7 @@ class QtDeviceDialogs final : public platform::DeviceDialogHost {
                                            const platform::CompressorSetting& setting) override;
 
  private:
-  QWidget* parent_ = nullptr;
+  QPointer<QWidget> parent_;  // guarded as the dialogs' parent is (gui/qt_services.h)
 };
 
 }  // namespace zr::gui

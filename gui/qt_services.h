@@ -2,6 +2,7 @@
 // The desktop's dialogs and clipboard for the program: real message boxes, input boxes and
 // file dialogs with the program's titles, buttons, icons and filters; the system clipboard.
 
+#include <QPointer>
 #include <QWidget>
 #include <string>
 
@@ -22,7 +23,8 @@ class QtDialogs final : public platform::Dialogs {
       const platform::CompressionOptionsRequest& request) override;
 
  private:
-  QWidget* parent_ = nullptr;
+  // Guarded: the window in front may be a dialog that has closed and gone since.
+  QPointer<QWidget> parent_;
 };
 
 class QtClipboard final : public platform::Clipboard {
