@@ -36,7 +36,9 @@ struct ChildFigures {
   double peak_megabytes = 0;
 };
 
-double Seconds(const timeval& time) { return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_usec) / 1e6; }
+double Seconds(const timeval& time) {
+  return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_usec) / 1e6;
+}
 
 // Runs the command through the shell, its output thrown away, and tells what it took.
 ChildFigures Run(const std::string& command) {
@@ -105,8 +107,8 @@ int main(int argc, char** argv) {
   bool met = true;
   std::printf("%d files of 640x480 at 11 frames a second\n", files);
   std::printf("%-14s %-8s %9s %9s %10s %10s\n", "codec", "who", "wall s", "CPU s", "peak MB", "movie MB");
-  for (const Codec& codec : {Codec{"uncompressed", "Uncompressed", "-c:v rawvideo"},
-                             Codec{"Motion JPEG", "MJPEG", "-c:v mjpeg -q:v 3"}}) {
+  for (const Codec& codec :
+       {Codec{"uncompressed", "Uncompressed", "-c:v rawvideo"}, Codec{"Motion JPEG", "MJPEG", "-c:v mjpeg -q:v 3"}}) {
     const fs::path ours_movie = folder / "ours.avi";
     const fs::path their_movie = folder / "theirs.avi";
     // The files are read once before either run, so both find them in the page cache, and what
@@ -115,13 +117,13 @@ int main(int argc, char** argv) {
     const ChildFigures theirs = Run("ffmpeg -y -v error -framerate 11 -i '" + frames.string() + "/%06d.bmp' " +
                                     codec.theirs + " '" + their_movie.string() + "'");
     Run("sync");
-    const ChildFigures ours = Run(ours_common + "--codec '" + codec.ours + "' --mask '*.bmp' --build-avi '" +
-                                  ours_movie.string() + "'");
+    const ChildFigures ours =
+        Run(ours_common + "--codec '" + codec.ours + "' --mask '*.bmp' --build-avi '" + ours_movie.string() + "'");
     Run("sync");
     const ChildFigures tenth = Run(ours_common + "--codec '" + codec.ours + "' --mask " + tenth_mask +
                                    " --build-avi '" + (folder / "tenth.avi").string() + "'");
-    std::printf("%-14s %-8s %9.2f %9.2f %10.1f %10.1f\n", codec.name, "ffmpeg", theirs.wall_seconds,
-                theirs.cpu_seconds, theirs.peak_megabytes, FileMegabytes(their_movie));
+    std::printf("%-14s %-8s %9.2f %9.2f %10.1f %10.1f\n", codec.name, "ffmpeg", theirs.wall_seconds, theirs.cpu_seconds,
+                theirs.peak_megabytes, FileMegabytes(their_movie));
     std::printf("%-14s %-8s %9.2f %9.2f %10.1f %10.1f\n", codec.name, "ours", ours.wall_seconds, ours.cpu_seconds,
                 ours.peak_megabytes, FileMegabytes(ours_movie));
     std::printf("%-14s %-8s %9.2f %9.2f %10.1f   (a tenth of the files)\n", codec.name, "ours", tenth.wall_seconds,
@@ -131,9 +133,10 @@ int main(int argc, char** argv) {
     const double cpu_ratio = ours.cpu_seconds / theirs.cpu_seconds;
     const double growth = ours.peak_megabytes - tenth.peak_megabytes;
     const bool held = ran && wall_ratio <= 1.0 && cpu_ratio <= 1.0 && growth <= 10.0;
-    std::printf("  wall %.2fx, CPU %.2fx the tool's (target <= 1.0x); memory %+.1f MB over ten times the files "
-                "(target <= 10 MB): %s\n",
-                wall_ratio, cpu_ratio, growth, held ? "met" : (ran ? "MISSED" : "a run failed"));
+    std::printf(
+        "  wall %.2fx, CPU %.2fx the tool's (target <= 1.0x); memory %+.1f MB over ten times the files "
+        "(target <= 10 MB): %s\n",
+        wall_ratio, cpu_ratio, growth, held ? "met" : (ran ? "MISSED" : "a run failed"));
     met = met && held;
   }
   fs::remove_all(folder);
