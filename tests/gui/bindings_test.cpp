@@ -7,6 +7,7 @@
 #include <QComboBox>
 #include <QLabel>
 #include <QListWidget>
+#include <QProgressBar>
 #include <QPushButton>
 #include <QSlider>
 #include <QSpinBox>
@@ -29,6 +30,8 @@ class Panel : public ui::Window {
   explicit Panel(platform::EventLoop& loop) : ui::Window(loop, "Panel") {
     Quality.is_slider = true;
     Quality.large_step = 5;
+    Progress.is_progress_bar = true;
+    lstDIBList.OnReorder = [this](int from, int to) { reorders.emplace_back(from, to); };
   }
   ui::Label Caption{*this, "CaptionLabel"};
   ui::CommandButton Go{*this, "Go"};
@@ -38,6 +41,9 @@ class Panel : public ui::Window {
   ui::RangeControl Seconds{*this, "Seconds"};
   ui::RangeControl Quality{*this, "Quality"};
   ui::TreeView Tree{*this, "Tree"};
+  ui::RangeControl Progress{*this, "Progress"};
+  ui::ListControl lstDIBList{*this, "lstDIBList"};
+  std::vector<std::pair<int, int>> reorders;
 };
 
 class Bindings : public ::testing::Test {
@@ -155,6 +161,26 @@ TEST_F(Bindings, TheOperatorsInputReachesTheHandlers) {
   panel.Go.OnClick = [] { throw std::runtime_error("no device"); };
   Find<QPushButton>("Go")->click();
   EXPECT_EQ(failures, std::vector<std::string>{"no device"});
+}
+
+// A list that takes drags tells the model where the entry is to go, and shows the model's order
+// afterwards, not the toolkit's; a progress bar shows its range and value.
+TEST_F(Bindings, DraggedEntriesAreTheModelsToMoveAndProgressBarsShowTheirValue) {
+  for (const char* path : {"a.bmp", "b.bmp", "c.bmp", "d.bmp"}) panel.lstDIBList.AddItem(path);
+  panel.Progress.Max = 4;
+  panel.Progress.Value = 3;
+  RefreshAll();
+  auto* list = Find<QListWidget>("lstDIBList");
+  ASSERT_EQ(list->dragDropMode(), QAbstractItemView::InternalMove);
+  ASSERT_TRUE(list->model()->moveRow(QModelIndex(), 0, QModelIndex(), 3));
+  ASSERT_TRUE(list->model()->moveRow(QModelIndex(), 3, QModelIndex(), 1));
+  EXPECT_EQ(panel.reorders, (std::vector<std::pair<int, int>>{{0, 2}, {3, 1}}));
+  RefreshAll();
+  EXPECT_EQ(list->item(0)->text(), "a.bmp");
+  EXPECT_EQ(list->item(3)->text(), "d.bmp");
+  EXPECT_EQ(Find<QListWidget>("devices")->dragDropMode(), QAbstractItemView::NoDragDrop);
+  EXPECT_EQ(Find<QProgressBar>("Progress")->value(), 3);
+  EXPECT_EQ(Find<QProgressBar>("Progress")->maximum(), 4);
 }
 
 TEST(PictureImages, RowsComeOutTopDownAndGoBackBottomUp) {

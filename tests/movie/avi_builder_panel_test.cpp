@@ -1,5 +1,5 @@
-// The AVI builder's group of files: which files of a folder it takes, beyond what a scenario's
-// world can arrange (a read-only file).
+// The AVI builder beyond what a scenario can do: the group's files of a folder with a read-only
+// one, and entries dragged to another place in the list.
 
 #include "movie/avi_builder_panel.h"
 
@@ -7,6 +7,7 @@
 
 #include <filesystem>
 #include <string>
+#include <vector>
 
 #include "apps/scenario/world.h"
 #include "core/main_window.h"
@@ -34,6 +35,32 @@ TEST(AviBuilderGroup, TakesWritableVisibleFilesInNameOrderAndPassesOverReadOnlyO
   EXPECT_EQ(builder.lstDIBList.Items[0].text, folder + "a.bmp");
   EXPECT_EQ(builder.lstDIBList.Items[1].text, folder + "b.bmp");
   EXPECT_EQ(builder.ReferenceFormat(), (AviBuilderFormat{true, 4, 2, 24}));
+}
+
+// A drag moves the entry one place at a time as the cursor keys do, the selection following it.
+TEST(AviBuilderList, ADraggedEntryMovesAsTheCursorKeysMoveIt) {
+  scenario::World world;
+  world.Start();
+  auto& builder = world.program().MainPanel<AviBuilderPanel>();
+  std::vector<std::string> files;
+  for (const char* name : {"a.bmp", "b.bmp", "c.bmp", "d.bmp"}) {
+    files.push_back(world.TempFolder() + name);
+    ASSERT_TRUE(WriteBmpFile(platform::Picture::Blank(4, 2), files.back()));
+  }
+  builder.AddFiles(files);
+  const auto order = [&] {
+    std::string names;
+    for (const auto& item : builder.lstDIBList.Items) names += fs::path(item.text).stem().string();
+    return names;
+  };
+  builder.lstDIBList.OnReorder(0, 2);
+  EXPECT_EQ(order(), "bcad");
+  EXPECT_EQ(builder.lstDIBList.ListIndex.get(), 2);
+  builder.lstDIBList.OnReorder(3, 0);
+  EXPECT_EQ(order(), "dbca");
+  builder.lstDIBList.OnReorder(1, 9);  // past the end: as far as the down key goes
+  EXPECT_EQ(order(), "dcab");
+  EXPECT_EQ(builder.lstDIBList.ListIndex.get(), 3);
 }
 
 }  // namespace
