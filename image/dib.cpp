@@ -1,5 +1,6 @@
 #include "image/dib.h"
 
+#include <algorithm>
 #include <climits>
 #include <cstring>
 #include <fstream>
@@ -27,7 +28,11 @@ void Write(std::ostream& file, const std::uint8_t* bytes, std::size_t count) {
 
 }  // namespace
 
-bool cDib::CreateFromFile(const std::string& name) {
+bool cDib::CreateFromFile(const std::string& name) { return Load(name, true); }
+
+bool cDib::CreateHeadersFromFile(const std::string& name) { return Load(name, false); }
+
+bool cDib::Load(const std::string& name, bool with_bits) {
   const platform::RegularFile file(name);
   std::array<std::uint8_t, kBitmapFileHeaderBytes> file_header{};
   std::array<std::uint8_t, kBitmapInfoHeaderBytes> info_header{};
@@ -40,15 +45,16 @@ bool cDib::CreateFromFile(const std::string& name) {
   // Neither block may be longer than the whole file: a header that promises more is not
   // believed, and nothing is allocated for it.
   if (image_size > file.Size() || offset > file.Size()) return false;
-  // A file shorter than its headers say leaves the missing bytes zero.
-  std::vector<std::uint8_t> bits(image_size, 0);
-  (void)file.ReadUpTo(offset, bits);
-  std::vector<std::uint8_t> info(offset - kBitmapFileHeaderBytes, 0);
-  (void)file.ReadUpTo(kBitmapFileHeaderBytes, info);
+  // From here on the load succeeds: the bits take the place of the old ones in the same memory
+  // (a cDib loaded again and again allocates nothing), and a file shorter than its headers say
+  // leaves the missing bytes zero.
+  bits_.resize(with_bits ? image_size : 0);
+  const std::size_t read = file.ReadUpTo(offset, bits_).value_or(0);
+  std::fill(bits_.begin() + static_cast<std::ptrdiff_t>(read), bits_.end(), std::uint8_t{0});
+  info_.assign(offset - kBitmapFileHeaderBytes, 0);
+  (void)file.ReadUpTo(kBitmapFileHeaderBytes, info_);
   file_header_ = file_header;
   info_header_ = info_header;
-  bits_ = std::move(bits);
-  info_ = std::move(info);
   return true;
 }
 

@@ -29,6 +29,9 @@ class cDib {
   // Reads a BMP file: its headers, the bits at the header's offset (image size bytes) and the
   // information header with its palette. False when the file is missing, unreadable or not "BM".
   bool CreateFromFile(const std::string& name);
+  // The same reading and the same checks without the bits, which stay empty: what a file holds
+  // is told (its size and depth) without reading its pixels.
+  bool CreateHeadersFromFile(const std::string& name);
   // Takes a packed bitmap (information header, then the bits) of 16 bits per pixel or more:
   // there is no palette to carry.
   bool CreateFromPackedDIBPointer(const std::uint8_t* pointer);
@@ -60,6 +63,7 @@ class cDib {
   std::size_t SizeBitmapInfo() const { return info_.size(); }
 
  private:
+  bool Load(const std::string& name, bool with_bits);
   std::uint32_t InfoField(int at, int width) const { return GetLittleEndian(info_header_.data() + at, width); }
   std::uint32_t FileField(int at, int width) const { return GetLittleEndian(file_header_.data() + at, width); }
 

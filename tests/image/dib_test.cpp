@@ -174,6 +174,7 @@ TEST_F(DibFiles, HeadersThatPromiseMoreThanTheFileHoldsAreRefused) {
     WriteAll(File("lying.bmp"), bytes);
     cDib dib;
     EXPECT_EQ(dib.CreateFromFile(File("lying.bmp")), lie.cdib_reads);
+    EXPECT_EQ(cDib().CreateHeadersFromFile(File("lying.bmp")), lie.cdib_reads);
     EXPECT_EQ(ReadBmpFile(File("lying.bmp")).has_value(), lie.picture_reads);
   }
   Bytes short_by_four = good;
@@ -324,6 +325,11 @@ TEST_F(DibFiles, MovieFramesOfEveryDepthAndRowOrderAreTheSamePicture) {
       ASSERT_EQ(frame->width, 3);
       ASSERT_EQ(frame->height, 2);
       const platform::Picture picture = platform::Picture::CopyOf(*frame);
+      cDib headers;  // what the builder reads to accept a file
+      ASSERT_TRUE(headers.CreateHeadersFromFile(File("small.bmp")));
+      EXPECT_EQ(headers.BitCount(), bits);
+      EXPECT_EQ(headers.Height(), dib.Height());
+      EXPECT_EQ(headers.BitsSize(), 0u);
       for (int pixel = 0; pixel < 6; ++pixel) {
         const std::uint8_t* got = picture.PixelFromTop(pixel % 3, pixel / 3);
         const std::uint8_t* expected = kColours[ColourIndex(pixel, bits)];
