@@ -6,7 +6,7 @@
 //   ffmpeg -framerate 11 -i FRAMES/%06d.bmp -c:v mjpeg -q:v 3 out.avi  (Motion JPEG)
 // Targets: wall time and CPU time at most 1.0 times the tool's for each, and the program's peak
 // memory flat in the number of files (the build of all the files within 10 MB of the build of a
-// tenth of them).
+// tenth of them). Each figure is the best of three rounds.
 //
 // Usage: avi_builder_bench [FILES]   (default 1000)
 
@@ -28,6 +28,8 @@
 namespace {
 
 namespace fs = std::filesystem;
+
+constexpr int kRounds = 3;
 
 struct ChildFigures {
   int status = -1;
@@ -111,17 +113,29 @@ int main(int argc, char** argv) {
        {Codec{"uncompressed", "Uncompressed", "-c:v rawvideo"}, Codec{"Motion JPEG", "MJPEG", "-c:v mjpeg -q:v 3"}}) {
     const fs::path ours_movie = folder / "ours.avi";
     const fs::path their_movie = folder / "theirs.avi";
-    // The files are read once before either run, so both find them in the page cache, and what
-    // a run left for the disk is written before the next starts.
-    Run("cat '" + frames.string() + "'/*.bmp > /dev/null; sync");
-    const ChildFigures theirs = Run("ffmpeg -y -v error -framerate 11 -i '" + frames.string() + "/%06d.bmp' " +
-                                    codec.theirs + " '" + their_movie.string() + "'");
-    Run("sync");
-    const ChildFigures ours =
-        Run(ours_common + "--codec '" + codec.ours + "' --mask '*.bmp' --build-avi '" + ours_movie.string() + "'");
-    Run("sync");
-    const ChildFigures tenth = Run(ours_common + "--codec '" + codec.ours + "' --mask " + tenth_mask +
-                                   " --build-avi '" + (folder / "tenth.avi").string() + "'");
+    // Three rounds, the tool and the program in turn, each best kept: the disk's writing of a
+    // run before weighs on whichever comes next. Each run starts with the files in the page
+    // cache, its movie gone and what the run before left for the disk written.
+    const auto run = [&](const std::string& command, const fs::path& movie) {
+      fs::remove(movie);
+      Run("cat '" + frames.string() + "'/*.bmp > /dev/null; sync");
+      return Run(command);
+    };
+    const auto best = [](ChildFigures& kept, const ChildFigures& now) {
+      if (kept.status != 0 || (now.status == 0 && now.wall_seconds < kept.wall_seconds)) kept = now;
+    };
+    ChildFigures theirs, ours, tenth;
+    for (int round = 0; round < kRounds; ++round) {
+      best(theirs, run("ffmpeg -y -v error -framerate 11 -i '" + frames.string() + "/%06d.bmp' " + codec.theirs + " '" +
+                           their_movie.string() + "'",
+                       their_movie));
+      best(ours,
+           run(ours_common + "--codec '" + codec.ours + "' --mask '*.bmp' --build-avi '" + ours_movie.string() + "'",
+               ours_movie));
+      best(tenth, run(ours_common + "--codec '" + codec.ours + "' --mask " + tenth_mask + " --build-avi '" +
+                          (folder / "tenth.avi").string() + "'",
+                      folder / "tenth.avi"));
+    }
     std::printf("%-14s %-8s %9.2f %9.2f %10.1f %10.1f\n", codec.name, "ffmpeg", theirs.wall_seconds, theirs.cpu_seconds,
                 theirs.peak_megabytes, FileMegabytes(their_movie));
     std::printf("%-14s %-8s %9.2f %9.2f %10.1f %10.1f\n", codec.name, "ours", ours.wall_seconds, ours.cpu_seconds,

@@ -131,9 +131,10 @@ void AviBuilderPanel::FillCompressorList() {
 
 Image& AviBuilderPanel::Preview() { return program_.Window<Image>("MultiImage"); }
 
+// The file is read as a bitmap, its pixels left on the disk until the build.
 void AviBuilderPanel::AcceptFile(const std::string& path, Refusal refusal) {
   cDib dib;
-  if (!dib.CreateFromFile(path)) return;
+  if (!dib.CreateHeadersFromFile(path)) return;
   const AviBuilderFormat format{true, dib.Width(), dib.Height(), dib.BitCount()};
   if (format_.set && format_ != format) {
     if (refusal == Refusal::Told)
@@ -141,15 +142,18 @@ void AviBuilderPanel::AcceptFile(const std::string& path, Refusal refusal) {
                           platform::MessageIcon::Information);
   } else {
     format_ = format;
-    Image& preview = Preview();
-    preview.Show();
-    platform::Picture converted;
-    const auto frame = MovieFrameOf(dib, converted);
-    preview.MasterImage.Picture =
-        frame ? std::make_shared<const platform::Picture>(platform::Picture::CopyOf(*frame)) : nullptr;
+    Preview().Show();
     lstDIBList.AddItem(path);
+    accepted_ = path;
   }
   EnableListCommands();
+}
+
+// The preview shows the last file accepted: made once for a whole group, not once a file.
+void AviBuilderPanel::ShowLastAccepted() {
+  if (accepted_.empty()) return;
+  Preview().MasterImage.Picture = PreviewPicture(accepted_);
+  accepted_.clear();
 }
 
 void AviBuilderPanel::EnableListCommands() {
@@ -167,6 +171,7 @@ void AviBuilderPanel::AddFiles(const std::vector<std::string>& paths) {
     AcceptFile(path, Refusal::Told);
     program_.Yield();
   }
+  ShowLastAccepted();
 }
 
 void AviBuilderPanel::AddByHand() {
@@ -195,6 +200,7 @@ void AviBuilderPanel::AddGroup(const std::string& folder, const std::string& mas
     say("Reading " + name);
     AcceptFile(folder + name, Refusal::Silent);
   }
+  ShowLastAccepted();
 }
 
 void AviBuilderPanel::AddGroupByDialogs() {
@@ -305,7 +311,7 @@ bool AviBuilderPanel::BuildMovie(const std::string& path) {
   format.width = first_frame->width;
   format.height = first_frame->height;
   format.frames_per_second = FramesPerSecond();
-  format.checkpoints = platform::MovieFormat::Checkpoints::AtClose;
+  format.checkpoints = platform::MovieFormat::Checkpoints::None;
 
   const int count = static_cast<int>(frames.size());
   building_frames_ = frames;

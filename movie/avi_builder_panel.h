@@ -67,6 +67,7 @@ class AviBuilderPanel {
  private:
   enum class Refusal { Told, Silent };
   void AcceptFile(const std::string& path, Refusal refusal);
+  void ShowLastAccepted();
   void EnableListCommands();
   void DeleteEntry();
   void MoveEntry(int step);
@@ -82,6 +83,7 @@ class AviBuilderPanel {
   AviBuilderFormat format_;
   std::unique_ptr<platform::MovieBuild> build_;
   std::vector<std::string> building_frames_;  // the files of the build under way
+  std::string accepted_;                      // the file accepted last, not yet in the preview
   // The list's selection is being moved by the build: its click shows nothing.
   bool moving_selection_ = false;
 };

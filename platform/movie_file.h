@@ -46,12 +46,13 @@ struct MovieFormat {
   // kbit/s. 0 drives them by `quality` instead: a fixed quantiser for Mpeg4, a constant rate
   // factor for H264. The other codecs ignore it.
   int bit_rate_kbps = 0;
-  // How often what is written goes to the disk with the header brought up to date: every half
-  // second of the movie for a recording, which nothing could make again; only at Close for a
-  // movie made from files that stay (the AVI builder's), which a cut-off build makes again and
-  // which would otherwise wait on the disk dozens of times a second. A failed write then leaves
+  // How what is written goes to the disk: synced with the header brought up to date every half
+  // second of the movie and at Close, for a recording, which nothing could make again; or left
+  // to the system as any tool's output is, for a movie made from files that stay (the AVI
+  // builder's), which a cut-off build makes again and which would otherwise wait on the disk
+  // dozens of times a second and for the whole movie at its end. A failed write then leaves
   // the movie as it stood when it was opened.
-  enum class Checkpoints { EveryHalfSecond, AtClose } checkpoints = Checkpoints::EveryHalfSecond;
+  enum class Checkpoints { EveryHalfSecond, None } checkpoints = Checkpoints::EveryHalfSecond;
 };
 
 // One picture as the program holds it: 24-bit BGR, bottom row first, each row padded to a

@@ -23,6 +23,7 @@ extern "C" {
 #include "platform/linux/compressors.h"
 #include "platform/linux/ffmpeg_handles.h"
 #include "platform/linux/movie_output_file.h"
+#include "platform/picture.h"
 
 namespace zr::platform::linux_impl {
 namespace {
@@ -383,6 +384,7 @@ class AviMovieWriter final : public MovieWriter {
   Result<void> StartFile();
   Result<void> ConvertIntoPicture(const FrameView& frame);
   Result<void> WriteJpegFrame(const FrameView& frame);
+  Result<void> WriteRawFrame(const FrameView& frame);
   Result<void> Encode(const AVFrame* picture);
   Result<void> WriteVideoPacket();
   Result<void> WriteCopyOfLastPacket(std::int64_t timestamp);
@@ -428,8 +430,10 @@ Result<void> AviMovieWriter::AddVideoTrack(const MovieFormat& format) {
   const EncoderChoice choice = ChooseEncoder(format.codec);
   auto encoder = OpenVideoEncoder(format, choice);
   if (!encoder) return encoder.error();
-  // Motion JPEG frames go to libjpeg-turbo as they are, without a conversion.
-  auto scaler = format.codec == VideoCodec::Mjpeg ? Result<ScalerPtr>(ScalerPtr()) : CreateScaler(**encoder);
+  // Motion JPEG frames go to libjpeg-turbo as they are, uncompressed ones to the file: neither
+  // is converted.
+  const bool unconverted = format.codec == VideoCodec::Mjpeg || format.codec == VideoCodec::Uncompressed;
+  auto scaler = unconverted ? Result<ScalerPtr>(ScalerPtr()) : CreateScaler(**encoder);
   if (!scaler) return scaler.error();
   auto picture = AllocatePicture(**encoder);
   if (!picture) return picture.error();
@@ -459,7 +463,7 @@ Result<void> AviMovieWriter::AddVideoTrack(const MovieFormat& format) {
                       {},
                       nullptr};
   if (format.codec == VideoCodec::Mjpeg) video_.jpeg = std::make_unique<JpegFrameCoder>(format.quality);
-  frames_per_checkpoint_ = format.checkpoints == MovieFormat::Checkpoints::AtClose
+  frames_per_checkpoint_ = format.checkpoints == MovieFormat::Checkpoints::None
                                ? std::numeric_limits<std::int64_t>::max()
                                : std::max<std::int64_t>(1, std::llround(format.frames_per_second / 2));
   return {};
@@ -489,6 +493,7 @@ Result<void> AviMovieWriter::StartFile() {
     return FfmpegError("cannot write the header of '" + path_ + "'", "avformat_write_header", status);
   }
   if (auto started = file_->StartCheckpoints(); !started) return started;
+  if (frames_per_checkpoint_ == std::numeric_limits<std::int64_t>::max()) file_->LeaveSyncToTheSystem();
   open_ = true;
   return {};
 }
@@ -497,6 +502,7 @@ Result<void> AviMovieWriter::WriteVideoFrame(const FrameView& frame) {
   if (!open_) return Closed("WriteVideoFrame");
   if (auto checked = CheckFrame(frame, *video_.encoder); !checked) return checked;
   if (video_.jpeg) return WriteJpegFrame(frame);
+  if (video_.encoder->codec_id == AV_CODEC_ID_RAWVIDEO) return WriteRawFrame(frame);
   if (auto converted = ConvertIntoPicture(frame); !converted) return converted;
   video_.picture->pts = video_.next_timestamp++;
   if (video_.intra_only) video_.copies_owed.push_back(0);
@@ -505,6 +511,34 @@ Result<void> AviMovieWriter::WriteVideoFrame(const FrameView& frame) {
 
 Result<void> AviMovieWriter::WriteJpegFrame(const FrameView& frame) {
   if (auto coded = video_.jpeg->Code(frame, *packet_); !coded) return coded;
+  packet_->pts = packet_->dts = video_.next_timestamp++;
+  packet_->duration = 1;
+  video_.copies_owed.push_back(0);
+  return WriteVideoPacket();
+}
+
+// Uncompressed frames are stored as the program holds them, bottom row first and each row padded
+// to four bytes: the packet is the frame's bytes, with no conversion and no encoder between (the
+// muxer leaves rows already padded as they are).
+Result<void> AviMovieWriter::WriteRawFrame(const FrameView& frame) {
+  const std::size_t row_bytes = static_cast<std::size_t>(Picture::StrideFor(frame.width));
+  const std::size_t pixel_bytes = static_cast<std::size_t>(frame.width) * kBytesPerPixel;
+  const std::size_t size = row_bytes * static_cast<std::size_t>(frame.height);
+  if (size > static_cast<std::size_t>(std::numeric_limits<int>::max()))
+    return Error{"the frame is too large for a packet", "WriteVideoFrame"};
+  av_packet_unref(packet_.get());
+  const int status = av_new_packet(packet_.get(), static_cast<int>(size));
+  if (status < 0) return FfmpegError("cannot hold the frame", "av_new_packet", status);
+  if (static_cast<std::size_t>(frame.stride_bytes) == row_bytes) {
+    std::memcpy(packet_->data, frame.bottom_up_bgr, size);
+  } else {
+    for (int row = 0; row < frame.height; ++row) {
+      std::uint8_t* stored = packet_->data + row_bytes * static_cast<std::size_t>(row);
+      std::memcpy(stored, frame.bottom_up_bgr + std::ptrdiff_t{row} * frame.stride_bytes, pixel_bytes);
+      std::memset(stored + pixel_bytes, 0, row_bytes - pixel_bytes);
+    }
+  }
+  packet_->flags |= AV_PKT_FLAG_KEY;
   packet_->pts = packet_->dts = video_.next_timestamp++;
   packet_->duration = 1;
   video_.copies_owed.push_back(0);

@@ -34,8 +34,8 @@
 // it looks like. Every half second of the movie (at least every frame) what is written is synced
 // and the header's sizes and counts are rewritten to describe it, so that a movie cut off by a
 // killed process or a power cut opens with headers at most half a second behind its frames (a
-// second after a power cut); a movie whose format asks for checkpoints at Close alone (a built
-// one) is synced when it is closed. Packets are written in the order they come, the caller
+// second after a power cut); a movie whose format asks for no checkpoints (a built one) is left
+// to the system to put on the disk, as other tools leave theirs. Packets are written in the order they come, the caller
 // interleaving the sound with the pictures. A write the system refuses fails the movie with the
 // system's error (Error::system_error); Close then cuts it back to its last checkpoint and
 // names it all the same.

@@ -290,7 +290,7 @@ Result<void> MovieOutputFile::Finish(bool complete) {
   }
   Result<void> result;
   if (!complete) result = RestoreLastCheckpoint();
-  if (::fdatasync(descriptor_) != 0 && result) result = SystemError("cannot write to the movie", errno);
+  if (synced_ && ::fdatasync(descriptor_) != 0 && result) result = SystemError("cannot write to the movie", errno);
   ::close(descriptor_);
   descriptor_ = -1;
   if (auto renamed = Rename(); !renamed && result) result = renamed;
@@ -305,6 +305,7 @@ Result<void> MovieOutputFile::Rename() {
     return PathError("'" + path_ + "' is no longer a regular file" + kept, EEXIST);
   if (::rename(temporary_path_.c_str(), path_.c_str()) != 0)
     return PathError("cannot name the movie '" + path_ + "': " + SystemText(errno) + kept, errno);
+  if (!synced_) return {};
   const std::filesystem::path folder = std::filesystem::path(path_).parent_path();
   const int folder_descriptor = ::open(folder.empty() ? "." : folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
   if (folder_descriptor >= 0) {

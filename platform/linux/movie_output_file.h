@@ -66,6 +66,9 @@ class MovieOutputFile {
   // Syncs and closes the file and gives it its name. `complete` is false when the movie failed
   // (its muxer did not finish it): the file is cut back to its last checkpoint first.
   Result<void> Finish(bool complete);
+  // No sync at Finish, neither of the movie nor of its folder: whoever made the movie can make
+  // it again, and the system writes it out in its own time.
+  void LeaveSyncToTheSystem() { synced_ = false; }
 
   // The error the last failed write met, as the system numbers it; 0 while none failed.
   int WriteError() const { return write_error_; }
@@ -86,6 +89,7 @@ class MovieOutputFile {
   int descriptor_ = -1;
   AVIOContext* io_ = nullptr;
   bool finished_ = false;
+  bool synced_ = true;
 
   std::int64_t position_ = 0;     // where the next write goes
   std::int64_t written_end_ = 0;  // the end of what has been written

@@ -1,12 +1,14 @@
 #include "platform/linux/threaded_movie_builder.h"
 
 #include <atomic>
+#include <chrono>
 #include <condition_variable>
 #include <deque>
 #include <mutex>
 #include <optional>
 #include <thread>
 #include <utility>
+#include <vector>
 
 #include "image/dib.h"
 
@@ -16,9 +18,15 @@ namespace {
 
 // Frames read and not yet written; enough to keep the writer fed while a file is read.
 constexpr std::size_t kFramesReadAhead = 4;
+// The logic hears of the frames at most this often: a report copies a picture and the logic
+// shows it, which a fast build would otherwise do for every frame.
+constexpr auto kProgressInterval = std::chrono::milliseconds(40);
 
-// A bitmap read by the reader; null where the file could not be read.
-using ReadFrame = std::unique_ptr<cDib>;
+// A bitmap read by the reader, and whether the file could be read.
+struct ReadFrame {
+  std::unique_ptr<cDib> dib;
+  bool loaded = false;
+};
 
 // The frames between the two threads, at most kFramesReadAhead of them. Closing it wakes both.
 class FrameQueue {
@@ -90,11 +98,24 @@ class ThreadedBuild final : public MovieBuild {
   void Read() {
     for (const std::string& path : request_.frames) {
       if (cancelled_) break;
-      auto dib = std::make_unique<cDib>();
-      if (!dib->CreateFromFile(path)) dib.reset();
-      if (!queue_.Push(std::move(dib))) break;
+      ReadFrame frame{TakeSpare(), false};
+      frame.loaded = frame.dib->CreateFromFile(path);
+      if (!queue_.Push(std::move(frame))) break;
     }
     queue_.Close(/*drop=*/false);
+  }
+
+  // The bitmaps go round between the threads, so that their memory is allocated once.
+  std::unique_ptr<cDib> TakeSpare() {
+    std::lock_guard lock(spares_mutex_);
+    if (spares_.empty()) return std::make_unique<cDib>();
+    auto dib = std::move(spares_.back());
+    spares_.pop_back();
+    return dib;
+  }
+  void GiveBack(std::unique_ptr<cDib> dib) {
+    std::lock_guard lock(spares_mutex_);
+    spares_.push_back(std::move(dib));
   }
 
   void Write() {
@@ -111,14 +132,15 @@ class ThreadedBuild final : public MovieBuild {
     int index = 0;
     while (auto frame = queue_.Pop()) {
       if (cancelled_) break;
-      const auto written =
-          WriteBitmapFrame(writer, frame->get(), request_.format.width, request_.format.height, converted);
+      const auto written = WriteBitmapFrame(writer, frame->loaded ? frame->dib.get() : nullptr, request_.format.width,
+                                            request_.format.height, converted);
       if (!written) {
         end.error = written.error();
         break;
       }
       ++end.frames;
       if (*written) PostProgress(index, **written);
+      GiveBack(std::move(frame->dib));
       ++index;
     }
     if (end.error) queue_.Close(/*drop=*/true);
@@ -129,7 +151,9 @@ class ThreadedBuild final : public MovieBuild {
 
   // One report waits at a time: the logic is told of the latest frame, not of every one.
   void PostProgress(int index, const FrameView& frame) {
-    if (!progress_taken_->exchange(false)) return;
+    const auto now = std::chrono::steady_clock::now();
+    if (now - last_progress_ < kProgressInterval || !progress_taken_->exchange(false)) return;
+    last_progress_ = now;
     loop_.Post([target = std::weak_ptr(target_), taken = progress_taken_, index,
                 picture = std::make_shared<const Picture>(Picture::CopyOf(frame))] {
       *taken = true;
@@ -150,6 +174,9 @@ class ThreadedBuild final : public MovieBuild {
   std::shared_ptr<std::atomic<bool>> progress_taken_;
   std::atomic<bool> cancelled_{false};
   FrameQueue queue_;
+  std::mutex spares_mutex_;
+  std::vector<std::unique_ptr<cDib>> spares_;
+  std::chrono::steady_clock::time_point last_progress_{};  // the writer's own
   std::thread reader_;
   std::thread writer_;
 };
