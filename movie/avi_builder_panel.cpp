@@ -48,14 +48,25 @@ bool TakenByGroup(const std::filesystem::directory_entry& entry, const std::stri
 }
 
 // Where the movie will be: its name made, empty, where nothing stands yet; a regular file that
-// stands there stays until the finished movie replaces it. False when the name cannot hold a
-// movie.
-bool MakeMovieName(const std::string& path) {
+// stands there stays until the finished movie replaces it.
+enum class MovieName { Made, Standing, Refused };
+MovieName MakeMovieName(const std::string& path) {
   std::error_code error;
   const auto status = std::filesystem::symlink_status(path, error);
-  if (std::filesystem::exists(status)) return std::filesystem::is_regular_file(status);
+  if (std::filesystem::exists(status))
+    return std::filesystem::is_regular_file(status) ? MovieName::Standing : MovieName::Refused;
   std::ofstream made(path, std::ios::binary);
-  return made.good();
+  return made.good() ? MovieName::Made : MovieName::Refused;
+}
+
+// The empty file made for the name goes before the movie takes it: a movie renamed over a file
+// is written out to the disk at once by some file systems (ext4), which would make the build
+// wait for the whole movie. Only a file still regular and empty is removed.
+void RemoveMadeName(const std::string& path) {
+  std::error_code error;
+  if (std::filesystem::is_regular_file(std::filesystem::symlink_status(path, error)) &&
+      std::filesystem::file_size(path, error) == 0 && !error)
+    std::filesystem::remove(path, error);
 }
 
 }  // namespace
@@ -280,7 +291,8 @@ bool AviBuilderPanel::BuildMovie(const std::string& path) {
                         platform::MessageIcon::Stop);
     return false;
   };
-  if (build_ || !MakeMovieName(path)) return error_box();
+  const MovieName name = build_ ? MovieName::Refused : MakeMovieName(path);
+  if (name == MovieName::Refused) return error_box();
 
   std::vector<std::string> frames;
   for (const auto& item : lstDIBList.Items) frames.push_back(item.text);
@@ -313,6 +325,7 @@ bool AviBuilderPanel::BuildMovie(const std::string& path) {
   format.frames_per_second = FramesPerSecond();
   format.checkpoints = platform::MovieFormat::Checkpoints::None;
 
+  if (name == MovieName::Made) RemoveMadeName(path);
   const int count = static_cast<int>(frames.size());
   building_frames_ = frames;
   AVIBuildProgress.Min = 0;
