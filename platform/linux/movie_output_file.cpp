@@ -161,6 +161,9 @@ Result<std::unique_ptr<MovieOutputFile>> MovieOutputFile::Create(const std::stri
       av_free(buffer);
       return Error{"out of memory", "avio_alloc_context"};
     }
+    // A frame's bytes go to the file as they are, not copied through the buffer first; the
+    // small writes of the headers and the index still gather in it.
+    file->io_->direct = 1;
     return file;
   }
   return PathError("cannot find a free temporary name beside '" + path + "'", EEXIST);
