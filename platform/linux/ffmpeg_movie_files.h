@@ -1,10 +1,10 @@
 #pragma once
 // Movie files on FFmpeg: AVI written through libavformat's muxer, read back through its demuxer.
 //
-// Writing: uncompressed movies hold the frames as classic bottom-up BI_RGB DIBs (rows padded to
-// four bytes by the muxer); Motion JPEG movies hold full-range 4:2:0 JFIF pictures coded by
-// libjpeg-turbo at the quality as given (1 coarsest, 100 finest). Both codecs take any width and
-// height, odd ones included.
+// Writing: uncompressed movies hold the frames as classic bottom-up BI_RGB DIBs, each the frame's
+// own bytes with rows padded to four, no encoder between; Motion JPEG movies hold full-range 4:2:0 JFIF pictures coded
+// by libjpeg-turbo at the quality as given (1 coarsest, 100 finest). Both codecs take any width and height, odd ones
+// included.
 //
 // The other codecs:
 // - Mpeg4: FFmpeg's own MPEG-4 part 2 encoder in 4:2:0, stored as "DX50" so that DivX players
