@@ -411,8 +411,8 @@ int BuildMovieWithoutWindows(const Options& options, const std::string& app_path
   loop.SetOperator(nullptr);
   say_progress();
   if (IsFile(*options.build_avi)) ReportMovie(parts.movies, *options.build_avi);
-  if (refused)
-    std::cerr << "zandrell: " << options.frames.size() - static_cast<std::size_t>(frames) << " files were refused\n";
+  if (const std::size_t refusals = options.frames.size() - static_cast<std::size_t>(frames); refused)
+    std::cerr << "zandrell: " << refusals << (refusals == 1 ? " file was" : " files were") << " refused\n";
   return end(built && !refused ? 0 : 1);
 }
 
