@@ -106,7 +106,7 @@ void StoredPixel(const cDib& dib, const std::uint8_t* row, int x, int bits, std:
   }
   const int per_byte = 8 / bits;
   const unsigned shift = static_cast<unsigned>(bits * (per_byte - 1 - x % per_byte));
-  const unsigned entry = (row[x / per_byte] >> shift) & ((1U << bits) - 1U);
+  const unsigned entry = (static_cast<unsigned>(row[x / per_byte]) >> shift) & ((1U << bits) - 1U);
   const std::size_t at = dib.SizeInfoHeader() + 4 * std::size_t{entry};
   if (at + 3 <= dib.SizeBitmapInfo())
     std::memcpy(out, dib.PointerToBitmapInfo() + at, 3);
