@@ -17,6 +17,7 @@
 #include "platform/linux/dial_up_links.h"
 #include "platform/linux/evdev_joystick.h"
 #include "platform/linux/ffmpeg_movie_files.h"
+#include "platform/linux/ffmpeg_movie_player.h"
 #include "platform/linux/ftp_client.h"
 #include "platform/linux/headless_services.h"
 #include "platform/linux/ini_settings_store.h"
