@@ -62,7 +62,8 @@ class FfmpegMoviePlayer::Decoder {
     if (!packet_ || !frame_) return Error{"out of memory", "av_frame_alloc"};
     const AVCodec* codec = nullptr;
     stream_ = av_find_best_stream(input_.get(), AVMEDIA_TYPE_VIDEO, -1, -1, &codec, 0);
-    if (stream_ < 0 || codec == nullptr) return Error{"the movie has no video FFmpeg can decode", "av_find_best_stream"};
+    if (stream_ < 0 || codec == nullptr)
+      return Error{"the movie has no video FFmpeg can decode", "av_find_best_stream"};
     codec_.reset(avcodec_alloc_context3(codec));
     if (!codec_) return Error{"out of memory", "avcodec_alloc_context3"};
     if (const int status = avcodec_parameters_to_context(codec_.get(), input_->streams[stream_]->codecpar); status < 0)
@@ -205,9 +206,8 @@ Result<void> FfmpegMoviePlayer::OpenMovie(const std::string& path) {
   height_ = info->height;
   clock_.Reset(info->frame_count, info->frames_per_second);
   hand_over_ = std::make_shared<HandOver>();
-  hand_over_->thread = std::thread([hand_over = hand_over_.get(), owned = std::move(*decoder)]() mutable {
-    hand_over->Run(std::move(owned));
-  });
+  hand_over_->thread = std::thread(
+      [hand_over = hand_over_.get(), owned = std::move(*decoder)]() mutable { hand_over->Run(std::move(owned)); });
   Want(1);
   return {};
 }

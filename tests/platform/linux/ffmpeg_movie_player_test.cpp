@@ -58,8 +58,8 @@ class FfmpegMoviePlayerTest : public ::testing::TestWithParam<Sample> {
                std::to_string(sample.height) + ":rate=25 -frames:v " + std::to_string(sample.frames) + " " +
                sample.codec + " '" + movie + "' 2>&1");
     const std::string raw = folder_.File(std::string(sample.name) + ".bgr");
-    RunCommand("ffmpeg -v error -y -i '" + movie + "' -vsync passthrough -sws_flags bilinear+accurate_rnd -f rawvideo -pix_fmt bgr24 '" + raw +
-               "' 2>&1");
+    RunCommand("ffmpeg -v error -y -i '" + movie +
+               "' -vsync passthrough -sws_flags bilinear+accurate_rnd -f rawvideo -pix_fmt bgr24 '" + raw + "' 2>&1");
     std::ifstream in(raw, std::ios::binary);
     reference_.assign(std::istreambuf_iterator<char>(in), {});
     return movie;
@@ -100,16 +100,15 @@ TEST_P(FfmpegMoviePlayerTest, EverySeekShowsTheFrameFfmpegDecodes) {
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Codecs, FfmpegMoviePlayerTest,
-    ::testing::Values(Sample{"mjpeg", "-c:v mjpeg -q:v 2", 64, 48, 100, false},
-                      Sample{"mjpeg_odd", "-c:v mjpeg -q:v 2", 33, 17, 30, false},
-                      Sample{"mpeg4", "-c:v mpeg4 -q:v 2 -g 12 -tag:v DX50", 64, 48, 100, false},
-                      Sample{"h264", "-c:v libx264 -crf 10 -g 20 -bf 2", 64, 48, 100, false},
-                      Sample{"raw_odd", "-c:v rawvideo -pix_fmt bgr24", 35, 19, 100, true},
-                      Sample{"ffv1", "-c:v ffv1 -pix_fmt bgr0", 64, 48, 40, true},
-                      Sample{"one_frame", "-c:v huffyuv -pix_fmt bgr24", 16, 16, 1, true}),
-    [](const auto& test) { return std::string(test.param.name); });
+INSTANTIATE_TEST_SUITE_P(Codecs, FfmpegMoviePlayerTest,
+                         ::testing::Values(Sample{"mjpeg", "-c:v mjpeg -q:v 2", 64, 48, 100, false},
+                                           Sample{"mjpeg_odd", "-c:v mjpeg -q:v 2", 33, 17, 30, false},
+                                           Sample{"mpeg4", "-c:v mpeg4 -q:v 2 -g 12 -tag:v DX50", 64, 48, 100, false},
+                                           Sample{"h264", "-c:v libx264 -crf 10 -g 20 -bf 2", 64, 48, 100, false},
+                                           Sample{"raw_odd", "-c:v rawvideo -pix_fmt bgr24", 35, 19, 100, true},
+                                           Sample{"ffv1", "-c:v ffv1 -pix_fmt bgr0", 64, 48, 40, true},
+                                           Sample{"one_frame", "-c:v huffyuv -pix_fmt bgr24", 16, 16, 1, true}),
+                         [](const auto& test) { return std::string(test.param.name); });
 
 TEST(FfmpegMoviePlayer, PlaysWithTheLoopsClockAndEndsOnTheLastFrame) {
   zr::testing::TemporaryFolder folder;
