@@ -3,6 +3,7 @@
 #include <cmath>
 #include <filesystem>
 #include <limits>
+#include <utility>
 
 #include "base/formatting.h"
 #include "base/program_error.h"
@@ -47,11 +48,19 @@ MovieViewer::MovieViewer(Program& program)
       Layout();
     };
   }
-  for (const char* key : {"top", "bottom", "irew", "ifwd", "stop", "play"}) moviecontrol.AddButton(key);
-  for (const char* key : {"recompress", "extractimg", "extractall"}) Mastertoolbar.AddButton(key);
+  for (const auto& [key, image] :
+       {std::pair{"top", "movie_top"}, std::pair{"irew", "step_back"}, std::pair{"stop", "stop"},
+        std::pair{"play", "play"}, std::pair{"ifwd", "step_forward"}, std::pair{"bottom", "movie_bottom"}})
+    moviecontrol.AddButton(key, ui::ButtonStyle::Default, image);
+  for (const auto& [key, image] : {std::pair{"recompress", "recompress"}, std::pair{"extractimg", "extract_image"},
+                                   std::pair{"extractall", "extract_all"}})
+    Mastertoolbar.AddButton(key, ui::ButtonStyle::Default, image);
   moviecontrol.OnButtonClick = [this](ui::ToolbarButton& button) { moviecontrol_ButtonClick(button); };
   Mastertoolbar.OnButtonClick = [this](ui::ToolbarButton& button) { Mastertoolbar_ButtonClick(button); };
+  hmovie.is_scroll_bar = true;
+  hmovie.large_step = 10;
   hmovie.OnChange = [this] { hmovie_Change(); };
+  hmovie.OnScroll = [this] { player_->SeekFrame(hmovie.Value); };
   MovieInfo.OnClick = [this] { MovieInfo_Click(); };
   Timer1.OnTimer = [this] { Timer1_Timer(); };
 }

@@ -71,6 +71,10 @@ class RangeControl : public Control {
   // A slider moves by its small step with the arrow keys and by its large step with a click
   // beside the handle; an up-down shows its value and steps by one.
   bool is_slider = false;
+  // A scroll bar: dragging its box raises Scroll with each move, after the value has changed.
+  bool is_scroll_bar = false;
+  std::function<void()> OnScroll;
+  void Scroll(int value);
   int small_step = 1;
   int large_step = 1;
 };

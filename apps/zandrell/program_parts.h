@@ -55,20 +55,9 @@ struct ProgramParts {
                                                     ReadSetting(settings, settings::JoystickDevice))),
         ftp(loop, links),
         picture_server(loop, descriptors),
-        program(Services{loop,
-                         dialogs,
-                         clipboard,
-                         settings,
-                         files,
-                         clock,
-                         desktop,
-                         movies,
-                         *drivers,
-                         [this] { return devices.MakeCaptureControl(); },
-                         *joystick,
-                         ftp,
-                         picture_server,
-                         {}},
+        program(Services{loop, dialogs, clipboard, settings, files, clock, desktop, movies, *drivers,
+                         [this] { return devices.MakeCaptureControl(); }, *joystick, ftp, picture_server,
+                         [&loop] { return std::make_unique<platform::linux_impl::FfmpegMoviePlayer>(loop); }},
                 start.app_path) {
     program.CommandLine = start.command_line;
     program.HomeFolder = start.home_folder;
