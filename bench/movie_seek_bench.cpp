@@ -29,9 +29,9 @@ struct SeekFigures {
 };
 
 bool MakeMovie(const std::string& path, int minutes) {
-  const std::string command =
-      "ffmpeg -v error -y -f lavfi -i testsrc=size=640x480:rate=25 -t " + std::to_string(minutes * 60) +
-      " -c:v libx264 -preset ultrafast -g 25 -bf 0 -pix_fmt yuv420p '" + path + "'";
+  const std::string command = "ffmpeg -v error -y -f lavfi -i testsrc=size=640x480:rate=25 -t " +
+                              std::to_string(minutes * 60) +
+                              " -c:v libx264 -preset ultrafast -g 25 -bf 0 -pix_fmt yuv420p '" + path + "'";
   return std::system(command.c_str()) == 0;
 }
 

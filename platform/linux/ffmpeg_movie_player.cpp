@@ -188,7 +188,8 @@ struct FfmpegMoviePlayer::HandOver {
   }
 };
 
-FfmpegMoviePlayer::FfmpegMoviePlayer(EventLoop& loop) : loop_(loop) {}
+FfmpegMoviePlayer::FfmpegMoviePlayer(EventLoop& loop, std::string pcm_name)
+    : loop_(loop), pcm_name_(std::move(pcm_name)) {}
 
 FfmpegMoviePlayer::~FfmpegMoviePlayer() { CloseMovie(); }
 
@@ -208,12 +209,14 @@ Result<void> FfmpegMoviePlayer::OpenMovie(const std::string& path) {
   hand_over_ = std::make_shared<HandOver>();
   hand_over_->thread = std::thread(
       [hand_over = hand_over_.get(), owned = std::move(*decoder)]() mutable { hand_over->Run(std::move(owned)); });
+  sound_ = MovieSound::Open(path, pcm_name_);
   Want(1);
   return {};
 }
 
 void FfmpegMoviePlayer::CloseMovie() {
   loop_.StopTimer(*this);
+  sound_.reset();
   if (hand_over_) {
     {
       std::lock_guard lock(hand_over_->mutex);
@@ -232,17 +235,20 @@ void FfmpegMoviePlayer::PlayMovie() {
   if (!clock_.Play(loop_.NowMs())) return;
   loop_.StartTimer(*this, std::max(1, static_cast<int>(std::lround(1000.0 / clock_.FramesPerSecond()))));
   Want(CurrentFrame());
+  FollowWithSound();
 }
 
 void FfmpegMoviePlayer::StopMovie() {
   loop_.StopTimer(*this);
   clock_.Stop(loop_.NowMs());
   Want(CurrentFrame());
+  FollowWithSound();
 }
 
 void FfmpegMoviePlayer::SeekFrame(double frame) {
   clock_.Seek(frame, loop_.NowMs());
   Want(CurrentFrame());
+  if (clock_.Playing()) FollowWithSound();
 }
 
 void FfmpegMoviePlayer::Fire() {
@@ -253,10 +259,19 @@ void FfmpegMoviePlayer::Fire() {
   loop_.StopTimer(*this);
   clock_.Finish();
   Want(CurrentFrame());
+  FollowWithSound();
   std::weak_ptr<bool> alive = alive_;
   loop_.Post([this, alive] {
     if (alive.lock() && EndHandler()) EndHandler()();
   });
+}
+
+void FfmpegMoviePlayer::FollowWithSound() {
+  if (!sound_) return;
+  if (clock_.Playing())
+    sound_->Play(PositionMs());
+  else
+    sound_->Stop();
 }
 
 void FfmpegMoviePlayer::Want(std::int64_t frame) const {

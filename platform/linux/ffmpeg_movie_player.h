@@ -9,7 +9,8 @@
 // Playing follows the loop's clock through a timer at the movie's rate; while it plays, the
 // thread decodes the next frame ahead of time. The picture of the frame shown is waited for
 // (at most half a second, after which the last one decoded stands), so a window asking right
-// after a seek gets the frame it sought. The movie plays silently.
+// after a seek gets the frame it sought. The movie's sound plays through ALSA (movie_sound.h)
+// from where the picture starts, and not at all on a machine without a sound device.
 //
 // Threads: every call on the logic thread; the decoding thread touches only its own decoder
 // and the hand-over it shares with the logic thread under a lock.
@@ -18,13 +19,15 @@
 #include <string>
 
 #include "platform/event_loop.h"
+#include "platform/linux/movie_sound.h"
 #include "platform/movie_player.h"
 
 namespace zr::platform::linux_impl {
 
 class FfmpegMoviePlayer final : public MoviePlayer, private TimerClient {
  public:
-  explicit FfmpegMoviePlayer(EventLoop& loop);
+  // The sound goes to the ALSA PCM `pcm_name`.
+  explicit FfmpegMoviePlayer(EventLoop& loop, std::string pcm_name = "default");
   ~FfmpegMoviePlayer() override;
 
   Result<void> OpenMovie(const std::string& path) override;
@@ -43,6 +46,8 @@ class FfmpegMoviePlayer final : public MoviePlayer, private TimerClient {
   std::shared_ptr<const Picture> CurrentPicture() const override;
   std::string Duration() const override { return clock_.DurationText(); }
   bool Playing() const override { return clock_.Playing(); }
+  // Whether the movie's sound is heard when it plays.
+  bool HasSound() const { return sound_ != nullptr; }
 
   class Decoder;
   struct HandOver;
@@ -52,11 +57,16 @@ class FfmpegMoviePlayer final : public MoviePlayer, private TimerClient {
   // Tells the thread which frame to have ready, and whether to decode ahead of it.
   void Want(std::int64_t frame) const;
 
+  // Starts or stops the sound to follow the picture.
+  void FollowWithSound();
+
   EventLoop& loop_;
+  std::string pcm_name_;
   PlaybackClock clock_;
   int width_ = 0;
   int height_ = 0;
   std::shared_ptr<HandOver> hand_over_;
+  std::unique_ptr<MovieSound> sound_;
   // Alive while the player is: an end posted to the loop reaches only a living player.
   std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);
 };

@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <chrono>
 #include <cmath>
 #include <cstring>
 #include <fstream>
@@ -16,6 +17,7 @@
 #include <numeric>
 #include <random>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "platform/sim/sim_event_loop.h"
@@ -131,6 +133,71 @@ TEST(FfmpegMoviePlayer, PlaysWithTheLoopsClockAndEndsOnTheLastFrame) {
   EXPECT_EQ(player.CurrentFrame(), 30);
   EXPECT_NE(player.CurrentPicture(), nullptr);
   EXPECT_EQ(ends, 1);
+}
+
+// The sound goes to ALSA's null device here (this machine has no sound card), or nowhere when
+// the device is missing; either way the picture keeps its time and a stop, a seek while playing
+// and the end come back at once.
+TEST(FfmpegMoviePlayer, PlaysWithSoundOnADeviceOrSilentlyWithoutOne) {
+  zr::testing::TemporaryFolder folder;
+  const std::string movie = folder.File("sound.avi");
+  RunCommand(
+      "ffmpeg -v error -y -f lavfi -i testsrc=size=32x32:rate=10 -f lavfi -i sine=frequency=440:sample_rate=8000 "
+      "-t 3 -c:v mjpeg -c:a pcm_s16le '" +
+      movie + "' 2>&1");
+  for (const char* device : {"null", "no-such-device"}) {
+    sim::SimEventLoop loop;
+    FfmpegMoviePlayer player(loop, device);
+    int ends = 0;
+    player.SetEndHandler([&] { ++ends; });
+    ASSERT_TRUE(Ok(player.OpenMovie(movie)));
+    EXPECT_EQ(player.HasSound(), std::string(device) == "null");
+    const auto start = std::chrono::steady_clock::now();
+    player.PlayMovie();
+    loop.AdvanceBy(1000);
+    player.SeekFrame(5);
+    loop.AdvanceBy(500);
+    EXPECT_EQ(player.CurrentFrame(), 10) << device;
+    player.StopMovie();
+    player.PlayMovie();
+    loop.AdvanceBy(3000);
+    EXPECT_EQ(ends, 1) << device;
+    player.CloseMovie();
+    EXPECT_LT(zr::testing::Since(start).count(), 1000) << device;
+  }
+}
+
+// The sound starts where the picture does: a track silent for its first second, played from
+// frame 1 and from frame 11 (one second in at 10 frames a second), into ALSA's file device.
+TEST(FfmpegMoviePlayer, TheSoundStartsWhereThePictureStarts) {
+  zr::testing::TemporaryFolder folder;
+  const std::string movie = folder.File("late_tone.avi");
+  RunCommand(
+      "ffmpeg -v error -y -f lavfi -i testsrc=size=32x32:rate=10 -f lavfi "
+      "-i \"aevalsrc=if(gte(t\\,1)\\,0.5*cos(2*PI*440*t)\\,0):s=8000\" -t 2 -c:v mjpeg -c:a pcm_s16le '" +
+      movie + "' 2>&1");
+  for (const int frame : {1, 11}) {
+    const std::string heard = folder.File("heard" + std::to_string(frame) + ".raw");
+    {
+      sim::SimEventLoop loop;
+      FfmpegMoviePlayer player(loop, "file:FILE=" + heard + ",FORMAT=raw");
+      ASSERT_TRUE(Ok(player.OpenMovie(movie)));
+      ASSERT_TRUE(player.HasSound());
+      player.SeekFrame(frame);
+      player.PlayMovie();
+      std::this_thread::sleep_for(std::chrono::milliseconds(300));
+    }
+    std::ifstream in(heard, std::ios::binary);
+    std::vector<std::int16_t> samples(4000);
+    in.read(reinterpret_cast<char*>(samples.data()), 8000);
+    ASSERT_EQ(in.gcount(), 8000);
+    const auto first_heard = std::find_if(samples.begin(), samples.end(), [](std::int16_t s) { return s != 0; });
+    // Silence up to the second's end from the start; the tone at once from a second in.
+    if (frame == 1)
+      EXPECT_EQ(first_heard, samples.end());
+    else
+      EXPECT_LT(first_heard - samples.begin(), 2);
+  }
 }
 
 }  // namespace
