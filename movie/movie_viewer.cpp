@@ -75,8 +75,10 @@ void MovieViewer::Load() {
 
 void MovieViewer::Form_Activate() {
   // A file that cannot be opened leaves the player empty, and the display shows what it reports.
-  ResumeNext([&] { (void)player_->OpenMovie(filename); });
-  if (NumericPrefix(program_.state.AutoPlay) == 1) player_->PlayMovie();
+  (void)player_->OpenMovie(filename);
+  ResumeNext([&] {
+    if (NumericPrefix(program_.state.AutoPlay) == 1) player_->PlayMovie();
+  });
   movie.Width = player_->VideoWidth();
   movie.Height = player_->VideoHeight();
   Layout();

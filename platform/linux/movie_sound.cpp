@@ -152,9 +152,8 @@ std::unique_ptr<MovieSound> MovieSound::Open(const std::string& path, const std:
   snd_pcm_t* pcm = nullptr;
   if (snd_pcm_open(&pcm, pcm_name.c_str(), SND_PCM_STREAM_PLAYBACK, 0) < 0) return nullptr;
   track->pcm.reset(pcm);
-  if (snd_pcm_set_params(pcm, SND_PCM_FORMAT_S16, SND_PCM_ACCESS_RW_INTERLEAVED,
-                         static_cast<unsigned>(track->channels), static_cast<unsigned>(track->rate), 1,
-                         kDeviceLatencyUs) < 0)
+  if (snd_pcm_set_params(pcm, SND_PCM_FORMAT_S16, SND_PCM_ACCESS_RW_INTERLEAVED, static_cast<unsigned>(track->channels),
+                         static_cast<unsigned>(track->rate), 1, kDeviceLatencyUs) < 0)
     return nullptr;
   Track* running = track.get();
   track->thread = std::thread([running] { running->Run(); });
