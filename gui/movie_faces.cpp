@@ -34,8 +34,11 @@ class MovieViewerWindow final : public PlainWindow {
     Refresh();
   }
 
-  // The picture keeps the movie's size; an empty player keeps a small blank one.
+  // The picture keeps the movie's size; an empty player keeps a small blank one. While the
+  // movie plays, each refresh shows the player's frame of the moment, so the picture moves at
+  // the movie's rate rather than with the position display's ten ticks a second.
   void Refresh() {
+    if (model_.Player().Playing()) model_.movie.Picture = model_.Player().CurrentPicture();
     PlainWindow::Refresh();
     const QSize size(model_.movie.Width > 0 ? model_.movie.Width : kEmptyWidth,
                      model_.movie.Height > 0 ? model_.movie.Height : kEmptyHeight);

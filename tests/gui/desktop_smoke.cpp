@@ -187,8 +187,8 @@ class Operator {
       Next(&Operator::ShowMovie);
   }
 
-  // The movie just recorded, in a movie window of its own at its last frame, photographed and
-  // closed again.
+  // The movie just recorded, in a movie window of its own, playing from its first frame,
+  // photographed a second later and closed again.
   void ShowMovie() {
     auto& program = parts_.program;
     if (Done("movie_viewer.png") && program.SlotOf<zr::MovieViewer>().ExtraInstanceCount() == 0)
@@ -196,10 +196,8 @@ class Operator {
     QWidget* window = FindWidget("MovieViewer");
     if (!window) {
       if (Once("open movie"))
-        Later(FindWidget("Master"), [&program] {
-          auto& viewer = zr::OpenMovieInNewViewer(program, program.state.CaptureFilename);
-          viewer.Player().SeekFrame(static_cast<double>(viewer.Player().FrameCount()));
-        });
+        Later(FindWidget("Master"),
+              [&program] { zr::OpenMovieInNewViewer(program, program.state.CaptureFilename).Player().PlayMovie(); });
       return;
     }
     if (Elapsed() < 1000) return;  // the face lays itself out and the timer shows the frame
