@@ -17,6 +17,7 @@
 #include "platform/joystick.h"
 #include "platform/movie_build.h"
 #include "platform/movie_file.h"
+#include "platform/movie_player.h"
 #include "platform/picture_server.h"
 #include "platform/services.h"
 #include "ui/window.h"
@@ -41,6 +42,8 @@ struct Services {
   platform::Ftp& ftp;
   platform::PictureServer& picture_server;
   platform::MovieBuilder& movie_builder;
+  // A player of its own for each window that plays a movie.
+  std::function<std::unique_ptr<platform::MoviePlayer>()> make_movie_player;
 };
 
 // The application title: the root of the window settings and the title of message boxes.

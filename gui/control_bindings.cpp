@@ -12,6 +12,7 @@
 #include <QProgressBar>
 #include <QPushButton>
 #include <QRadioButton>
+#include <QScrollBar>
 #include <QSlider>
 #include <QSpinBox>
 #include <QTabBar>
@@ -154,6 +155,9 @@ class RangeBinding final : public BindingOf<W, ui::RangeControl> {
       widget->setOrientation(Qt::Horizontal);
       widget->setPageStep(range.large_step);
       widget->setMinimumWidth(120);
+      // A drag is the operator's scroll, each move of the box on its own.
+      QObject::connect(widget, &W::sliderMoved, widget,
+                       [this](int value) { this->Operator([this, value] { this->control_.Scroll(value); }); });
     }
     QObject::connect(widget, &W::valueChanged, widget, [this](int value) {
       if (refreshing_ || value == this->control_.Value) return;
@@ -511,6 +515,7 @@ std::unique_ptr<Binding> BindControl(ui::Control& control, const Guard& guard, Q
   if (auto* range = dynamic_cast<ui::RangeControl*>(&control)) {
     if (range->is_progress_bar) return Make<ProgressBinding>(*range, guard, parent);
     if (range->is_slider) return Make<RangeBinding<QSlider>>(*range, guard, parent);
+    if (range->is_scroll_bar) return Make<RangeBinding<QScrollBar>>(*range, guard, parent);
     return Make<RangeBinding<QSpinBox>>(*range, guard, parent);
   }
   if (auto* list = dynamic_cast<ui::ListControl*>(&control)) {

@@ -725,6 +725,61 @@ void DrawJoystick(QPainter& p) {
   p.drawEllipse(QPointF(36, 29), 3, 3);
 }
 
+// ---- The movie window's transport and tools ----
+
+void DrawPlay(QPainter& p) {
+  Fill(p, kGreen);
+  p.drawPolygon(Polygon({{14, 8}, {40, 24}, {14, 40}}));
+}
+
+// A bar at the movie's first or last frame with the way to it.
+void DrawMovieTop(QPainter& p) {
+  Fill(p, kInk);
+  p.drawRoundedRect(QRectF(6, 10, 6, 28), 2, 2);
+  p.drawPolygon(Polygon({{14, 24}, {28, 10}, {28, 38}}));
+  p.drawPolygon(Polygon({{28, 24}, {42, 10}, {42, 38}}));
+}
+
+void DrawMovieBottom(QPainter& p) {
+  Fill(p, kInk);
+  p.drawRoundedRect(QRectF(36, 10, 6, 28), 2, 2);
+  p.drawPolygon(Polygon({{34, 24}, {20, 10}, {20, 38}}));
+  p.drawPolygon(Polygon({{20, 24}, {6, 10}, {6, 38}}));
+}
+
+// One frame: a triangle against a bar.
+void DrawStepBack(QPainter& p) {
+  Fill(p, kBlue);
+  p.drawPolygon(Polygon({{10, 24}, {32, 10}, {32, 38}}));
+  Fill(p, kInk);
+  p.drawRoundedRect(QRectF(35, 10, 6, 28), 2, 2);
+}
+
+void DrawStepForward(QPainter& p) {
+  Fill(p, kBlue);
+  p.drawPolygon(Polygon({{38, 24}, {16, 10}, {16, 38}}));
+  Fill(p, kInk);
+  p.drawRoundedRect(QRectF(7, 10, 6, 28), 2, 2);
+}
+
+void DrawRecompress(QPainter& p) {
+  Film(p, QRectF(4, 6, 40, 16));
+  Arrow(p, {24, 24}, {24, 44}, kRed);
+}
+
+void DrawExtractImage(QPainter& p) {
+  Film(p, QRectF(4, 4, 40, 14));
+  Photo(p, QRectF(14, 24, 30, 20));
+  Arrow(p, {8, 20}, {8, 42}, kRed, 3);
+}
+
+void DrawExtractAll(QPainter& p) {
+  Film(p, QRectF(4, 4, 40, 14));
+  Photo(p, QRectF(4, 30, 18, 14));
+  Photo(p, QRectF(26, 30, 18, 14));
+  Arrow(p, {24, 19}, {24, 29}, kRed, 3);
+}
+
 // ---- The table of toolbar images ----
 
 struct Pictogram {
@@ -798,6 +853,14 @@ const Pictogram kPictograms[] = {
     {"down", "go-down", DrawDown},
     {"manual", "", DrawFingerPress},
     {"joystick", "", DrawJoystick},
+    {"play", "media-playback-start", DrawPlay},
+    {"movie_top", "media-skip-backward", DrawMovieTop},
+    {"movie_bottom", "media-skip-forward", DrawMovieBottom},
+    {"step_back", "", DrawStepBack},
+    {"step_forward", "", DrawStepForward},
+    {"recompress", "", DrawRecompress},
+    {"extract_image", "", DrawExtractImage},
+    {"extract_all", "", DrawExtractAll},
 };
 
 const Pictogram* FindPictogram(std::string_view key) {

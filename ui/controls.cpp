@@ -120,6 +120,11 @@ void CheckBox::Click() {
 
 // ---- RangeControl
 
+void RangeControl::Scroll(int value) {
+  Value = value;
+  if (OnScroll) OnScroll();
+}
+
 RangeControl::RangeControl(Window& owner, std::string name, std::optional<int> index)
     : Control(owner, std::move(name), index) {
   Value.OnChange([this] {

@@ -73,6 +73,10 @@ class RangeControl : public Control {
   bool is_slider = false;
   // A progress bar: shown, never changed by the operator.
   bool is_progress_bar = false;
+  // A scroll bar: dragging its box raises Scroll with each move, after the value has changed.
+  bool is_scroll_bar = false;
+  std::function<void()> OnScroll;
+  void Scroll(int value);
   int small_step = 1;
   int large_step = 1;
 };

@@ -15,6 +15,7 @@
 #include "platform/sim/sim_ftp.h"
 #include "platform/sim/sim_joystick.h"
 #include "platform/sim/sim_movie_builder.h"
+#include "platform/sim/sim_movie_player.h"
 #include "platform/sim/sim_picture_server.h"
 #include "platform/sim/sim_services.h"
 

@@ -47,6 +47,7 @@
 #include "gui/desktop_toolkit.h"
 #include "image/bmp.h"
 #include "main_window/master.h"
+#include "movie/movie_viewer.h"
 #include "net/ftp_image.h"
 #include "tests/support/movie_probe.h"
 
@@ -199,7 +200,31 @@ class Operator {
     // The run must have ended before the quit, which would end it anyway.
     if (Done("stop") && MainWindow().RecordButton().Image.get() == "record" &&
         MainWindow().StatusString.Caption.get() == "Stopped")
-      Next(&Operator::ServePictures);
+      Next(&Operator::ShowMovie);
+  }
+
+  // The movie just recorded, in a movie window of its own, playing from its first frame,
+  // photographed a second later and closed again.
+  void ShowMovie() {
+    auto& program = parts_.program;
+    if (Done("movie_viewer.png") && program.SlotOf<zr::MovieViewer>().ExtraInstanceCount() == 0)
+      return Next(&Operator::ServePictures);
+    QWidget* window = FindWidget("MovieViewer");
+    if (!window) {
+      if (Once("open movie"))
+        Later(FindWidget("Master"),
+              [&program] { zr::OpenMovieInNewViewer(program, program.state.CaptureFilename).Player().PlayMovie(); });
+      return;
+    }
+    if (Elapsed() < 1000) return;  // the face lays itself out and the timer shows the frame
+    if (Once("movie_viewer.png")) {
+      Screenshot(window, "movie_viewer.png");
+      if (program.SlotOf<zr::MovieViewer>().ExtraInstanceCount() != 1) return Fail("the movie window did not open");
+      Later(window, [&program] {
+        auto& slot = program.SlotOf<zr::MovieViewer>();
+        slot.UnloadExtra(*slot.ExtraInstance(1), zr::ui::UnloadMode::FromCode);
+      });
+    }
   }
 
   // Multiple image mode from the mode bar, numbered JPEGs, the timer trigger at one second.
