@@ -16,6 +16,7 @@
 #include "platform/ftp.h"
 #include "platform/joystick.h"
 #include "platform/movie_file.h"
+#include "platform/movie_player.h"
 #include "platform/picture_server.h"
 #include "platform/services.h"
 #include "ui/window.h"
@@ -39,6 +40,8 @@ struct Services {
   platform::Joystick& joystick;
   platform::Ftp& ftp;
   platform::PictureServer& picture_server;
+  // A player of its own for each window that plays a movie.
+  std::function<std::unique_ptr<platform::MoviePlayer>()> make_movie_player;
 };
 
 // The application title: the root of the window settings and the title of message boxes.

@@ -14,6 +14,7 @@
 #include "platform/sim/sim_event_loop.h"
 #include "platform/sim/sim_ftp.h"
 #include "platform/sim/sim_joystick.h"
+#include "platform/sim/sim_movie_player.h"
 #include "platform/sim/sim_picture_server.h"
 #include "platform/sim/sim_services.h"
 

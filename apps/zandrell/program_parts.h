@@ -54,8 +54,20 @@ struct ProgramParts {
                                                     ReadSetting(settings, settings::JoystickDevice))),
         ftp(loop, links),
         picture_server(loop, descriptors),
-        program(Services{loop, dialogs, clipboard, settings, files, clock, desktop, movies, *drivers,
-                         [this] { return devices.MakeCaptureControl(); }, *joystick, ftp, picture_server},
+        program(Services{loop,
+                         dialogs,
+                         clipboard,
+                         settings,
+                         files,
+                         clock,
+                         desktop,
+                         movies,
+                         *drivers,
+                         [this] { return devices.MakeCaptureControl(); },
+                         *joystick,
+                         ftp,
+                         picture_server,
+                         {}},
                 start.app_path) {
     program.CommandLine = start.command_line;
     program.HomeFolder = start.home_folder;
