@@ -3,6 +3,7 @@
 #include <QCheckBox>
 #include <QComboBox>
 #include <QHBoxLayout>
+#include <QHeaderView>
 #include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
@@ -514,7 +515,10 @@ class ListViewBinding final : public BindingOf<QTreeWidget, ui::ListView> {
       for (const auto& header : headers_) texts << Text(header);
       widget_->setColumnCount(static_cast<int>(headers_.size()));
       widget_->setHeaderLabels(texts);
-      widget_->setColumnWidth(0, 320);
+      // The first column takes what the others leave.
+      widget_->header()->setStretchLastSection(false);
+      widget_->header()->setSectionResizeMode(QHeaderView::ResizeToContents);
+      if (!headers_.empty()) widget_->header()->setSectionResizeMode(0, QHeaderView::Stretch);
     }
     std::vector<std::vector<std::string>> rows;
     rows.reserve(control_.ListItems.size());

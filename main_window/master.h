@@ -120,6 +120,8 @@ class Master : public MainWindow,
   void PlaceStillInImageWindow();
   void OpenCaptureFile();
   void SaveCaptureFile();
+  // Asks for a movie and opens it in the subtitle editor; cancel does nothing.
+  void OpenSubtitleEditor();
   void LoadGeometry();
   void SaveGeometry();
   void LoadToolbarChecks();

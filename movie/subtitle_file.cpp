@@ -1,8 +1,8 @@
 #include "movie/subtitle_file.h"
 
 #include <cmath>
-#include <cstdio>
 #include <cstdint>
+#include <cstdio>
 
 #include "base/formatting.h"
 #include "base/program_error.h"

@@ -54,7 +54,7 @@ void PlaybackClock::Seek(double frame, std::int64_t now_ms) {
   if (frame_count_ == 0) return;
   // NaN goes to the first frame.
   const double whole = std::trunc(frame);
-  frame_ = !(whole >= 1) ? 1
+  frame_ = !(whole >= 1)                                ? 1
            : whole >= static_cast<double>(frame_count_) ? frame_count_
                                                         : static_cast<std::int64_t>(whole);
   started_ms_ = now_ms;

@@ -31,6 +31,7 @@
 #include <chrono>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
 #include <functional>
 #include <future>
 #include <iostream>
@@ -44,6 +45,7 @@
 #include "core/main_menus.h"
 #include "gui/desktop_toolkit.h"
 #include "main_window/master.h"
+#include "movie/subtitle_editor.h"
 #include "net/ftp_image.h"
 #include "tests/support/movie_probe.h"
 
@@ -298,6 +300,7 @@ class Operator {
          "Command1"},
         {"VideoCODEC", [&program] { program.SlotOf<VideoCodec>().ShowModal(program.services.loop); }, nullptr},
         {"OtherInfo", [this] { ChooseFromMenus(MainWindow().EditMenu(edit_menu::kOtherInformation)); }, nullptr},
+        {"frmMovieSRT", [&program] { OpenSubtitleEditor(program); }, nullptr},
     };
     if (shown_windows_ == std::size(windows)) return Next(&Operator::Quit);
     const Shown& next = windows[shown_windows_];
@@ -316,6 +319,20 @@ class Operator {
       window->close();
     ++shown_windows_;
     Next(&Operator::ShowCaptureWindows);
+  }
+
+  // The subtitle editor on a movie with subtitles beside it, its first row chosen.
+  static void OpenSubtitleEditor(zr::Program& program) {
+    const auto folder = std::filesystem::temp_directory_path() / "zr_smoke_subtitles";
+    std::filesystem::create_directories(folder);
+    std::ofstream(folder / "clip.srt", std::ios::binary)
+        << "1\r\n00:00:01,000 --> 00:00:03,500\r\nThe first subtitle\r\nover two lines\r\n\r\n"
+           "2\r\n00:00:04,000 --> 00:00:06,000\r\n<i>In italics</i>\r\n\r\n"
+           "3\r\n00:00:06,500 --> 00:00:09,000\r\nCaf\xC3\xA9 at the end\r\n";
+    auto& editor = program.Window<zr::SubtitleEditor>();
+    editor.OpenMovie((folder / "clip.avi").string());
+    editor.Show();
+    editor.SRT.ClickEntry(0);
   }
 
   // A port on 127.0.0.1 below 32768 that takes connections and never says a word; 0 for none.

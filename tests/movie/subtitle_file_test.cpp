@@ -15,7 +15,9 @@ namespace {
 
 using Records = std::vector<SubtitleRecord>;
 
-std::string WithLineEnds(std::string text, std::string_view line_end) { return ReplaceAll(std::move(text), "\n", line_end); }
+std::string WithLineEnds(std::string text, std::string_view line_end) {
+  return ReplaceAll(std::move(text), "\n", line_end);
+}
 
 TEST(SubtitleFile, ReadsRecordsAsTheyStandWhateverTheLineEnds) {
   const std::string file =
@@ -45,7 +47,9 @@ TEST(SubtitleFile, OddRecordsReadByTheSameRules) {
 }
 
 TEST(SubtitleFile, DecodesUtf8WithOrWithoutMarkAndLatin1) {
-  EXPECT_EQ(DecodeSubtitleBytes("\xEF\xBB\xBF" "caf\xC3\xA9"), "caf\xC3\xA9");
+  EXPECT_EQ(DecodeSubtitleBytes("\xEF\xBB\xBF"
+                                "caf\xC3\xA9"),
+            "caf\xC3\xA9");
   EXPECT_EQ(DecodeSubtitleBytes("caf\xC3\xA9 \xE2\x82\xAC"), "caf\xC3\xA9 \xE2\x82\xAC");
   EXPECT_EQ(DecodeSubtitleBytes("caf\xE9 \xA0"), "caf\xC3\xA9 \xC2\xA0");
   // Overlong forms, surrogates and cut sequences are no UTF-8: the whole file is Latin-1.
@@ -67,7 +71,8 @@ TEST(SubtitleFile, ReadsAndWritesFilesOfThousandsOfRows) {
   std::string saved;
   for (int row = 1; row <= 2000; ++row) {
     const std::string time = "00:" + std::to_string(10 + row / 60) + ":" + std::to_string(10 + row % 50) + ",000";
-    file += std::to_string(row) + "\r\n" + time + " --> " + time + "\r\nline " + std::to_string(row) + "\r\n\xC3\xA9\r\n\r\n";
+    file += std::to_string(row) + "\r\n" + time + " --> " + time + "\r\nline " + std::to_string(row) +
+            "\r\n\xC3\xA9\r\n\r\n";
     saved += std::to_string(row) + "\r\n" + time + "  -->  " + time + "\r\nline " + std::to_string(row) +
              " \r\n \xC3\xA9\r\n\r\n";
   }
