@@ -10,6 +10,7 @@
 #include "core/main_window.h"
 #include "core/window_registry.h"
 #include "movie/information_chunk.h"
+#include "movie/movie_viewer.h"
 
 namespace zr {
 
@@ -135,8 +136,6 @@ void WriteInformationChunk(Program& program, const std::string& movie_path) {
   const auto& texts = program.state.AviInfoText;
   WriteAviInfo(movie_path, texts[0], texts[1], texts[2], texts[3], texts[4], texts[5]);
 }
-
-void PopUpMovieViewer(Program&, const std::string&) { throw NotBuiltYet("the movie viewer"); }
 
 namespace {
 

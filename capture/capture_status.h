@@ -20,6 +20,5 @@ void ShowRunFailure(Program& program, platform::RunFailure failure);
 
 // The close-out steps that other features own.
 void WriteInformationChunk(Program& program, const std::string& movie_path);
-void PopUpMovieViewer(Program& program, const std::string& movie_path);
 
 }  // namespace zr

@@ -17,6 +17,7 @@
 #include "core/settings_keys.h"
 #include "main_window/master.h"
 #include "main_window/parameter_file.h"
+#include "movie/movie_viewer.h"
 #include "movie/subtitle_editor.h"
 #include "net/net_config.h"
 
@@ -40,6 +41,8 @@ void Master::MainToolbar_ButtonClick(ui::ToolbarButton& button) {
     SaveCaptureFile();
   else if (key == "preferences")
     program_.SlotOf<Preferences>().ShowModal(program_.services.loop);
+  else if (key == "viewer")
+    OpenMovieFromToolbar();
   else if (key == "srt")
     OpenSubtitleEditor();
   else
@@ -207,8 +210,17 @@ void Master::OpenCaptureFile() {
   const std::string kind = LastThreeLower(path);
   if (kind == "zrp")
     LoadParameters(program_, path);
-  else if (kind == "avi" || kind == "bmp" || kind == "jpg")
+  else if (kind == "avi")
+    OpenMovieInNewViewer(program_, path);
+  else if (kind == "bmp" || kind == "jpg")
     throw NotBuiltYet("opening a ." + kind + " file");
+}
+
+void Master::OpenMovieFromToolbar() {
+  const auto chosen = program_.services.dialogs.FileDialog(
+      platform::FileDialogRequest{platform::FileDialogKind::Open, "Open AVI", "Movie File (*.avi)|*.avi|", "", false});
+  if (!chosen || chosen->empty()) return;
+  OpenMovieInNewViewer(program_, chosen->front());
 }
 
 void Master::SaveCaptureFile() {

@@ -119,6 +119,8 @@ class Master : public MainWindow,
   // keeps it as the window's restore point.
   void PlaceStillInImageWindow();
   void OpenCaptureFile();
+  // The toolbar's "viewer": a movie picked in the "Open AVI" dialog, in a new movie window.
+  void OpenMovieFromToolbar();
   void SaveCaptureFile();
   // Asks for a movie and opens it in the subtitle editor; cancel does nothing.
   void OpenSubtitleEditor();

@@ -14,11 +14,31 @@ namespace {
 
 using Registration = WindowRegistration<SubtitleEditor>;
 const Registration kRegistration{{
-    {"OpenMovie", [](SubtitleEditor& w, const ProcedureArguments& a) { a.Expect(1); w.OpenMovie(a.Text(0)); }},
-    {"OpenSRT", [](SubtitleEditor& w, const ProcedureArguments& a) { a.Expect(1); w.OpenSRT(a.Text(0)); }},
-    {"SRTProcess", [](SubtitleEditor& w, const ProcedureArguments& a) { a.Expect(1); w.SRTProcess(a.Text(0)); }},
-    {"GetSRTTCR", [](SubtitleEditor& w, const ProcedureArguments& a) { a.Expect(1); w.GetSRTTCR(a.Number(0)); }},
-    {"SaveSRT", [](SubtitleEditor& w, const ProcedureArguments& a) { a.Expect(1); w.SaveSRT(a.Text(0)); }},
+    {"OpenMovie",
+     [](SubtitleEditor& w, const ProcedureArguments& a) {
+       a.Expect(1);
+       w.OpenMovie(a.Text(0));
+     }},
+    {"OpenSRT",
+     [](SubtitleEditor& w, const ProcedureArguments& a) {
+       a.Expect(1);
+       w.OpenSRT(a.Text(0));
+     }},
+    {"SRTProcess",
+     [](SubtitleEditor& w, const ProcedureArguments& a) {
+       a.Expect(1);
+       w.SRTProcess(a.Text(0));
+     }},
+    {"GetSRTTCR",
+     [](SubtitleEditor& w, const ProcedureArguments& a) {
+       a.Expect(1);
+       w.GetSRTTCR(a.Number(0));
+     }},
+    {"SaveSRT",
+     [](SubtitleEditor& w, const ProcedureArguments& a) {
+       a.Expect(1);
+       w.SaveSRT(a.Text(0));
+     }},
     {"RenumberSRT", Registration::Calls(&SubtitleEditor::RenumberSRT)},
 }};
 

@@ -17,6 +17,7 @@
 #include "platform/linux/dial_up_links.h"
 #include "platform/linux/evdev_joystick.h"
 #include "platform/linux/ffmpeg_movie_files.h"
+#include "platform/linux/ffmpeg_movie_player.h"
 #include "platform/linux/ftp_client.h"
 #include "platform/linux/headless_services.h"
 #include "platform/linux/ini_settings_store.h"
@@ -54,20 +55,9 @@ struct ProgramParts {
                                                     ReadSetting(settings, settings::JoystickDevice))),
         ftp(loop, links),
         picture_server(loop, descriptors),
-        program(Services{loop,
-                         dialogs,
-                         clipboard,
-                         settings,
-                         files,
-                         clock,
-                         desktop,
-                         movies,
-                         *drivers,
-                         [this] { return devices.MakeCaptureControl(); },
-                         *joystick,
-                         ftp,
-                         picture_server,
-                         {}},
+        program(Services{loop, dialogs, clipboard, settings, files, clock, desktop, movies, *drivers,
+                         [this] { return devices.MakeCaptureControl(); }, *joystick, ftp, picture_server,
+                         [&loop] { return std::make_unique<platform::linux_impl::FfmpegMoviePlayer>(loop); }},
                 start.app_path) {
     program.CommandLine = start.command_line;
     program.HomeFolder = start.home_folder;

@@ -8,6 +8,8 @@
 #include <utility>
 #include <vector>
 
+#include "platform/linux/avi_input.h"
+
 extern "C" {
 #include <libavcodec/avcodec.h>
 #include <libavformat/avformat.h>
@@ -669,18 +671,6 @@ Result<void> AviMovieWriter::EndMovie() {
 // ---- Reading --------------------------------------------------------------------------------
 
 // The AVI headers say all that is asked; nothing is decoded.
-Result<InputContextPtr> OpenAviInput(const std::string& path) {
-  const AVInputFormat* avi = av_find_input_format("avi");
-  if (avi == nullptr) return Error{"FFmpeg cannot read AVI files", "av_find_input_format"};
-  AVFormatContext* context = nullptr;
-  // Through the file protocol alone: whatever the name, it is a local file.
-  const std::string local = "file:" + path;
-  const int status = avformat_open_input(&context, local.c_str(), avi, nullptr);
-  if (status < 0) {
-    return FfmpegError("cannot read '" + path + "' as an AVI movie", "avformat_open_input", status);
-  }
-  return InputContextPtr(context);
-}
 
 // Counts the stream's packets, for files whose headers lack the frame count; a damaged tail
 // ends the count like the end of the file does.
@@ -728,6 +718,19 @@ std::optional<AudioFormat> DescribeAudio(AVFormatContext& movie) {
 }
 
 }  // namespace
+
+Result<InputContextPtr> OpenAviInput(const std::string& path) {
+  const AVInputFormat* avi = av_find_input_format("avi");
+  if (avi == nullptr) return Error{"FFmpeg cannot read AVI files", "av_find_input_format"};
+  AVFormatContext* context = nullptr;
+  // Through the file protocol alone: whatever the name, it is a local file.
+  const std::string local = "file:" + path;
+  const int status = avformat_open_input(&context, local.c_str(), avi, nullptr);
+  if (status < 0) {
+    return FfmpegError("cannot read '" + path + "' as an AVI movie", "avformat_open_input", status);
+  }
+  return InputContextPtr(context);
+}
 
 Result<std::unique_ptr<MovieWriter>> FfmpegMovieFiles::OpenWriter(const std::string& path, const MovieFormat& format) {
   return AviMovieWriter::Open(path, format);

@@ -1,0 +1,64 @@
+#pragma once
+// The movie player on FFmpeg: any AVI FFmpeg reads, decoded on a thread of the player's own.
+//
+// Seeking is frame-exact: the decoder goes to the key frame at or before the frame asked for
+// and decodes forward to it; a frame a little ahead of the one decoded is reached by decoding
+// on, without a seek. Frames are numbered by their place in the stream's index (the demuxer's
+// timestamps), so a movie with B-frames shows its frames in presentation order.
+//
+// Playing follows the loop's clock through a timer at the movie's rate; while it plays, the
+// thread decodes the next frame ahead of time. The picture of the frame shown is waited for
+// (at most half a second, after which the last one decoded stands), so a window asking right
+// after a seek gets the frame it sought. The movie plays silently.
+//
+// Threads: every call on the logic thread; the decoding thread touches only its own decoder
+// and the hand-over it shares with the logic thread under a lock.
+
+#include <memory>
+#include <string>
+
+#include "platform/event_loop.h"
+#include "platform/movie_player.h"
+
+namespace zr::platform::linux_impl {
+
+class FfmpegMoviePlayer final : public MoviePlayer, private TimerClient {
+ public:
+  explicit FfmpegMoviePlayer(EventLoop& loop);
+  ~FfmpegMoviePlayer() override;
+
+  Result<void> OpenMovie(const std::string& path) override;
+  void CloseMovie() override;
+  void PlayMovie() override;
+  void StopMovie() override;
+  void SeekFrame(double frame) override;
+
+  std::int64_t CurrentFrame() const override { return clock_.FrameAt(loop_.NowMs()); }
+  std::int64_t FrameCount() const override { return clock_.FrameCount(); }
+  double FramesPerSecond() const override { return clock_.FramesPerSecond(); }
+  std::int32_t PositionMs() const override { return clock_.PositionMsOf(CurrentFrame()); }
+  std::int32_t LengthMs() const override { return clock_.LengthMs(); }
+  int VideoWidth() const override { return width_; }
+  int VideoHeight() const override { return height_; }
+  std::shared_ptr<const Picture> CurrentPicture() const override;
+  std::string Duration() const override { return clock_.DurationText(); }
+  bool Playing() const override { return clock_.Playing(); }
+
+  class Decoder;
+  struct HandOver;
+
+ private:
+  void Fire() override;
+  // Tells the thread which frame to have ready, and whether to decode ahead of it.
+  void Want(std::int64_t frame) const;
+
+  EventLoop& loop_;
+  PlaybackClock clock_;
+  int width_ = 0;
+  int height_ = 0;
+  std::shared_ptr<HandOver> hand_over_;
+  // Alive while the player is: an end posted to the loop reaches only a living player.
+  std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);
+};
+
+}  // namespace zr::platform::linux_impl
