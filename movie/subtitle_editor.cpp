@@ -54,7 +54,7 @@ constexpr double kFastStepSeconds = 5;
 SubtitleEditor::SubtitleEditor(Program& program)
     : ui::Window(program.services.loop, std::string(kWindowName)),
       program_(program),
-      player_(program.services.make_movie_player ? program.services.make_movie_player() : nullptr) {
+      player_(program.services.make_movie_player()) {
   Caption = "SRT Editor";
   Width = 880;
   Height = 660;
@@ -99,9 +99,8 @@ SubtitleEditor::SubtitleEditor(Program& program)
 
 void SubtitleEditor::OpenMovie(const std::string& file) {
   Caption = "SRT Editor - " + file;
-  // A movie that cannot be played (or a face without a player) leaves the movie empty; its
-  // subtitles are edited all the same.
-  if (player_ && player_->OpenMovie(file)) {
+  // A movie that cannot be played leaves the player empty; its subtitles are edited all the same.
+  if (player_->OpenMovie(file)) {
     movietimeline.Max = static_cast<int>(player_->LengthMs() / 1000);
     movietimeline.large_step = std::max(1, movietimeline.Max / 10);
     movie.Width = player_->VideoWidth();
@@ -109,7 +108,7 @@ void SubtitleEditor::OpenMovie(const std::string& file) {
     movie.Picture = player_->CurrentPicture();
   }
   if (file.size() >= 3) OpenSRT(file.substr(0, file.size() - 3) + "srt");
-  if (player_) player_->PlayMovie();
+  player_->PlayMovie();
   SRTRefresh.Enabled = true;
 }
 
@@ -152,11 +151,10 @@ void SubtitleEditor::RenumberSRT() {
     SRT.ListItems[row].SetSubItem(kNumber, std::to_string(row + 1));
 }
 
-double SubtitleEditor::PositionSeconds() const { return player_ ? player_->PositionMs() / 1000.0 : 0; }
+double SubtitleEditor::PositionSeconds() const { return player_->PositionMs() / 1000.0; }
 
 // The player goes by frames: the position lands on the frame that shows at that time.
 void SubtitleEditor::SetPosition(double seconds) {
-  if (!player_) return;
   const double frames = std::floor(std::max(0.0, seconds) * player_->FramesPerSecond() + 1e-6);
   player_->SeekFrame(frames + 1);
   movie.Picture = player_->CurrentPicture();
@@ -167,17 +165,17 @@ void SubtitleEditor::moviecontrol_ButtonClick(ui::ToolbarButton& button) {
   if (key == "top") {
     SetPosition(0);
   } else if (key == "play") {
-    if (player_) player_->PlayMovie();
+    player_->PlayMovie();
     SRTRefresh.Enabled = true;
   } else if (key == "special") {
-    if (player_) player_->StopMovie();
+    player_->StopMovie();
     SRTRefresh.Enabled = false;
   } else if (key == "irew" || key == "ifwd") {
     SetPosition(PositionSeconds() + (key == "irew" ? -1 : 1));
   } else if (key == "rew" || key == "fwd") {
     SetPosition(PositionSeconds() + (key == "rew" ? -kFastStepSeconds : kFastStepSeconds));
   } else if (key == "bottom") {
-    SetPosition(player_ ? player_->LengthMs() / 1000.0 : 0);
+    SetPosition(player_->LengthMs() / 1000.0);
   } else if (key == "plus") {
     AddRow();
   } else if (key == "minus") {
@@ -238,7 +236,7 @@ void SubtitleEditor::SRTRefresh_Timer() {
 
 void SubtitleEditor::TCRCounter_Timer() {
   CurTime.Caption = GetSRTTCR(0);
-  if (player_) movie.Picture = player_->CurrentPicture();
+  movie.Picture = player_->CurrentPicture();
 }
 
 void SubtitleEditor::SRTSubtitle_Change() {

@@ -57,7 +57,7 @@ class SubtitleEditor : public ui::Window {
   void ChooseAndSave();
 
   Program& program_;
-  std::unique_ptr<platform::MoviePlayer> player_;  // none where the face offers no player
+  std::unique_ptr<platform::MoviePlayer> player_;
   // Tells the change handlers of the box and the timeline to take the next change as the
   // program's own.
   bool ignoreChange = false;
