@@ -221,6 +221,8 @@ constexpr TextTranslations kTable[] = {
     {"Video Codecs", "Codecs de vídeo", "Códecs de vídeo", "Codecs vidéo", "Video-Codecs"},
     {"What Codec...", "Identificar codec...", "Identificar códec...", "Identifier le codec...", "Codec ermitteln..."},
     {"Open AVI", "Abrir AVI", "Abrir AVI", "Ouvrir un AVI", "AVI öffnen"},
+    {"Open SRT File", "Abrir arquivo SRT", "Abrir archivo SRT", "Ouvrir un fichier SRT", "SRT-Datei öffnen"},
+    {"Save SRT File", "Salvar arquivo SRT", "Guardar archivo SRT", "Enregistrer le fichier SRT", "SRT-Datei speichern"},
     {"VFW Advanced Settings", "Configurações avançadas de VFW", "Configuración avanzada de VFW",
      "Paramètres avancés VFW", "Erweiterte VFW-Einstellungen"},
     {"Video Capture Device...", "Dispositivo de captura de vídeo...", "Dispositivo de captura de vídeo...",

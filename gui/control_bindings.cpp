@@ -3,6 +3,7 @@
 #include <QCheckBox>
 #include <QComboBox>
 #include <QHBoxLayout>
+#include <QHeaderView>
 #include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
@@ -10,6 +11,7 @@
 #include <QMouseEvent>
 #include <QPainter>
 #include <QProgressBar>
+#include <QPlainTextEdit>
 #include <QPushButton>
 #include <QRadioButton>
 #include <QScrollBar>
@@ -105,6 +107,35 @@ class TextBoxBinding final : public BindingOf<QLineEdit, ui::TextBox> {
     if (widget_->text() != Text(control_.Text)) widget_->setText(Text(control_.Text));
     ShowFlags(*widget_, control_);
   }
+};
+
+// A box of several lines: its lines end in CR LF in the model and in LF in the widget.
+class MultiLineTextBinding final : public BindingOf<QPlainTextEdit, ui::TextBox> {
+ public:
+  MultiLineTextBinding(ui::TextBox& box, const Guard& guard, QWidget* parent)
+      : BindingOf(box, new QPlainTextEdit(parent), guard) {
+    widget_->setObjectName(Text(box.Name()));
+    QObject::connect(widget_, &QPlainTextEdit::textChanged, widget_, [this] {
+      if (refreshing_) return;
+      const std::string text = widget_->toPlainText().replace("\n", "\r\n").toStdString();
+      Operator([this, text] { control_.Set("Text", ui::Value{text}); });
+    });
+  }
+  void Refresh() override {
+    const QString text = Text(control_.Text).replace("\r\n", "\n");
+    refreshing_ = true;
+    if (widget_->toPlainText() != text) widget_->setPlainText(text);
+    QFont font = widget_->font();
+    if (font.italic() != control_.FontItalic.get()) {
+      font.setItalic(control_.FontItalic);
+      widget_->setFont(font);
+    }
+    refreshing_ = false;
+    ShowFlags(*widget_, control_);
+  }
+
+ private:
+  bool refreshing_ = false;
 };
 
 class CommandButtonBinding final : public BindingOf<QPushButton, ui::CommandButton> {
@@ -493,6 +524,68 @@ class TreeBinding final : public BindingOf<QTreeWidget, ui::TreeView> {
   std::vector<std::pair<int, std::string>> shown_;
 };
 
+// A list in report view: a row of headers over rows of texts, rebuilt whenever a text changes.
+class ListViewBinding final : public BindingOf<QTreeWidget, ui::ListView> {
+ public:
+  ListViewBinding(ui::ListView& list, const Guard& guard, QWidget* parent)
+      : BindingOf(list, new QTreeWidget(parent), guard) {
+    widget_->setObjectName(Text(list.Name()));
+    widget_->setRootIsDecorated(false);
+    widget_->setUniformRowHeights(true);
+    widget_->setAllColumnsShowFocus(true);
+    QObject::connect(widget_, &QTreeWidget::itemClicked, widget_, [this](QTreeWidgetItem* item) {
+      const int row = widget_->indexOfTopLevelItem(item);
+      Operator([this, row] { control_.ClickEntry(row); });
+    });
+  }
+  void Refresh() override {
+    if (control_.ColumnHeaders != headers_) {
+      headers_ = control_.ColumnHeaders;
+      QStringList texts;
+      for (const auto& header : headers_) texts << Text(header);
+      widget_->setColumnCount(static_cast<int>(headers_.size()));
+      widget_->setHeaderLabels(texts);
+      // The first column takes what the others leave.
+      widget_->header()->setStretchLastSection(false);
+      widget_->header()->setSectionResizeMode(QHeaderView::ResizeToContents);
+      if (!headers_.empty()) widget_->header()->setSectionResizeMode(0, QHeaderView::Stretch);
+    }
+    std::vector<std::vector<std::string>> rows;
+    rows.reserve(control_.ListItems.size());
+    for (const auto& item : control_.ListItems) {
+      std::vector<std::string> row{item.text};
+      for (std::size_t column = 1; column < headers_.size(); ++column)
+        row.push_back(item.SubItem(static_cast<int>(column)));
+      rows.push_back(std::move(row));
+    }
+    if (rows != rows_) Rebuild(std::move(rows));
+    QTreeWidgetItem* selected = control_.ListIndex >= 0 ? widget_->topLevelItem(control_.ListIndex) : nullptr;
+    if (widget_->currentItem() != selected) widget_->setCurrentItem(selected);
+    if (scroll_requests_ != control_.scroll_requests) {
+      scroll_requests_ = control_.scroll_requests;
+      if (QTreeWidgetItem* item = widget_->topLevelItem(control_.scroll_row)) widget_->scrollToItem(item);
+    }
+    ShowFlags(*widget_, control_);
+  }
+
+ private:
+  void Rebuild(std::vector<std::vector<std::string>> rows) {
+    widget_->clear();
+    QList<QTreeWidgetItem*> items;
+    for (const auto& row : rows) {
+      auto* item = new QTreeWidgetItem;
+      for (std::size_t column = 0; column < row.size(); ++column)
+        item->setText(static_cast<int>(column), Text(row[column]));
+      items << item;
+    }
+    widget_->addTopLevelItems(items);
+    rows_ = std::move(rows);
+  }
+  std::vector<std::string> headers_;
+  std::vector<std::vector<std::string>> rows_;
+  std::uint64_t scroll_requests_ = 0;
+};
+
 template <class B, class C>
 std::unique_ptr<Binding> Make(C& control, const Guard& guard, QWidget* parent) {
   auto binding = std::make_unique<B>(control, guard, parent);
@@ -508,7 +601,10 @@ bool ShowsAsListBox(const ui::ListControl& list) {
 
 std::unique_ptr<Binding> BindControl(ui::Control& control, const Guard& guard, QWidget* parent) {
   if (auto* label = dynamic_cast<ui::Label*>(&control)) return Make<LabelBinding>(*label, guard, parent);
-  if (auto* box = dynamic_cast<ui::TextBox*>(&control)) return Make<TextBoxBinding>(*box, guard, parent);
+  if (auto* box = dynamic_cast<ui::TextBox*>(&control)) {
+    if (box->multi_line) return Make<MultiLineTextBinding>(*box, guard, parent);
+    return Make<TextBoxBinding>(*box, guard, parent);
+  }
   if (auto* button = dynamic_cast<ui::CommandButton*>(&control))
     return Make<CommandButtonBinding>(*button, guard, parent);
   if (auto* check = dynamic_cast<ui::CheckBox*>(&control)) return Make<CheckBoxBinding>(*check, guard, parent);
@@ -527,6 +623,7 @@ std::unique_ptr<Binding> BindControl(ui::Control& control, const Guard& guard, Q
   if (auto* picture = dynamic_cast<ui::PictureBox*>(&control)) return Make<PictureBinding>(*picture, guard, parent);
   if (auto* tabs = dynamic_cast<ui::TabStrip*>(&control)) return Make<TabBinding>(*tabs, guard, parent);
   if (auto* tree = dynamic_cast<ui::TreeView*>(&control)) return Make<TreeBinding>(*tree, guard, parent);
+  if (auto* view = dynamic_cast<ui::ListView*>(&control)) return Make<ListViewBinding>(*view, guard, parent);
   return nullptr;
 }
 

@@ -18,6 +18,7 @@
 #include "main_window/master.h"
 #include "main_window/parameter_file.h"
 #include "movie/movie_viewer.h"
+#include "movie/subtitle_editor.h"
 #include "net/net_config.h"
 
 namespace zr {
@@ -42,6 +43,8 @@ void Master::MainToolbar_ButtonClick(ui::ToolbarButton& button) {
     program_.SlotOf<Preferences>().ShowModal(program_.services.loop);
   else if (key == "viewer")
     OpenMovieFromToolbar();
+  else if (key == "srt")
+    OpenSubtitleEditor();
   else
     throw NotBuiltYet("the main toolbar command \"" + key + "\"");
 }
@@ -179,6 +182,15 @@ void Master::EditMenu_Click(int index) {
     TakeSnapshot(true);
   else if (index == edit_menu::kOtherInformation)
     program_.Window<OtherInfo>().Show();
+}
+
+void Master::OpenSubtitleEditor() {
+  const auto chosen = program_.services.dialogs.FileDialog(platform::FileDialogRequest{
+      platform::FileDialogKind::Open, program_.Translate("Open AVI"), "Movie File (*.avi)|*.avi|", "", false});
+  if (!chosen || chosen->empty()) return;
+  auto& editor = program_.Window<SubtitleEditor>();
+  editor.OpenMovie(chosen->front());
+  editor.Show();
 }
 
 // The counter of a series' file names; "insert" is a pressed state read at each shot.

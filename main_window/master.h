@@ -122,6 +122,8 @@ class Master : public MainWindow,
   // The toolbar's "viewer": a movie picked in the "Open AVI" dialog, in a new movie window.
   void OpenMovieFromToolbar();
   void SaveCaptureFile();
+  // Asks for a movie and opens it in the subtitle editor; cancel does nothing.
+  void OpenSubtitleEditor();
   void LoadGeometry();
   void SaveGeometry();
   void LoadToolbarChecks();

@@ -206,6 +206,54 @@ void ListControl::DblClickEntry(int entry) {
   DblClick();
 }
 
+// ---- ListView
+
+const std::string& ListViewItem::SubItem(int number) const {
+  static const std::string kNone;
+  if (number < 1 || number > static_cast<int>(sub_items.size())) return kNone;
+  return sub_items[static_cast<std::size_t>(number - 1)];
+}
+
+void ListViewItem::SetSubItem(int number, std::string value) {
+  if (number < 1) throw std::out_of_range("a row has no sub item " + std::to_string(number));
+  if (number > static_cast<int>(sub_items.size())) sub_items.resize(static_cast<std::size_t>(number));
+  sub_items[static_cast<std::size_t>(number - 1)] = std::move(value);
+}
+
+ListViewItem* ListView::Selected() {
+  if (ListIndex < 0 || ListIndex >= ListCount()) return nullptr;
+  return &ListItems[static_cast<std::size_t>(ListIndex.get())];
+}
+
+void ListView::ClickEntry(int row) {
+  if (row < 0 || row >= ListCount()) return;
+  ListIndex = row;
+  if (OnItemClick) OnItemClick(row);
+}
+
+std::optional<Value> ListView::Get(std::string_view property, std::optional<int> element) const {
+  if (property == "ListCount") return Number(ListCount());
+  if (property == "ListIndex") return Number(ListIndex);
+  if (property == "Columns") return Number(static_cast<int>(ColumnHeaders.size()));
+  if (property == "ColumnHeader") {
+    if (!element || *element < 1 || *element > static_cast<int>(ColumnHeaders.size())) return std::nullopt;
+    return Value{ColumnHeaders[static_cast<std::size_t>(*element - 1)]};
+  }
+  const bool is_text = property == "List";
+  const bool is_sub_item =
+      property.size() == 8 && property.starts_with("SubItem") && property[7] >= '1' && property[7] <= '9';
+  if (!is_text && !is_sub_item) return Control::Get(property, element);
+  if (!element || *element < 0 || *element >= ListCount()) return std::nullopt;
+  const ListViewItem& item = ListItems[static_cast<std::size_t>(*element)];
+  return Value{is_text ? item.text : item.SubItem(property[7] - '0')};
+}
+
+bool ListView::Set(std::string_view property, const Value& value) {
+  if (property != "ListIndex") return Control::Set(property, value);
+  ListIndex = static_cast<int>(ValueToNumber(value));
+  return true;
+}
+
 // ---- Menu
 
 std::optional<Value> Menu::Get(std::string_view property, std::optional<int> element) const {

@@ -32,6 +32,8 @@ class TextBox : public Control {
   Property<std::string> Text;
   Property<bool> FontItalic{false};
   std::function<void()> OnChange;
+  // A box of several lines, whose lines end in CR LF in the text.
+  bool multi_line = false;
   std::optional<Value> Get(std::string_view property, std::optional<int> element) const override;
   bool Set(std::string_view property, const Value& value) override;
 };
@@ -108,6 +110,43 @@ class ListControl : public Control {
   // A list box whose entries the operator may drag to another place: the entry at `from` is to
   // stand at `to`. Where it is not set, the entries do not move.
   std::function<void(int from, int to)> OnReorder;
+};
+
+// One row of a report-view list: its text in the first column and the texts of the columns
+// after it (sub item 1 is the second column).
+struct ListViewItem {
+  std::string text;
+  std::vector<std::string> sub_items;
+  // Sub item `number` (from 1); empty where the row has none.
+  const std::string& SubItem(int number) const;
+  void SetSubItem(int number, std::string value);
+};
+
+// A list in report view: column headers and rows of texts, one selected row or none. The rows
+// count from 0 as a list box's entries do; the headers count from 1. Properties: ListCount,
+// ListIndex (the selected row, -1 for none), List(i) (the text of row i), SubItem1(i) to
+// SubItem9(i), Columns (the count) and ColumnHeader(i). A click on a row selects it and runs
+// OnItemClick with the row.
+class ListView : public Control {
+ public:
+  using Control::Control;
+  std::vector<std::string> ColumnHeaders;
+  std::vector<ListViewItem> ListItems;
+  Property<int> ListIndex{-1};
+  std::function<void(int row)> OnItemClick;
+
+  int ListCount() const { return static_cast<int>(ListItems.size()); }
+  ListViewItem* Selected();  // none when no row is selected
+  void ClickEntry(int row);
+  // Asks the face to scroll `row` into sight; the face scrolls once for each request.
+  void EnsureVisible(int row) {
+    scroll_row = row;
+    ++scroll_requests;
+  }
+  int scroll_row = -1;
+  std::uint64_t scroll_requests = 0;
+  std::optional<Value> Get(std::string_view property, std::optional<int> element) const override;
+  bool Set(std::string_view property, const Value& value) override;  // ListIndex selects, without a click
 };
 
 // One entry of a menu bar menu or of a menu array.

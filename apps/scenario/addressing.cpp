@@ -173,6 +173,8 @@ void ClickTarget(const Target& target) {
     static_cast<ui::StatusBar*>(target.control)->ClickPanel(*target.panel);
   } else if (auto* list = dynamic_cast<ui::ListControl*>(target.control); list && target.element) {
     list->ClickEntry(*target.element);
+  } else if (auto* view = dynamic_cast<ui::ListView*>(target.control); view && target.element) {
+    view->ClickEntry(*target.element);
   } else if (auto* tabs = dynamic_cast<ui::TabStrip*>(target.control); tabs && target.element) {
     tabs->ClickTab(*target.element);
   } else if (target.control) {

@@ -33,6 +33,7 @@
 #include <chrono>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
 #include <functional>
 #include <future>
 #include <iostream>
@@ -48,6 +49,7 @@
 #include "image/bmp.h"
 #include "main_window/master.h"
 #include "movie/movie_viewer.h"
+#include "movie/subtitle_editor.h"
 #include "net/ftp_image.h"
 #include "tests/support/movie_probe.h"
 
@@ -339,6 +341,7 @@ class Operator {
          "Command1"},
         {"VideoCODEC", [&program] { program.SlotOf<VideoCodec>().ShowModal(program.services.loop); }, nullptr},
         {"OtherInfo", [this] { ChooseFromMenus(MainWindow().EditMenu(edit_menu::kOtherInformation)); }, nullptr},
+        {"frmMovieSRT", [&program] { OpenSubtitleEditor(program); }, nullptr},
     };
     if (shown_windows_ == std::size(windows)) return Next(&Operator::Quit);
     const Shown& next = windows[shown_windows_];
@@ -349,7 +352,9 @@ class Operator {
     }
     const std::string picture = std::string(next.window) + ".png";
     if (Done(picture.c_str())) return;  // closing
-    if (Elapsed() < 500) return;        // the face lays itself out first
+    // The face lays itself out and the window's timers run once before the photograph.
+    if (Once((picture + " shown").c_str())) step_started_ = clock_.elapsed();
+    if (Elapsed() < 500) return;
     Screenshot(window, picture.c_str());
     if (next.close)
       Click(FindWidget(next.close));
@@ -357,6 +362,23 @@ class Operator {
       window->close();
     ++shown_windows_;
     Next(&Operator::ShowCaptureWindows);
+  }
+
+  // The subtitle editor on a movie (made by ffmpeg) with subtitles beside it, its first row chosen.
+  static void OpenSubtitleEditor(zr::Program& program) {
+    const auto folder = std::filesystem::temp_directory_path() / "zr_smoke_subtitles";
+    std::filesystem::create_directories(folder);
+    std::ofstream(folder / "clip.srt", std::ios::binary)
+        << "1\r\n00:00:01,000 --> 00:00:03,500\r\nThe first subtitle\r\nover two lines\r\n\r\n"
+           "2\r\n00:00:04,000 --> 00:00:06,000\r\n<i>In italics</i>\r\n\r\n"
+           "3\r\n00:00:06,500 --> 00:00:09,000\r\nCaf\xC3\xA9 at the end\r\n";
+    const std::string movie = (folder / "clip.avi").string();
+    zr::testing::RunCommand(
+        "ffmpeg -loglevel error -f lavfi -i testsrc=size=320x240:rate=10:duration=10 -c:v mjpeg -y " + movie);
+    auto& editor = program.Window<zr::SubtitleEditor>();
+    editor.OpenMovie(movie);
+    editor.Show();
+    editor.SRT.ClickEntry(0);
   }
 
   // A port on 127.0.0.1 below 32768 that takes connections and never says a word; 0 for none.
