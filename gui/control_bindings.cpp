@@ -10,8 +10,8 @@
 #include <QMenu>
 #include <QMouseEvent>
 #include <QPainter>
-#include <QProgressBar>
 #include <QPlainTextEdit>
+#include <QProgressBar>
 #include <QPushButton>
 #include <QRadioButton>
 #include <QScrollBar>
