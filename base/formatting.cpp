@@ -328,6 +328,10 @@ std::string LowerCase(std::string_view text) {
   return lowered;
 }
 
+std::string LastThreeLower(std::string_view name) {
+  return LowerCase(name.size() < 3 ? name : name.substr(name.size() - 3));
+}
+
 std::string UpperCase(std::string_view text) {
   std::string raised(text);
   for (char& character : raised)

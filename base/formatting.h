@@ -98,6 +98,9 @@ namespace zr {
 // The text in lower case or in capitals (ASCII letters; other characters as they stand).
 std::string LowerCase(std::string_view text);
 std::string UpperCase(std::string_view text);
+// A file name's last three characters in lower case (the whole name when shorter): the kind of
+// file it names.
+std::string LastThreeLower(std::string_view name);
 
 // The date and time forms the program writes into its files: "2026-11-21" and "14:30:00".
 std::string DateText(const DateTime& when);

@@ -23,14 +23,6 @@
 
 namespace zr {
 
-namespace {
-
-std::string LastThreeLower(const std::string& name) {
-  return LowerCase(name.size() < 3 ? name : name.substr(name.size() - 3));
-}
-
-}  // namespace
-
 void Master::MainToolbar_ButtonClick(ui::ToolbarButton& button) {
   const std::string& key = button.Key();
   if (ModeOfKey(key) != OperatingMode::None)

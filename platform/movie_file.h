@@ -1,6 +1,6 @@
 #pragma once
-// Movie files: the writer that every capture path records through and the reader that tells
-// what a movie holds. Both are real in every build (simulated devices write real files too);
+// Movie files: the writer that every capture path records through, the reader that tells what a
+// movie holds, and the reader of its frames. Both are real in every build (simulated devices write real files too);
 // the implementation lives in platform/linux on FFmpeg's AVI muxer and demuxer.
 //
 // Threads: a writer is used by one thread at a time (the logic thread for simulated devices,
@@ -115,11 +115,27 @@ struct MovieInfo {
   std::optional<AudioFormat> audio;
 };
 
+struct Picture;
+
+// A movie's frames read one by one, as pictures: a tool that takes every frame of a file reads it
+// through this, not through a player. Frames are numbered as the stream counts them, the first
+// being 0.
+class MovieFrameReader {
+ public:
+  virtual ~MovieFrameReader() = default;
+  virtual std::int64_t FrameCount() const = 0;
+  // The picture of frame `number`; an Error when that frame cannot be decoded (the frames after
+  // it may still be).
+  virtual Result<std::shared_ptr<const Picture>> ReadFrame(std::int64_t number) = 0;
+};
+
 class MovieFiles {
  public:
   virtual ~MovieFiles() = default;
   virtual Result<std::unique_ptr<MovieWriter>> OpenWriter(const std::string& path, const MovieFormat& format) = 0;
   virtual Result<MovieInfo> ReadInfo(const std::string& path) = 0;
+  // The movie's frames for reading; an Error says why its video cannot be read.
+  virtual Result<std::unique_ptr<MovieFrameReader>> OpenFrameReader(const std::string& path) = 0;
   // The compressors this machine can write movies with, in the order lists show them.
   virtual std::vector<VideoCompressor> VideoCompressors() = 0;
 };

@@ -24,6 +24,7 @@ extern "C" {
 #include "image/jpeg_codec.h"
 #include "platform/linux/compressors.h"
 #include "platform/linux/ffmpeg_handles.h"
+#include "platform/linux/movie_decoder.h"
 #include "platform/linux/movie_output_file.h"
 #include "platform/picture.h"
 
@@ -796,6 +797,30 @@ Result<MovieInfo> FfmpegMovieFiles::ReadInfo(const std::string& path) {
   info.duration_seconds = DurationSeconds(video, info);
   info.audio = DescribeAudio(movie);
   return info;
+}
+
+namespace {
+
+class DecodedFrames final : public MovieFrameReader {
+ public:
+  DecodedFrames(std::int64_t frame_count, std::unique_ptr<MovieDecoder> decoder)
+      : frame_count_(frame_count), decoder_(std::move(decoder)) {}
+  std::int64_t FrameCount() const override { return frame_count_; }
+  Result<std::shared_ptr<const Picture>> ReadFrame(std::int64_t number) override { return decoder_->PictureOf(number); }
+
+ private:
+  std::int64_t frame_count_;
+  std::unique_ptr<MovieDecoder> decoder_;
+};
+
+}  // namespace
+
+Result<std::unique_ptr<MovieFrameReader>> FfmpegMovieFiles::OpenFrameReader(const std::string& path) {
+  auto info = ReadDecodableInfo(path);
+  if (!info) return info.error();
+  auto decoder = MovieDecoder::Open(path);
+  if (!decoder) return decoder.error();
+  return std::unique_ptr<MovieFrameReader>(std::make_unique<DecodedFrames>(info->frame_count, std::move(*decoder)));
 }
 
 }  // namespace zr::platform::linux_impl

@@ -40,6 +40,8 @@
 // system's error (Error::system_error); Close then cuts it back to its last checkpoint and
 // names it all the same.
 //
+// Reading frames: decoded one by one through the player's decoder (movie_decoder.h).
+//
 // Reading: only AVI files are accepted, read through the file protocol alone; anything else,
 // missing or not, is an Error.
 
@@ -51,6 +53,7 @@ class FfmpegMovieFiles final : public MovieFiles {
  public:
   Result<std::unique_ptr<MovieWriter>> OpenWriter(const std::string& path, const MovieFormat& format) override;
   Result<MovieInfo> ReadInfo(const std::string& path) override;
+  Result<std::unique_ptr<MovieFrameReader>> OpenFrameReader(const std::string& path) override;
   std::vector<VideoCompressor> VideoCompressors() override;
 
   // Whether this machine's FFmpeg has the encoder the codec is written with.

@@ -49,7 +49,6 @@ class FfmpegMoviePlayer final : public MoviePlayer, private TimerClient {
   // Whether the movie's sound is heard when it plays.
   bool HasSound() const { return sound_ != nullptr; }
 
-  class Decoder;
   struct HandOver;
 
  private:

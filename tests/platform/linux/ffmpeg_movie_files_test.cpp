@@ -20,6 +20,7 @@
 #include <vector>
 
 #include "platform/linux/compressors.h"
+#include "platform/picture.h"
 #include "tests/support/movie_probe.h"
 #include "tests/support/platform_checks.h"
 
@@ -227,6 +228,41 @@ TEST_F(MovieFileTest, MoreQualityOrBitRateMakesALargerMovie) {
 }
 
 // ---- Repeated frames --------------------------------------------------------------------------
+
+// Each frame read back is the frame written at its number, right way up, in any order asked for;
+// a file that is not a movie gives no reader.
+TEST_F(MovieFileTest, FrameReaderGivesEveryFrameByItsNumber) {
+  const std::string path = File("frames.avi");
+  auto writer = files_.OpenWriter(path, {6, 4, 10, VideoCodec::Uncompressed, 90, {}});
+  ASSERT_TRUE(Ok(writer));
+  constexpr int kFrames = 5;
+  for (int frame = 0; frame < kFrames; ++frame) {
+    const auto level = static_cast<std::uint8_t>(10 + 40 * frame);
+    const Picture marked(6, 4, [=](int x, int y) {
+      return x == 0 && y == 0 ? Bgr{255, 0, 0} : Bgr{level, level, level};
+    });
+    ASSERT_TRUE(Ok((*writer)->WriteVideoFrame(marked.View())));
+  }
+  ASSERT_TRUE(Ok((*writer)->Close()));
+
+  auto reader = files_.OpenFrameReader(path);
+  ASSERT_TRUE(Ok(reader));
+  ASSERT_EQ((*reader)->FrameCount(), kFrames);
+  for (const int frame : {0, 1, 2, 3, 4, 2, 0}) {
+    auto picture = (*reader)->ReadFrame(frame);
+    ASSERT_TRUE(Ok(picture));
+    const platform::Picture& read = **picture;
+    ASSERT_EQ(read.width, 6);
+    ASSERT_EQ(read.height, 4);
+    EXPECT_EQ(read.PixelFromTop(3, 2)[1], 10 + 40 * frame) << "frame " << frame;
+    EXPECT_EQ(read.PixelFromTop(0, 0)[0], 255) << "frame " << frame;
+  }
+  EXPECT_FALSE((*reader)->ReadFrame(kFrames));
+
+  const std::string text = File("notes.avi");
+  std::ofstream(text) << "not a movie";
+  EXPECT_FALSE(files_.OpenFrameReader(text));
+}
 
 class MovieRepeats : public MovieFileTest, public ::testing::WithParamInterface<VideoCodec> {};
 

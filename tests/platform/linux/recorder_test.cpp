@@ -58,6 +58,9 @@ class FakeMovie final : public MovieFiles {
     return std::unique_ptr<MovieWriter>(std::make_unique<Writer>(*this));
   }
   Result<MovieInfo> ReadInfo(const std::string&) override { return Error{"not kept", "fake"}; }
+  Result<std::unique_ptr<MovieFrameReader>> OpenFrameReader(const std::string&) override {
+    return Error{"not kept", "fake"};
+  }
   std::vector<VideoCompressor> VideoCompressors() override { return {}; }
 
  private:
