@@ -7,7 +7,11 @@
 
 #include "base/formatting.h"
 #include "base/program_error.h"
+#include "core/main_window.h"
 #include "core/window_registry.h"
+#include "image/picture_writer.h"
+#include "image/windows/image_window.h"
+#include "platform/regular_file.h"
 
 namespace zr {
 
@@ -134,7 +138,77 @@ void MovieViewer::moviecontrol_ButtonClick(ui::ToolbarButton& button) {
 }
 
 void MovieViewer::Mastertoolbar_ButtonClick(ui::ToolbarButton& button) {
-  throw NotBuiltYet("the movie tool \"" + button.Key() + "\"");
+  const std::string& key = button.Key();
+  if (key == "extractimg")
+    ExtractCurrentFrame();
+  else if (key == "extractall")
+    ExtractAllFrames();
+  else
+    throw NotBuiltYet("the movie tool \"" + key + "\"");
+}
+
+void MovieViewer::ExtractCurrentFrame() {
+  auto& image = dynamic_cast<Image&>(program_.SlotOf<Image>().NewInstance());
+  image.ShowPicture(player_->CurrentPicture());
+  program_.Yield();
+  image.KeepResetPicture();
+  const std::string caption = Caption;
+  if (caption.size() >= 4)
+    image.Caption = caption.substr(0, caption.size() - 4) + "_Frame_" +
+                    FormatNumber(static_cast<double>(player_->CurrentFrame()), "#0");
+  image.Show();
+  program_.MainWindow().StatusString.Caption = "Image Extracted";
+  player_->StopMovie();
+}
+
+void MovieViewer::ExtractAllFrames() {
+  player_->StopMovie();
+  auto& status = program_.MainWindow().StatusString.Caption;
+  const std::string proposed =
+      last_extract_name_.size() >= 4 ? last_extract_name_.substr(0, last_extract_name_.size() - 4) : "";
+  const auto chosen = program_.services.dialogs.FileDialog(
+      platform::FileDialogRequest{platform::FileDialogKind::Save, "Location to save images...",
+                                  "Bitmap File (*.bmp)|*.bmp|JPEG Image File (*.jpg)|*.jpg|", proposed, false});
+  const std::string scratch = program_.state.AppPath + "temp.bmp";
+  if (chosen && !chosen->empty()) {
+    last_extract_name_ = chosen->front();
+    if (!SaveEveryFrame(last_extract_name_, scratch)) status = "Error Extracting Image";
+  }
+  status = "Done";
+  platform::RemoveRegularFile(scratch);
+  if (auto* series = program_.FindWindow("MultiImage")) series->Unload();
+}
+
+// Every frame the file's video gives goes through the scratch file into the series window and,
+// for a name ending in "bmp" or "jpg", to its own numbered file; a frame that cannot be decoded
+// is passed over. False when the file's video cannot be read at all.
+bool MovieViewer::SaveEveryFrame(const std::string& name, const std::string& scratch) {
+  auto reader = program_.services.movies.OpenFrameReader(filename);
+  if (!reader) return false;
+  const std::string base = name.size() >= 4 ? name.substr(0, name.size() - 4) : "";
+  const std::string kind = LastThreeLower(name);
+  const std::string extension = kind == "bmp" ? ".bmp" : ".jpg";
+  const std::int64_t last = (*reader)->FrameCount() - 1;
+  auto& status = program_.MainWindow().StatusString.Caption;
+  for (std::int64_t i = 0; i <= last; ++i) {
+    auto picture = (*reader)->ReadFrame(i);
+    if (!picture || !*picture) continue;
+    WritePictureFile(*picture, scratch, 100);
+    auto& series = program_.Window<Image>("MultiImage");
+    series.MasterImage.Picture = LoadPictureFile(scratch);
+    series.Show();
+    program_.Yield();
+    if (kind == "bmp" || kind == "jpg") {
+      series.Caption = base + "_Frame_" + FormatNumber(static_cast<double>(i), "#0") + extension;
+      WritePictureFile(series.MasterImage.Picture,
+                       base + "_Frame_" + FormatNumber(static_cast<double>(i), "#000000") + extension,
+                       kind == "jpg" ? program_.state.JpegQuality : 100);
+    }
+    status = "Saving " + FormatNumber(static_cast<double>(i), "#") + " of " +
+             FormatNumber(static_cast<double>(last), "#") + " frames";
+    program_.Yield();
+  }
+  return true;
 }
 
 void MovieViewer::MovieInfo_Click() {

@@ -57,9 +57,16 @@ class MovieViewer : public ui::Window {
   void Mastertoolbar_ButtonClick(ui::ToolbarButton& button);
   void MovieInfo_Click();
   void Layout();
+  // The frame shown, in a new picture window.
+  void ExtractCurrentFrame();
+  // Every frame of the file to numbered picture files, at a name asked for.
+  void ExtractAllFrames();
+  bool SaveEveryFrame(const std::string& name, const std::string& scratch);
 
   Program& program_;
   std::unique_ptr<platform::MoviePlayer> player_;
+  // The name last chosen for the frames; the next choice is proposed from it.
+  std::string last_extract_name_;
 };
 
 // Milliseconds as the position display shows them: "hh:mm:ss", each part at least two digits.
