@@ -14,6 +14,7 @@
 #include <string>
 
 #include "base/result.h"
+#include "platform/event_loop.h"
 #include "platform/picture.h"
 
 namespace zr::platform {
@@ -96,6 +97,31 @@ class PlaybackClock {
   bool playing_ = false;
   std::int64_t frame_ = 0;  // the frame shown when stopped, or when playing began
   std::int64_t started_ms_ = 0;
+};
+
+// A player that keeps its time by a playback clock on the loop's time: the answers every player
+// gives alike.
+class ClockedMoviePlayer : public MoviePlayer {
+ public:
+  std::int64_t CurrentFrame() const override { return clock_.FrameAt(time_.NowMs()); }
+  std::int64_t FrameCount() const override { return clock_.FrameCount(); }
+  double FramesPerSecond() const override { return clock_.FramesPerSecond(); }
+  std::int32_t PositionMs() const override { return clock_.PositionMsOf(CurrentFrame()); }
+  std::int32_t LengthMs() const override { return clock_.LengthMs(); }
+  int VideoWidth() const override { return width_; }
+  int VideoHeight() const override { return height_; }
+  std::string Duration() const override { return clock_.DurationText(); }
+  bool Playing() const override { return clock_.Playing(); }
+
+ protected:
+  explicit ClockedMoviePlayer(const EventLoop& time) : time_(time) {}
+
+  PlaybackClock clock_;
+  int width_ = 0;
+  int height_ = 0;
+
+ private:
+  const EventLoop& time_;
 };
 
 }  // namespace zr::platform

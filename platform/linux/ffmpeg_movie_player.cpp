@@ -61,7 +61,7 @@ struct FfmpegMoviePlayer::HandOver {
 };
 
 FfmpegMoviePlayer::FfmpegMoviePlayer(EventLoop& loop, std::string pcm_name)
-    : loop_(loop), pcm_name_(std::move(pcm_name)) {}
+    : ClockedMoviePlayer(loop), loop_(loop), pcm_name_(std::move(pcm_name)) {}
 
 FfmpegMoviePlayer::~FfmpegMoviePlayer() { CloseMovie(); }
 

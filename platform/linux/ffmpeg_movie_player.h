@@ -24,7 +24,7 @@
 
 namespace zr::platform::linux_impl {
 
-class FfmpegMoviePlayer final : public MoviePlayer, private TimerClient {
+class FfmpegMoviePlayer final : public ClockedMoviePlayer, private TimerClient {
  public:
   // The sound goes to the ALSA PCM `pcm_name`.
   explicit FfmpegMoviePlayer(EventLoop& loop, std::string pcm_name = "default");
@@ -36,16 +36,7 @@ class FfmpegMoviePlayer final : public MoviePlayer, private TimerClient {
   void StopMovie() override;
   void SeekFrame(double frame) override;
 
-  std::int64_t CurrentFrame() const override { return clock_.FrameAt(loop_.NowMs()); }
-  std::int64_t FrameCount() const override { return clock_.FrameCount(); }
-  double FramesPerSecond() const override { return clock_.FramesPerSecond(); }
-  std::int32_t PositionMs() const override { return clock_.PositionMsOf(CurrentFrame()); }
-  std::int32_t LengthMs() const override { return clock_.LengthMs(); }
-  int VideoWidth() const override { return width_; }
-  int VideoHeight() const override { return height_; }
   std::shared_ptr<const Picture> CurrentPicture() const override;
-  std::string Duration() const override { return clock_.DurationText(); }
-  bool Playing() const override { return clock_.Playing(); }
   // Whether the movie's sound is heard when it plays.
   bool HasSound() const { return sound_ != nullptr; }
 
@@ -61,9 +52,6 @@ class FfmpegMoviePlayer final : public MoviePlayer, private TimerClient {
 
   EventLoop& loop_;
   std::string pcm_name_;
-  PlaybackClock clock_;
-  int width_ = 0;
-  int height_ = 0;
   std::shared_ptr<HandOver> hand_over_;
   std::unique_ptr<MovieSound> sound_;
   // Alive while the player is: an end posted to the loop reaches only a living player.

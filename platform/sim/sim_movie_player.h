@@ -14,9 +14,9 @@
 
 namespace zr::platform::sim {
 
-class SimMoviePlayer final : public MoviePlayer {
+class SimMoviePlayer final : public ClockedMoviePlayer {
  public:
-  SimMoviePlayer(SimEventLoop& loop, MovieFiles& movies) : loop_(loop), movies_(movies) {}
+  SimMoviePlayer(SimEventLoop& loop, MovieFiles& movies) : ClockedMoviePlayer(loop), loop_(loop), movies_(movies) {}
 
   Result<void> OpenMovie(const std::string& path) override;
   void CloseMovie() override;
@@ -24,16 +24,7 @@ class SimMoviePlayer final : public MoviePlayer {
   void StopMovie() override;
   void SeekFrame(double frame) override;
 
-  std::int64_t CurrentFrame() const override { return clock_.FrameAt(loop_.NowMs()); }
-  std::int64_t FrameCount() const override { return clock_.FrameCount(); }
-  double FramesPerSecond() const override { return clock_.FramesPerSecond(); }
-  std::int32_t PositionMs() const override { return clock_.PositionMsOf(CurrentFrame()); }
-  std::int32_t LengthMs() const override { return clock_.LengthMs(); }
-  int VideoWidth() const override { return width_; }
-  int VideoHeight() const override { return height_; }
   std::shared_ptr<const Picture> CurrentPicture() const override;
-  std::string Duration() const override { return clock_.DurationText(); }
-  bool Playing() const override { return clock_.Playing(); }
 
  private:
   // Schedules the end of playing from now; an earlier schedule is forgotten.
@@ -41,9 +32,6 @@ class SimMoviePlayer final : public MoviePlayer {
 
   SimEventLoop& loop_;
   MovieFiles& movies_;
-  PlaybackClock clock_;
-  int width_ = 0;
-  int height_ = 0;
   // The scheduled end that still counts; a seek, stop or close makes the earlier ones stale,
   // and the player's end makes them all stale.
   std::shared_ptr<std::uint64_t> end_schedule_ = std::make_shared<std::uint64_t>(0);
