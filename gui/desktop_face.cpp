@@ -63,8 +63,10 @@ void DesktopFace::Sync() {
     }
   }
   DropWindowsNotIn(live);
-  // The face has let go of every unloaded window: now they may be destroyed.
-  program_.ReleaseUnloadedWindows();
+  // The face has let go of every unloaded window. They are destroyed only when no handler is
+  // under way: a handler that yields may still hold the window it unloaded or made, and this
+  // runs inside its yield too.
+  if (!loop_.InHandler()) program_.ReleaseUnloadedWindows();
   QWidget* parent = QApplication::activeWindow() ? QApplication::activeWindow() : master_.get();
   dialogs_.SetParentWindow(parent);
   if (tell_parent_) tell_parent_(parent);
