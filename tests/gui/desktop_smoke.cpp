@@ -559,7 +559,13 @@ int main(int argc, char** argv) {
   } else if (mode == "--series") {
     // The series stored numbered JPEGs from 000001 beside the capture file's name.
     for (const char* name : {"capture000001.jpg", "capture000002.jpg"})
-      if (!std::filesystem::is_regular_file(folder / name)) return Failed("the series did not store its pictures");
+      if (!std::filesystem::is_regular_file(folder / name)) {
+        std::cerr << "the folder holds:";
+        for (const auto& entry : std::filesystem::directory_iterator(folder))
+          std::cerr << " " << entry.path().filename();
+        std::cerr << "; the status reads \"" << parts.program.Window<zr::Master>().StatusString.Caption.get() << "\"\n";
+        return Failed("the series did not store its pictures");
+      }
   } else {
     const double seconds = zr::testing::ProbeDurationSeconds(parts.program.state.CaptureFilename);
     std::cout << "movie " << parts.program.state.CaptureFilename << ": " << seconds << " s\n";
