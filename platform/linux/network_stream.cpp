@@ -233,7 +233,7 @@ class NetworkStream final : public FrameSource {
   };
   enum class Step { Go, Stop };
 
-  void Run(FrameSink& sink, std::stop_token stop);
+  void OpenAndRun(FrameSink& sink, std::stop_token stop);
   Step ReadAndDecode(Playback& playback);
   Step Decode(Playback& playback, const AVPacket* packet);
   Step Present(Playback& playback);
@@ -252,19 +252,14 @@ class NetworkStream final : public FrameSource {
   std::thread worker_;
 };
 
+// The stream is opened on the source's own thread: a far end that is slow to answer holds
+// that thread, never the caller's.
 Result<void> NetworkStream::Start(FrameSink& sink) {
   Stop();
   InitialiseNetworkOnce();
   stop_ = std::stop_source();
   bound_.Watch(stop_.get_token());
-  auto opened = StreamOpener(url_, bound_, timeout_).Open();
-  if (!opened) return opened.error();
-  stream_ = std::move(*opened);
-  const AVStream& video = *stream_->input->streams[stream_->video_index];
-  width_ = video.codecpar->width;
-  height_ = video.codecpar->height;
-  frames_per_second_ = PlausibleRate(video);
-  worker_ = std::thread(&NetworkStream::Run, this, std::ref(sink), stop_.get_token());
+  worker_ = std::thread(&NetworkStream::OpenAndRun, this, std::ref(sink), stop_.get_token());
   return {};
 }
 
@@ -274,8 +269,17 @@ void NetworkStream::Stop() {
   stream_.reset();  // the stop request lets a network close finish at once
 }
 
-void NetworkStream::Run(FrameSink& sink, std::stop_token stop) {
+void NetworkStream::OpenAndRun(FrameSink& sink, std::stop_token stop) {
+  auto opened = StreamOpener(url_, bound_, timeout_).Open();
+  if (!opened) {
+    if (!stop.stop_requested()) sink.OnSourceEnded(opened.error().message);
+    return;
+  }
+  stream_ = std::move(*opened);
   const AVStream& video = *stream_->input->streams[stream_->video_index];
+  width_ = video.codecpar->width;
+  height_ = video.codecpar->height;
+  frames_per_second_ = PlausibleRate(video);
   Playback playback{sink,
                     std::move(stop),
                     PacketPtr(av_packet_alloc()),

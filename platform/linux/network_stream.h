@@ -8,11 +8,12 @@
 // decodes). Every wait for the far end - opening, reading the stream's description, each read -
 // is bounded by the timeout, and Stop cuts any of them short.
 //
-// Start fails with an Error naming the address when it cannot be opened ("… does not answer"
-// when the timeout ran out). While running, the end of the stream ends the source with
-// "The stream has ended"; a read that fails or times out with "The stream at … does not answer".
-// Width and Height are known once Start has opened the stream (0 before); FramesPerSecond is the
-// stream's average rate when it states a plausible one, else 0.
+// Start returns at once: the stream is opened on the source's own thread. One that cannot be
+// opened ends the source with a message naming the address ("… cannot be opened: …", "… does
+// not answer" when the timeout ran out). While running, the end of the stream ends the source
+// with "The stream has ended"; a read that fails or times out with "The stream at … does not
+// answer". Width, Height and FramesPerSecond are known once the stream is open (0 before); the
+// rate is the stream's average when it states a plausible one, else 0.
 
 #include <memory>
 #include <string>
