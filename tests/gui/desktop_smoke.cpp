@@ -268,8 +268,10 @@ class Operator {
 
   void WatchSeries() {
     auto* picture = FindWidget("MultiImage");
-    // The window shows when the face catches up with the model.
-    if (parts_.program.state.ImageCount < 2 || !picture) return;
+    // The window shows when the face catches up with the model. The stop waits for the second
+    // picture to be stored: a stop while a shot yields counts the series from nothing again.
+    const auto second = std::filesystem::path(parts_.program.state.CaptureFilename).parent_path() / "capture000002.jpg";
+    if (!std::filesystem::is_regular_file(second) || !picture) return;
     Screenshot(FindWidget("Master"), "series_band.png");
     Screenshot(picture, "multi_image.png");
     Click(FindButtonOf("MultipleImageToolbar", "record"));
