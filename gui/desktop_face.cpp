@@ -192,6 +192,7 @@ void DesktopFace::ShowFailure(const std::exception& failure) {
 bool DesktopFace::eventFilter(QObject* watched, QEvent* event) {
   TrackKey(event);
   if (event->type() == QEvent::MouseButtonPress) ForwardMousePress(static_cast<QMouseEvent*>(event)->button());
+  if (event->type() == QEvent::KeyPress) ForwardKeyPress(event);
   return QObject::eventFilter(watched, event);
 }
 
@@ -200,6 +201,13 @@ bool DesktopFace::eventFilter(QObject* watched, QEvent* event) {
 void DesktopFace::ForwardMousePress(Qt::MouseButton button) {
   if (!live_.mouse_pressed) return;
   live_.mouse_pressed(button == Qt::LeftButton ? 1 : button == Qt::RightButton ? 2 : 4);
+}
+
+// A driver's run also ends on its abort key, pressed in any window of the program.
+void DesktopFace::ForwardKeyPress(QEvent* event) {
+  const auto* key_event = static_cast<QKeyEvent*>(event);
+  if (!live_.key_pressed || key_event->isAutoRepeat()) return;
+  if (const int virtual_key = VirtualKeyOf(key_event->key())) live_.key_pressed(virtual_key);
 }
 
 void DesktopFace::TrackKey(QEvent* event) {
@@ -221,6 +229,15 @@ void DesktopFace::TrackKey(QEvent* event) {
   const auto held = std::find(keys.begin(), keys.end(), name);
   if (event->type() == QEvent::KeyPress && held == keys.end()) keys.push_back(name);
   if (event->type() == QEvent::KeyRelease && held != keys.end()) keys.erase(held);
+}
+
+int VirtualKeyOf(int toolkit_key) {
+  if (toolkit_key == Qt::Key_Escape) return 27;
+  if (toolkit_key == Qt::Key_Space) return 32;
+  if ((toolkit_key >= Qt::Key_A && toolkit_key <= Qt::Key_Z) || (toolkit_key >= Qt::Key_0 && toolkit_key <= Qt::Key_9))
+    return toolkit_key;  // the toolkit codes these keys by their capital letter or digit, as the system does
+  if (toolkit_key >= Qt::Key_F1 && toolkit_key <= Qt::Key_F12) return 112 + (toolkit_key - Qt::Key_F1);
+  return 0;
 }
 
 std::string KeyStateName(int toolkit_key) {

@@ -50,6 +50,7 @@ class DesktopFace final : public QObject {
   void ShowFailure(const std::exception& failure);
   void TrackKey(QEvent* event);
   void ForwardMousePress(Qt::MouseButton button);
+  void ForwardKeyPress(QEvent* event);
 
   Program& program_;
   QtEventLoop& loop_;
@@ -67,5 +68,7 @@ class DesktopFace final : public QObject {
 // The key names the main window's key-state query uses ("ctrl", "shift", "A", "F12"); empty
 // for keys it does not ask about.
 std::string KeyStateName(int toolkit_key);
+// The system's code of a key (27 Escape, 32 Space, 'A'..'Z', '0'..'9', 112.. F1..), or 0.
+int VirtualKeyOf(int toolkit_key);
 
 }  // namespace zr::gui

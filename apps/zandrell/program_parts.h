@@ -70,6 +70,7 @@ struct ProgramParts {
   gui::LiveVideo LiveVideo() {
     return gui::LiveVideo{[this] { return devices.LatestPicture(); }, [this] { return devices.PreviewRate(); },
                           [this](int button) { devices.MousePressed(button); },
+                          [this](int virtual_key) { devices.KeyPressed(virtual_key); },
                           [this] { return devices.SourceMessage(); }};
   }
 

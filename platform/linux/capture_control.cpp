@@ -306,6 +306,7 @@ class RealCaptureControl final : public VideoCaptureControl, public ConnectedDev
   void MousePressed(int button) override {
     if (events_) events_->MouseDown(button);
   }
+  void KeyPressed(int) override {}  // the control has no abort key
 
  private:
   LiveSource& Connected() {

@@ -20,4 +20,8 @@ void RealCaptureDevices::MousePressed(int button) {
   if (connected_) connected_->MousePressed(button);
 }
 
+void RealCaptureDevices::KeyPressed(int virtual_key) {
+  if (connected_) connected_->KeyPressed(virtual_key);
+}
+
 }  // namespace zr::platform::linux_impl

@@ -44,7 +44,8 @@ class ConnectedDevice {
   virtual std::string SourceMessage() const = 0;
   // Why its last movie run ended badly, in the back end's words; empty when it ended well.
   virtual std::string RunMessage() const = 0;
-  virtual void MousePressed(int button) = 0;  // 1 left, 2 right, 4 middle
+  virtual void MousePressed(int button) = 0;     // 1 left, 2 right, 4 middle
+  virtual void KeyPressed(int virtual_key) = 0;  // 27 Escape, 'A' for A, ...
 
  protected:
   ~ConnectedDevice() = default;
@@ -66,6 +67,7 @@ class RealCaptureDevices {
   // Why the last movie run of the connected device ended badly; empty when it ended well.
   std::string RunMessage() const;
   void MousePressed(int button);
+  void KeyPressed(int virtual_key);
   int PreviewRate() const { return preview_rate_; }
   // From any thread: asks every movie run under way to end as a stop ends it (a request from
   // outside to end the process). The runs close their files and report their ends as ever.

@@ -288,6 +288,10 @@ class RealCaptureWindow final : public VfwCaptureWindow, public ConnectedDevice 
     const bool aborts = (button == 1 && parms_.fAbortLeftMouse) || (button == 2 && parms_.fAbortRightMouse);
     if (aborts) run_->RequestStop();
   }
+  void KeyPressed(int virtual_key) override {
+    if (run_ && run_->Running() && parms_.vKeyAbort != 0 && static_cast<UINT>(virtual_key) == parms_.vKeyAbort)
+      run_->RequestStop();
+  }
 
  private:
   // The rate the period was made from: a whole rate, or a broadcast rate (N*1000/1001), whose

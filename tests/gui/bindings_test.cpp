@@ -15,8 +15,10 @@
 #include <QToolButton>
 #include <QTreeWidget>
 #include <stdexcept>
+#include <tuple>
 
 #include "gui/control_bindings.h"
+#include "gui/desktop_face.h"
 #include "gui/picture_image.h"
 #include "gui/qt_event_loop.h"
 #include "gui/qt_services.h"
@@ -196,6 +198,16 @@ TEST(PictureImages, RowsComeOutTopDownAndGoBackBottomUp) {
 TEST(FileFilters, TheProgramsFilterReadsAsTheToolkitsOwn) {
   EXPECT_EQ(ToolkitFileFilter("All files |*.zrp;*.bmp|Movie File (*.avi)|*.avi|"),
             "All files (*.zrp *.bmp);;Movie File (*.avi) (*.avi)");
+}
+
+TEST(Keys, TheToolkitsKeysReadAsTheSystemsCodesAndTheKeyStateNames) {
+  for (const auto& [key, code, name] :
+       {std::tuple{Qt::Key_Escape, 27, ""}, std::tuple{Qt::Key_Space, 32, ""}, std::tuple{Qt::Key_Q, int{'Q'}, "Q"},
+        std::tuple{Qt::Key_7, int{'7'}, ""}, std::tuple{Qt::Key_F12, 123, "F12"},
+        std::tuple{Qt::Key_Control, 0, "ctrl"}, std::tuple{Qt::Key_Return, 0, ""}}) {
+    EXPECT_EQ(VirtualKeyOf(key), code) << key;
+    EXPECT_EQ(KeyStateName(key), name) << key;
+  }
 }
 
 }  // namespace

@@ -194,24 +194,30 @@ TEST_F(RealCaptureDevicesTest, AFullIndexEndsTheRun) {
   EXPECT_EQ(Frames(File("indexed.avi")), 12);
 }
 
-// With fYield 1 the call returns at once and a click on the picture ends the run.
-TEST_F(RealCaptureDevicesTest, ClickOnThePictureAbortsAYieldingRun) {
+// With fYield 1 the call returns at once; a left click or the abort key (Escape) ends the run,
+// a right click (not an abort button here) and other keys do not.
+TEST_F(RealCaptureDevicesTest, ALeftClickOrTheAbortKeyEndsAYieldingRun) {
   StatusReports reports;
   auto window = ConnectedWindow(reports);
   SetUpRun(*window, /*limit_seconds=*/0, /*sound=*/false, /*yield=*/true, /*abort_on_right=*/false);
-  ASSERT_TRUE(window->SetCaptureFile(File("clicked.avi")));
-  ASSERT_TRUE(window->StartSequence());
-  CAPSTATUS status;
-  ASSERT_TRUE(window->GetStatus(status));
-  EXPECT_EQ(status.fCapturingNow, 1);
-  ASSERT_TRUE(RunUntil([&] { return window->GetStatus(status) && status.dwCurrentVideoFrame >= 10; }, 3000));
-
-  devices_->MousePressed(2);  // the right button does not abort here
-  EXPECT_FALSE(RunUntil([&] { return reports.ends == 1; }, 200));
-  devices_->MousePressed(1);
-  ASSERT_TRUE(RunUntil([&] { return reports.ends == 1; }, 3000));
-  EXPECT_GT(Frames(File("clicked.avi")), 10);
-  EXPECT_TRUE(ProbeStream(File("clicked.avi"), 'a', "codec_name").empty());
+  const std::function<void()> aborts[] = {[this] { devices_->MousePressed(1); }, [this] { devices_->KeyPressed(27); }};
+  for (int run = 0; run < 2; ++run) {
+    SCOPED_TRACE(run);
+    const std::string movie = File("aborted" + std::to_string(run) + ".avi");
+    ASSERT_TRUE(window->SetCaptureFile(movie));
+    ASSERT_TRUE(window->StartSequence());
+    CAPSTATUS status;
+    ASSERT_TRUE(window->GetStatus(status));
+    EXPECT_EQ(status.fCapturingNow, 1);
+    ASSERT_TRUE(RunUntil([&] { return window->GetStatus(status) && status.dwCurrentVideoFrame >= 10; }, 3000));
+    devices_->MousePressed(2);
+    devices_->KeyPressed(32);
+    EXPECT_FALSE(RunUntil([&] { return reports.ends == run + 1; }, 200));
+    aborts[run]();
+    ASSERT_TRUE(RunUntil([&] { return reports.ends == run + 1; }, 3000));
+    EXPECT_GT(Frames(movie), 10);
+    EXPECT_TRUE(ProbeStream(movie, 'a', "codec_name").empty());
+  }
 }
 
 // A request to end the process stops the runs from its own thread: an exclusive run without a
