@@ -21,6 +21,8 @@ SeriesPanel::SeriesPanel(ui::Window& window) : window_(window) {
   for (const char* mode : {"Movie file (.AVI)", "Multiple Bitmap file (.BMP)", "Multiple JPEG file (.JPG)",
                            "Refresh Same Bitmap file (.BMP)", "Refresh Same JPEG file (.JPG)", "Put On Clipboard!"})
     MultipleImageMode.AddItem(mode);
+  MultipleImageMode.ToolTipText = "File type selection";
+  MultipleImageFrameRate.ToolTipText = "Frame Rate for Movie Viewer";
   MultipleImageHoursControl.Max = 23;
   MultipleImageMinutesControl.Max = 59;
   MultipleImageSecondsControl.Max = 59;

@@ -33,10 +33,12 @@ namespace {
 
 QString Text(const std::string& text) { return QString::fromStdString(text); }
 
-// The visible and enabled flags every control has.
+// The visible and enabled flags and the tool tip every control has.
 void ShowFlags(QWidget& widget, const ui::Control& control) {
   if (widget.isVisibleTo(widget.parentWidget()) != control.Visible.get()) widget.setVisible(control.Visible.get());
   if (widget.isEnabled() != control.Enabled.get()) widget.setEnabled(control.Enabled.get());
+  const QString tip = Text(control.ToolTipText.get());
+  if (widget.toolTip() != tip) widget.setToolTip(tip);
 }
 
 void SetTextIfChanged(QLabel& label, const QString& text) {

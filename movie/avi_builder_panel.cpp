@@ -79,6 +79,7 @@ AviBuilderPanel::AviBuilderPanel(ui::Window& window, Program& program) : window_
   }
   AviBuilderCursors.Button("add").AddMenu("group", "group");
   BuildAVI.Caption = "Build AVI";
+  for (ui::ListControl* list : {&AVIBuildFPS, &ImgAviCodec}) list->ToolTipText = "Frame Rate for Movie Viewer";
   BuildAVI.Enabled = false;
   AVIBuildProgress.Visible = false;
   AVIBuildProgress.is_progress_bar = true;

@@ -40,6 +40,7 @@ MovieViewer::MovieViewer(Program& program)
       player_(program.services.make_movie_player()) {
   Caption = "Movie Window";
   MovieInfo.Caption = "00:00:00.00 / 00:00:00.00";
+  MovieInfo.ToolTipText = "Position (Click here to jump to a specific frame)";
   for (const int index : {kTimeChoice, kFramesChoice}) {
     auto& choice = DisplayType.Add(*this, "DisplayType", index);
     choice.is_option_button = true;

@@ -18,6 +18,7 @@ Control::~Control() { owner_.Unregister(*this); }
 std::optional<Value> Control::Get(std::string_view property, std::optional<int>) const {
   if (property == "Enabled") return Value{Enabled.get()};
   if (property == "Visible") return Value{Visible.get()};
+  if (property == "ToolTipText") return Value{ToolTipText.get()};
   return std::nullopt;
 }
 
@@ -28,6 +29,10 @@ bool Control::Set(std::string_view property, const Value& value) {
   }
   if (property == "Visible") {
     Visible = ValueToBool(value);
+    return true;
+  }
+  if (property == "ToolTipText") {
+    ToolTipText = ValueToText(value);
     return true;
   }
   return false;

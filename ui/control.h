@@ -1,6 +1,6 @@
 #pragma once
 // The base of every control of the model: a name (and an index inside a control array),
-// the enabled and visible flags, and generic access to its properties by name for the faces
+// the enabled and visible flags, the tool tip, and generic access to its properties by name for the faces
 // that drive the model from outside (the scenario runner, the widgets).
 
 #include <functional>
@@ -28,6 +28,7 @@ class Control {
 
   Property<bool> Enabled{true};
   Property<bool> Visible{true};
+  Property<std::string> ToolTipText;
 
   // The value of a property by its name; `element` is the index of an indexed property such
   // as List(3). Nothing when the control has no such property.

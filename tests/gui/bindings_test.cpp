@@ -82,6 +82,7 @@ TEST_F(Bindings, ModelChangesShowAfterARefresh) {
   panel.Choice.AddItem("Mono");
   panel.Choice.AddItem("Stereo");
   panel.Choice.ListIndex = 1;
+  panel.Choice.ToolTipText = "File type selection";
   panel.Seconds.Max = 59;
   panel.Seconds.Value = 42;
   panel.Bar.AddButton("record", ui::ButtonStyle::Default, "record").Caption = "Rec/Stop";
@@ -91,6 +92,7 @@ TEST_F(Bindings, ModelChangesShowAfterARefresh) {
   EXPECT_FALSE(Find<QPushButton>("Go")->isEnabled());
   EXPECT_EQ(Find<QComboBox>("Choice")->count(), 2);
   EXPECT_EQ(Find<QComboBox>("Choice")->currentText(), "Stereo");
+  EXPECT_EQ(Find<QComboBox>("Choice")->toolTip(), "File type selection");
   EXPECT_EQ(Find<QSpinBox>("Seconds")->value(), 42);
   EXPECT_EQ(Find<QToolButton>("record")->text(), "Rec/Stop");
   EXPECT_EQ(Find<QSlider>("Quality")->pageStep(), 5);
