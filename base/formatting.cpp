@@ -321,6 +321,18 @@ double Divide(double dividend, double divisor) {
 
 namespace zr {
 
+std::vector<std::string_view> SplitAtCommas(std::string_view text) {
+  std::vector<std::string_view> pieces;
+  while (!text.empty()) {
+    const std::size_t comma = text.find(',');
+    pieces.push_back(text.substr(0, comma));
+    if (comma == std::string_view::npos) break;
+    text.remove_prefix(comma + 1);
+    if (text.empty()) pieces.emplace_back();
+  }
+  return pieces;
+}
+
 std::string LowerCase(std::string_view text) {
   std::string lowered(text);
   for (char& character : lowered)

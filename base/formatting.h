@@ -7,6 +7,7 @@
 #include <limits>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "base/date_time.h"
 #include "base/program_error.h"
@@ -96,6 +97,9 @@ double Divide(double dividend, double divisor);
 namespace zr {
 
 // The text in lower case or in capitals (ASCII letters; other characters as they stand).
+// "A,B,C" -> {"A", "B", "C"}; "A," -> {"A", ""}; the empty text has no pieces.
+std::vector<std::string_view> SplitAtCommas(std::string_view text);
+
 std::string LowerCase(std::string_view text);
 std::string UpperCase(std::string_view text);
 // A file name's last three characters in lower case (the whole name when shorter): the kind of

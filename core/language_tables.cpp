@@ -445,6 +445,19 @@ constexpr TextTranslations kTable[] = {
      "Overlay wird unterstützt"},
     {"Overlay not supported", "Sobreposição não suportada", "Superposición no admitida",
      "Superposition non prise en charge", "Overlay wird nicht unterstützt"},
+    // ---- The serial switch window
+    {"RS232 Control", "Controle RS232", "Control RS232", "Contrôle RS232", "RS232-Steuerung"},
+    {"This trigger mode enables you to start/stop capture using a switch connected to a Serial Port",
+     "Este modo de disparo permite iniciar/parar a captura com um interruptor ligado a uma porta serial",
+     "Este modo de disparo permite iniciar/detener la captura con un interruptor conectado a un puerto serie",
+     "Ce mode de déclenchement permet de démarrer/arrêter la capture avec un interrupteur relié à un port série",
+     "Dieser Auslösemodus startet/stoppt die Aufnahme über einen Schalter an einer seriellen Schnittstelle"},
+    {"Serial Port (COMx:):", "Porta serial (COMx:):", "Puerto serie (COMx:):", "Port série (COMx:) :",
+     "Serielle Schnittstelle (COMx:):"},
+    {"Start/Stop capture (CTS):", "Iniciar/parar captura (CTS):", "Iniciar/detener captura (CTS):",
+     "Démarrer/arrêter la capture (CTS) :", "Aufnahme starten/stoppen (CTS):"},
+    {"Shutter (DSR):", "Obturador (DSR):", "Obturador (DSR):", "Obturateur (DSR) :", "Auslöser (DSR):"},
+    {"Ready", "Pronto", "Listo", "Prêt", "Bereit"},
 };
 
 }  // namespace

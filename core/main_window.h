@@ -70,6 +70,8 @@ class MainWindow : public ui::Window {
   virtual void SetAudioCapture(bool on) = 0;
   virtual void CaptureControl(bool start) = 0;
   virtual void StopMovieRecord() = 0;
+  // What a click on the operation bar's "record" does.
+  virtual void RecordNow() = 0;
   // One picture of a series; ShootImage lets a failed store raise, ShootImageOfSeries ends
   // that shot only.
   virtual void ShootImage() = 0;

@@ -19,6 +19,7 @@
 #include "platform/movie_file.h"
 #include "platform/movie_player.h"
 #include "platform/picture_server.h"
+#include "platform/serial_ports.h"
 #include "platform/services.h"
 #include "ui/window.h"
 
@@ -39,6 +40,7 @@ struct Services {
   platform::VfwDriverSystem& drivers;
   std::function<std::unique_ptr<platform::VideoCaptureControl>()> make_capture_control;
   platform::Joystick& joystick;
+  platform::SerialPorts& serial_ports;
   platform::Ftp& ftp;
   platform::PictureServer& picture_server;
   platform::MovieBuilder& movie_builder;

@@ -56,7 +56,7 @@ class Master : public MainWindow,
   // ---- run control
   void CaptureControl(bool start) override;
   void StopMovieRecord() override;
-  void RecordNow();
+  void RecordNow() override;
   // Ends what runs as the operator's Stop ends it (a movie run is stopped on its device and
   // closed out, a series closed, a motion wait disarmed) and returns once the close-out is done,
   // or after a grace time in which a device did not end its run.
@@ -114,6 +114,7 @@ class Master : public MainWindow,
   void MultipleImageMode_Click();
   void ArmMotionDetectorFromOperationBar(ui::ToolbarButton& button);
   void ShowAutostart();
+  void ToggleSerialSwitch(bool pressed);
   void CaptureImage();
   // Moves the still on the clipboard into the picture window, draws the overlay on it and
   // keeps it as the window's restore point.

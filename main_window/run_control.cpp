@@ -9,6 +9,7 @@
 #include "core/operating_mode.h"
 #include "main_window/master.h"
 #include "triggers/autostart.h"
+#include "triggers/serial_switch.h"
 
 namespace zr {
 
@@ -44,7 +45,11 @@ void Master::OperationBar_ButtonClick(ui::ToolbarButton& button) {
     ShowAutostart();
     return;
   }
-  if (key == "rs232" || key == "sound") throw NotBuiltYet("the trigger window of \"" + key + "\"");
+  if (key == "rs232") {
+    ToggleSerialSwitch(button.Value == 1);
+    return;
+  }
+  if (key == "sound") throw NotBuiltYet("the trigger window of \"" + key + "\"");
   if (key != "record") return;
   // The visible option band decides, tested in this order; with all three hidden the press
   // does nothing.
@@ -100,6 +105,18 @@ void Master::CaptureImage() {
 
 // The scheduled start's window, non-modal; a second press brings the same window forward.
 void Master::ShowAutostart() { program_.Window<Autostart>().Show(); }
+
+// The serial switch watches its lines while its window exists: the pressed button shows it,
+// the released one unloads it and so closes the port.
+void Master::ToggleSerialSwitch(bool pressed) {
+  if (!pressed) {
+    UnloadIfLoaded(program_, RS232::kWindowName);
+    return;
+  }
+  auto& window = program_.Window<RS232>();
+  window.Show();
+  window.Form_Activate();
+}
 
 // Motion and a run are the same state on the bar: the operator ends an armed wait with the
 // button that ends a run. The operation bar warns first that an overlay may hide the picture.

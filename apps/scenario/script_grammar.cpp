@@ -17,6 +17,7 @@
 
 #include "apps/scenario/script.h"
 #include "apps/scenario/script_lexer.h"
+#include "base/formatting.h"
 
 namespace zr::scenario {
 

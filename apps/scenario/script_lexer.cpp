@@ -103,18 +103,6 @@ std::string_view TrimBlanks(std::string_view text) {
   return text;
 }
 
-std::vector<std::string_view> SplitAtCommas(std::string_view text) {
-  std::vector<std::string_view> pieces;
-  while (!text.empty()) {
-    const std::size_t comma = text.find(',');
-    pieces.push_back(text.substr(0, comma));
-    if (comma == std::string_view::npos) break;
-    text.remove_prefix(comma + 1);
-    if (text.empty()) pieces.emplace_back();
-  }
-  return pieces;
-}
-
 std::string Shown(std::string_view text) {
   std::string shown = "\"";
   for (const char c : text.substr(0, kShownLength)) AppendShownChar(shown, c);

@@ -43,9 +43,6 @@ char HexByte(char high, char low);
 
 std::string_view TrimBlanks(std::string_view text);
 
-// "A,B,C" -> {"A", "B", "C"}; the empty text has no pieces.
-std::vector<std::string_view> SplitAtCommas(std::string_view text);
-
 // Text quoted back in an error: in double quotes, unprintable bytes as \xHH, long text cut.
 std::string Shown(std::string_view text);
 

@@ -1,5 +1,5 @@
-// Serial ports: the simulated ports a scenario lists and the modem lines (CTS, DSR) of the open
-// one. The runner does not carry these out yet; a scenario that uses them fails at that line.
+// Serial ports: the simulated ports a scenario lists, and the modem lines (CTS, DSR) of the
+// open one, which the program sees at its next look at them.
 
 #include "apps/scenario/steps.h"
 
@@ -7,8 +7,12 @@ namespace zr::scenario {
 
 namespace {
 
-void Do(Runner&, const SerialPorts&) { NotYetSupported("serial-ports"); }
-void Do(Runner&, const SerialLine&) { NotYetSupported("serial"); }
+void Do(Runner& runner, const SerialPorts& ports) { runner.world().serial_ports.names = ports.names; }
+
+void Do(Runner& runner, const SerialLine& line) {
+  auto& lines = runner.world().serial_ports.lines;
+  (line.signal == SerialSignal::kCts ? lines.cts : lines.dsr) = line.on;
+}
 
 }  // namespace
 

@@ -17,6 +17,7 @@
 #include "platform/sim/sim_movie_builder.h"
 #include "platform/sim/sim_movie_player.h"
 #include "platform/sim/sim_picture_server.h"
+#include "platform/sim/sim_serial_ports.h"
 #include "platform/sim/sim_services.h"
 
 namespace zr::scenario {
@@ -44,6 +45,7 @@ class World final : private platform::sim::InputSource {
   std::unique_ptr<platform::sim::SimDeviceWorld> devices;
   std::unique_ptr<platform::VfwDriverSystem> drivers;
   platform::sim::SimJoystick joystick{loop};
+  platform::sim::SimSerialPorts serial_ports{[this](std::string line) { devices->Log(std::move(line)); }};
   platform::sim::SimFtpServer ftp{loop};
   platform::sim::SimPictureServer picture_server{loop};
   platform::sim::SimMovieBuilder movie_builder{loop, movies};

@@ -24,6 +24,7 @@
 #include "platform/linux/linux_desktop.h"
 #include "platform/linux/socket_picture_server.h"
 #include "platform/linux/threaded_movie_builder.h"
+#include "platform/linux/tty_serial_ports.h"
 
 namespace zr {
 
@@ -54,11 +55,13 @@ struct ProgramParts {
         drivers(devices.MakeDriverSystem()),
         joystick(platform::linux_impl::OpenJoystick(platform::linux_impl::RealEvdevSystem(), loop,
                                                     ReadSetting(settings, settings::JoystickDevice))),
+        serial_ports(platform::linux_impl::MakeTtySerialPorts()),
         ftp(loop, links),
         picture_server(loop, descriptors),
         movie_builder(loop, movies),
         program(Services{loop, dialogs, clipboard, settings, files, clock, desktop, movies, *drivers,
-                         [this] { return devices.MakeCaptureControl(); }, *joystick, ftp, picture_server, movie_builder,
+                         [this] { return devices.MakeCaptureControl(); }, *joystick, *serial_ports, ftp, picture_server,
+                         movie_builder,
                          [&loop] { return std::make_unique<platform::linux_impl::FfmpegMoviePlayer>(loop); }},
                 start.app_path) {
     program.CommandLine = start.command_line;
@@ -83,6 +86,7 @@ struct ProgramParts {
   std::unique_ptr<platform::VfwDriverSystem> drivers;
   // The joystick or game pad the setting names by its path or name, or the first found.
   std::unique_ptr<platform::Joystick> joystick;
+  std::unique_ptr<platform::SerialPorts> serial_ports;
   platform::linux_impl::NetworkManagerLinks links;
   platform::linux_impl::SocketFtp ftp;
   platform::linux_impl::SocketPictureServer picture_server;

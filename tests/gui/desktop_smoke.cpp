@@ -359,6 +359,7 @@ class Operator {
         {"VideoCODEC", [&program] { program.SlotOf<VideoCodec>().ShowModal(program.services.loop); }, nullptr},
         {"OtherInfo", [this] { ChooseFromMenus(MainWindow().EditMenu(edit_menu::kOtherInformation)); }, nullptr},
         {"frmMovieSRT", [&program] { OpenSubtitleEditor(program); }, nullptr},
+        {"RS232", [this] { Click(FindButtonOf("OperationBar", "rs232")); }, nullptr},
     };
     if (shown_windows_ == std::size(windows)) return Next(&Operator::Quit);
     const Shown& next = windows[shown_windows_];
