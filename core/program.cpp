@@ -41,6 +41,20 @@ ui::WindowSlot<ui::Window>& Program::Slot(std::string_view name) {
   throw std::logic_error("no window is registered as " + std::string(name));
 }
 
+void Program::ActivateChild(const ui::Window& window) {
+  active_child_name_ = window.Name();
+  active_child_serial_ = window.Serial();
+}
+
+ui::Window* Program::ActiveChild() {
+  ui::WindowSlotBase* slot = FindWindow(active_child_name_);
+  if (!slot) return nullptr;
+  if (ui::Window* window = slot->LoadedWindow(); window && window->Serial() == active_child_serial_) return window;
+  for (int number = 1; number <= slot->ExtraInstanceCount(); ++number)
+    if (ui::Window* extra = slot->ExtraInstance(number); extra->Serial() == active_child_serial_) return extra;
+  return nullptr;
+}
+
 zr::MainWindow& Program::MainWindow() { return Window<zr::MainWindow>(); }
 
 void Program::ReleaseUnloadedWindows() {
