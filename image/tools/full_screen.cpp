@@ -77,9 +77,8 @@ void ViewFullscreen(Program& program) {
   view.StartFullscreenPreview();
 }
 
-const WindowRegistration<Fullscreen> kRegistration{{{"StartFullscreenPreview",
-                                                     WindowRegistration<Fullscreen>::Calls(
-                                                         &Fullscreen::StartFullscreenPreview)}}};
+const WindowRegistration<Fullscreen> kRegistration{
+    {{"StartFullscreenPreview", WindowRegistration<Fullscreen>::Calls(&Fullscreen::StartFullscreenPreview)}}};
 const ProgramProcedures kProcedures{{{"ViewFullscreen", [](Program& program, const ProcedureArguments& arguments) {
                                         arguments.Expect(0);
                                         ViewFullscreen(program);
