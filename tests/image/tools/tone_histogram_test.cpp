@@ -58,11 +58,15 @@ TEST(ScaleToneTables, GivesTheHeightOfEachPointOrKeepsTheCount) {
     std::int32_t count, maximum, height, expected;
   };
   const Case cases[] = {
-      {128, 128, 200, 0},   {64, 128, 200, 100},     {1, 3, 200, 133},
-      {1, 4, 2, 2},         {3, 4, 2, 0},            // 1.5 and 0.5: halves to even
-      {0, 9, 200, 200},     {7, 0, 200, 7},          // no maximum: the count stays
-      {20000000, 20000000, 200, 20000000},           // a product beyond 32 bits: the count stays
-      {5, 1, 200, -800},                             // a lagging maximum puts the point above the top
+      {128, 128, 200, 0},
+      {64, 128, 200, 100},
+      {1, 3, 200, 133},
+      {1, 4, 2, 2},
+      {3, 4, 2, 0},  // 1.5 and 0.5: halves to even
+      {0, 9, 200, 200},
+      {7, 0, 200, 7},                       // no maximum: the count stays
+      {20000000, 20000000, 200, 20000000},  // a product beyond 32 bits: the count stays
+      {5, 1, 200, -800},                    // a lagging maximum puts the point above the top
   };
   for (const Case& c : cases) {
     ToneTables t;
