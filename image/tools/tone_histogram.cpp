@@ -1,5 +1,6 @@
 #include "image/tools/tone_histogram.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <limits>
 
@@ -18,30 +19,34 @@ constexpr std::array<std::uint8_t, 766> MakeLuminanceOfSum() {
 }
 constexpr auto kLuminanceOfSum = MakeLuminanceOfSum();
 
-void CountRow(const std::uint8_t* pixel, int width, ToneTables& t) {
-  std::int32_t max_red = t.max_red;
-  std::int32_t max_green = t.max_green;
-  std::int32_t max_blue = t.max_blue;
-  std::int32_t max_lum = t.max_lum;
-  for (int x = 0; x < width; ++x, pixel += 3) {
-    const std::uint8_t a = pixel[0];
-    const std::uint8_t b = pixel[1];
-    const std::uint8_t c = pixel[2];
-    const std::uint8_t l = kLuminanceOfSum[static_cast<std::size_t>(a + b + c)];
-    ++t.red[a];
-    ++t.green[b];
-    ++t.blue[c];
-    ++t.lum[l];
-    if (t.red[a] > max_red) max_red = t.red[a];
-    if (t.green[a] > max_green) max_green = t.green[b];
-    if (t.blue[a] > max_blue) max_blue = t.blue[c];
-    if (t.lum[a] > max_lum) max_lum = t.lum[l];
+// One row's pixels into the tables. The tables are the caller's locals, so that nothing the
+// loop stores can be taken for the pixels it reads; the maxima are chosen without branches,
+// which in a picture of varied colours would go either way at random.
+struct Counting {
+  ToneTable red{};
+  ToneTable green{};
+  ToneTable blue{};
+  ToneTable lum{};
+  std::int32_t max_green = 0;
+  std::int32_t max_blue = 0;
+  std::int32_t max_lum = 0;
+
+  void Row(const std::uint8_t* pixel, int width) {
+    for (int x = 0; x < width; ++x, pixel += 3) {
+      const unsigned a = pixel[0];
+      const unsigned b = pixel[1];
+      const unsigned c = pixel[2];
+      const unsigned l = kLuminanceOfSum[a + b + c];
+      ++red[a];
+      const std::int32_t green_b = ++green[b];
+      const std::int32_t blue_c = ++blue[c];
+      const std::int32_t lum_l = ++lum[l];
+      max_green = green[a] > max_green ? green_b : max_green;
+      max_blue = blue[a] > max_blue ? blue_c : max_blue;
+      max_lum = lum[a] > max_lum ? lum_l : max_lum;
+    }
   }
-  t.max_red = max_red;
-  t.max_green = max_green;
-  t.max_blue = max_blue;
-  t.max_lum = max_lum;
-}
+};
 
 void ScaleTable(ToneTable& table, std::int32_t maximum, std::int32_t height) {
   for (std::int32_t& value : table) {
@@ -60,9 +65,20 @@ ToneTables CountTones(const platform::Picture& picture) {
   if (picture.width <= 0 || picture.height <= 0 ||
       picture.bottom_up_bgr.size() < platform::Picture::BytesFor(picture.width, picture.height))
     return tables;
+  Counting counting;
   const std::ptrdiff_t stride = picture.Stride();
   for (int row = 0; row < picture.height; ++row)
-    CountRow(picture.bottom_up_bgr.data() + row * stride, picture.width, tables);
+    counting.Row(picture.bottom_up_bgr.data() + row * stride, picture.width);
+  tables.red = counting.red;
+  tables.green = counting.green;
+  tables.blue = counting.blue;
+  tables.lum = counting.lum;
+  // The running maximum of red, tested at the very entry each pixel adds to, ends as the
+  // largest count.
+  tables.max_red = *std::max_element(counting.red.begin(), counting.red.end());
+  tables.max_green = counting.max_green;
+  tables.max_blue = counting.max_blue;
+  tables.max_lum = counting.max_lum;
   return tables;
 }
 
