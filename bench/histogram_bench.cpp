@@ -77,19 +77,17 @@ int main(int argc, char** argv) {
   const char* names[] = {"histogram 1920x1080 varied", "histogram 1920x1080 one colour"};
   const zr::platform::Picture* pictures[] = {&varied, &uniform};
   for (int i = 0; i < 2; ++i)
-    benchmark::RegisterBenchmark(names[i],
-                                 [picture = pictures[i]](benchmark::State& state) {
-                                   for (auto _ : state) benchmark::DoNotOptimize(Compute(*picture));
-                                 })
-        ->Unit(benchmark::kMillisecond);
+    benchmark::RegisterBenchmark(names[i], [picture = pictures[i]](benchmark::State& state) {
+      for (auto _ : state) benchmark::DoNotOptimize(Compute(*picture));
+    })->Unit(benchmark::kMillisecond);
   MeanReporter reporter;
   benchmark::RunSpecifiedBenchmarks(&reporter);
   benchmark::Shutdown();
 
   bool met = reporter.means_ms.size() == 2;
   for (std::size_t i = 0; i < reporter.means_ms.size(); ++i) {
-    std::printf("  %-32s CPU %.2f ms, clock %.2f ms   (target under %.0f ms of CPU)\n", names[i],
-                reporter.cpu_ms[i], reporter.means_ms[i], kTargetMs);
+    std::printf("  %-32s CPU %.2f ms, clock %.2f ms   (target under %.0f ms of CPU)\n", names[i], reporter.cpu_ms[i],
+                reporter.means_ms[i], kTargetMs);
     met = met && reporter.cpu_ms[i] < kTargetMs;
   }
   std::printf("  verdict                          %s\n", met ? "met" : "missed");
