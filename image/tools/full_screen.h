@@ -45,6 +45,7 @@ class Fullscreen : public ui::Window {
   void StartFullscreenPreview();
   // A key, or a mouse press anywhere on the window: the view ends.
   void Close();
+  void Click() override { Close(); }
 
  private:
   void PlacePreview();
