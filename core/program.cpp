@@ -17,8 +17,11 @@ Program::Program(Services given_services, std::string program_folder)
     : services(std::move(given_services)), ProgramFolder(std::move(program_folder)) {
   state.AppPath = ProgramFolder;
   for (const WindowKind& kind : RegisteredWindowKinds())
-    windows_.push_back(
-        std::make_unique<ui::WindowSlot<ui::Window>>(kind.name, [this, &kind] { return kind.make(*this, kind.name); }));
+    windows_.push_back(std::make_unique<ui::WindowSlot<ui::Window>>(kind.name, [this, &kind] {
+      auto window = kind.make(*this, kind.name);
+      if (kind.placement != ui::WindowPlacement::TopLevel) FollowActivation(*window);
+      return window;
+    }));
 }
 
 Program::~Program() = default;
@@ -44,6 +47,14 @@ ui::WindowSlot<ui::Window>& Program::Slot(std::string_view name) {
 void Program::ActivateChild(const ui::Window& window) {
   active_child_name_ = window.Name();
   active_child_serial_ = window.Serial();
+}
+
+// A child of the main window that shows is activated, as the main window's area activates a
+// child window where it appears.
+void Program::FollowActivation(ui::Window& window) {
+  window.Visible.OnChange([this, &window] {
+    if (window.Visible) ActivateChild(window);
+  });
 }
 
 ui::Window* Program::ActiveChild() {

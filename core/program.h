@@ -146,6 +146,7 @@ class Program {
  private:
   std::vector<std::unique_ptr<ui::WindowSlot<ui::Window>>> windows_;
   std::unique_ptr<TextRenderer> insertion_renderer_;
+  void FollowActivation(ui::Window& window);
   // The active child by name and serial: a later window at the same address is not it.
   std::string active_child_name_;
   std::uint64_t active_child_serial_ = 0;
