@@ -31,7 +31,12 @@ struct Counting {
   std::int32_t max_blue = 0;
   std::int32_t max_lum = 0;
 
+  // The maxima live in locals for the row: the tables' stores could otherwise be taken for
+  // stores to them.
   void Row(const std::uint8_t* pixel, int width) {
+    std::int32_t row_max_green = max_green;
+    std::int32_t row_max_blue = max_blue;
+    std::int32_t row_max_lum = max_lum;
     for (int x = 0; x < width; ++x, pixel += 3) {
       const unsigned a = pixel[0];
       const unsigned b = pixel[1];
@@ -41,10 +46,13 @@ struct Counting {
       const std::int32_t green_b = ++green[b];
       const std::int32_t blue_c = ++blue[c];
       const std::int32_t lum_l = ++lum[l];
-      max_green = green[a] > max_green ? green_b : max_green;
-      max_blue = blue[a] > max_blue ? blue_c : max_blue;
-      max_lum = lum[a] > max_lum ? lum_l : max_lum;
+      row_max_green = green[a] > row_max_green ? green_b : row_max_green;
+      row_max_blue = blue[a] > row_max_blue ? blue_c : row_max_blue;
+      row_max_lum = lum[a] > row_max_lum ? lum_l : row_max_lum;
     }
+    max_green = row_max_green;
+    max_blue = row_max_blue;
+    max_lum = row_max_lum;
   }
 };
 
