@@ -163,6 +163,13 @@ void VideoScreen::TakeFrame() {
   MotionPicture.Picture = picture ? std::make_shared<const platform::Picture>(std::move(*picture)) : nullptr;
 }
 
+std::shared_ptr<const platform::Picture> VideoScreen::CurrentFrame() {
+  if (Kind() == DeviceKind::Driver) return capture_window_ ? capture_window_->LatestFrame() : nullptr;
+  std::shared_ptr<const platform::Picture> frame;
+  if (control_) ResumeNext([&] { frame = control_->GetSnapshot(); });
+  return frame;
+}
+
 HimetricSize VideoScreen::FrameSize() const {
   if (!MotionPicture.Picture) return {};
   return {HimetricOfPixelsAt96Dpi(MotionPicture.Picture->width),

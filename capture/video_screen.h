@@ -73,6 +73,10 @@ class VideoScreen : public ui::Window, public MotionSurface, private platform::C
   TwipsPerPixel DisplayScale() const override { return kDisplayScaleAt96Dpi; }
   std::int32_t ColourAt(int x, int y) const override;
 
+  // The frame the window shows now, read without the clipboard or a file (the histogram and
+  // the full-screen view take it); null while no device gives one.
+  std::shared_ptr<const platform::Picture> CurrentFrame();
+
   bool QueryUnload(ui::UnloadMode mode) override;
 
   // The capture window of the driver kind; null while none exists.

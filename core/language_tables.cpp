@@ -458,6 +458,27 @@ constexpr TextTranslations kTable[] = {
      "Démarrer/arrêter la capture (CTS) :", "Aufnahme starten/stoppen (CTS):"},
     {"Shutter (DSR):", "Obturador (DSR):", "Obturador (DSR):", "Obturateur (DSR) :", "Auslöser (DSR):"},
     {"Ready", "Pronto", "Listo", "Prêt", "Bereit"},
+    // ---- The histogram
+    {"Histogram", "Histograma", "Histograma", "Histogramme", "Histogramm"},
+    {"Click on image window", "Clique numa janela de imagem", "Haga clic en una ventana de imagen",
+     "Cliquez sur une fenêtre d'image", "Klicken Sie auf ein Bildfenster"},
+    {"Red", "Vermelho", "Rojo", "Rouge", "Rot"},
+    {"Green", "Verde", "Verde", "Vert", "Grün"},
+    {"Blue", "Azul", "Azul", "Bleu", "Blau"},
+    {"Luminance", "Luminância", "Luminancia", "Luminance", "Helligkeit"},
+    {"Export Histogram...", "Exportar histograma...", "Exportar histograma...", "Exporter l'histogramme...",
+     "Histogramm exportieren..."},
+    {"Save as...", "Salvar como...", "Guardar como...", "Enregistrer sous...", "Speichern unter..."},
+
+    // ---- The field of view calculator
+    {"Sensor size (inches):", "Tamanho do sensor (polegadas):", "Tamaño del sensor (pulgadas):",
+     "Taille du capteur (pouces) :", "Sensorgröße (Zoll):"},
+    {"Lens (mm):", "Lente (mm):", "Lente (mm):", "Objectif (mm) :", "Objektiv (mm):"},
+    {"Distance (meters):", "Distância (metros):", "Distancia (metros):", "Distance (mètres) :", "Entfernung (Meter):"},
+    {"Vertical Field of view (H): ", "Campo de visão vertical (H): ", "Campo de visión vertical (H): ",
+     "Champ de vision vertical (H) : ", "Vertikales Sichtfeld (H): "},
+    {"Horizontal Field of view (W): ", "Campo de visão horizontal (W): ", "Campo de visión horizontal (W): ",
+     "Champ de vision horizontal (W) : ", "Horizontales Sichtfeld (W): "},
 };
 
 }  // namespace

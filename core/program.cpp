@@ -17,8 +17,11 @@ Program::Program(Services given_services, std::string program_folder)
     : services(std::move(given_services)), ProgramFolder(std::move(program_folder)) {
   state.AppPath = ProgramFolder;
   for (const WindowKind& kind : RegisteredWindowKinds())
-    windows_.push_back(
-        std::make_unique<ui::WindowSlot<ui::Window>>(kind.name, [this, &kind] { return kind.make(*this, kind.name); }));
+    windows_.push_back(std::make_unique<ui::WindowSlot<ui::Window>>(kind.name, [this, &kind] {
+      auto window = kind.make(*this, kind.name);
+      if (kind.placement != ui::WindowPlacement::TopLevel) FollowActivation(*window);
+      return window;
+    }));
 }
 
 Program::~Program() = default;
@@ -39,6 +42,28 @@ ui::WindowSlot<ui::Window>& Program::Slot(std::string_view name) {
   for (const auto& slot : windows_)
     if (slot->Name() == name) return *slot;
   throw std::logic_error("no window is registered as " + std::string(name));
+}
+
+void Program::ActivateChild(const ui::Window& window) {
+  active_child_name_ = window.Name();
+  active_child_serial_ = window.Serial();
+}
+
+// A child of the main window that shows is activated, as the main window's area activates a
+// child window where it appears.
+void Program::FollowActivation(ui::Window& window) {
+  window.Visible.OnChange([this, &window] {
+    if (window.Visible) ActivateChild(window);
+  });
+}
+
+ui::Window* Program::ActiveChild() {
+  ui::WindowSlotBase* slot = FindWindow(active_child_name_);
+  if (!slot) return nullptr;
+  if (ui::Window* window = slot->LoadedWindow(); window && window->Serial() == active_child_serial_) return window;
+  for (int number = 1; number <= slot->ExtraInstanceCount(); ++number)
+    if (ui::Window* extra = slot->ExtraInstance(number); extra->Serial() == active_child_serial_) return extra;
+  return nullptr;
 }
 
 zr::MainWindow& Program::MainWindow() { return Window<zr::MainWindow>(); }

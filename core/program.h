@@ -3,6 +3,7 @@
 // windows. Every handler reaches the rest of the program through it.
 
 #include <algorithm>
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <string>
@@ -139,9 +140,18 @@ class Program {
   }
   std::string ForegroundWindow = "Master";
 
+  // The child of the main window the operator activated last (a picture, movie or capture
+  // window), which the tools that follow "the window in use" read. Null once it has unloaded.
+  void ActivateChild(const ui::Window& window);
+  ui::Window* ActiveChild();
+
  private:
   std::vector<std::unique_ptr<ui::WindowSlot<ui::Window>>> windows_;
   std::unique_ptr<TextRenderer> insertion_renderer_;
+  void FollowActivation(ui::Window& window);
+  // The active child by name and serial: a later window at the same address is not it.
+  std::string active_child_name_;
+  std::uint64_t active_child_serial_ = 0;
 };
 
 }  // namespace zr

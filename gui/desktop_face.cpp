@@ -136,6 +136,11 @@ DesktopFace::Shown DesktopFace::MakeShown(ui::WindowSlotBase& slot, ui::Window& 
     QMdiSubWindow* frame = master_->ChildArea().addSubWindow(made.widget);
     frame->setAttribute(Qt::WA_DeleteOnClose, false);
     frame->setWindowIcon(master_->windowIcon());
+    // The child the operator activates is the main window's active child, which the tools
+    // that follow the window in use read.
+    connect(frame, &QMdiSubWindow::windowStateChanged, this, [this, &window](Qt::WindowStates, Qt::WindowStates now) {
+      if (now.testFlag(Qt::WindowActive)) program_.ActivateChild(window);
+    });
     shown.child = true;
     shown.refresh = [made, frame, &window, applied = QSize()]() mutable {
       made.refresh();
@@ -167,6 +172,7 @@ void DesktopFace::DropWindowsNotIn(const std::map<WindowKey, bool>& live) {
     // The widget's bindings refer to the window that is going: with its entry gone they are
     // never refreshed again. It leaves the child area now and is deleted once no handler of
     // it can still be running.
+    disconnect(frame, nullptr, this, nullptr);
     frame->hide();
     frame->setParent(nullptr);
     frame->deleteLater();

@@ -15,6 +15,9 @@
 #include "core/operating_mode.h"
 #include "core/preferences.h"
 #include "core/settings_keys.h"
+#include "image/tools/field_of_view.h"
+#include "image/tools/full_screen.h"
+#include "image/tools/histogram.h"
 #include "main_window/master.h"
 #include "main_window/parameter_file.h"
 #include "movie/movie_viewer.h"
@@ -62,6 +65,12 @@ void Master::DeviceToolbar_ButtonClick(ui::ToolbarButton& button) {
     program_.SlotOf<VideoSettings>().ShowModal(program_.services.loop);
   else if (key == "snapshot")
     TakeSnapshot(false);
+  else if (key == "fullscreen")
+    ViewFullscreen(program_);
+  else if (key == "histogram")
+    program_.Window<Histogram>().Show();
+  else if (key == "lens")
+    program_.Window<FOV>().Show();
   else
     throw NotBuiltYet("the device toolbar command \"" + key + "\"");
 }
@@ -116,7 +125,7 @@ void Master::ViewMenu_Click(int index) {
   else if (index == view_menu::kPreviewMode)
     screen.Preview(program_.state.PreviewRate);
   else if (index == view_menu::kFullScreen)
-    throw NotBuiltYet("the full-screen view");
+    ViewFullscreen(program_);
 }
 
 // The device's own dialogs are followed by a refresh of the window, whose size they may change.

@@ -94,6 +94,9 @@ class VfwCaptureWindow {
   // Writes the current frame to `path` as a DIB and gives the frame written; null when none was.
   virtual std::shared_ptr<const Picture> SaveDib(const std::string& path) = 0;
   virtual bool CopyFrame() = 0;  // the current frame onto the clipboard
+  // The frame the window shows now, for tools that read it without a file or the clipboard;
+  // null while no device is connected.
+  virtual std::shared_ptr<const Picture> LatestFrame() = 0;
   // Records a movie with the setup; with fYield 0 it returns only when the run has ended.
   virtual bool StartSequence() = 0;
   virtual bool Stop() = 0;

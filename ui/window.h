@@ -61,6 +61,8 @@ class Window {
   virtual bool QueryUnload(UnloadMode) { return true; }
   virtual void Unload() {}
   virtual void Resize() {}
+  // A click on the window's own surface, outside its controls; most windows do nothing.
+  virtual void Click() {}
 
   void Show();
   void Hide();

@@ -179,6 +179,8 @@ void ClickTarget(const Target& target) {
     tabs->ClickTab(*target.element);
   } else if (target.control) {
     target.control->Click();
+  } else if (target.window) {
+    target.window->Click();
   }
 }
 

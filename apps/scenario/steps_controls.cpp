@@ -9,6 +9,7 @@
 #include "apps/scenario/comparisons.h"
 #include "apps/scenario/procedures.h"
 #include "apps/scenario/steps.h"
+#include "core/window_registry.h"
 
 namespace zr::scenario {
 
@@ -49,9 +50,14 @@ void Do(Runner& runner, const Key& key) {
   if (key.down) keys.push_back(key.name);
 }
 
+// A child of the main window brought to the front is also the main window's active child.
 void Do(Runner& runner, const Foreground& foreground) {
   FindSlot(runner.program(), foreground.window);
   runner.program().ForegroundWindow = foreground.window.name;
+  const WindowKind* kind = FindWindowKind(foreground.window.name);
+  if (!kind || kind->placement == ui::WindowPlacement::TopLevel) return;
+  if (ui::Window* window = FindWindowInstance(runner.program(), foreground.window, false))
+    runner.program().ActivateChild(*window);
 }
 
 void Do(Runner& runner, const CloseWindow& close) {

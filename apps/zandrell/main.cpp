@@ -10,6 +10,7 @@
 #include <optional>
 #include <string>
 #include <system_error>
+#include <utility>
 #include <vector>
 
 #include "apps/zandrell/headless_operator.h"
@@ -19,7 +20,10 @@
 #include "capture/video_screen.h"
 #include "core/operating_mode.h"
 #include "gui/desktop_toolkit.h"
+#include "image/picture_writer.h"
+#include "image/tools/tone_histogram.h"
 #include "main_window/master.h"
+#include "platform/atomic_file.h"
 #include "platform/linux/movie_output_file.h"
 #include "platform/linux/poll_event_loop.h"
 #include "platform/linux/termination_signals.h"
@@ -60,6 +64,8 @@ void PrintHelp() {
                "                          30), with the compressor NAME (default: the DivX-compatible one;\n"
                "                          a wrong NAME lists them); a file of another size or depth than\n"
                "                          the first is refused and the movie is built from the rest\n"
+               "  --histogram IN OUT.txt  without windows: write the tone curves of the BMP or JPEG picture IN\n"
+               "                          to OUT.txt as the histogram window exports them (tab-separated)\n"
                "  --device NAME           the device to connect, as the device chooser lists it,\n"
                "                          e.g. \"Built-in Test Camera (VFW)\" or \"Built-in Test Camera\";\n"
                "                          default: the built-in test camera\n"
@@ -79,6 +85,7 @@ void PrintHelp() {
                "badly (a full disk, a missing folder, ...: the reason is printed) or wrote no movie; 2 for a\n"
                "wrong option or a FILE that cannot be a movie. --build-avi: 0 when every file made a frame;\n"
                "1 when a file was refused or the movie could not be built (the builder's message is printed).\n"
+               "--histogram: 0 when the text was written; 1 when IN is no picture or OUT.txt cannot be written.\n"
                "SIGTERM, SIGINT or SIGHUP end a run as Stop does (the movie is closed and plays), save the\n"
                "set-up and end the program with the status 128 + the signal's number; a second one ends\n"
                "it at once.\n";
@@ -110,6 +117,8 @@ struct Options {
   std::vector<std::string> frames;
   std::string folder;
   std::string mask = "*.bmp";
+  // --histogram: the picture and the text file.
+  std::optional<std::pair<std::string, std::string>> histogram;
 };
 
 const char* Environment(const char* name) {
@@ -131,7 +140,10 @@ std::optional<Options> ParseOptions(const std::vector<std::string>& arguments) {
   for (std::size_t i = 0; i < arguments.size(); ++i) {
     const std::string& option = arguments[i];
     const bool has_value = i + 1 < arguments.size();
-    if (option == "--headless") {
+    if (option == "--histogram" && i + 2 < arguments.size()) {
+      options.histogram.emplace(arguments[i + 1], arguments[i + 2]);
+      i += 2;
+    } else if (option == "--headless") {
       options.headless = true;
     } else if (option == "--list-devices") {
       options.list_devices = true;
@@ -492,6 +504,22 @@ int RunWithoutWindows(const Options& options, const std::string& app_path, std::
   return recorded && IsFile(options.output) ? 0 : 1;
 }
 
+// The histogram window's export of a picture file, without windows.
+int WriteHistogramWithoutWindows(const std::string& picture_path, const std::string& text_path) {
+  const auto picture = zr::LoadPictureFile(picture_path);
+  if (!picture) {
+    std::cerr << "zandrell: " << picture_path << " is no BMP or JPEG picture the program reads\n";
+    return 1;
+  }
+  if (auto written = zr::platform::ReplaceFileAtomically(text_path, zr::ToneExportOf(*picture),
+                                                         zr::platform::NewFileMode::KeepExisting);
+      !written) {
+    std::cerr << "zandrell: cannot write " << text_path << ": " << written.error().message << "\n";
+    return 1;
+  }
+  return 0;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -510,6 +538,7 @@ int main(int argc, char** argv) {
     return 2;
   }
   const Options& options = *parsed;
+  if (options.histogram) return WriteHistogramWithoutWindows(options.histogram->first, options.histogram->second);
   auto video_devices = ProbeVideoDevices();
   auto audio_devices = ProbeAudioDevices();
   if (options.list_devices) {

@@ -7,21 +7,23 @@ RealCaptureDevices::RealCaptureDevices(CaptureDeviceServices services, std::vect
     : services_(std::move(services)), video_(std::move(video)), audio_(std::move(audio)) {}
 
 std::shared_ptr<const Picture> RealCaptureDevices::LatestPicture() const {
-  return connected_ ? connected_->LatestPicture() : nullptr;
+  return Connected() ? connected_.back()->LatestPicture() : nullptr;
 }
 
 std::string RealCaptureDevices::SourceMessage() const {
-  return connected_ ? connected_->SourceMessage() : connect_problem_;
+  return Connected() ? connected_.back()->SourceMessage() : connect_problem_;
 }
 
-std::string RealCaptureDevices::RunMessage() const { return connected_ ? connected_->RunMessage() : std::string(); }
+std::string RealCaptureDevices::RunMessage() const {
+  return Connected() ? connected_.back()->RunMessage() : std::string();
+}
 
 void RealCaptureDevices::MousePressed(int button) {
-  if (connected_) connected_->MousePressed(button);
+  if (Connected()) connected_.back()->MousePressed(button);
 }
 
 void RealCaptureDevices::KeyPressed(int virtual_key) {
-  if (connected_) connected_->KeyPressed(virtual_key);
+  if (Connected()) connected_.back()->KeyPressed(virtual_key);
 }
 
 }  // namespace zr::platform::linux_impl

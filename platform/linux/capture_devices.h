@@ -59,8 +59,9 @@ class RealCaptureDevices {
   std::unique_ptr<VfwDriverSystem> MakeDriverSystem();
   std::unique_ptr<VideoCaptureControl> MakeCaptureControl();
 
-  // The face's hands on the device connected last.
-  bool Connected() const { return connected_ != nullptr; }
+  // The face's hands on the device connected last. A second window connected while the first
+  // stays (the full-screen view's own preview) takes the face's hands until it lets go.
+  bool Connected() const { return !connected_.empty(); }
   std::shared_ptr<const Picture> LatestPicture() const;
   // Why its source stopped, or why the last connect failed; empty while all is well.
   std::string SourceMessage() const;
@@ -80,13 +81,12 @@ class RealCaptureDevices {
   CompressorSettings& Compressors() { return compressors_; }
   RunningRecorders& Running() { return running_; }
   void SetConnected(ConnectedDevice* device) {
-    connected_ = device;
+    std::erase(connected_, device);
+    connected_.push_back(device);
     connect_problem_.clear();
   }
   void ConnectFailed(const std::string& message) { connect_problem_ = message; }
-  void Forget(ConnectedDevice* device) {
-    if (connected_ == device) connected_ = nullptr;
-  }
+  void Forget(ConnectedDevice* device) { std::erase(connected_, device); }
   void SetPreviewRate(int frames_per_second) { preview_rate_ = frames_per_second; }
 
  private:
@@ -95,7 +95,7 @@ class RealCaptureDevices {
   std::vector<AudioDeviceEntry> audio_;
   CompressorSettings compressors_;
   RunningRecorders running_;
-  ConnectedDevice* connected_ = nullptr;
+  std::vector<ConnectedDevice*> connected_;  // the one connected last at the back
   std::string connect_problem_;
   int preview_rate_ = 15;
 };

@@ -203,6 +203,8 @@ class RealCaptureWindow final : public VfwCaptureWindow, public ConnectedDevice 
     return picture && WriteBmpFile(*picture, path) ? picture : nullptr;
   }
 
+  std::shared_ptr<const Picture> LatestFrame() override { return LatestPicture(); }
+
   bool CopyFrame() override {
     const auto picture = LatestPicture();
     if (!picture) return false;

@@ -219,6 +219,10 @@ class SimCaptureWindow : public VfwCaptureWindow, public SimSource {
     return WriteBmpFile(*picture, path) ? picture : nullptr;
   }
 
+  std::shared_ptr<const Picture> LatestFrame() override {
+    return Usable() ? std::make_shared<const Picture>(CurrentPicture()) : nullptr;
+  }
+
   bool CopyFrame() override {
     world_.Log("capCopyFrame()");
     if (!Usable()) return false;

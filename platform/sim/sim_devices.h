@@ -77,11 +77,14 @@ class SimDeviceWorld {
    protected:
     ~Source() = default;
   };
-  void SetConnectedSource(Source* source) { connected_ = source; }
-  void ForgetSource(Source* source) {
-    if (connected_ == source) connected_ = nullptr;
+  // The source connected last; one connected beside it (the full-screen view's own preview)
+  // takes its place until it lets go.
+  void SetConnectedSource(Source* source) {
+    std::erase(connected_, source);
+    connected_.push_back(source);
   }
-  Source* ConnectedSource() const { return connected_; }
+  void ForgetSource(Source* source) { std::erase(connected_, source); }
+  Source* ConnectedSource() const { return connected_.empty() ? nullptr : connected_.back(); }
 
   std::vector<const DeviceSpec*> DevicesOfKind(DeviceSpec::Kind kind) const;
   // What answers at `address`; nothing when no camera or stream is there.
@@ -93,7 +96,7 @@ class SimDeviceWorld {
   Clipboard& clipboard_;
   SimDialogs& dialogs_;
   std::string app_folder_;
-  Source* connected_ = nullptr;
+  std::vector<Source*> connected_;  // the one connected last at the back
 };
 
 // The picture a source shows, at the given size; a file that cannot be read shows black.

@@ -87,7 +87,7 @@ class HeadlessProgramTest : public ::testing::Test {
 TEST_F(HeadlessProgramTest, HelpNamesEveryOptionAndTheBuiltInDevicesAreListed) {
   EXPECT_EQ(Run("--help"), 0);
   for (const char* option : {"--headless", "--record SECONDS FILE", "--device NAME", "--list-devices", "--app-path",
-                             "--lang", "PARAMETER_FILE", "--build-avi OUT.avi"})
+                             "--lang", "PARAMETER_FILE", "--build-avi OUT.avi", "--histogram IN OUT.txt"})
     EXPECT_NE(output_.find(option), std::string::npos) << option;
   EXPECT_EQ(Run("--list-devices"), 0);
   EXPECT_NE(output_.find("Built-in Test Camera"), std::string::npos) << output_;
@@ -128,6 +128,25 @@ TEST_F(HeadlessProgramTest, BuildsMoviesOfBitmapFilesAndRefusesOneOfAnotherSize)
   EXPECT_EQ(Run("--build-avi none.avi --fps 5 --codec nothing shots/000001.bmp"), 2) << output_;
   EXPECT_NE(output_.find("MJPEG Compressor"), std::string::npos) << output_;
   EXPECT_FALSE(fs::exists(folder_ / "none.avi"));
+}
+
+// The histogram's export of a picture file: a mid-grey picture stands at the top of the drawing
+// at its tone and at the bottom (200) everywhere else. A file that is no picture is refused.
+TEST_F(HeadlessProgramTest, WritesTheHistogramOfAPictureAndRefusesAFileThatIsNone) {
+  auto grey = platform::Picture::Blank(8, 4);
+  std::fill(grey.bottom_up_bgr.begin(), grey.bottom_up_bgr.end(), std::uint8_t{128});
+  ASSERT_TRUE(WriteBmpFile(grey, (folder_ / "grey.bmp").string()));
+  ASSERT_EQ(Run("--histogram grey.bmp grey.txt"), 0) << output_;
+  std::ifstream file(folder_ / "grey.txt", std::ios::binary);
+  const std::string text((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
+  EXPECT_TRUE(text.starts_with("TONE\tRED\tGREEN\tBLUE\tLUMINANCE0\t200\t200\t200\t200\r\n")) << text.substr(0, 80);
+  EXPECT_NE(text.find("\r\n127\t200\t200\t200\t200\r\n128\t0\t0\t0\t0\r\n129\t"), std::string::npos);
+  EXPECT_TRUE(text.ends_with("\r\n255\t200\t200\t200\t200\r\n"));
+
+  EXPECT_EQ(Run("--histogram grey.txt none.txt"), 1) << output_;
+  EXPECT_NE(output_.find("grey.txt is no BMP or JPEG picture"), std::string::npos) << output_;
+  EXPECT_FALSE(fs::exists(folder_ / "none.txt"));
+  EXPECT_EQ(Run("--histogram grey.bmp"), 2) << output_;
 }
 
 // Wrong options, a folder that does not exist, an unknown device and a name that is no movie

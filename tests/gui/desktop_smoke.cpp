@@ -3,7 +3,8 @@
 // a termination request ends the run as Stop does and saves the set-up. --series: numbered JPEGs
 // on the timer from the mode bar, and an upload to a silent server that the abort button ends.
 // --capture-windows: the compressor tree, the advanced settings, the compressor choice and the
-// other information, each opened as the operator opens it and closed again.
+// other information, the subtitle editor, the histogram of a snapshot, the field of view
+// calculator and the full-screen view, each opened as the operator opens it and closed again.
 // Each window on the way is photographed into the screenshots folder.
 
 #include <arpa/inet.h>
@@ -20,6 +21,8 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
+#include <QMdiArea>
+#include <QMdiSubWindow>
 #include <QMenu>
 #include <QMenuBar>
 #include <QMessageBox>
@@ -360,6 +363,9 @@ class Operator {
         {"OtherInfo", [this] { ChooseFromMenus(MainWindow().EditMenu(edit_menu::kOtherInformation)); }, nullptr},
         {"frmMovieSRT", [&program] { OpenSubtitleEditor(program); }, nullptr},
         {"RS232", [this] { Click(FindButtonOf("OperationBar", "rs232")); }, nullptr},
+        {"Histogram", [this] { OpenHistogramOfASnapshot(); }, nullptr},
+        {"FOV", [this] { Click(FindButtonOf("DeviceToolbar", "lens")); }, nullptr},
+        {"Fullscreen", [this] { ChooseFromMenus(MainWindow().ViewMenu(view_menu::kFullScreen)); }, nullptr},
     };
     if (shown_windows_ == std::size(windows)) return Next(&Operator::Quit);
     const Shown& next = windows[shown_windows_];
@@ -490,6 +496,17 @@ class Operator {
   }
 
   // The close runs after this tick, so that the next ticks can answer the question it asks.
+  // A snapshot, activated as the operator clicks it, and the histogram that follows it.
+  void OpenHistogramOfASnapshot() {
+    Click(FindButtonOf("DeviceToolbar", "snapshot"));
+    Later(FindWidget("Master"), [this] {
+      if (QWidget* picture = FindWidget("Image"))
+        if (auto* frame = qobject_cast<QMdiSubWindow*>(picture->parentWidget()))
+          frame->mdiArea()->setActiveSubWindow(frame);
+      Click(FindButtonOf("DeviceToolbar", "histogram"));
+    });
+  }
+
   void Quit() {
     auto* main = FindWidget("Master");
     if (main && Once("close")) Later(main, [main] { main->close(); });
