@@ -37,7 +37,8 @@ std::shared_ptr<const Picture> FrameSaver::Take(std::int64_t number, FrameExtrac
 RecompressionSteps::RecompressionSteps(MovieFiles& movies, RecompressionRequest request)
     : movies_(movies), request_(std::move(request)) {
   auto info = movies_.ReadInfo(request_.movie);
-  auto reader = info ? movies_.OpenFrameReader(request_.movie) : Result<std::unique_ptr<MovieFrameReader>>(info.error());
+  auto reader =
+      info ? movies_.OpenFrameReader(request_.movie) : Result<std::unique_ptr<MovieFrameReader>>(info.error());
   if (!reader) {
     end_.video.error = reader.error();
     return;

@@ -107,10 +107,8 @@ class MovieJob {
 class MovieTools {
  public:
   virtual ~MovieTools() = default;
-  virtual std::unique_ptr<MovieJob> StartExtraction(FrameExtractionRequest request,
-                                                    FrameExtractionReports reports) = 0;
-  virtual std::unique_ptr<MovieJob> StartRecompression(RecompressionRequest request,
-                                                       RecompressionReports reports) = 0;
+  virtual std::unique_ptr<MovieJob> StartExtraction(FrameExtractionRequest request, FrameExtractionReports reports) = 0;
+  virtual std::unique_ptr<MovieJob> StartRecompression(RecompressionRequest request, RecompressionReports reports) = 0;
 };
 
 }  // namespace zr::platform

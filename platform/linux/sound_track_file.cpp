@@ -36,8 +36,8 @@ void PutLittleEndian(std::uint8_t* at, std::uint32_t value, int bytes) {
 
 // The canonical 44-byte header of 16-bit PCM holding `data_bytes` of samples.
 std::array<std::uint8_t, kWaveHeaderBytes> WaveHeader(int channels, int rate, std::uint32_t data_bytes) {
-  std::array<std::uint8_t, kWaveHeaderBytes> header{'R', 'I', 'F', 'F', 0, 0, 0, 0, 'W', 'A', 'V', 'E',
-                                                    'f', 'm', 't', ' ', 16, 0, 0, 0, 1, 0};
+  std::array<std::uint8_t, kWaveHeaderBytes> header{'R', 'I', 'F', 'F', 0,   0,  0, 0, 'W', 'A', 'V',
+                                                    'E', 'f', 'm', 't', ' ', 16, 0, 0, 0,   1,   0};
   PutLittleEndian(&header[4], data_bytes + kWaveHeaderBytes - 8, 4);
   PutLittleEndian(&header[22], static_cast<std::uint32_t>(channels), 2);
   PutLittleEndian(&header[24], static_cast<std::uint32_t>(rate), 4);

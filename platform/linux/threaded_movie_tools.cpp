@@ -174,8 +174,7 @@ class ThreadedExtraction final : public ThreadedJob<FrameExtractionReports> {
 
 class ThreadedRecompression final : public ThreadedJob<RecompressionReports> {
  public:
-  ThreadedRecompression(EventLoop& loop, MovieFiles& movies, RecompressionRequest request,
-                        RecompressionReports reports)
+  ThreadedRecompression(EventLoop& loop, MovieFiles& movies, RecompressionRequest request, RecompressionReports reports)
       : ThreadedJob(loop, std::move(reports)), movies_(movies), request_(std::move(request)) {
     thread_ = std::thread([this] { Run(); });
   }
