@@ -1,8 +1,8 @@
 #include "apps/zandrell/movie_tools_commands.h"
 
-#include <filesystem>
 #include <unistd.h>
 
+#include <filesystem>
 #include <iostream>
 #include <optional>
 
@@ -31,7 +31,8 @@ std::optional<std::string> UnreadableMovie(MovieFiles& movies, const std::string
   std::error_code error;
   if (!fs::exists(movie, error)) return movie + ": no such file";
   if (!fs::is_regular_file(movie, error)) return movie + " is not a regular file";
-  if (auto info = movies.ReadInfo(movie); !info) return movie + " is not a movie the program reads: " + info.error().message;
+  if (auto info = movies.ReadInfo(movie); !info)
+    return movie + " is not a movie the program reads: " + info.error().message;
   return std::nullopt;
 }
 
@@ -95,12 +96,12 @@ int ExtractFramesWithoutWindows(const std::string& movie, const std::string& nam
   PollEventLoop loop;
   ThreadedMovieTools tools(loop, movies);
   const auto [end, signal] = RunJob<FrameExtractionEnd>(loop, [&](auto ended) {
-    return tools.StartExtraction(
-        request, {nullptr,
-                  [](const ExtractionProgress& progress) {
-                    std::cerr << "Saving " << progress.done << " of " << progress.frames << " frames" << std::endl;
-                  },
-                  ended});
+    return tools.StartExtraction(request, {nullptr,
+                                           [](const ExtractionProgress& progress) {
+                                             std::cerr << "Saving " << progress.done << " of " << progress.frames
+                                                       << " frames" << std::endl;
+                                           },
+                                           ended});
   });
   if (end.unreadable) {
     std::cerr << "zandrell: " << movie << " cannot be read: " << end.unreadable->message << "\n";
