@@ -73,8 +73,8 @@ int main(int argc, char** argv) {
     for (int round = 0; round < kRounds; ++round) {
       best(theirs, run("ffmpeg -v error -i '" + movie.string() + "' " + (extension == "jpg" ? "-q:v 3 " : "") + "'" +
                        out.string() + "/%06d." + extension + "'"));
-      best(ours, run("'" + program + "' --extract '" + movie.string() + "' '" + out.string() + "/shot." + extension +
-                     "'"));
+      best(ours,
+           run("'" + program + "' --extract '" + movie.string() + "' '" + out.string() + "/shot." + extension + "'"));
     }
     for (const auto& [who, figures] : {std::pair{"ffmpeg", theirs}, std::pair{"ours", ours}})
       std::printf("%-6s %-8s %9.2f %9.2f %10.1f %8zu\n", kind, who, figures.first.wall_seconds,

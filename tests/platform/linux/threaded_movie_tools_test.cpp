@@ -32,9 +32,10 @@ class ThreadedMovieToolsTest : public ::testing::Test {
  protected:
   void SetUp() override {
     fs::create_directories(folder_);
-    RunCommand("ffmpeg -v error -f lavfi -i testsrc2=size=64x48:rate=20 -f lavfi -i sine=sample_rate=8000 -t 3"
-               " -c:v mjpeg -c:a pcm_s16le '" +
-               Path("movie.avi") + "'");
+    RunCommand(
+        "ffmpeg -v error -f lavfi -i testsrc2=size=64x48:rate=20 -f lavfi -i sine=sample_rate=8000 -t 3"
+        " -c:v mjpeg -c:a pcm_s16le '" +
+        Path("movie.avi") + "'");
   }
   void TearDown() override { fs::remove_all(folder_); }
 
@@ -51,8 +52,9 @@ class ThreadedMovieToolsTest : public ::testing::Test {
 
   FrameExtractionEnd Extract(FrameExtractionRequest request, const std::function<void(const ExtractedFrame&)>& frame,
                              const std::function<void(const ExtractionProgress&)>& progress = {}) {
-    return RunToEnd<FrameExtractionEnd>(
-        [&](auto ended) { return tools_.StartExtraction(std::move(request), {frame, progress, ended}); });
+    return RunToEnd<FrameExtractionEnd>([&](auto ended) {
+      return tools_.StartExtraction(std::move(request), {frame, progress, ended});
+    });
   }
 
   std::size_t PartFiles() const {
@@ -71,13 +73,13 @@ class ThreadedMovieToolsTest : public ::testing::Test {
 
 TEST_F(ThreadedMovieToolsTest, FramesForAWindowComeInTheMoviesOrderEachSavedBeforeItIsTold) {
   std::vector<std::int64_t> told;
-  const auto end = Extract({Path("movie.avi"), Path("shot"), FrameFileKind::Jpeg, 80, true},
-                           [&](const ExtractedFrame& frame) {
-                             told.push_back(frame.number);
-                             EXPECT_EQ(frame.last, kFrames - 1);
-                             EXPECT_EQ(frame.picture->width, 64);
-                             EXPECT_TRUE(fs::exists(FrameFileName(Path("shot"), frame.number, FrameFileKind::Jpeg)));
-                           });
+  const auto end =
+      Extract({Path("movie.avi"), Path("shot"), FrameFileKind::Jpeg, 80, true}, [&](const ExtractedFrame& frame) {
+        told.push_back(frame.number);
+        EXPECT_EQ(frame.last, kFrames - 1);
+        EXPECT_EQ(frame.picture->width, 64);
+        EXPECT_TRUE(fs::exists(FrameFileName(Path("shot"), frame.number, FrameFileKind::Jpeg)));
+      });
   EXPECT_EQ(end.frames, kFrames);
   EXPECT_EQ(end.saved, kFrames);
   EXPECT_FALSE(end.unreadable || end.save_error || end.cancelled);
@@ -96,7 +98,8 @@ TEST_F(ThreadedMovieToolsTest, FramesForNoWindowAreSavedInPartsToEveryName) {
 
 TEST_F(ThreadedMovieToolsTest, WhatCannotBeReadOrWrittenIsToldAtTheEnd) {
   RunCommand("echo text > '" + Path("text.avi") + "'");
-  EXPECT_TRUE(Extract({Path("text.avi"), Path("shot"), FrameFileKind::Bitmap, 100, false}, {}, [](auto&) {}).unreadable);
+  EXPECT_TRUE(
+      Extract({Path("text.avi"), Path("shot"), FrameFileKind::Bitmap, 100, false}, {}, [](auto&) {}).unreadable);
   const auto end = Extract({Path("movie.avi"), Path("nowhere/shot"), FrameFileKind::Jpeg, 90, false}, {}, [](auto&) {});
   EXPECT_EQ(end.saved, 0);
   EXPECT_TRUE(end.save_error);
