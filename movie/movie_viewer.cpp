@@ -228,7 +228,9 @@ void MovieViewer::ShowExtractedFrame(const platform::ExtractedFrame& frame, cons
   if (!WorkProgress.Visible) ShowWork(static_cast<int>(std::min<std::int64_t>(frame.last + 1, kLargestBarValue)));
   const std::string kind = LastThreeLower(name);
   const std::string base = name.size() >= 4 ? name.substr(0, name.size() - 4) : "";
-  WritePictureFile(frame.picture, scratch, 100);
+  // The tools pass over errors: a scratch file that cannot be written leaves the series window
+  // without a picture, and the saving goes on.
+  ResumeNext([&] { WritePictureFile(frame.picture, scratch, 100); });
   auto& series = program_.Window<Image>("MultiImage");
   series.MasterImage.Picture = LoadPictureFile(scratch);
   series.Show();
@@ -249,9 +251,15 @@ void MovieViewer::ShowWork(int steps) {
 
 template <class End>
 void MovieViewer::WaitForJob(const std::optional<End>& ended) {
+  // The job goes however the wait ends, so the window's tools are free again.
+  struct JobEnd {
+    MovieViewer& viewer;
+    ~JobEnd() {
+      viewer.job_.reset();
+      viewer.ShowWork(0);
+    }
+  } job_end{*this};
   program_.services.loop.RunModal([&ended] { return ended.has_value(); });
-  job_.reset();
-  ShowWork(0);
 }
 
 std::optional<platform::MovieFormat> MovieViewer::ChooseCompressor() {
