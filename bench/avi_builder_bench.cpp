@@ -22,6 +22,7 @@
 #include <string>
 #include <vector>
 
+#include "bench/bench_support.h"
 #include "image/bmp.h"
 #include "platform/picture.h"
 
@@ -30,34 +31,8 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr int kRounds = 3;
-
-struct ChildFigures {
-  int status = -1;
-  double wall_seconds = 0;
-  double cpu_seconds = 0;
-  double peak_megabytes = 0;
-};
-
-double Seconds(const timeval& time) {
-  return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_usec) / 1e6;
-}
-
-// Runs the command through the shell, its output thrown away, and tells what it took.
-ChildFigures Run(const std::string& command) {
-  const auto started = std::chrono::steady_clock::now();
-  const pid_t child = fork();
-  if (child == 0) {
-    execl("/bin/sh", "sh", "-c", (command + " >/dev/null 2>&1").c_str(), static_cast<char*>(nullptr));
-    _exit(127);
-  }
-  ChildFigures figures;
-  rusage usage{};
-  if (child < 0 || wait4(child, &figures.status, 0, &usage) != child) return figures;
-  figures.wall_seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - started).count();
-  figures.cpu_seconds = Seconds(usage.ru_utime) + Seconds(usage.ru_stime);
-  figures.peak_megabytes = static_cast<double>(usage.ru_maxrss) / 1024.0;
-  return figures;
-}
+using zr::bench::ChildFigures;
+using zr::bench::Run;
 
 // A moving gradient, so that each picture differs and the coder has work to do.
 void WriteFrames(const fs::path& folder, int count) {
@@ -79,12 +54,6 @@ void WriteFrames(const fs::path& folder, int count) {
       std::exit(1);
     }
   }
-}
-
-double FileMegabytes(const fs::path& path) {
-  std::error_code error;
-  const auto bytes = fs::file_size(path, error);
-  return error ? 0 : static_cast<double>(bytes) / 1e6;
 }
 
 }  // namespace
@@ -137,9 +106,9 @@ int main(int argc, char** argv) {
                       folder / "tenth.avi"));
     }
     std::printf("%-14s %-8s %9.2f %9.2f %10.1f %10.1f\n", codec.name, "ffmpeg", theirs.wall_seconds, theirs.cpu_seconds,
-                theirs.peak_megabytes, FileMegabytes(their_movie));
+                theirs.peak_megabytes, zr::bench::FileMegabytes(their_movie));
     std::printf("%-14s %-8s %9.2f %9.2f %10.1f %10.1f\n", codec.name, "ours", ours.wall_seconds, ours.cpu_seconds,
-                ours.peak_megabytes, FileMegabytes(ours_movie));
+                ours.peak_megabytes, zr::bench::FileMegabytes(ours_movie));
     std::printf("%-14s %-8s %9.2f %9.2f %10.1f   (a tenth of the files)\n", codec.name, "ours", tenth.wall_seconds,
                 tenth.cpu_seconds, tenth.peak_megabytes);
     const bool ran = ours.status == 0 && theirs.status == 0 && tenth.status == 0;

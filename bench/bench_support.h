@@ -5,7 +5,10 @@
 
 #include <sys/resource.h>
 #include <sys/types.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
+#include <chrono>
 #include <cstdint>
 #include <cstdlib>
 #include <filesystem>
@@ -82,6 +85,32 @@ inline double ResidentMegabytes(pid_t pid = 0) {
   for (std::string line; std::getline(status, line);)
     if (line.rfind("VmRSS:", 0) == 0) return std::stod(line.substr(6)) / 1024.0;
   return 0;
+}
+
+// What a command started through the shell took: its exit status, wall time, CPU time (user
+// and system) and peak resident memory.
+struct ChildFigures {
+  int status = -1;
+  double wall_seconds = 0;
+  double cpu_seconds = 0;
+  double peak_megabytes = 0;
+};
+
+// Runs the command through the shell, its output thrown away, and tells what it took.
+inline ChildFigures Run(const std::string& command) {
+  const auto started = std::chrono::steady_clock::now();
+  const pid_t child = fork();
+  if (child == 0) {
+    execl("/bin/sh", "sh", "-c", (command + " >/dev/null 2>&1").c_str(), static_cast<char*>(nullptr));
+    _exit(127);
+  }
+  ChildFigures figures;
+  rusage usage{};
+  if (child < 0 || wait4(child, &figures.status, 0, &usage) != child) return figures;
+  figures.wall_seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - started).count();
+  figures.cpu_seconds = SecondsOf(usage.ru_utime) + SecondsOf(usage.ru_stime);
+  figures.peak_megabytes = static_cast<double>(usage.ru_maxrss) / 1024.0;
+  return figures;
 }
 
 }  // namespace zr::bench

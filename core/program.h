@@ -19,6 +19,7 @@
 #include "platform/movie_build.h"
 #include "platform/movie_file.h"
 #include "platform/movie_player.h"
+#include "platform/movie_tools.h"
 #include "platform/picture_server.h"
 #include "platform/serial_ports.h"
 #include "platform/services.h"
@@ -45,6 +46,8 @@ struct Services {
   platform::Ftp& ftp;
   platform::PictureServer& picture_server;
   platform::MovieBuilder& movie_builder;
+  // The movie window's long tools: every frame to picture files, and recompression.
+  platform::MovieTools& movie_tools;
   // A player of its own for each window that plays a movie.
   std::function<std::unique_ptr<platform::MoviePlayer>()> make_movie_player;
 };

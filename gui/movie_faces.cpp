@@ -1,6 +1,6 @@
 // The movie window on the desktop: the picture at the movie's own size, the scroll bar under
 // it, then the transport buttons beside the position text and its choice of frames or time,
-// and the movie tools last.
+// and the movie tools, then the progress of saving frames or recompressing with its cancel.
 
 #include <QHBoxLayout>
 #include <QVBoxLayout>
@@ -18,7 +18,10 @@ class MovieViewerWindow final : public PlainWindow {
  public:
   MovieViewerWindow(MovieViewer& model, const Guard& guard, std::function<void()> close_box)
       : PlainWindow(model, guard, std::move(close_box), Layout::ByTheFace), model_(model) {
-    auto* layout = new QVBoxLayout(this);
+    auto* outer = new QVBoxLayout(this);
+    body_ = new QWidget(this);
+    auto* layout = new QVBoxLayout(body_);
+    layout->setContentsMargins(0, 0, 0, 0);
     picture_ = Bound(model.movie);
     layout->addWidget(picture_, 0, Qt::AlignHCenter);
     layout->addWidget(Bound(model.hmovie));
@@ -30,6 +33,11 @@ class MovieViewerWindow final : public PlainWindow {
     transport->addWidget(Bound(model.DisplayType(MovieViewer::kTimeChoice)));
     layout->addLayout(transport);
     layout->addWidget(Bound(model.Mastertoolbar));
+    outer->addWidget(body_);
+    auto* work = new QHBoxLayout;
+    work->addWidget(Bound(model.WorkProgress), 1);
+    work->addWidget(Bound(model.WorkCancel));
+    outer->addLayout(work);
     setMinimumWidth(420);
     Refresh();
   }
@@ -40,6 +48,9 @@ class MovieViewerWindow final : public PlainWindow {
   void Refresh() {
     if (model_.Player().Playing()) model_.movie.Picture = model_.Player().CurrentPicture();
     PlainWindow::Refresh();
+    // A recompression disables the window but not the progress and its cancel under it.
+    setEnabled(true);
+    body_->setEnabled(model_.Enabled);
     const QSize size(model_.movie.Width > 0 ? model_.movie.Width : kEmptyWidth,
                      model_.movie.Height > 0 ? model_.movie.Height : kEmptyHeight);
     if (picture_->size() != size) picture_->setFixedSize(size);
@@ -50,6 +61,7 @@ class MovieViewerWindow final : public PlainWindow {
   static constexpr int kEmptyHeight = 240;
   MovieViewer& model_;
   QWidget* picture_ = nullptr;
+  QWidget* body_ = nullptr;  // everything but the progress of the work and its cancel
 };
 
 const FaceRegistration kMovieViewerFace{"MovieViewer", [](ui::Window& window, const FaceParts& parts) {

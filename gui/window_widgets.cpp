@@ -51,6 +51,10 @@ PlainWindow::PlainWindow(ui::Window& model, const Guard& guard, std::function<vo
 void PlainWindow::Refresh() {
   if (windowTitle() != Text(model_.Caption)) setWindowTitle(Text(model_.Caption));
   setEnabled(model_.Enabled);
+  if (model_.MousePointer == ui::Window::kHourglass)
+    setCursor(Qt::WaitCursor);
+  else
+    unsetCursor();
   controls_.Refresh();
 }
 

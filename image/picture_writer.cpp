@@ -1,9 +1,13 @@
 #include "image/picture_writer.h"
 
+#include <cerrno>
+#include <filesystem>
+
 #include "base/formatting.h"
 #include "base/program_error.h"
 #include "image/bmp.h"
 #include "image/jpeg_file.h"
+#include "platform/regular_file.h"
 
 namespace zr {
 
@@ -43,6 +47,24 @@ void WritePictureFile(const std::shared_ptr<const platform::Picture>& picture, c
     return;
   }
   if (!WriteBmpFile(*picture, path)) throw FileError("cannot write " + path);
+}
+
+Result<void> WritePictureFileWhole(const platform::Picture& picture, const std::string& path, int quality) {
+  const std::filesystem::path target(path);
+  const std::string growing = (target.parent_path() / ("." + target.filename().string() + ".part")).string();
+  const std::string extension = Extension(path);
+  Result<void> written;
+  if (extension == "jpg" || extension == "jpeg") {
+    auto coded = CodeJpeg(picture, quality);
+    written = coded ? WriteFileBytes(growing, *coded) : Result<void>(coded.error());
+  } else if (!WriteBmpFile(picture, growing)) {
+    written = Error{"cannot write " + growing, "WriteBmpFile", errno};
+  }
+  std::error_code failure;
+  if (written) std::filesystem::rename(growing, target, failure);
+  if (written && !failure) return {};
+  platform::RemoveRegularFile(growing);
+  return written ? Error{"cannot name " + path + ": " + failure.message(), "rename", failure.value()} : written;
 }
 
 std::shared_ptr<const platform::Picture> LoadPictureFile(const std::string& path) {

@@ -5,6 +5,7 @@
 #include <memory>
 #include <string>
 
+#include "base/result.h"
 #include "platform/picture.h"
 
 namespace zr {
@@ -15,6 +16,12 @@ namespace zr {
 // at the same quality (a picture server writes one for every request, many within a frame's
 // time) is coded once.
 void WritePictureFile(const std::shared_ptr<const platform::Picture>& picture, const std::string& path, int quality);
+
+// Writes a BMP, or a JPEG at `quality` for a name ending in ".jpg" or ".jpeg", whole: the file
+// grows under a hidden name beside it and takes its name when complete, so that no one ever
+// finds half a picture at the name. An Error says why it could not be written; the hidden
+// file is then gone.
+Result<void> WritePictureFileWhole(const platform::Picture& picture, const std::string& path, int quality);
 
 // A BMP or JPEG file; nothing when the file is not a picture the program reads.
 std::shared_ptr<const platform::Picture> LoadPictureFile(const std::string& path);

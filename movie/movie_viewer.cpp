@@ -1,5 +1,6 @@
 #include "movie/movie_viewer.h"
 
+#include <algorithm>
 #include <cmath>
 #include <filesystem>
 #include <limits>
@@ -68,6 +69,13 @@ MovieViewer::MovieViewer(Program& program)
   hmovie.OnScroll = [this] { player_->SeekFrame(hmovie.Value); };
   MovieInfo.OnClick = [this] { MovieInfo_Click(); };
   Timer1.OnTimer = [this] { Timer1_Timer(); };
+  WorkProgress.is_progress_bar = true;
+  WorkProgress.Visible = false;
+  WorkCancel.Caption = "Cancel";
+  WorkCancel.Visible = false;
+  WorkCancel.OnClick = [this] {
+    if (job_) job_->Cancel();
+  };
 }
 
 MovieViewer::~MovieViewer() = default;
@@ -95,7 +103,11 @@ bool MovieViewer::QueryUnload(ui::UnloadMode) {
   return true;
 }
 
-void MovieViewer::Unload() { player_->CloseMovie(); }
+// A window closed while it saves frames stops the saving; the handler that waits for it ends.
+void MovieViewer::Unload() {
+  if (job_) job_->Cancel();
+  player_->CloseMovie();
+}
 
 void MovieViewer::Timer1_Timer() {
   const platform::MoviePlayer& player = *player_;
@@ -138,14 +150,16 @@ void MovieViewer::moviecontrol_ButtonClick(ui::ToolbarButton& button) {
     player.PlayMovie();
 }
 
+// While frames are saved the window stays live, but its tools wait for the saving to end.
 void MovieViewer::Mastertoolbar_ButtonClick(ui::ToolbarButton& button) {
+  if (job_) return;
   const std::string& key = button.Key();
   if (key == "extractimg")
     ExtractCurrentFrame();
   else if (key == "extractall")
     ExtractAllFrames();
-  else
-    throw NotBuiltYet("the movie tool \"" + key + "\"");
+  else if (key == "recompress")
+    RecompressFile();
 }
 
 void MovieViewer::ExtractCurrentFrame() {
@@ -163,6 +177,9 @@ void MovieViewer::ExtractCurrentFrame() {
 }
 
 void MovieViewer::ExtractAllFrames() {
+  auto& main = program_.MainWindow();
+  MousePointer = kHourglass;
+  main.MousePointer = kHourglass;
   player_->StopMovie();
   auto& status = program_.MainWindow().StatusString.Caption;
   const std::string proposed =
@@ -175,41 +192,146 @@ void MovieViewer::ExtractAllFrames() {
     last_extract_name_ = chosen->front();
     if (!SaveEveryFrame(last_extract_name_, scratch)) status = "Error Extracting Image";
   }
+  // The error text lasts only a moment.
   status = "Done";
   platform::RemoveRegularFile(scratch);
   if (auto* series = program_.FindWindow("MultiImage")) series->Unload();
+  main.Enabled = true;
+  MousePointer = 0;
+  main.MousePointer = 0;
 }
 
-// Every frame the file's video gives goes through the scratch file into the series window and,
-// for a name ending in "bmp" or "jpg", to its own numbered file; a frame that cannot be decoded
-// is passed over. False when the file's video cannot be read at all.
+// Every frame the file's video gives is saved by the movie tools, for a name ending in "bmp" or
+// "jpg", to its own numbered file; each goes through the scratch file into the series window
+// as it comes, in the movie's order. A frame that cannot be decoded is passed over. False when
+// the file's video cannot be read at all.
 bool MovieViewer::SaveEveryFrame(const std::string& name, const std::string& scratch) {
-  auto reader = program_.services.movies.OpenFrameReader(filename);
-  if (!reader) return false;
-  const std::string base = name.size() >= 4 ? name.substr(0, name.size() - 4) : "";
   const std::string kind = LastThreeLower(name);
-  const std::string extension = kind == "bmp" ? ".bmp" : ".jpg";
-  const std::int64_t last = (*reader)->FrameCount() - 1;
-  auto& status = program_.MainWindow().StatusString.Caption;
-  for (std::int64_t i = 0; i <= last; ++i) {
-    auto picture = (*reader)->ReadFrame(i);
-    if (!picture || !*picture) continue;
-    WritePictureFile(*picture, scratch, 100);
-    auto& series = program_.Window<Image>("MultiImage");
-    series.MasterImage.Picture = LoadPictureFile(scratch);
-    series.Show();
-    program_.Yield();
-    if (kind == "bmp" || kind == "jpg") {
-      series.Caption = base + "_Frame_" + FormatNumber(static_cast<double>(i), "#0") + extension;
-      WritePictureFile(series.MasterImage.Picture,
-                       base + "_Frame_" + FormatNumber(static_cast<double>(i), "#000000") + extension,
-                       kind == "jpg" ? program_.state.JpegQuality : 100);
+  platform::FrameExtractionRequest request;
+  request.movie = filename;
+  request.base = name.size() >= 4 ? name.substr(0, name.size() - 4) : "";
+  request.kind = kind == "bmp"   ? platform::FrameFileKind::Bitmap
+                 : kind == "jpg" ? platform::FrameFileKind::Jpeg
+                                 : platform::FrameFileKind::None;
+  request.jpeg_quality = program_.state.JpegQuality;
+  request.report_each_frame = true;
+  std::optional<platform::FrameExtractionEnd> ended;
+  job_ = program_.services.movie_tools.StartExtraction(
+      request,
+      {[this, name, scratch](const platform::ExtractedFrame& frame) { ShowExtractedFrame(frame, name, scratch); },
+       nullptr, [&ended](const platform::FrameExtractionEnd& end) { ended = end; }});
+  WaitForJob(ended);
+  return !ended->unreadable;
+}
+
+void MovieViewer::ShowExtractedFrame(const platform::ExtractedFrame& frame, const std::string& name,
+                                     const std::string& scratch) {
+  if (!WorkProgress.Visible) ShowWork(static_cast<int>(std::min<std::int64_t>(frame.last + 1, kLargestBarValue)));
+  const std::string kind = LastThreeLower(name);
+  const std::string base = name.size() >= 4 ? name.substr(0, name.size() - 4) : "";
+  // The tools pass over errors: a scratch file that cannot be written leaves the series window
+  // without a picture, and the saving goes on.
+  ResumeNext([&] { WritePictureFile(frame.picture, scratch, 100); });
+  auto& series = program_.Window<Image>("MultiImage");
+  series.MasterImage.Picture = LoadPictureFile(scratch);
+  series.Show();
+  if (kind == "bmp" || kind == "jpg")
+    series.Caption = base + "_Frame_" + FormatNumber(static_cast<double>(frame.number), "#0") + "." + kind;
+  program_.MainWindow().StatusString.Caption = "Saving " + FormatNumber(static_cast<double>(frame.number), "#") +
+                                               " of " + FormatNumber(static_cast<double>(frame.last), "#") + " frames";
+  WorkProgress.Value = static_cast<int>(std::min<std::int64_t>(frame.number + 1, WorkProgress.Max));
+}
+
+void MovieViewer::ShowWork(int steps) {
+  WorkProgress.Min = 0;
+  WorkProgress.Max = std::max(steps, 1);
+  WorkProgress.Value = 0;
+  WorkProgress.Visible = steps > 0;
+  WorkCancel.Visible = steps > 0;
+}
+
+template <class End>
+void MovieViewer::WaitForJob(const std::optional<End>& ended) {
+  // The job goes however the wait ends, so the window's tools are free again.
+  struct JobEnd {
+    MovieViewer& viewer;
+    ~JobEnd() {
+      viewer.job_.reset();
+      viewer.ShowWork(0);
     }
-    status = "Saving " + FormatNumber(static_cast<double>(i), "#") + " of " +
-             FormatNumber(static_cast<double>(last), "#") + " frames";
-    program_.Yield();
+  } job_end{*this};
+  program_.services.loop.RunModal([&ended] { return ended.has_value(); });
+}
+
+std::optional<platform::MovieFormat> MovieViewer::ChooseCompressor() {
+  platform::CompressionOptionsRequest options{program_.services.movies.VideoCompressors(), 0};
+  const auto choice = program_.services.dialogs.CompressionOptions(options);
+  if (!choice || choice->compressor < 0 || choice->compressor >= static_cast<int>(options.compressors.size()))
+    return std::nullopt;
+  return platform::CodecFieldsOf(options.compressors[static_cast<std::size_t>(choice->compressor)], choice->value);
+}
+
+void MovieViewer::RecompressFile() {
+  player_->StopMovie();
+  const auto info = program_.services.movies.ReadInfo(filename);
+  // A file of exactly two streams gives its sound a file of its own; one whose second stream
+  // is not sound fails before anything is asked.
+  const bool with_sound = info && info->streams == 2;
+  if (with_sound && !info->audio) return EndRecompression(true, "");
+  const auto chosen = program_.services.dialogs.FileDialog(platform::FileDialogRequest{
+      platform::FileDialogKind::Save, "Save Recompressed AVI...", "Movie File (*.avi)|*.avi",
+      filename.size() >= 4 ? filename.substr(0, filename.size() - 4) : "", false});
+  if (!chosen || chosen->empty()) return EndRecompression(false, "");
+  const auto codec = ChooseCompressor();
+  if (!codec) return EndRecompression(false, "");
+  const std::string& target = chosen->front();
+  Recompress(target, std::filesystem::path(target).filename().string(), *codec, with_sound, info.ok());
+}
+
+// The video goes to the target, then the sound to a wave file beside it. What the operator is
+// told rests on the second save alone: a movie without sound ends in the failure of a save of
+// no stream, though its video was written, and a video save that failed is forgotten when the
+// sound was saved.
+void MovieViewer::Recompress(const std::string& target, const std::string& title, const platform::MovieFormat& codec,
+                             bool with_sound, bool readable) {
+  auto& main = program_.MainWindow();
+  auto& status = program_.MainWindow().StatusString.Caption;
+  main.MousePointer = kHourglass;
+  main.Enabled = false;
+  Enabled = false;
+  program_.Yield();
+  if (!readable) return EndRecompression(true, target);
+  platform::RecompressionRequest request{filename, target, codec, std::nullopt};
+  if (with_sound) request.sound = (target.size() >= 4 ? target.substr(0, target.size() - 4) : "") + ".wav";
+  std::optional<platform::RecompressionEnd> ended;
+  ShowWork(100);
+  job_ = program_.services.movie_tools.StartRecompression(
+      request, {[this, &status](int percent) {
+                  status = FormatNumber(percent, "#0") + "%";
+                  WorkProgress.Value = percent;
+                },
+                [&ended](const platform::RecompressionEnd& end) { ended = end; }});
+  WaitForJob(ended);
+  const platform::SaveOutcome& result = ended->sound;
+  if (result.aborted) {
+    status = "Cancelled.";
+  } else {
+    status = "Recompressed";
+    main.MousePointer = 0;
+    player_->StopMovie();
+    filename = target;
+    Caption = title;
   }
-  return true;
+  EndRecompression(result.error.has_value(), target);
+}
+
+void MovieViewer::EndRecompression(bool failed, const std::string& target) {
+  auto& main = program_.MainWindow();
+  if (failed) main.StatusString.Caption = "Error Recompressing " + target;
+  main.MousePointer = 0;
+  main.Enabled = true;
+  Enabled = true;
+  program_.Yield();
 }
 
 void MovieViewer::MovieInfo_Click() {

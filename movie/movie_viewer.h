@@ -6,11 +6,13 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 
 #include "core/program.h"
 #include "platform/movie_player.h"
+#include "platform/movie_tools.h"
 #include "ui/controls.h"
 #include "ui/window.h"
 
@@ -38,6 +40,10 @@ class MovieViewer : public ui::Window {
   ui::Timer Timer1{*this, "Timer1", 100, true};
   ui::PictureBox TopPic{*this, "TopPic"};
   ui::PictureBox TempImage{*this, "TempImage"};
+  // The share of the frames saved or recompressed, and the cancel of that work, shown while it
+  // runs. The cancel stays live while a recompression holds the window disabled.
+  ui::RangeControl WorkProgress{*this, "WorkProgress"};
+  ui::CommandButton WorkCancel{*this, "WorkCancel"};
 
   void Load() override;
   // Opens `filename`, plays it if the autoplay flag is on, and sizes the player to its picture.
@@ -46,6 +52,12 @@ class MovieViewer : public ui::Window {
   void Unload() override;
 
   platform::MoviePlayer& Player() { return *player_; }
+
+  // The movie recompressed to a file and a compressor the operator chooses, its sound saved
+  // beside it; the window then names the new file.
+  void RecompressFile();
+  // Whether extraction or recompression is under way.
+  bool Working() const { return job_ != nullptr; }
 
   static constexpr int kFramesChoice = 1;
   static constexpr int kTimeChoice = 0;
@@ -62,11 +74,27 @@ class MovieViewer : public ui::Window {
   // Every frame of the file to numbered picture files, at a name asked for.
   void ExtractAllFrames();
   bool SaveEveryFrame(const std::string& name, const std::string& scratch);
+  void ShowExtractedFrame(const platform::ExtractedFrame& frame, const std::string& name, const std::string& scratch);
+  // The progress bar and its cancel over `steps` steps; none hides them.
+  void ShowWork(int steps);
+  // Runs the loop until `ended` holds the job's end, then lets the job go.
+  template <class End>
+  void WaitForJob(const std::optional<End>& ended);
+  // The compressor chosen in the compression options dialog; nothing when it was cancelled.
+  std::optional<platform::MovieFormat> ChooseCompressor();
+  // The part after the two dialogs: `title` is the chosen file's title; `readable` says whether
+  // the movie's streams could be had at all.
+  void Recompress(const std::string& target, const std::string& title, const platform::MovieFormat& codec,
+                  bool with_sound, bool readable);
+  // Says a failure with the target's name, and gives both windows back to the operator.
+  void EndRecompression(bool failed, const std::string& target);
 
   Program& program_;
   std::unique_ptr<platform::MoviePlayer> player_;
   // The name last chosen for the frames; the next choice is proposed from it.
   std::string last_extract_name_;
+  // The extraction or recompression under way.
+  std::unique_ptr<platform::MovieJob> job_;
 };
 
 // Milliseconds as the position display shows them: "hh:mm:ss", each part at least two digits.

@@ -7,6 +7,7 @@
 // a writer thread for real ones). The factory may be called from any thread.
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <span>
@@ -113,6 +114,7 @@ struct MovieInfo {
   std::string fourcc;  // four characters, as stored in the stream header; "DIB " for BI_RGB
   double duration_seconds = 0;
   std::optional<AudioFormat> audio;
+  int streams = 0;  // all the streams the file holds, whatever their kind
 };
 
 struct Picture;
@@ -138,6 +140,12 @@ class MovieFiles {
   virtual Result<std::unique_ptr<MovieFrameReader>> OpenFrameReader(const std::string& path) = 0;
   // The compressors this machine can write movies with, in the order lists show them.
   virtual std::vector<VideoCompressor> VideoCompressors() = 0;
+  // The movie's sound as a 16-bit PCM wave file at `wave` (written straight to that name, so a
+  // failed save leaves what it wrote); an Error when the movie has no sound the decoder knows,
+  // or the file cannot be written. `cancelled` is looked at between blocks: true ends the save
+  // with an Error, the file as far as it was written.
+  virtual Result<void> SaveSound(const std::string& path, const std::string& wave,
+                                 const std::function<bool()>& cancelled) = 0;
 };
 
 }  // namespace zr::platform

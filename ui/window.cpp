@@ -48,6 +48,7 @@ std::optional<Value> Window::Get(std::string_view property) const {
   if (property == "Height") return Value{std::int64_t{Height}};
   if (property == "Enabled") return Value{Enabled.get()};
   if (property == "Tag") return Value{Tag.get()};
+  if (property == "MousePointer") return Value{std::int64_t{MousePointer}};
   return std::nullopt;
 }
 
@@ -70,6 +71,8 @@ bool Window::Set(std::string_view property, const Value& value) {
     Enabled = ValueToBool(value);
   else if (property == "Tag")
     Tag = ValueToText(value);
+  else if (property == "MousePointer")
+    MousePointer = static_cast<int>(ValueToNumber(value));
   else
     return false;
   return true;

@@ -54,6 +54,9 @@ class Window {
   Property<int> Height{0};  // pixels
   Property<bool> Enabled{true};
   Property<std::string> Tag;
+  // 0 the usual arrow, kHourglass while the window waits on long work.
+  Property<int> MousePointer{0};
+  static constexpr int kHourglass = 11;
 
   // Handlers of the window's life; each window overrides what it has.
   virtual void Load() {}

@@ -45,7 +45,7 @@ Program& World::MakeProgram() {
   program_ = std::make_unique<Program>(
       Services{loop, dialogs, clipboard, *settings, *files, clock, desktop, movies, *drivers,
                [this] { return platform::sim::MakeSimCaptureControl(*devices); }, joystick, serial_ports, ftp,
-               picture_server, movie_builder,
+               picture_server, movie_builder, movie_tools,
                [this] { return std::make_unique<platform::sim::SimMoviePlayer>(loop, movies); }},
       app_folder_);
   program_->HomeFolder = root_ + "/home/";

@@ -16,6 +16,7 @@
 #include "platform/sim/sim_joystick.h"
 #include "platform/sim/sim_movie_builder.h"
 #include "platform/sim/sim_movie_player.h"
+#include "platform/sim/sim_movie_tools.h"
 #include "platform/sim/sim_picture_server.h"
 #include "platform/sim/sim_serial_ports.h"
 #include "platform/sim/sim_services.h"
@@ -49,6 +50,7 @@ class World final : private platform::sim::InputSource {
   platform::sim::SimFtpServer ftp{loop};
   platform::sim::SimPictureServer picture_server{loop};
   platform::sim::SimMovieBuilder movie_builder{loop, movies};
+  platform::sim::SimMovieTools movie_tools{loop, movies};
 
   // The program; made by Start, ended by a later Start or by the world's end.
   Program& program() { return *program_; }

@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "apps/zandrell/headless_operator.h"
+#include "apps/zandrell/movie_tools_commands.h"
 #include "apps/zandrell/program_parts.h"
 #include "base/formatting.h"
 #include "base/program_error.h"
@@ -66,6 +67,14 @@ void PrintHelp() {
                "                          the first is refused and the movie is built from the rest\n"
                "  --histogram IN OUT.txt  without windows: write the tone curves of the BMP or JPEG picture IN\n"
                "                          to OUT.txt as the histogram window exports them (tab-separated)\n"
+               "  --extract MOVIE OUT.jpg|OUT.bmp\n"
+               "                          without windows: save every frame of MOVIE as the movie window\n"
+               "                          does, as OUT_Frame_000000.jpg (or .bmp) and on, numbered from 0;\n"
+               "                          JPEG pictures at the program's JPEG quality\n"
+               "  --recompress MOVIE OUT.avi --codec NAME\n"
+               "                          without windows: write MOVIE's video anew to OUT.avi with the\n"
+               "                          compressor NAME (a wrong NAME lists them), and its sound, if it\n"
+               "                          has any, to OUT.wav\n"
                "  --device NAME           the device to connect, as the device chooser lists it,\n"
                "                          e.g. \"Built-in Test Camera (VFW)\" or \"Built-in Test Camera\";\n"
                "                          default: the built-in test camera\n"
@@ -86,6 +95,8 @@ void PrintHelp() {
                "wrong option or a FILE that cannot be a movie. --build-avi: 0 when every file made a frame;\n"
                "1 when a file was refused or the movie could not be built (the builder's message is printed).\n"
                "--histogram: 0 when the text was written; 1 when IN is no picture or OUT.txt cannot be written.\n"
+               "--extract and --recompress: 0 when every frame (and the sound) was saved; 1 when the work\n"
+               "failed; 2 for a missing MOVIE, one that is no movie, or an OUT that cannot be written.\n"
                "SIGTERM, SIGINT or SIGHUP end a run as Stop does (the movie is closed and plays), save the\n"
                "set-up and end the program with the status 128 + the signal's number; a second one ends\n"
                "it at once.\n";
@@ -119,6 +130,10 @@ struct Options {
   std::string mask = "*.bmp";
   // --histogram: the picture and the text file.
   std::optional<std::pair<std::string, std::string>> histogram;
+  // --extract and --recompress: the movie and what is made of it.
+  std::optional<std::string> extract_from;
+  std::optional<std::string> recompress_from;
+  std::string made;
 };
 
 const char* Environment(const char* name) {
@@ -186,6 +201,9 @@ std::optional<Options> ParseOptions(const std::vector<std::string>& arguments) {
     } else if (option == "--build-avi" && has_value) {
       options.build_avi = Absolute(arguments[++i]);
       options.headless = true;
+    } else if ((option == "--extract" || option == "--recompress") && i + 2 < arguments.size()) {
+      (option == "--extract" ? options.extract_from : options.recompress_from) = Absolute(arguments[++i]);
+      options.made = Absolute(arguments[++i]);
     } else if (option == "--fps" && has_value) {
       const auto rate = Seconds(arguments[++i]);
       if (!rate || *rate > 30) {
@@ -354,14 +372,10 @@ ProgramStart StartOf(const Options& options, const std::string& app_path) {
 
 // The compressor of ImgAviCodec whose name is `name` (any case), or else the first that holds it.
 std::optional<int> CompressorEntry(const zr::ui::ListControl& list, const std::string& name) {
-  const std::string wanted = zr::LowerCase(name);
-  for (const bool whole : {true, false}) {
-    for (int index = 0; index < list.ListCount(); ++index) {
-      const std::string entry = zr::LowerCase(list.Items[static_cast<std::size_t>(index)].text);
-      if (whole ? entry == wanted : entry.find(wanted) != std::string::npos) return index;
-    }
-  }
-  return std::nullopt;
+  std::vector<std::string> names;
+  for (const auto& item : list.Items) names.push_back(item.text);
+  const auto entry = zr::EntryNamed(names, name);
+  return entry ? std::optional<int>(static_cast<int>(*entry)) : std::nullopt;
 }
 
 // Builds a movie from bitmap files through the AVI builder of the main window, as an operator
@@ -539,6 +553,10 @@ int main(int argc, char** argv) {
   }
   const Options& options = *parsed;
   if (options.histogram) return WriteHistogramWithoutWindows(options.histogram->first, options.histogram->second);
+  // The movie tools need neither devices nor the program's folder.
+  if (options.extract_from) return zr::ExtractFramesWithoutWindows(*options.extract_from, options.made);
+  if (options.recompress_from)
+    return zr::RecompressWithoutWindows(*options.recompress_from, options.made, options.codec);
   auto video_devices = ProbeVideoDevices();
   auto audio_devices = ProbeAudioDevices();
   if (options.list_devices) {

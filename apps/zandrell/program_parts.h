@@ -24,6 +24,7 @@
 #include "platform/linux/linux_desktop.h"
 #include "platform/linux/socket_picture_server.h"
 #include "platform/linux/threaded_movie_builder.h"
+#include "platform/linux/threaded_movie_tools.h"
 #include "platform/linux/tty_serial_ports.h"
 
 namespace zr {
@@ -59,9 +60,10 @@ struct ProgramParts {
         ftp(loop, links),
         picture_server(loop, descriptors),
         movie_builder(loop, movies),
+        movie_tools(loop, movies),
         program(Services{loop, dialogs, clipboard, settings, files, clock, desktop, movies, *drivers,
                          [this] { return devices.MakeCaptureControl(); }, *joystick, *serial_ports, ftp, picture_server,
-                         movie_builder,
+                         movie_builder, movie_tools,
                          [&loop] { return std::make_unique<platform::linux_impl::FfmpegMoviePlayer>(loop); }},
                 start.app_path) {
     program.CommandLine = start.command_line;
@@ -91,6 +93,7 @@ struct ProgramParts {
   platform::linux_impl::SocketFtp ftp;
   platform::linux_impl::SocketPictureServer picture_server;
   platform::linux_impl::ThreadedMovieBuilder movie_builder;
+  platform::linux_impl::ThreadedMovieTools movie_tools;
   Program program;
 };
 

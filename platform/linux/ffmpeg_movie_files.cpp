@@ -26,6 +26,7 @@ extern "C" {
 #include "platform/linux/ffmpeg_handles.h"
 #include "platform/linux/movie_decoder.h"
 #include "platform/linux/movie_output_file.h"
+#include "platform/linux/sound_track_file.h"
 #include "platform/picture.h"
 
 namespace zr::platform::linux_impl {
@@ -796,6 +797,7 @@ Result<MovieInfo> FfmpegMovieFiles::ReadInfo(const std::string& path) {
   info.fourcc = FourccText(video.codecpar->codec_tag);
   info.duration_seconds = DurationSeconds(video, info);
   info.audio = DescribeAudio(movie);
+  info.streams = static_cast<int>(movie.nb_streams);
   return info;
 }
 
@@ -821,6 +823,11 @@ Result<std::unique_ptr<MovieFrameReader>> FfmpegMovieFiles::OpenFrameReader(cons
   auto decoder = MovieDecoder::Open(path);
   if (!decoder) return decoder.error();
   return std::unique_ptr<MovieFrameReader>(std::make_unique<DecodedFrames>(info->frame_count, std::move(*decoder)));
+}
+
+Result<void> FfmpegMovieFiles::SaveSound(const std::string& path, const std::string& wave,
+                                         const std::function<bool()>& cancelled) {
+  return SaveSoundTrack(path, wave, cancelled);
 }
 
 }  // namespace zr::platform::linux_impl

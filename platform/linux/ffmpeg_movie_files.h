@@ -55,6 +55,8 @@ class FfmpegMovieFiles final : public MovieFiles {
   Result<MovieInfo> ReadInfo(const std::string& path) override;
   Result<std::unique_ptr<MovieFrameReader>> OpenFrameReader(const std::string& path) override;
   std::vector<VideoCompressor> VideoCompressors() override;
+  Result<void> SaveSound(const std::string& path, const std::string& wave,
+                         const std::function<bool()>& cancelled) override;
 
   // Whether this machine's FFmpeg has the encoder the codec is written with.
   static bool CanEncode(VideoCodec codec);

@@ -36,8 +36,14 @@ bool IsFullRange(const AVFrame& frame) {
 }
 
 // Accurate rounding keeps swscale off its fast YUV-to-RGB path, which leaves the last pixels of
-// rows unwritten when the width is not a multiple of its vector size (322, for one).
-constexpr int kScalerFlags = SWS_BILINEAR | SWS_ACCURATE_RND;
+// rows unwritten when the width is not a multiple of its vector size (322, for one), and which
+// stretches studio-range levels coarsely. Full-range pictures (every Motion JPEG frame) in rows
+// of a whole number of the widest vectors take the fast path, at half the time.
+constexpr int kWidestVectorPixels = 32;
+int ScalerFlags(int width, bool full_range) {
+  const bool fast = full_range && width % kWidestVectorPixels == 0;
+  return fast ? SWS_BILINEAR : SWS_BILINEAR | SWS_ACCURATE_RND;
+}
 
 // swscale writes whole vectors at the end of a row and expects its rows aligned; it converts
 // into a buffer with rows of this alignment and room to spare at its end.
@@ -50,7 +56,8 @@ Result<void> PictureConverter::Prepare(const AVFrame& frame) {
   const Levels wanted{WithoutJpegAlias(source), frame.width, frame.height, IsFullRange(frame), frame.colorspace};
   if (scaler_ && wanted == prepared_) return {};
   scaler_.reset(sws_getCachedContext(scaler_.release(), frame.width, frame.height, wanted.format, frame.width,
-                                     frame.height, AV_PIX_FMT_BGR24, kScalerFlags, nullptr, nullptr, nullptr));
+                                     frame.height, AV_PIX_FMT_BGR24, ScalerFlags(frame.width, wanted.full_range),
+                                     nullptr, nullptr, nullptr));
   if (!scaler_) {
     const char* name = av_get_pix_fmt_name(source);
     return Error{std::string("cannot convert ") + (name ? name : "these") + " pictures", "sws_getCachedContext"};

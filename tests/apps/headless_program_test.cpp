@@ -6,6 +6,8 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
+#include <cmath>
 #include <cstdio>
 #include <ctime>
 #include <filesystem>
@@ -16,6 +18,7 @@
 #include <vector>
 
 #include "image/bmp.h"
+#include "image/picture_writer.h"
 #include "tests/support/local_ftp_server.h"
 #include "tests/support/movie_probe.h"
 
@@ -87,7 +90,8 @@ class HeadlessProgramTest : public ::testing::Test {
 TEST_F(HeadlessProgramTest, HelpNamesEveryOptionAndTheBuiltInDevicesAreListed) {
   EXPECT_EQ(Run("--help"), 0);
   for (const char* option : {"--headless", "--record SECONDS FILE", "--device NAME", "--list-devices", "--app-path",
-                             "--lang", "PARAMETER_FILE", "--build-avi OUT.avi", "--histogram IN OUT.txt"})
+                             "--lang", "PARAMETER_FILE", "--build-avi OUT.avi", "--histogram IN OUT.txt",
+                             "--extract MOVIE", "--recompress MOVIE OUT.avi --codec NAME"})
     EXPECT_NE(output_.find(option), std::string::npos) << option;
   EXPECT_EQ(Run("--list-devices"), 0);
   EXPECT_NE(output_.find("Built-in Test Camera"), std::string::npos) << output_;
@@ -147,6 +151,80 @@ TEST_F(HeadlessProgramTest, WritesTheHistogramOfAPictureAndRefusesAFileThatIsNon
   EXPECT_NE(output_.find("grey.txt is no BMP or JPEG picture"), std::string::npos) << output_;
   EXPECT_FALSE(fs::exists(folder_ / "none.txt"));
   EXPECT_EQ(Run("--histogram grey.bmp"), 2) << output_;
+}
+
+// Every frame of a movie ffmpeg wrote, saved as the movie window names them: the same count as
+// ffmpeg's own extraction, and the same colours within what JPEG coding changes.
+TEST_F(HeadlessProgramTest, ExtractsEveryFrameOfAMovieAsFfmpegDecodesIt) {
+  RunCommand("cd '" + folder_.string() +
+             "' && ffmpeg -v error -f lavfi -i testsrc2=size=320x240:rate=25 -frames:v 300 -c:v mjpeg -q:v 2 x.avi"
+             " && mkdir ff shots && ffmpeg -v error -i x.avi -f image2 ff/%06d.bmp");
+  ASSERT_EQ(Run("--extract x.avi shots/clip.jpg"), 0) << output_;
+  const auto reference = [&](int frame) {
+    char name[32];
+    std::snprintf(name, sizeof name, "ff/%06d.bmp", frame + 1);
+    return ReadBmpFile(File(name));
+  };
+  // The peak signal-to-noise ratio of `a` against `b`, and each channel's mean difference.
+  const auto compare = [](const platform::Picture& a, const platform::Picture& b) {
+    double squares = 0;
+    std::array<double, 3> sums{};
+    for (std::size_t at = 0; at < a.bottom_up_bgr.size(); ++at) {
+      const int difference = a.bottom_up_bgr[at] - b.bottom_up_bgr[at];
+      squares += difference * difference;
+      sums[at % 3] += difference;
+    }
+    const double samples = static_cast<double>(a.bottom_up_bgr.size());
+    for (double& sum : sums) sum /= samples / 3;
+    return std::pair{10 * std::log10(255.0 * 255.0 / std::max(squares / samples, 1e-9)), sums};
+  };
+  auto next = reference(0);
+  for (int frame = 0; frame < 300; ++frame) {
+    char ours[64];
+    std::snprintf(ours, sizeof ours, "shots/clip_Frame_%06d.jpg", frame);
+    const auto picture = LoadPictureFile(File(ours));
+    const auto own = std::move(next);
+    next = reference(frame + 1);
+    ASSERT_TRUE(picture && own && picture->bottom_up_bgr.size() == own->bottom_up_bgr.size()) << ours;
+    // Within what coding the frame once more as JPEG changes, and closer to its own frame than
+    // to the next one.
+    const auto [psnr, channel_means] = compare(*picture, *own);
+    EXPECT_GT(psnr, 25.0) << ours;
+    for (const double mean : channel_means) EXPECT_LT(std::abs(mean), 2.0) << ours;
+    if (next) {
+      EXPECT_GT(psnr, compare(*picture, *next).first) << ours;
+    }
+  }
+  EXPECT_FALSE(fs::exists(File("shots/clip_Frame_000300.jpg")));
+  EXPECT_EQ(std::distance(fs::directory_iterator(folder_ / "shots"), {}), 300);
+}
+
+// What the tools refuse before they start, each with its word and status 2: a missing movie, a
+// file that is no movie, a name of another kind, a folder that does not exist, an unknown
+// compressor (which lists the others). A movie recompressed keeps its frames and its sound.
+TEST_F(HeadlessProgramTest, RecompressesWithACompressorOfOursAndRefusesWhatCannotBeDone) {
+  RunCommand("cd '" + folder_.string() +
+             "' && ffmpeg -v error -f lavfi -i testsrc=size=64x48:rate=10:duration=3 -f lavfi"
+             " -i sine=sample_rate=8000:duration=3 -c:v mjpeg -c:a pcm_s16le x.avi && echo text > text.avi");
+  const std::pair<const char*, const char*> refusals[] = {
+      {"--extract none.avi a.jpg", "none.avi: no such file"},
+      {"--extract text.avi a.jpg", "is not a movie the program reads"},
+      {"--extract x.avi a.png", "a name ending in .bmp or .jpg"},
+      {"--extract x.avi nowhere/a.bmp", "is not a folder"},
+      {"--recompress x.avi y.avi --codec nothing", "MJPEG Compressor"},
+      {"--recompress none.avi y.avi --codec mjpeg", "no such file"},
+      {"--recompress x.avi nowhere/y.avi --codec mjpeg", "nothing was recompressed"},
+  };
+  for (const auto& [arguments, said] : refusals) {
+    EXPECT_EQ(Run(arguments), 2) << arguments;
+    EXPECT_NE(output_.find(said), std::string::npos) << arguments << ": " << output_;
+  }
+  ASSERT_EQ(Run("--recompress x.avi y.avi --codec huffyuv"), 0) << output_;
+  EXPECT_NE(output_.find("Recompressing: 100%"), std::string::npos) << output_;
+  auto video = ProbeStream(File("y.avi"), 'v', "nb_read_frames,codec_tag_string");
+  EXPECT_EQ(video["nb_read_frames"], "30");
+  EXPECT_EQ(video["codec_tag_string"], "HFYU");
+  EXPECT_EQ(ProbeStream(File("y.wav"), 'a', "sample_rate")["sample_rate"], "8000");
 }
 
 // Wrong options, a folder that does not exist, an unknown device and a name that is no movie

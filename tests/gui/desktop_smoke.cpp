@@ -228,8 +228,28 @@ class Operator {
     if (Once("movie_viewer.png")) {
       Screenshot(window, "movie_viewer.png");
       if (program.SlotOf<zr::MovieViewer>().ExtraInstanceCount() != 1) return Fail("the movie window did not open");
+      ShowWorkUnderWay(true);
+      return;
+    }
+    // The face of a recompression under way, as the movie tools set the window: disabled, the
+    // share done in the progress bar with its cancel beside it.
+    if (Elapsed() < 1500) return;
+    if (Once("movie_work.png")) {
+      Screenshot(window, "movie_work.png");
+      if (!FindWidget("WorkCancel") || !FindWidget("WorkCancel")->isEnabled())
+        return Fail("the cancel of the movie tools is not there to click");
+      ShowWorkUnderWay(false);
       Later(window, [this, &program] { CloseMovieAndYield(program); });
     }
+  }
+
+  void ShowWorkUnderWay(bool under_way) {
+    auto& viewer = dynamic_cast<zr::MovieViewer&>(*parts_.program.SlotOf<zr::MovieViewer>().ExtraInstance(1));
+    viewer.WorkProgress.Max = 100;
+    viewer.WorkProgress.Value = 40;
+    viewer.WorkProgress.Visible = under_way;
+    viewer.WorkCancel.Visible = under_way;
+    viewer.Enabled = !under_way;
   }
 
   // The movie window closed by a handler that then yields past the face's refresh, as a handler

@@ -62,6 +62,9 @@ class FakeMovie final : public MovieFiles {
     return Error{"not kept", "fake"};
   }
   std::vector<VideoCompressor> VideoCompressors() override { return {}; }
+  Result<void> SaveSound(const std::string&, const std::string&, const std::function<bool()>&) override {
+    return Error{"not kept", "fake"};
+  }
 
  private:
   class Writer final : public MovieWriter {
