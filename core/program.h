@@ -14,6 +14,7 @@
 #include "platform/capture_backends.h"
 #include "platform/event_loop.h"
 #include "platform/ftp.h"
+#include "platform/image_converter.h"
 #include "platform/joystick.h"
 #include "platform/movie_build.h"
 #include "platform/movie_file.h"
@@ -44,6 +45,8 @@ struct Services {
   platform::MovieBuilder& movie_builder;
   // A player of its own for each window that plays a movie.
   std::function<std::unique_ptr<platform::MoviePlayer>()> make_movie_player;
+  // The picture window's bit depths and file formats.
+  platform::ImageConverter& image_converter;
 };
 
 // The application title: the root of the window settings and the title of message boxes.

@@ -15,6 +15,7 @@
 #include "core/operating_mode.h"
 #include "core/preferences.h"
 #include "core/settings_keys.h"
+#include "image/windows/image_window.h"
 #include "main_window/master.h"
 #include "main_window/parameter_file.h"
 #include "movie/movie_viewer.h"
@@ -205,7 +206,7 @@ void Master::OpenCaptureFile() {
   else if (kind == "avi")
     OpenMovieInNewViewer(program_, path);
   else if (kind == "bmp" || kind == "jpg")
-    throw NotBuiltYet("opening a ." + kind + " file");
+    OpenPictureInNewWindow(program_, path);
 }
 
 void Master::OpenMovieFromToolbar() {

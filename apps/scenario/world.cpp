@@ -45,7 +45,8 @@ Program& World::MakeProgram() {
   program_ = std::make_unique<Program>(
       Services{loop, dialogs, clipboard, *settings, *files, clock, desktop, movies, *drivers,
                [this] { return platform::sim::MakeSimCaptureControl(*devices); }, joystick, ftp, picture_server,
-               movie_builder, [this] { return std::make_unique<platform::sim::SimMoviePlayer>(loop, movies); }},
+               movie_builder, [this] { return std::make_unique<platform::sim::SimMoviePlayer>(loop, movies); },
+               image_converter},
       app_folder_);
   program_->HomeFolder = root_ + "/home/";
   program_->SystemFolder = temp_folder_;

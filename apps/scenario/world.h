@@ -10,6 +10,7 @@
 #include "core/program.h"
 #include "platform/linux/ffmpeg_movie_files.h"
 #include "platform/linux/ini_settings_store.h"
+#include "platform/linux/magick_image_converter.h"
 #include "platform/sim/sim_devices.h"
 #include "platform/sim/sim_event_loop.h"
 #include "platform/sim/sim_ftp.h"
@@ -47,6 +48,8 @@ class World final : private platform::sim::InputSource {
   platform::sim::SimFtpServer ftp{loop};
   platform::sim::SimPictureServer picture_server{loop};
   platform::sim::SimMovieBuilder movie_builder{loop, movies};
+  // The real converter: it touches nothing but the files it is given, the same on every run.
+  platform::linux_impl::MagickImageConverter image_converter;
 
   // The program; made by Start, ended by a later Start or by the world's end.
   Program& program() { return *program_; }

@@ -22,6 +22,7 @@
 #include "platform/linux/headless_services.h"
 #include "platform/linux/ini_settings_store.h"
 #include "platform/linux/linux_desktop.h"
+#include "platform/linux/magick_image_converter.h"
 #include "platform/linux/socket_picture_server.h"
 #include "platform/linux/threaded_movie_builder.h"
 
@@ -59,7 +60,8 @@ struct ProgramParts {
         movie_builder(loop, movies),
         program(Services{loop, dialogs, clipboard, settings, files, clock, desktop, movies, *drivers,
                          [this] { return devices.MakeCaptureControl(); }, *joystick, ftp, picture_server, movie_builder,
-                         [&loop] { return std::make_unique<platform::linux_impl::FfmpegMoviePlayer>(loop); }},
+                         [&loop] { return std::make_unique<platform::linux_impl::FfmpegMoviePlayer>(loop); },
+                         image_converter},
                 start.app_path) {
     program.CommandLine = start.command_line;
     program.HomeFolder = start.home_folder;
@@ -86,6 +88,7 @@ struct ProgramParts {
   platform::linux_impl::SocketFtp ftp;
   platform::linux_impl::SocketPictureServer picture_server;
   platform::linux_impl::ThreadedMovieBuilder movie_builder;
+  platform::linux_impl::MagickImageConverter image_converter;
   Program program;
 };
 
