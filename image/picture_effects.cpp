@@ -4,6 +4,9 @@
 #include <array>
 #include <cmath>
 #include <cstdlib>
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
 
 #include "base/formatting.h"
 #include "base/random_numbers.h"
@@ -26,7 +29,13 @@ constexpr int FloorDiv(int numerator, int denominator) {
 }
 
 // Rounds to nearest with ties to even: the processor's rounding, which is the program's.
-int RoundEven(double value) { return static_cast<int>(std::lrint(value)); }
+int RoundEven(double value) {
+#if defined(__SSE2__)
+  return _mm_cvtsd_si32(_mm_set_sd(value));
+#else
+  return static_cast<int>(std::lrint(value));
+#endif
+}
 
 const std::uint8_t* RowFromTop(const Picture& picture, int y) { return picture.PixelFromTop(0, y); }
 std::uint8_t* RowFromTop(Picture& picture, int y) { return picture.PixelFromTop(0, y); }
@@ -117,21 +126,18 @@ void SoftenSums(const Picture& source, int first, int count, std::vector<std::in
   const int last_x = source.width - 1;
   const int last_y = source.height - 1;
   std::array<int, (kSoftenBand + 2) * 3> columns{};
+  // The columns inside the picture, then the one past the right edge, three reads of -1.
+  const int inside = std::min(count + 2, last_x + 2 - first);
+  const auto inside_bytes = static_cast<std::size_t>(inside) * 3;
+  std::fill(columns.begin() + static_cast<std::ptrdiff_t>(inside_bytes), columns.end(), -3);
   for (int y = 1; y <= last_y; ++y) {
-    const std::uint8_t* up = RowFromTop(source, y - 1);
-    const std::uint8_t* middle = RowFromTop(source, y);
-    const std::uint8_t* down = y < last_y ? RowFromTop(source, y + 1) : nullptr;
-    for (int k = 0; k < count + 2; ++k) {
-      const int x = first - 1 + k;
-      for (int c = 0; c < 3; ++c) {
-        const auto at = static_cast<std::size_t>(k * 3 + c);
-        if (x > last_x) {
-          columns[at] = -3;
-          continue;
-        }
-        const std::ptrdiff_t i = std::ptrdiff_t{x} * 3 + c;
-        columns[at] = up[i] + middle[i] + (down ? down[i] : -1);
-      }
+    const std::uint8_t* up = RowFromTop(source, y - 1) + std::ptrdiff_t{first - 1} * 3;
+    const std::uint8_t* middle = RowFromTop(source, y) + std::ptrdiff_t{first - 1} * 3;
+    if (y < last_y) {
+      const std::uint8_t* down = RowFromTop(source, y + 1) + std::ptrdiff_t{first - 1} * 3;
+      for (std::size_t i = 0; i < inside_bytes; ++i) columns[i] = up[i] + middle[i] + down[i];
+    } else {
+      for (std::size_t i = 0; i < inside_bytes; ++i) columns[i] = up[i] + middle[i] - 1;
     }
     std::int16_t* row = sums.data() + std::ptrdiff_t{y - 1} * kSoftenBand * 3;
     for (std::size_t i = 0; i < static_cast<std::size_t>(count) * 3; ++i)
@@ -147,7 +153,9 @@ Picture Softening(const Picture& source) {
   const auto& table = SoftenTable();
   std::vector<std::int16_t> sums(static_cast<std::size_t>(last_y) * kSoftenBand * 3);
   const std::ptrdiff_t stride = result.Stride();
-  std::array<int, 3> carried{};
+  // The three carried results stay in registers: the chain from pixel to pixel is the cost.
+  const std::uint8_t* lookup = table.data() - kLowestSoftenTotal;
+  int blue = 0, green = 0, red = 0;
   for (int first = 1; first <= last_x; first += kSoftenBand) {
     const int count = std::min(kSoftenBand, last_x + 1 - first);
     SoftenSums(source, first, count, sums);
@@ -155,11 +163,12 @@ Picture Softening(const Picture& source) {
       std::uint8_t* out = result.PixelFromTop(first + j, 1);
       const std::int16_t* sum = sums.data() + std::ptrdiff_t{j} * 3;
       for (int y = 1; y <= last_y; ++y, out -= stride, sum += kSoftenBand * 3) {
-        for (std::size_t c = 0; c < 3; ++c) {
-          const std::uint8_t value = table[static_cast<std::size_t>(carried[c] + sum[c] - kLowestSoftenTotal)];
-          carried[c] = value;
-          out[c] = value;
-        }
+        blue = lookup[blue + sum[0]];
+        green = lookup[green + sum[1]];
+        red = lookup[red + sum[2]];
+        out[0] = static_cast<std::uint8_t>(blue);
+        out[1] = static_cast<std::uint8_t>(green);
+        out[2] = static_cast<std::uint8_t>(red);
       }
     }
   }
@@ -219,37 +228,59 @@ Picture Embossing(const Picture& source) {
   return InnerPixels(source, 1, [](int c, int n) { return std::abs(c - n + 128); });
 }
 
-// Down each column in turn, with the value last inverted carried for each component.
+// Down each column in turn, with the value last inverted carried for each component. The walk
+// goes row by row instead, each column keeping its own last value; the pixels at the top of a
+// column before its first inversion take, afterwards, what the columns before it carried out.
 Picture Solarizing(const Picture& source) {
   Picture result = Picture::Blank(source.width, source.height);
-  const std::ptrdiff_t stride = source.Stride();
-  int blue = 0, green = 0, red = 0;
-  for (int x = 0; x < source.width; ++x) {
-    const std::uint8_t* in = source.PixelFromTop(x, 0);
-    std::uint8_t* out = result.PixelFromTop(x, 0);
-    for (int y = 0; y < source.height; ++y, in -= stride, out -= stride) {
-      if (in[2] < 128) red = 255 - in[2];
-      if (in[1] < 128) green = 255 - in[1];
-      if (in[0] != 128) blue = 255 - in[0];
-      out[0] = Clamp(blue);
-      out[1] = Clamp(green);
-      out[2] = Clamp(red);
+  const auto bytes = RowBytes(source);
+  constexpr int kNone = -1;
+  std::vector<int> last(bytes, kNone);                    // per column and component: the value last inverted
+  std::vector<int> first_inverted(bytes, source.height);  // and the row of the first inversion
+  for (int y = 0; y < source.height; ++y) {
+    const std::uint8_t* in = RowFromTop(source, y);
+    std::uint8_t* out = RowFromTop(result, y);
+    for (std::size_t i = 0; i < bytes; ++i) {
+      // Blue (the first byte of a pixel) is inverted unless exactly 128; green and red below 128.
+      const bool inverted = i % 3 == 0 ? in[i] != 128 : in[i] < 128;
+      if (inverted) {
+        if (last[i] == kNone) first_inverted[i] = y;
+        last[i] = 255 - in[i];
+      }
+      out[i] = Clamp(last[i]);
     }
+  }
+  const std::ptrdiff_t stride = result.Stride();
+  std::array<int, 3> carried{};
+  for (std::size_t i = 0; i < bytes; ++i) {
+    const std::size_t component = i % 3;
+    std::uint8_t* out = RowFromTop(result, 0) + i;
+    for (int y = 0; y < first_inverted[i]; ++y, out -= stride) *out = Clamp(carried[component]);
+    if (last[i] != kNone) carried[component] = last[i];
   }
   return result;
 }
 
-// Two draws a pixel, x's offset first, down each column in turn.
+// Two draws a pixel, x's offset first, down each column in turn. The walk goes row by row, the
+// generator leaping over the draws of the rest of each column.
 Picture Diffusing(const Picture& source, std::uint32_t seed) {
   Picture result = Picture::Blank(source.width, source.height);
-  RandomNumbers random(seed);
-  for (int x = 0; x < source.width; ++x) {
-    for (int y = 0; y < source.height; ++y) {
+  const auto column_draws = std::uint64_t{2} * static_cast<std::uint64_t>(source.height);
+  const auto to_next_column = RandomNumbers::LeapOver(column_draws - 2);
+  const auto to_next_row = RandomNumbers::LeapOver(2);
+  RandomNumbers row_start(seed);
+  for (int y = 0; y < source.height; ++y, row_start.Skip(to_next_row)) {
+    RandomNumbers random = row_start;
+    std::uint8_t* out = RowFromTop(result, y);
+    for (int x = 0; x < source.width; ++x, out += 3) {
       const int from_x = x + RoundEven(random.Next() * 4.0 - 2.0);
       const int from_y = y + RoundEven(random.Next() * 4.0 - 2.0);
+      random.Skip(to_next_column);
       if (from_x < 0 || from_x >= source.width || from_y < 0 || from_y >= source.height) continue;
       const std::uint8_t* from = source.PixelFromTop(from_x, from_y);
-      std::copy(from, from + 3, result.PixelFromTop(x, y));
+      out[0] = from[0];
+      out[1] = from[1];
+      out[2] = from[2];
     }
   }
   return result;
@@ -312,8 +343,8 @@ std::vector<std::string> EffectProgress(Effect effect, int width) {
   if (step == 0) throw DivisionByZeroError();
   for (int x = columns.first; x <= columns.last; ++x) {
     if (x % step != 0) continue;
-    texts.push_back(std::string(EffectText(effect)) + " " + NumberText(std::floor(static_cast<double>(x) / last_x * 100)) +
-                    "%");
+    texts.push_back(std::string(EffectText(effect)) + " " +
+                    NumberText(std::floor(static_cast<double>(x) / last_x * 100)) + "%");
   }
   return texts;
 }

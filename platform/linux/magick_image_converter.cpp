@@ -84,7 +84,8 @@ std::string FormatOf(const std::string& path) {
 // The coders a picture is read with: those of the save dialog. Magick knows many more kinds of
 // file, some of which reach for other files or programs.
 bool IsPictureFormat(const std::string& format) {
-  for (const char* known : {"BMP", "BMP2", "BMP3", "DIB", "JPEG", "JPG", "JP2", "J2K", "GIF", "TIFF", "TIF", "PNG", "PCX", "TGA"})
+  for (const char* known :
+       {"BMP", "BMP2", "BMP3", "DIB", "JPEG", "JPG", "JP2", "J2K", "GIF", "TIFF", "TIF", "PNG", "PCX", "TGA"})
     if (format == known) return true;
   return false;
 }

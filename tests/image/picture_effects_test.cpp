@@ -119,7 +119,7 @@ TEST(PictureEffects, SharpeningRoundsHalfToEvenAndClamps) {
   const struct {
     int c, p, expected;
   } cases[] = {{100, 100, 100}, {100, 50, 125}, {101, 100, 102}, {101, 98, 102}, {1, 0, 2},
-               {0, 1, 0},       {200, 0, 255},  {10, 100, 0},   {102, 101, 102}};
+               {0, 1, 0},       {200, 0, 255},  {10, 100, 0},    {102, 101, 102}};
   for (const auto& c : cases) {
     const Picture picture = Painted(4, 4, [&](int x, int y) {
       const int v = x == 1 && y == 1 ? c.c : x == 0 && y == 0 ? c.p : 255;
@@ -150,7 +150,7 @@ TEST(PictureEffects, EmbossingTakesTheDifferenceToThePixelDownAndRight) {
 // written for it, 0 before any.
 TEST(PictureEffects, SolarizingCarriesTheLastInvertedValue) {
   const std::array<Rgb, 6> in{Rgb{200, 200, 128}, Rgb{10, 200, 10}, Rgb{200, 100, 200},
-                              Rgb{128, 128, 128}, Rgb{127, 255, 0},  Rgb{255, 0, 128}};
+                              Rgb{128, 128, 128}, Rgb{127, 255, 0}, Rgb{255, 0, 128}};
   const Picture picture = Painted(2, 3, [&](int x, int y) { return in[static_cast<std::size_t>(x * 3 + y)]; });
   ExpectPixels(ApplyEffect(Effect::Solarizing, picture), {{0, 0, {0, 0, 0}},
                                                           {0, 1, {245, 0, 245}},
@@ -183,14 +183,14 @@ TEST(PictureEffects, RotateWritesWhereTheProductsTurnPuts) {
   const Picture picture = Painted(3, 3, colour);
   EXPECT_EQ(ApplyEffect(Effect::Rotate, picture, EffectInputs{0, 0}).bottom_up_bgr, picture.bottom_up_bgr);
   ExpectPixels(ApplyEffect(Effect::Rotate, picture, EffectInputs{30, 0}), {{0, 0, colour(0, 0)},
-                                                                          {0, 1, colour(1, 0)},
-                                                                          {1, 0, colour(0, 1)},
-                                                                          {1, 1, colour(1, 1)},
-                                                                          {0, 2, colour(2, 0)},
-                                                                          {2, 0, colour(0, 2)},
-                                                                          {1, 2, kBlack},
-                                                                          {2, 1, kBlack},
-                                                                          {2, 2, kBlack}});
+                                                                           {0, 1, colour(1, 0)},
+                                                                           {1, 0, colour(0, 1)},
+                                                                           {1, 1, colour(1, 1)},
+                                                                           {0, 2, colour(2, 0)},
+                                                                           {2, 0, colour(0, 2)},
+                                                                           {1, 2, kBlack},
+                                                                           {2, 1, kBlack},
+                                                                           {2, 2, kBlack}});
   ExpectPixels(ApplyEffect(Effect::Rotate, picture, EffectInputs{60, 0}),
                {{0, 0, colour(0, 0)}, {1, 0, kBlack}, {0, 1, kBlack}, {2, 2, kBlack}});
 }

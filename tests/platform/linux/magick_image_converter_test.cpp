@@ -1,11 +1,11 @@
 #include "platform/linux/magick_image_converter.h"
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <cstdlib>
 #include <filesystem>
 #include <string>
-#include <unistd.h>
 
 namespace zr::platform::linux_impl {
 namespace {
