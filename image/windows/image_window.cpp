@@ -150,8 +150,9 @@ void Image::OpenPicture() {
 // The tag's bit depth, when one was chosen, and the format of the name's extension.
 void Image::SavePicture() {
   const auto picture = MasterImage.Picture;
-  const auto chosen = program_.services.dialogs.FileDialog(platform::FileDialogRequest{
-      platform::FileDialogKind::Save, program_.Translate("Save As"), std::string(kPictureSaveFilter), Caption, false});
+  const auto chosen = program_.services.dialogs.FileDialog(
+      platform::FileDialogRequest{platform::FileDialogKind::Save, program_.Translate("Save Image As..."),
+                                  std::string(kPictureSaveFilter), Caption, false});
   if (!chosen || chosen->empty() || !picture) return;
   const std::string tag = MasterImage.Tag;
   const std::optional<int> bits = tag.empty() ? std::nullopt : std::optional<int>(static_cast<int>(NumericPrefix(tag)));
