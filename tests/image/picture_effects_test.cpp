@@ -2,7 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
+#include <cmath>
 #include <functional>
 #include <string>
 #include <vector>
@@ -95,6 +97,34 @@ TEST(PictureEffects, SofteningCarriesTheLastResultIntoTheNextSum) {
                       {0, 0, kBlack},
                       {2, 0, kBlack},
                       {0, 2, kBlack}});
+}
+
+// The rule as written, pixel by pixel down each column, against the effect's band and group
+// walk, on pictures wider than a band: noise, and flat grey whose sums sit on the floor's steps.
+TEST(PictureEffects, SofteningWalksTheSameChainAsThePixelByPixelRule) {
+  const auto rule = [](const Picture& source) {
+    Picture result = Picture::Blank(source.width, source.height);
+    const int last_x = source.width - 1, last_y = source.height - 1;
+    std::array<int, 3> carried{};
+    for (int x = 1; x <= last_x; ++x)
+      for (int y = 1; y <= last_y; ++y)
+        for (int c = 0; c < 3; ++c) {
+          double total = carried[static_cast<std::size_t>(c)];
+          for (int dx = -1; dx <= 1; ++dx)
+            for (int dy = -1; dy <= 1; ++dy)
+              total += x + dx > last_x || y + dy > last_y ? -1 : source.PixelFromTop(x + dx, y + dy)[c];
+          const int value = std::clamp(static_cast<int>(std::floor(total / 9.0)), 0, 255);
+          carried[static_cast<std::size_t>(c)] = value;
+          result.PixelFromTop(x, y)[c] = static_cast<std::uint8_t>(value);
+        }
+    return result;
+  };
+  const Picture noise = Painted(150, 23, [](int x, int y) {
+    const int v = (x * 7919 + y * 104729) % 256;
+    return Rgb{v, (v * 3) % 256, (v * 5 + x) % 256};
+  });
+  for (const Picture& picture : {noise, Plain(133, 17, {100, 101, 102})})
+    EXPECT_EQ(ApplyEffect(Effect::Softening, picture).bottom_up_bgr, rule(picture).bottom_up_bgr) << picture.width;
 }
 
 // 181 columns: the angle steps by 2 a row, and the sine passes one half at the angle 32 (row
