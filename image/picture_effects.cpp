@@ -152,6 +152,7 @@ Picture Softening(const Picture& source) {
   if (last_x < 1 || last_y < 1) return result;
   const auto& table = SoftenTable();
   std::vector<std::int16_t> sums(static_cast<std::size_t>(last_y) * kSoftenBand * 3);
+  // Row y of the result, counted from the top, lies `stride` bytes before row y - 1.
   const std::ptrdiff_t stride = result.Stride();
   // The three carried results stay in registers: the chain from pixel to pixel is the cost.
   const std::uint8_t* lookup = table.data() - kLowestSoftenTotal;
@@ -160,12 +161,14 @@ Picture Softening(const Picture& source) {
     const int count = std::min(kSoftenBand, last_x + 1 - first);
     SoftenSums(source, first, count, sums);
     for (int j = 0; j < count; ++j) {
-      std::uint8_t* out = result.PixelFromTop(first + j, 1);
+      std::uint8_t* top = result.PixelFromTop(first + j, 1);
       const std::int16_t* sum = sums.data() + std::ptrdiff_t{j} * 3;
-      for (int y = 1; y <= last_y; ++y, out -= stride, sum += kSoftenBand * 3) {
-        blue = lookup[blue + sum[0]];
-        green = lookup[green + sum[1]];
-        red = lookup[red + sum[2]];
+      for (std::ptrdiff_t row = 0; row < last_y; ++row) {
+        const std::int16_t* at = sum + row * kSoftenBand * 3;
+        blue = lookup[blue + at[0]];
+        green = lookup[green + at[1]];
+        red = lookup[red + at[2]];
+        std::uint8_t* out = top - row * stride;
         out[0] = static_cast<std::uint8_t>(blue);
         out[1] = static_cast<std::uint8_t>(green);
         out[2] = static_cast<std::uint8_t>(red);
@@ -254,8 +257,8 @@ Picture Solarizing(const Picture& source) {
   std::array<int, 3> carried{};
   for (std::size_t i = 0; i < bytes; ++i) {
     const std::size_t component = i % 3;
-    std::uint8_t* out = RowFromTop(result, 0) + i;
-    for (int y = 0; y < first_inverted[i]; ++y, out -= stride) *out = Clamp(carried[component]);
+    std::uint8_t* top = RowFromTop(result, 0) + i;
+    for (std::ptrdiff_t y = 0; y < first_inverted[i]; ++y) top[-y * stride] = Clamp(carried[component]);
     if (last[i] != kNone) carried[component] = last[i];
   }
   return result;
