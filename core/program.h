@@ -11,6 +11,7 @@
 
 #include "core/app_state.h"
 #include "core/language.h"
+#include "platform/background_work.h"
 #include "platform/capture_backends.h"
 #include "platform/event_loop.h"
 #include "platform/ftp.h"
@@ -47,6 +48,8 @@ struct Services {
   std::function<std::unique_ptr<platform::MoviePlayer>()> make_movie_player;
   // The picture window's bit depths and file formats.
   platform::ImageConverter& image_converter;
+  // The picture window's effects, away from the logic thread.
+  platform::BackgroundWork& background;
 };
 
 // The application title: the root of the window settings and the title of message boxes.

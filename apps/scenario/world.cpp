@@ -46,7 +46,7 @@ Program& World::MakeProgram() {
       Services{loop, dialogs, clipboard, *settings, *files, clock, desktop, movies, *drivers,
                [this] { return platform::sim::MakeSimCaptureControl(*devices); }, joystick, ftp, picture_server,
                movie_builder, [this] { return std::make_unique<platform::sim::SimMoviePlayer>(loop, movies); },
-               image_converter},
+               image_converter, background},
       app_folder_);
   program_->HomeFolder = root_ + "/home/";
   program_->SystemFolder = temp_folder_;

@@ -24,6 +24,7 @@
 #include "platform/linux/linux_desktop.h"
 #include "platform/linux/magick_image_converter.h"
 #include "platform/linux/socket_picture_server.h"
+#include "platform/linux/thread_background_work.h"
 #include "platform/linux/threaded_movie_builder.h"
 
 namespace zr {
@@ -58,10 +59,11 @@ struct ProgramParts {
         ftp(loop, links),
         picture_server(loop, descriptors),
         movie_builder(loop, movies),
+        background(loop),
         program(Services{loop, dialogs, clipboard, settings, files, clock, desktop, movies, *drivers,
                          [this] { return devices.MakeCaptureControl(); }, *joystick, ftp, picture_server, movie_builder,
                          [&loop] { return std::make_unique<platform::linux_impl::FfmpegMoviePlayer>(loop); },
-                         image_converter},
+                         image_converter, background},
                 start.app_path) {
     program.CommandLine = start.command_line;
     program.HomeFolder = start.home_folder;
@@ -89,6 +91,7 @@ struct ProgramParts {
   platform::linux_impl::SocketPictureServer picture_server;
   platform::linux_impl::ThreadedMovieBuilder movie_builder;
   platform::linux_impl::MagickImageConverter image_converter;
+  platform::linux_impl::ThreadBackgroundWork background;
   Program program;
 };
 

@@ -67,6 +67,7 @@ Image::Image(Program& program, std::string name)
 }
 
 void Image::Mastertoolbar_ButtonClick(ui::ToolbarButton& button) {
+  if (effect_running_) return waiting_.push_back([this, &button] { Mastertoolbar_ButtonClick(button); });
   const std::string& key = button.Key();
   if (key == "open")
     OpenPicture();
@@ -83,6 +84,7 @@ void Image::Mastertoolbar_ButtonClick(ui::ToolbarButton& button) {
 // A picture too narrow for the effects' progress stops them with the division's error, which
 // the operator is told of; the picture stays as it was.
 void Image::Mastertoolbar_ButtonMenuClick(ui::ButtonMenu& entry) {
+  if (effect_running_) return waiting_.push_back([this, &entry] { Mastertoolbar_ButtonMenuClick(entry); });
   const EffectsMenuEntry* chosen = FindEffectsMenuEntry(entry.key);
   if (!chosen) return;
   if (chosen->bits != 0) {
@@ -114,17 +116,31 @@ void Image::Diffusing() {
 }
 
 // Every effect reads the holder's picture and writes a picture of its size that starts black;
-// the result becomes the holder's picture. The progress texts come in order, the last an empty
-// one, all within the handler, as the window shows them.
+// the result becomes the holder's picture. The progress texts come in order when it is back,
+// the last an empty one.
 void Image::RunEffect(Effect effect, const EffectInputs& inputs) {
+  if (effect_running_) return waiting_.push_back([this, effect, inputs] { RunEffect(effect, inputs); });
   const auto source = MasterImage.Picture;
   if (!source) return;
   if (LetsTheLoopRunFirst(effect)) program_.Yield();
   const std::vector<std::string> progress = EffectProgress(effect, source->width);
-  auto result = std::make_shared<const platform::Picture>(ApplyEffect(effect, *source, inputs));
+  auto result = std::make_shared<platform::Picture>();
+  effect_running_ = true;
+  effect_ = program_.services.background.Start(
+      [result, source, effect, inputs] { *result = ApplyEffect(effect, *source, inputs); },
+      [this, result, progress] { EffectDone(result, progress); });
+}
+
+void Image::EffectDone(std::shared_ptr<const platform::Picture> result, const std::vector<std::string>& progress) {
   for (const std::string& text : progress) ProgressMessage(text);
   MasterImage.Picture = std::move(result);
   ProgressMessage("");
+  effect_running_ = false;
+  while (!effect_running_ && !waiting_.empty()) {
+    auto next = std::move(waiting_.front());
+    waiting_.pop_front();
+    next();
+  }
 }
 
 void Image::OpenPicture() {

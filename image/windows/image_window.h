@@ -6,6 +6,8 @@
 // "effects" button restores the still.
 
 #include <cstdint>
+#include <deque>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <span>
@@ -64,7 +66,9 @@ class Image : public ui::Window {
 
   // The effects, on the holder's picture. Each shows its progress through ProgressMessage and
   // ends with an empty message; a picture of ten columns or fewer raises DivisionByZeroError
-  // and is left as it was. The flips, Rotate and Inverting let the loop run once first.
+  // and is left as it was. The flips, Rotate and Inverting let the loop run once first. The
+  // pixels are worked on away from the logic thread; until the picture is back, what the
+  // operator asks of the tool bar waits its turn, as it waited behind the product's busy window.
   void Grayscaling() { RunEffect(Effect::Grayscaling); }
   void FlipHorizontal() { RunEffect(Effect::FlipHorizontal); }
   void FlipVertical() { RunEffect(Effect::FlipVertical); }
@@ -84,6 +88,9 @@ class Image : public ui::Window {
 
  private:
   void RunEffect(Effect effect, const EffectInputs& inputs = {});
+  // The effect's picture back from the background: it becomes the holder's, and what the
+  // operator asked for meanwhile runs in order.
+  void EffectDone(std::shared_ptr<const platform::Picture> result, const std::vector<std::string>& progress);
   void OpenPicture();
   void SavePicture();
   void PrintPicture();
@@ -94,6 +101,10 @@ class Image : public ui::Window {
   Program& program_;
   // The holder's print settings, kept from one element and one frame to the next.
   ImageDrawing pen_;
+  bool effect_running_ = false;
+  std::deque<std::function<void()>> waiting_;
+  // Last, so that it is the first to go: its end must not reach a window half destroyed.
+  std::unique_ptr<platform::BackgroundJob> effect_;
 };
 
 // A picture file from the main window's open dialog, in a new picture window of its own;
