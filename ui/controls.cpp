@@ -452,7 +452,8 @@ void StatusBar::ClickPanel(Panel& panel) {
 }
 
 std::optional<Value> StatusBar::Get(std::string_view property, std::optional<int> element) const {
-  if (property == "SimpleText") return Value{SimpleText.get()};
+  // The simple text is the only text a bar without panels has.
+  if (property == "SimpleText" || (property == "Text" && panels_.empty())) return Value{SimpleText.get()};
   return Control::Get(property, element);
 }
 
