@@ -52,6 +52,30 @@ TEST_F(ImageWindowTest, DiffusionAtTheSameMomentGivesTheSameSpecks) {
   EXPECT_NE(first->bottom_up_bgr, window_.ResetPicture.Picture->bottom_up_bgr);
 }
 
+// While an effect's picture is away, the next effect and the restore key wait their turn: the
+// negative, then the mirror of the negative, then the still again.
+TEST_F(ImageWindowTest, ClicksWhileAnEffectIsAwayWaitTheirTurnInOrder) {
+  const auto still = Striped(16, 4);
+  window_.ShowPicture(still);
+  window_.KeepResetPicture();
+  auto& effects = window_.Mastertoolbar.Button("effects");
+  world_.background.Hold();
+  window_.Mastertoolbar_ButtonMenuClick(*effects.FindMenu("negative"));
+  window_.Mastertoolbar_ButtonMenuClick(*effects.FindMenu("flip"));
+  std::vector<std::shared_ptr<const platform::Picture>> shown;
+  window_.MasterStatus.SimpleText.OnChange([&] {
+    if (window_.MasterStatus.SimpleText.get().empty()) shown.push_back(window_.MasterImage.Picture);
+  });
+  window_.Mastertoolbar_ButtonClick(effects);
+  EXPECT_EQ(window_.MasterImage.Picture, still);
+  world_.background.EndHeldJobs();
+  ASSERT_EQ(shown.size(), 2u);
+  const auto negative = ApplyEffect(Effect::Inverting, *still);
+  EXPECT_EQ(shown[0]->bottom_up_bgr, negative.bottom_up_bgr);
+  EXPECT_EQ(shown[1]->bottom_up_bgr, ApplyEffect(Effect::FlipVertical, negative).bottom_up_bgr);
+  EXPECT_EQ(window_.MasterImage.Picture, still);
+}
+
 TEST_F(ImageWindowTest, PrintHandsThePictureToThePrintDialog) {
   window_.ShowPicture(Striped(20, 10));
   window_.Caption = "still.bmp";
