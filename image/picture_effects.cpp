@@ -80,7 +80,7 @@ Picture FlipVertical(const Picture& source) {
   return EachRow(source, [&](const std::uint8_t* in, std::uint8_t* out, int) { ReversedRow(in, out, source.width); });
 }
 
-// The product's turn: the constant pi is held in an integer, so it is 3, and the angle in
+// The program's own turn: the constant pi is held in an integer, so it is 3, and the angle in
 // radians is a single-precision number; both lines carry the same signs. Later pixels of the
 // walk overwrite earlier ones that land on the same place.
 Picture Rotate(const Picture& source, std::int16_t angle) {

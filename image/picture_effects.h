@@ -1,6 +1,6 @@
 #pragma once
 // The picture effects: per-pixel filters from a source picture into a destination of the same
-// size that starts black. Their arithmetic, odd rules included, is the look of the product:
+// size that starts black. Their arithmetic, odd rules included, is the program's look:
 // pixels a filter's ranges leave out stay black, reads outside the picture give -1 in each
 // component, and every component written is clamped (255 and above give 255, below 1 gives 0).
 // Pixels are numbered as the operator sees them: x from the left, y from the top; W1 and H1 are
@@ -51,7 +51,7 @@ std::vector<std::string> EffectProgress(Effect effect, int width);
 //  FlipHorizontal  the pixel goes to (W1 - x, H1 - y): a half turn.
 //  FlipVertical    the pixel goes to (W1 - x, y): the mirror left to right.
 //  Rotate          (x cos a + y sin a, x sin a + y cos a) with a = 3 * angle / 180 * 3, where
-//                  the positions fall inside: no true rotation, but the product's.
+//                  the positions fall inside: no true rotation, but the program's own.
 //  Softening       x and y from 1; the mean of the 3 by 3 block plus the result before, over 9:
 //                  the sums carry the last clamped result from pixel to pixel, down each column
 //                  and on into the next, which drags the picture slightly along y.

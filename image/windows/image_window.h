@@ -68,7 +68,7 @@ class Image : public ui::Window {
   // ends with an empty message; a picture of ten columns or fewer raises DivisionByZeroError
   // and is left as it was. The flips, Rotate and Inverting let the loop run once first. The
   // pixels are worked on away from the logic thread; until the picture is back, what the
-  // operator asks of the tool bar waits its turn, as it waited behind the product's busy window.
+  // operator asks of the tool bar waits its turn, as it would behind a busy window.
   void Grayscaling() { RunEffect(Effect::Grayscaling); }
   void FlipHorizontal() { RunEffect(Effect::FlipHorizontal); }
   void FlipVertical() { RunEffect(Effect::FlipVertical); }

@@ -1,6 +1,6 @@
 #pragma once
 // Background work in the scenario world: the work and its end run at once, inside Start, so a
-// scenario's next command finds the work done, as the product's operator found it. A test may
+// scenario's next command finds the work done, as the operator does. A test may
 // hold the jobs instead and let them end when it says, to see what waits meanwhile.
 
 #include <deque>

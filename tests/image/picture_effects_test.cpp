@@ -77,7 +77,7 @@ TEST(PictureEffects, InvertingTwiceRestoresThePicture) {
 }
 
 // Each pixel of a 3 by 2 picture has a colour of its own; the names of the flips are the
-// product's: FlipHorizontal turns by half a turn, FlipVertical mirrors left to right.
+// program's own: FlipHorizontal turns by half a turn, FlipVertical mirrors left to right.
 TEST(PictureEffects, FlipsMoveEachPixelWhereTheirNamesDoNotSay) {
   const Picture picture = Painted(3, 2, [](int x, int y) { return Rgb{x * 100, y * 100, 9}; });
   ExpectPixels(ApplyEffect(Effect::FlipHorizontal, picture),
@@ -208,7 +208,7 @@ TEST(PictureEffects, DiffusingTakesPixelsFromTheDrawnOffsets) {
 
 // Angle 30 turns by 1.5 radians on both lines alike: a near transposition whose far pixels
 // land outside; angle 0 keeps the picture, 60 keeps only the first pixel.
-TEST(PictureEffects, RotateWritesWhereTheProductsTurnPuts) {
+TEST(PictureEffects, RotateWritesWhereTheProgramsTurnPuts) {
   const auto colour = [](int x, int y) { return Rgb{x * 50 + 5, y * 50 + 5, 77}; };
   const Picture picture = Painted(3, 3, colour);
   EXPECT_EQ(ApplyEffect(Effect::Rotate, picture, EffectInputs{0, 0}).bottom_up_bgr, picture.bottom_up_bgr);
