@@ -199,6 +199,8 @@ constexpr TextTranslations kTable[] = {
     {"Open...", "Abrir...", "Abrir...", "Ouvrir...", "Öffnen..."},
     {"Bad file format.", "Formato de arquivo inválido.", "Formato de archivo no válido.",
      "Format de fichier incorrect.", "Ungültiges Dateiformat."},
+    {"Save Image As...", "Salvar imagem como...", "Guardar imagen como...", "Enregistrer l'image sous...",
+     "Bild speichern unter..."},
     {"Save Capture Parameters", "Salvar parâmetros de captura", "Guardar parámetros de captura",
      "Enregistrer les paramètres de capture", "Aufnahmeparameter speichern"},
 

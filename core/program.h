@@ -12,9 +12,11 @@
 
 #include "core/app_state.h"
 #include "core/language.h"
+#include "platform/background_work.h"
 #include "platform/capture_backends.h"
 #include "platform/event_loop.h"
 #include "platform/ftp.h"
+#include "platform/image_converter.h"
 #include "platform/joystick.h"
 #include "platform/movie_build.h"
 #include "platform/movie_file.h"
@@ -50,6 +52,10 @@ struct Services {
   platform::MovieTools& movie_tools;
   // A player of its own for each window that plays a movie.
   std::function<std::unique_ptr<platform::MoviePlayer>()> make_movie_player;
+  // The picture window's bit depths and file formats.
+  platform::ImageConverter& image_converter;
+  // The picture window's effects, away from the logic thread.
+  platform::BackgroundWork& background;
 };
 
 // The application title: the root of the window settings and the title of message boxes.

@@ -429,6 +429,14 @@ class StatusBarBinding final : public BindingOf<QWidget, ui::StatusBar> {
       SetTextIfChanged(label, Text(panel.Text));
       label.setFrameShadow(panel.Bevel.get() == ui::BevelStyle::Raised ? QFrame::Raised : QFrame::Sunken);
     }
+    // A bar without panels shows its one simple text.
+    if (control_.PanelCount() == 0) {
+      if (!simple_) {
+        simple_ = new QLabel(widget_);
+        widget_->layout()->addWidget(simple_);
+      }
+      SetTextIfChanged(*simple_, Text(control_.SimpleText));
+    }
     ShowFlags(*widget_, control_);
   }
 
@@ -442,6 +450,7 @@ class StatusBarBinding final : public BindingOf<QWidget, ui::StatusBar> {
     panels_.push_back(label);
   }
   std::vector<QLabel*> panels_;
+  QLabel* simple_ = nullptr;
 };
 
 // Draws the holder's picture scaled into the widget, keeping its shape.

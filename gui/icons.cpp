@@ -255,6 +255,25 @@ void DrawSave(QPainter& p) {
   p.drawRect(QRectF(15, 8, 15, 10));
 }
 
+void DrawPrint(QPainter& p) {
+  Stroke(p, kInk);
+  p.drawRect(QRectF(14, 6, 20, 12));
+  p.drawRoundedRect(QRectF(6, 18, 36, 16), 3, 3);
+  Fill(p, kBlue);
+  p.drawRect(QRectF(14, 28, 20, 14));
+}
+
+void DrawClipboard(QPainter& p) {
+  Stroke(p, kInk);
+  p.drawRoundedRect(QRectF(9, 9, 30, 34), 3, 3);
+  Fill(p, kBlue);
+  p.drawRoundedRect(QRectF(17, 5, 14, 8), 2, 2);
+  Stroke(p, kInk, 2.5);
+  p.drawLine(QPointF(16, 22), QPointF(32, 22));
+  p.drawLine(QPointF(16, 29), QPointF(32, 29));
+  p.drawLine(QPointF(16, 36), QPointF(26, 36));
+}
+
 void DrawViewer(QPainter& p) {
   Stroke(p, kInk);
   p.drawRoundedRect(QRectF(5, 9, 38, 30), 5, 5);
@@ -792,6 +811,8 @@ struct Pictogram {
 const Pictogram kPictograms[] = {
     {"open", "document-open", DrawOpen},
     {"save", "document-save", DrawSave},
+    {"print", "document-print", DrawPrint},
+    {"clipboard", "edit-copy", DrawClipboard},
     {"viewer", "", DrawViewer},
     {"srt", "", DrawSubtitles},
     {"preferences", "preferences-system", DrawPreferences},

@@ -12,6 +12,9 @@
 #include <QLabel>
 #include <QMenu>
 #include <QMessageBox>
+#include <QPainter>
+#include <QPrintDialog>
+#include <QPrinter>
 #include <QPushButton>
 #include <QSpinBox>
 #include <utility>
@@ -136,6 +139,20 @@ std::optional<std::vector<std::string>> QtDialogs::FileDialog(const platform::Fi
 
 // A list of the compressors and the setting of the one chosen; each compressor keeps the value
 // given to it while the dialog is open.
+bool QtDialogs::PrintPicture(const platform::PrintRequest& request) {
+  QPrinter printer(QPrinter::HighResolution);
+  printer.setDocName(Text(request.title));
+  QPrintDialog dialog(&printer, parent_);
+  if (dialog.exec() != QDialog::Accepted) return false;
+  QPainter painter;
+  if (!painter.begin(&printer)) return false;
+  const QImage image = ToQImage(request.picture);
+  const QRect page = painter.viewport();
+  const QSize fitted = image.size().scaled(page.size(), Qt::KeepAspectRatio);
+  painter.drawImage(QRect(page.topLeft(), fitted), image);
+  return painter.end();
+}
+
 std::optional<platform::CompressionChoice> QtDialogs::CompressionOptions(
     const platform::CompressionOptionsRequest& request) {
   if (request.compressors.empty()) return std::nullopt;

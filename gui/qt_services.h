@@ -21,6 +21,9 @@ class QtDialogs final : public platform::Dialogs {
   std::optional<int> PopupMenu(const std::vector<platform::PopupMenuEntry>& entries) override;
   std::optional<platform::CompressionChoice> CompressionOptions(
       const platform::CompressionOptionsRequest& request) override;
+  // The toolkit's print dialog (its printers, and printing to a PDF file); the picture is
+  // scaled to the page, keeping its shape.
+  bool PrintPicture(const platform::PrintRequest& request) override;
 
  private:
   // Guarded: the window in front may be a dialog that has closed and gone since.

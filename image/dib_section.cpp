@@ -4,24 +4,11 @@
 #include <cmath>
 #include <cstring>
 
+#include "base/random_numbers.h"
+
 namespace zr {
 
 namespace {
-
-// A small generator of our own, so a seed always gives the same noise on every system.
-class NoiseGenerator {
- public:
-  explicit NoiseGenerator(std::uint32_t seed) : state_(seed) {}
-  // Uniform in [0, 1).
-  float Next() {
-    state_ = state_ * 1664525u + 1013904223u;
-    return static_cast<float>(state_ >> 8) / 16777216.0f;
-  }
-  std::uint8_t NextByte() { return static_cast<std::uint8_t>(Next() * 255.0f); }
-
- private:
-  std::uint32_t state_;
-};
 
 struct Span {
   int from_x, from_y, to_x, to_y, width, height;
@@ -88,7 +75,7 @@ void cDIBSection::PaintPicture(platform::Picture& destination, int x, int y, int
 }
 
 void cDIBSection::RandomiseBits(bool gray, std::uint32_t seed) {
-  NoiseGenerator noise(seed);
+  RandomNumbers noise(seed);
   const long stride = BytesPerScanLine();
   for (long row = 0; row < Height(); ++row) {
     std::uint8_t* pixel = DIBSectionBitsPtr() + row * stride;

@@ -18,6 +18,7 @@
 #include "image/tools/field_of_view.h"
 #include "image/tools/full_screen.h"
 #include "image/tools/histogram.h"
+#include "image/windows/image_window.h"
 #include "main_window/master.h"
 #include "main_window/parameter_file.h"
 #include "movie/movie_viewer.h"
@@ -214,7 +215,7 @@ void Master::OpenCaptureFile() {
   else if (kind == "avi")
     OpenMovieInNewViewer(program_, path);
   else if (kind == "bmp" || kind == "jpg")
-    throw NotBuiltYet("opening a ." + kind + " file");
+    OpenPictureInNewWindow(program_, path);
 }
 
 void Master::OpenMovieFromToolbar() {

@@ -61,6 +61,12 @@ struct CompressionChoice {
   int value = 0;
 };
 
+// A picture to print, with the name the print job carries.
+struct PrintRequest {
+  std::string title;
+  const Picture& picture;
+};
+
 class Dialogs {
  public:
   virtual ~Dialogs() = default;
@@ -73,6 +79,9 @@ class Dialogs {
   virtual std::optional<int> PopupMenu(const std::vector<PopupMenuEntry>& entries) = 0;
   // Nothing when the operator cancelled.
   virtual std::optional<CompressionChoice> CompressionOptions(const CompressionOptionsRequest& request) = 0;
+  // The print dialog, then the print of the picture on the page; false when the operator
+  // cancelled or nothing could be printed.
+  virtual bool PrintPicture(const PrintRequest& request) = 0;
 };
 
 // ---- Clipboard

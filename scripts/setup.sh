@@ -13,6 +13,8 @@ packages=(
   chromium
   python3 python3-pyftpdlib clang-format
   clang libclang-rt-14-dev
+  libmagick++-dev
+  imagemagick
 )
 
 missing=()

@@ -451,12 +451,19 @@ void StatusBar::ClickPanel(Panel& panel) {
   if (OnPanelClick) OnPanelClick(panel);
 }
 
+std::optional<Value> StatusBar::Get(std::string_view property, std::optional<int> element) const {
+  // The simple text is the only text a bar without panels has.
+  if (property == "SimpleText" || (property == "Text" && panels_.empty())) return Value{SimpleText.get()};
+  return Control::Get(property, element);
+}
+
 // ---- PictureBox
 
 std::optional<Value> PictureBox::Get(std::string_view property, std::optional<int> element) const {
   if (property == "HasPicture") return Value{Picture != nullptr};
   if (property == "Width") return Number(Picture ? Picture->width : Width);
   if (property == "Height") return Number(Picture ? Picture->height : Height);
+  if (property == "Tag") return Value{Tag.get()};
   return Control::Get(property, element);
 }
 

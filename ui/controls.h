@@ -277,6 +277,9 @@ class StatusBar : public Control {
   int PanelCount() const { return static_cast<int>(panels_.size()); }
   void ClickPanel(Panel& panel);
   std::function<void(Panel&)> OnPanelClick;
+  // The one text of a bar without panels.
+  Property<std::string> SimpleText;
+  std::optional<Value> Get(std::string_view property, std::optional<int> element) const override;
 
  private:
   std::vector<std::unique_ptr<Panel>> panels_;
@@ -293,6 +296,7 @@ class PictureBox : public Control {
   int Top = 0;
   // Persistent drawing: what is printed on the box becomes part of its picture.
   Property<bool> AutoRedraw{false};
+  Property<std::string> Tag;
   std::optional<Value> Get(std::string_view property, std::optional<int> element) const override;
 };
 

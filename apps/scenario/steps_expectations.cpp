@@ -18,6 +18,7 @@
 #include "apps/scenario/steps.h"
 #include "base/formatting.h"
 #include "image/picture_writer.h"
+#include "platform/linux/magick_image_converter.h"
 
 namespace zr::scenario {
 
@@ -170,10 +171,13 @@ void Do(Runner& runner, const ExpectMovie& expect) {
   }
 }
 
+// A BMP or JPEG file as the program reads it; any other picture the picture window saves
+// (PNG, GIF, TIFF, ...) through the converter.
 platform::Picture ReadImage(const Runner& runner, const std::string& path) {
-  const auto picture = LoadPictureFile(runner.PathOf(path));
-  if (!picture) Fail("a BMP or JPEG picture at " + path, "none");
-  return *picture;
+  if (const auto picture = LoadPictureFile(runner.PathOf(path))) return *picture;
+  auto read = platform::linux_impl::MagickImageConverter().Read(runner.PathOf(path));
+  if (!read) Fail("a picture at " + path, read.error().message);
+  return std::move(*read);
 }
 
 void Do(Runner& runner, const ExpectImageSize& expect) {

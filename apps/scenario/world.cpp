@@ -46,7 +46,8 @@ Program& World::MakeProgram() {
       Services{loop, dialogs, clipboard, *settings, *files, clock, desktop, movies, *drivers,
                [this] { return platform::sim::MakeSimCaptureControl(*devices); }, joystick, serial_ports, ftp,
                picture_server, movie_builder, movie_tools,
-               [this] { return std::make_unique<platform::sim::SimMoviePlayer>(loop, movies); }},
+               [this] { return std::make_unique<platform::sim::SimMoviePlayer>(loop, movies); }, image_converter,
+               background},
       app_folder_);
   program_->HomeFolder = root_ + "/home/";
   program_->SystemFolder = temp_folder_;

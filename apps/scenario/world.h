@@ -10,6 +10,8 @@
 #include "core/program.h"
 #include "platform/linux/ffmpeg_movie_files.h"
 #include "platform/linux/ini_settings_store.h"
+#include "platform/linux/magick_image_converter.h"
+#include "platform/sim/sim_background_work.h"
 #include "platform/sim/sim_devices.h"
 #include "platform/sim/sim_event_loop.h"
 #include "platform/sim/sim_ftp.h"
@@ -51,6 +53,9 @@ class World final : private platform::sim::InputSource {
   platform::sim::SimPictureServer picture_server{loop};
   platform::sim::SimMovieBuilder movie_builder{loop, movies};
   platform::sim::SimMovieTools movie_tools{loop, movies};
+  // The real converter: it touches nothing but the files it is given, the same on every run.
+  platform::linux_impl::MagickImageConverter image_converter;
+  platform::sim::SimBackgroundWork background;
 
   // The program; made by Start, ended by a later Start or by the world's end.
   Program& program() { return *program_; }

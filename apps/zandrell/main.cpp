@@ -3,6 +3,7 @@
 // chooser, records a movie of the asked length from it (or runs a set-up, or serves the picture
 // page to browsers), says what it did and closes as the operator closes it, saving its set-up.
 
+#include <chrono>
 #include <cstdlib>
 #include <filesystem>
 #include <functional>
@@ -23,8 +24,10 @@
 #include "gui/desktop_toolkit.h"
 #include "image/picture_writer.h"
 #include "image/tools/tone_histogram.h"
+#include "image/windows/image_window.h"
 #include "main_window/master.h"
 #include "platform/atomic_file.h"
+#include "platform/linux/magick_image_converter.h"
 #include "platform/linux/movie_output_file.h"
 #include "platform/linux/poll_event_loop.h"
 #include "platform/linux/termination_signals.h"
@@ -75,6 +78,13 @@ void PrintHelp() {
                "                          without windows: write MOVIE's video anew to OUT.avi with the\n"
                "                          compressor NAME (a wrong NAME lists them), and its sound, if it\n"
                "                          has any, to OUT.wav\n"
+               "  --effect NAME[,NAME...] IN OUT\n"
+               "                          without windows: apply the picture window's effects to the\n"
+               "                          picture IN in the order given, each as its key in the effects\n"
+               "                          menu does (negative, flip, mirror, greyscale, soften, lighting,\n"
+               "                          sharpen, solarize, diffuse, emboss, reset, bd_1, bd_8, bd_24,\n"
+               "                          bd_32), and save the result to OUT in the format its ending\n"
+               "                          names (jpg, jp2, bmp, gif, dib, tif, png, pcx, tga)\n"
                "  --device NAME           the device to connect, as the device chooser lists it,\n"
                "                          e.g. \"Built-in Test Camera (VFW)\" or \"Built-in Test Camera\";\n"
                "                          default: the built-in test camera\n"
@@ -97,6 +107,8 @@ void PrintHelp() {
                "--histogram: 0 when the text was written; 1 when IN is no picture or OUT.txt cannot be written.\n"
                "--extract and --recompress: 0 when every frame (and the sound) was saved; 1 when the work\n"
                "failed; 2 for a missing MOVIE, one that is no movie, or an OUT that cannot be written.\n"
+               "--effect: 0 when OUT was written; 1 when IN cannot be read, an effect fails or OUT cannot be\n"
+               "written; 2 for a name no key of the effects menu has.\n"
                "SIGTERM, SIGINT or SIGHUP end a run as Stop does (the movie is closed and plays), save the\n"
                "set-up and end the program with the status 128 + the signal's number; a second one ends\n"
                "it at once.\n";
@@ -134,6 +146,9 @@ struct Options {
   std::optional<std::string> extract_from;
   std::optional<std::string> recompress_from;
   std::string made;
+  // --effect: the menu keys, the picture in and the file out.
+  std::optional<std::string> effects;
+  std::vector<std::string> effect_files;
 };
 
 const char* Environment(const char* name) {
@@ -198,6 +213,8 @@ std::optional<Options> ParseOptions(const std::vector<std::string>& arguments) {
         std::cerr << "zandrell: unknown language " << arguments[i] << " (en, pt, es, fr or de)\n";
         return std::nullopt;
       }
+    } else if (option == "--effect" && has_value) {
+      options.effects = arguments[++i];
     } else if (option == "--build-avi" && has_value) {
       options.build_avi = Absolute(arguments[++i]);
       options.headless = true;
@@ -224,7 +241,13 @@ std::optional<Options> ParseOptions(const std::vector<std::string>& arguments) {
       return std::nullopt;
     }
   }
-  if (options.build_avi) {
+  if (options.effects) {
+    if (positional.size() != 2) {
+      std::cerr << "zandrell: --effect wants the names, then the picture IN and the file OUT\n";
+      return std::nullopt;
+    }
+    options.effect_files = positional;
+  } else if (options.build_avi) {
     for (const auto& file : positional) options.frames.push_back(Absolute(file));
     if (options.build_fps == 0 || options.frames.empty() == options.folder.empty()) {
       std::cerr << "zandrell: --build-avi wants --fps and either bitmap files or --folder\n";
@@ -442,6 +465,81 @@ int BuildMovieWithoutWindows(const Options& options, const std::string& app_path
   return end(built && !refused ? 0 : 1);
 }
 
+// The effects menu's entries named, in order; nothing when a name is no key of the menu.
+std::optional<std::vector<const zr::EffectsMenuEntry*>> EffectsNamed(const std::string& names) {
+  std::vector<const zr::EffectsMenuEntry*> entries;
+  std::size_t start = 0;
+  while (true) {
+    const std::size_t comma = names.find(',', start);
+    const std::string name = names.substr(start, comma == std::string::npos ? std::string::npos : comma - start);
+    const auto* entry = zr::FindEffectsMenuEntry(name);
+    if (!entry) {
+      std::cerr << "zandrell: no effect \"" << name << "\"; the effects menu has:";
+      for (const auto& known : zr::EffectsMenu()) std::cerr << " " << known.key;
+      std::cerr << "\n";
+      return std::nullopt;
+    }
+    entries.push_back(entry);
+    if (comma == std::string::npos) return entries;
+    start = comma + 1;
+  }
+}
+
+// The picture as the picture window opens it (a bitmap or a JPEG file), else any picture file
+// the converter reads.
+std::optional<Picture> ReadPicture(ImageConverter& converter, const std::string& path) {
+  if (const auto picture = zr::LoadPictureFile(path)) return *picture;
+  auto read = converter.Read(path);
+  if (read) return std::move(*read);
+  std::cerr << "zandrell: " << path << " is no picture: " << read.error().message << "\n";
+  return std::nullopt;
+}
+
+// What each key of the picture window's effects menu does, on the picture of a file: the
+// effects add up, "reset" goes back to the file's picture, a bit depth is kept for the save.
+int ApplyEffectsWithoutWindows(const Options& options) {
+  const auto entries = EffectsNamed(*options.effects);
+  if (!entries) return 2;
+  const std::string& in = options.effect_files[0];
+  const std::string& out = options.effect_files[1];
+  MagickImageConverter converter;
+  const auto original = ReadPicture(converter, in);
+  if (!original) return 1;
+  Picture picture = *original;
+  std::optional<int> bits;
+  // Diffusion's generator is seeded from the clock, as in the window.
+  const auto seed = static_cast<std::uint32_t>(
+      std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::system_clock::now().time_since_epoch())
+          .count());
+  for (const zr::EffectsMenuEntry* entry : *entries) {
+    if (entry->bits != 0) {
+      auto converted = converter.ChangeBitDepth(picture, entry->bits);
+      if (!converted) {
+        std::cerr << "zandrell: " << entry->key << ": " << converted.error().message << "\n";
+        return 1;
+      }
+      picture = std::move(*converted);
+      bits = entry->bits;
+    } else if (!entry->effect) {
+      picture = *original;
+    } else {
+      try {
+        zr::EffectProgress(*entry->effect, picture.width);
+      } catch (const zr::DivisionByZeroError& error) {
+        std::cerr << "zandrell: " << entry->key << ": " << error.what() << " (the picture is " << picture.width
+                  << " pixels wide; the effects need 12 or more)\n";
+        return 1;
+      }
+      picture = zr::ApplyEffect(*entry->effect, picture, zr::EffectInputs{0, seed});
+    }
+  }
+  if (auto saved = converter.Save(picture, out, bits); !saved) {
+    std::cerr << "zandrell: " << out << ": " << saved.error().message << "\n";
+    return 1;
+  }
+  return 0;
+}
+
 int RunWithWindows(zr::gui::DesktopToolkit& toolkit, const Options& options, const std::string& app_path,
                    std::vector<VideoDeviceEntry> video, std::vector<AudioDeviceEntry> audio) {
   ProgramParts parts(
@@ -557,6 +655,7 @@ int main(int argc, char** argv) {
   if (options.extract_from) return zr::ExtractFramesWithoutWindows(*options.extract_from, options.made);
   if (options.recompress_from)
     return zr::RecompressWithoutWindows(*options.recompress_from, options.made, options.codec);
+  if (options.effects) return ApplyEffectsWithoutWindows(options);
   auto video_devices = ProbeVideoDevices();
   auto audio_devices = ProbeAudioDevices();
   if (options.list_devices) {

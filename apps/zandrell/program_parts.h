@@ -22,7 +22,9 @@
 #include "platform/linux/headless_services.h"
 #include "platform/linux/ini_settings_store.h"
 #include "platform/linux/linux_desktop.h"
+#include "platform/linux/magick_image_converter.h"
 #include "platform/linux/socket_picture_server.h"
+#include "platform/linux/thread_background_work.h"
 #include "platform/linux/threaded_movie_builder.h"
 #include "platform/linux/threaded_movie_tools.h"
 #include "platform/linux/tty_serial_ports.h"
@@ -61,10 +63,12 @@ struct ProgramParts {
         picture_server(loop, descriptors),
         movie_builder(loop, movies),
         movie_tools(loop, movies),
+        background(loop),
         program(Services{loop, dialogs, clipboard, settings, files, clock, desktop, movies, *drivers,
                          [this] { return devices.MakeCaptureControl(); }, *joystick, *serial_ports, ftp, picture_server,
                          movie_builder, movie_tools,
-                         [&loop] { return std::make_unique<platform::linux_impl::FfmpegMoviePlayer>(loop); }},
+                         [&loop] { return std::make_unique<platform::linux_impl::FfmpegMoviePlayer>(loop); },
+                         image_converter, background},
                 start.app_path) {
     program.CommandLine = start.command_line;
     program.HomeFolder = start.home_folder;
@@ -94,6 +98,8 @@ struct ProgramParts {
   platform::linux_impl::SocketPictureServer picture_server;
   platform::linux_impl::ThreadedMovieBuilder movie_builder;
   platform::linux_impl::ThreadedMovieTools movie_tools;
+  platform::linux_impl::MagickImageConverter image_converter;
+  platform::linux_impl::ThreadBackgroundWork background;
   Program program;
 };
 

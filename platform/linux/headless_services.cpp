@@ -61,6 +61,11 @@ std::optional<std::vector<std::string>> TerminalDialogs::FileDialog(const FileDi
   return std::nullopt;
 }
 
+bool TerminalDialogs::PrintPicture(const PrintRequest& request) {
+  out_ << request.title << ": nothing can be printed without a window\n";
+  return false;
+}
+
 std::optional<CompressionChoice> TerminalDialogs::CompressionOptions(const CompressionOptionsRequest& request) {
   if (request.compressors.empty()) return std::nullopt;
   const auto& shown = request.compressors.at(static_cast<std::size_t>(request.selected));

@@ -41,6 +41,8 @@ class TerminalDialogs final : public Dialogs {
   // Without a window there is no place to pop a menu up: it closes without a choice.
   std::optional<int> PopupMenu(const std::vector<PopupMenuEntry>&) override { return std::nullopt; }
   std::optional<CompressionChoice> CompressionOptions(const CompressionOptionsRequest& request) override;
+  // Without a window there is no print dialog: nothing is printed, and the terminal says so.
+  bool PrintPicture(const PrintRequest& request) override;
 
  private:
   std::ostream& out_;

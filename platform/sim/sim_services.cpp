@@ -22,6 +22,8 @@ std::string DescribeDialog(const ShownDialog& dialog) {
       return "folder dialog \"" + dialog.file.title + "\"";
     case ShownDialog::Kind::CompressionOptions:
       return "compression options dialog";
+    case ShownDialog::Kind::Print:
+      return "print dialog";
   }
   return "dialog";
 }
@@ -86,6 +88,14 @@ bool SimDialogs::CompressionOptions() {
   const bool accept = options_answers_.front();
   options_answers_.pop_front();
   return accept;
+}
+
+bool SimDialogs::PrintPicture(const PrintRequest& request) {
+  ShownDialog dialog{ShownDialog::Kind::Print, {}, {}, {}};
+  dialog.checked = true;
+  Record(dialog);
+  printed_.push_back(request.picture);
+  return true;
 }
 
 std::optional<CompressionChoice> SimDialogs::CompressionOptions(const CompressionOptionsRequest& request) {

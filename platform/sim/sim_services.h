@@ -24,7 +24,7 @@ class UnansweredDialog : public std::runtime_error {
 };
 
 struct ShownDialog {
-  enum class Kind { MessageBox, InputBox, Open, Save, Folder, CompressionOptions } kind;
+  enum class Kind { MessageBox, InputBox, Open, Save, Folder, CompressionOptions, Print } kind;
   MessageBoxRequest message;
   InputBoxRequest input;
   FileDialogRequest file;
@@ -52,6 +52,11 @@ class SimDialogs : public Dialogs {
   // The same dialog offering a list: accepted, it keeps the choice it was shown with.
   std::optional<CompressionChoice> CompressionOptions(const CompressionOptionsRequest& request) override;
 
+  // The print dialog prints at once, as the operator's OK would: the picture is kept. No
+  // expectation checks the dialog, so it is recorded as checked.
+  bool PrintPicture(const PrintRequest& request) override;
+  const std::vector<Picture>& Printed() const { return printed_; }
+
   std::vector<ShownDialog>& Shown() { return shown_; }
   // Called as each dialog is shown (the runner's --verbose).
   std::function<void(const ShownDialog&)> on_shown;
@@ -64,6 +69,7 @@ class SimDialogs : public Dialogs {
   std::deque<std::optional<std::string>> input_answers_;
   std::map<FileDialogKind, std::deque<std::optional<std::vector<std::string>>>> file_answers_;
   std::deque<bool> options_answers_;
+  std::vector<Picture> printed_;
 };
 
 using SimClipboard = MemoryClipboard;

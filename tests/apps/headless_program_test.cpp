@@ -19,6 +19,7 @@
 
 #include "image/bmp.h"
 #include "image/picture_writer.h"
+#include "platform/linux/magick_image_converter.h"
 #include "tests/support/local_ftp_server.h"
 #include "tests/support/movie_probe.h"
 
@@ -89,13 +90,46 @@ class HeadlessProgramTest : public ::testing::Test {
 
 TEST_F(HeadlessProgramTest, HelpNamesEveryOptionAndTheBuiltInDevicesAreListed) {
   EXPECT_EQ(Run("--help"), 0);
-  for (const char* option : {"--headless", "--record SECONDS FILE", "--device NAME", "--list-devices", "--app-path",
-                             "--lang", "PARAMETER_FILE", "--build-avi OUT.avi", "--histogram IN OUT.txt",
-                             "--extract MOVIE", "--recompress MOVIE OUT.avi --codec NAME"})
+  for (const char* option :
+       {"--headless", "--record SECONDS FILE", "--device NAME", "--list-devices", "--app-path", "--lang",
+        "PARAMETER_FILE", "--build-avi OUT.avi", "--histogram IN OUT.txt", "--extract MOVIE",
+        "--recompress MOVIE OUT.avi --codec NAME", "--effect NAME[,NAME...] IN OUT"})
     EXPECT_NE(output_.find(option), std::string::npos) << option;
   EXPECT_EQ(Run("--list-devices"), 0);
   EXPECT_NE(output_.find("Built-in Test Camera"), std::string::npos) << output_;
   EXPECT_NE(output_.find("Built-in Test Tone"), std::string::npos) << output_;
+}
+
+// The effects menu's keys on a file: "negative,flip" gives the negative mirrored left to right,
+// saved as PNG by the name's ending. A name no key has, a picture too narrow for the effects'
+// progress step and a file that is no picture end badly and write nothing.
+TEST_F(HeadlessProgramTest, AppliesTheEffectsMenusKeysToAPictureFile) {
+  const auto colour = [](int x, int y, int c) { return static_cast<std::uint8_t>(x * 15 + y * 20 + c * 3); };
+  const auto painted = [&](int width, int height) {
+    auto picture = platform::Picture::Blank(width, height);
+    for (int y = 0; y < height; ++y)
+      for (int x = 0; x < width; ++x)
+        for (int c = 0; c < 3; ++c) picture.PixelFromTop(x, y)[c] = colour(x, y, c);
+    return picture;
+  };
+  ASSERT_TRUE(WriteBmpFile(painted(16, 12), File("in.bmp")));
+  ASSERT_EQ(Run("--effect negative,flip in.bmp out.png"), 0) << output_;
+  const auto out = platform::linux_impl::MagickImageConverter().Read(File("out.png"));
+  ASSERT_TRUE(out) << out.error().message;
+  ASSERT_EQ(out->width, 16);
+  ASSERT_EQ(out->height, 12);
+  for (int y = 0; y < 12; ++y)
+    for (int x = 0; x < 16; ++x)
+      for (int c = 0; c < 3; ++c) ASSERT_EQ(out->PixelFromTop(x, y)[c], 255 - colour(15 - x, y, c)) << x << "," << y;
+
+  EXPECT_EQ(Run("--effect negative,sepia in.bmp bad.png"), 2);
+  EXPECT_NE(output_.find("no effect \"sepia\""), std::string::npos) << output_;
+  ASSERT_TRUE(WriteBmpFile(painted(11, 4), File("narrow.bmp")));
+  EXPECT_EQ(Run("--effect emboss narrow.bmp bad.png"), 1);
+  EXPECT_NE(output_.find("Division by zero"), std::string::npos) << output_;
+  std::ofstream(File("notes.bmp")) << "no picture";
+  EXPECT_EQ(Run("--effect negative notes.bmp bad.png"), 1);
+  EXPECT_FALSE(fs::exists(File("bad.png")));
 }
 
 // The AVI builder without windows: a frame a file at the asked rate, in the compressor named; a

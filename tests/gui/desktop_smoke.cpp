@@ -52,6 +52,7 @@
 #include "gui/desktop_toolkit.h"
 #include "gui/qt_event_loop.h"
 #include "image/bmp.h"
+#include "image/windows/image_window.h"
 #include "main_window/master.h"
 #include "movie/movie_viewer.h"
 #include "movie/subtitle_editor.h"
@@ -216,7 +217,7 @@ class Operator {
   void ShowMovie() {
     auto& program = parts_.program;
     if (Done("movie_viewer.png") && program.SlotOf<zr::MovieViewer>().ExtraInstanceCount() == 0)
-      return Next(&Operator::ServePictures);
+      return Next(&Operator::ShowPictureEffects);
     QWidget* window = FindWidget("MovieViewer");
     if (!window) {
       if (Once("open movie"))
@@ -442,6 +443,41 @@ class Operator {
   // The picture server's band: its mode from the File menu, a port typed into the box (0: one the
   // system picks), and a picture asked for by a browser on a thread of its own while the loop
   // serves it.
+  // A snapshot in a picture window of its own, embossed from the effects menu of its tool bar and
+  // photographed, then mirrored left to right on top of that and photographed again.
+  void ShowPictureEffects() {
+    if (Done("image_emboss_flip.png") && parts_.program.SlotOf<zr::Image>().ExtraInstanceCount() == 0)
+      return Next(&Operator::ServePictures);
+    QWidget* window = FindWidget("Image");
+    if (!window) {
+      if (Once("snapshot")) Click(FindButtonOf("DeviceToolbar", "snapshot"));
+      return;
+    }
+    const struct {
+      const char* entry;
+      const char* picture;
+    } effects[] = {{"Emboss", "image_emboss.png"}, {"Flip", "image_emboss_flip.png"}};
+    for (const auto& effect : effects) {
+      if (Done(effect.picture)) continue;
+      if (Once(effect.entry)) {
+        step_started_ = clock_.elapsed();
+        return ChooseEffect(window, effect.entry);
+      }
+      if (Elapsed() < 500) return;
+      Screenshot(window, effect.picture);
+      return;
+    }
+    if (Once("close image")) Later(window, [window] { window->close(); });
+  }
+
+  // The entry of the picture window's effects menu, as the operator picks it.
+  static void ChooseEffect(QWidget* window, const char* caption) {
+    auto* effects = window->findChild<QToolButton*>("effects");
+    if (!effects || !effects->menu()) return;
+    for (QAction* action : effects->menu()->actions())
+      if (action->text() == caption) action->trigger();
+  }
+
   void ServePictures() {
     if (parts_.program.state.CaptureType != "webshare") return ChooseFromFileMenu(zr::file_menu::kWebcamBroadcast);
     auto* port = FindWidget<QLineEdit>("WebShare_Port");
