@@ -458,6 +458,12 @@ constexpr TextTranslations kTable[] = {
      "Démarrer/arrêter la capture (CTS) :", "Aufnahme starten/stoppen (CTS):"},
     {"Shutter (DSR):", "Obturador (DSR):", "Obturador (DSR):", "Obturateur (DSR) :", "Auslöser (DSR):"},
     {"Ready", "Pronto", "Listo", "Prêt", "Bereit"},
+    // ---- The sound level detector
+    {"Audio Detector", "Detector de áudio", "Detector de audio", "Détecteur audio", "Audiodetektor"},
+    {"Start Capture trigged by sound level detection", "Iniciar captura disparada pela deteção do nível de som",
+     "Iniciar captura disparada por la detección del nivel de sonido",
+     "Démarrer la capture déclenchée par la détection du niveau sonore",
+     "Aufnahme durch Erkennung des Tonpegels auslösen"},
 };
 
 }  // namespace

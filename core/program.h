@@ -21,6 +21,7 @@
 #include "platform/picture_server.h"
 #include "platform/serial_ports.h"
 #include "platform/services.h"
+#include "platform/sound_level_meter.h"
 #include "ui/window.h"
 
 namespace zr {
@@ -41,6 +42,7 @@ struct Services {
   std::function<std::unique_ptr<platform::VideoCaptureControl>()> make_capture_control;
   platform::Joystick& joystick;
   platform::SerialPorts& serial_ports;
+  platform::SoundLevelMeter& sound_level_meter;
   platform::Ftp& ftp;
   platform::PictureServer& picture_server;
   platform::MovieBuilder& movie_builder;

@@ -48,8 +48,8 @@ RS232::RS232(Program& program) : ui::Window(program.services.loop, std::string(k
 
 void RS232::Load() {
   Caption = program_.Translate("RS232 Control");
-  Labels(0).Caption =
-      program_.Translate("This trigger mode enables you to start/stop capture using a switch connected to a Serial Port");
+  Labels(0).Caption = program_.Translate(
+      "This trigger mode enables you to start/stop capture using a switch connected to a Serial Port");
   Labels(1).Caption = program_.Translate("Serial Port (COMx:):");
   Labels(2).Caption = program_.Translate("Start/Stop capture (CTS):");
   Labels(3).Caption = program_.Translate("Shutter (DSR):");
@@ -76,8 +76,10 @@ void RS232::OpenChosenPort() {
   port_.reset();
   program_.Yield();
   const std::string name = ComPortList.Text();
-  auto opened = name.empty() ? Result<std::unique_ptr<platform::SerialLine>>(Error{"There is no serial port to open", "CommPort", 0})
-                             : program_.services.serial_ports.Open(name);
+  auto opened =
+      name.empty()
+          ? Result<std::unique_ptr<platform::SerialLine>>(Error{"There is no serial port to open", "CommPort", 0})
+          : program_.services.serial_ports.Open(name);
   if (opened) port_ = std::move(*opened);
   program_.Yield();
   if (!opened) {

@@ -44,8 +44,8 @@ Program& World::MakeProgram() {
   program_.reset();
   program_ = std::make_unique<Program>(
       Services{loop, dialogs, clipboard, *settings, *files, clock, desktop, movies, *drivers,
-               [this] { return platform::sim::MakeSimCaptureControl(*devices); }, joystick, serial_ports, ftp,
-               picture_server, movie_builder,
+               [this] { return platform::sim::MakeSimCaptureControl(*devices); }, joystick, serial_ports, sound_inputs,
+               ftp, picture_server, movie_builder,
                [this] { return std::make_unique<platform::sim::SimMoviePlayer>(loop, movies); }},
       app_folder_);
   program_->HomeFolder = root_ + "/home/";

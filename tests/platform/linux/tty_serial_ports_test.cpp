@@ -59,12 +59,12 @@ TEST(TtySerialPorts, OffersByIdNamesThenRealUartsThenAdaptersNoByIdNameLeadsTo) 
   system.folders["/dev/serial/by-id"] = {"usb-Switch_B-port0", "usb-Switch_A-port0"};
   system.links = {{"/dev/serial/by-id/usb-Switch_A-port0", "/dev/ttyUSB1"},
                   {"/dev/serial/by-id/usb-Switch_B-port0", "/dev/ttyACM0"}};
-  system.folders["/dev"] = {"ttyS10", "ttyS2", "ttyS1", "ttyS3", "ttyUSB1", "ttyUSB0", "ttyACM0",
-                            "ttyACM1", "ttyUSBserial", "tty0", "video0"};
+  system.folders["/dev"] = {"ttyS10",  "ttyS2",   "ttyS1",        "ttyS3", "ttyUSB1", "ttyUSB0",
+                            "ttyACM0", "ttyACM1", "ttyUSBserial", "tty0",  "video0"};
   for (const char* node : {"/dev/ttyS10", "/dev/ttyS2", "/dev/ttyUSB0", "/dev/ttyUSB1", "/dev/ttyACM0", "/dev/ttyACM1"})
     system.nodes[node];
-  system.nodes["/dev/ttyS1"].uart = PORT_UNKNOWN;      // no UART behind it
-  system.nodes["/dev/ttyS3"].open_error = EACCES;      // cannot be told apart
+  system.nodes["/dev/ttyS1"].uart = PORT_UNKNOWN;  // no UART behind it
+  system.nodes["/dev/ttyS3"].open_error = EACCES;  // cannot be told apart
   auto ports = MakeTtySerialPorts(system);
   EXPECT_EQ(ports->Enumerate(),
             (std::vector<std::string>{"/dev/serial/by-id/usb-Switch_A-port0", "/dev/serial/by-id/usb-Switch_B-port0",
@@ -83,9 +83,9 @@ TEST(TtySerialPorts, AnOpenPortRaisesDtrReadsCtsAndDsrAndClosesWhenLetGo) {
     ASSERT_TRUE(line.ok()) << line.error().message;
     ASSERT_TRUE((*line)->RaiseDtr().ok());
     EXPECT_EQ(node.lines, TIOCM_DTR);
-    for (const auto& [bits, cts, dsr] : {std::tuple{0, false, false}, std::tuple{TIOCM_CTS, true, false},
-                                         std::tuple{TIOCM_DSR | TIOCM_RI, false, true},
-                                         std::tuple{TIOCM_CTS | TIOCM_DSR, true, true}}) {
+    for (const auto& [bits, cts, dsr] :
+         {std::tuple{0, false, false}, std::tuple{TIOCM_CTS, true, false},
+          std::tuple{TIOCM_DSR | TIOCM_RI, false, true}, std::tuple{TIOCM_CTS | TIOCM_DSR, true, true}}) {
       node.lines = bits;
       const auto read = (*line)->ReadLines();
       ASSERT_TRUE(read.ok());
