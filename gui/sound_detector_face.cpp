@@ -79,8 +79,7 @@ class SoundScopeWidget final : public QWidget {
       return;
     }
     if (scope_.Heard().empty()) return;
-    painter.drawText(area.adjusted(0, 2, -4, 0), Qt::AlignRight | Qt::AlignTop,
-                     QString::number(scope_.Heard().back()));
+    painter.drawText(area.adjusted(0, 2, -4, 0), Qt::AlignRight | Qt::AlignTop, QString::number(scope_.Heard().back()));
   }
 
   const SoundScope& scope_;

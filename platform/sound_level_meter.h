@@ -84,8 +84,8 @@ class LevelBlocks {
  private:
   AudioFormat format_;
   std::size_t block_bytes_;
-  int peak_ = 0;               // of the block under way
-  std::size_t filled_ = 0;     // bytes of the block under way
+  int peak_ = 0;            // of the block under way
+  std::size_t filled_ = 0;  // bytes of the block under way
 };
 
 }  // namespace zr::platform

@@ -30,8 +30,8 @@ void SoundScope::SetActive(bool on) {
     problem_ = "There is no sound input to listen to";
     return;
   }
-  auto listening = meter_.Listen(Device, {[this](int level) { Hear(level); },
-                                          [this](const std::string& why) { problem_ = why; }});
+  auto listening =
+      meter_.Listen(Device, {[this](int level) { Hear(level); }, [this](const std::string& why) { problem_ = why; }});
   if (!listening) problem_ = listening.error().message;
 }
 
