@@ -29,9 +29,9 @@ TEST(SoundTriggerTest, TheTestToneAboveTheLimitStartsTheMovieRunWithinASecondOfA
   PollEventLoop loop;
   TerminalDialogs dialogs(std::cerr);
   platform::MemoryClipboard clipboard;
-  ProgramParts parts(loop, loop, [&loop] { loop.Wake(); }, dialogs, clipboard, nullptr, platform::ScreenSize{640, 480},
-                     ProgramStart{folder.string() + "/", "", "", Language::English}, ProbeVideoDevices(),
-                     ProbeAudioDevices());
+  ProgramParts parts(
+      loop, loop, [&loop] { loop.Wake(); }, dialogs, clipboard, nullptr, platform::ScreenSize{640, 480},
+      ProgramStart{folder.string() + "/", "", "", Language::English}, ProbeVideoDevices(), ProbeAudioDevices());
   Program& program = parts.program;
   HeadlessOperator chooser(program, "");
   loop.SetOperator([&chooser] { chooser.Act(); });
@@ -45,7 +45,8 @@ TEST(SoundTriggerTest, TheTestToneAboveTheLimitStartsTheMovieRunWithinASecondOfA
   master.OperationBar.ClickButton(master.OperationBar.Button("sound"));
   auto& detector = program.Window<AudioDetector>();
   const auto& inputs = detector.SoundDevice.Items;
-  const auto tone = std::find_if(inputs.begin(), inputs.end(), [](const auto& item) { return item.text == "Built-in Test Tone"; });
+  const auto tone =
+      std::find_if(inputs.begin(), inputs.end(), [](const auto& item) { return item.text == "Built-in Test Tone"; });
   ASSERT_NE(tone, inputs.end());
   detector.SoundDevice.ClickEntry(static_cast<int>(tone - inputs.begin()));
   detector.Limit.Value = 50;

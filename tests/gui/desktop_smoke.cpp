@@ -3,7 +3,8 @@
 // a termination request ends the run as Stop does and saves the set-up. --series: numbered JPEGs
 // on the timer from the mode bar, and an upload to a silent server that the abort button ends.
 // --capture-windows: the compressor tree, the advanced settings, the compressor choice and the
-// other information, each opened as the operator opens it and closed again.
+// other information, the subtitle editor, the serial switch and the sound level detector (its
+// scope running on the first sound input), each opened as the operator opens it and closed again.
 // Each window on the way is photographed into the screenshots folder.
 
 #include <arpa/inet.h>
@@ -360,6 +361,7 @@ class Operator {
         {"OtherInfo", [this] { ChooseFromMenus(MainWindow().EditMenu(edit_menu::kOtherInformation)); }, nullptr},
         {"frmMovieSRT", [&program] { OpenSubtitleEditor(program); }, nullptr},
         {"RS232", [this] { Click(FindButtonOf("OperationBar", "rs232")); }, nullptr},
+        {"AudioDetector", [this] { Click(FindButtonOf("OperationBar", "sound")); }, nullptr},
     };
     if (shown_windows_ == std::size(windows)) return Next(&Operator::Quit);
     const Shown& next = windows[shown_windows_];

@@ -66,7 +66,8 @@ TEST(LevelBlocksTest, TellsEachWhole20MsBlockWhateverThePiecesAre) {
     LevelBlocks blocks(kStereo16);
     std::vector<int> levels;
     for (std::size_t at = 0; at < pcm.size(); at += piece)
-      blocks.Add(std::span(pcm).subspan(at, std::min(piece, pcm.size() - at)), [&](int level) { levels.push_back(level); });
+      blocks.Add(std::span(pcm).subspan(at, std::min(piece, pcm.size() - at)),
+                 [&](int level) { levels.push_back(level); });
     EXPECT_EQ(levels, (std::vector<int>{10, 90})) << "pieces of " << piece << " bytes";
   }
 }
