@@ -43,6 +43,8 @@ class SoundScope : public ui::Control {
   // Why no level is heard while active: the input could not be listened to or stopped.
   const std::string& Problem() const { return problem_; }
 
+  // Active, DeviceCount, DeviceName(i), Device, Level, and LastLevel: the level heard last, 0
+  // before any.
   std::optional<ui::Value> Get(std::string_view property, std::optional<int> element) const override;
 
  private:
