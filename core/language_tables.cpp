@@ -481,6 +481,13 @@ constexpr TextTranslations kTable[] = {
      "Champ de vision vertical (H) : ", "Vertikales Sichtfeld (H): "},
     {"Horizontal Field of view (W): ", "Campo de visão horizontal (W): ", "Campo de visión horizontal (W): ",
      "Champ de vision horizontal (W) : ", "Horizontales Sichtfeld (W): "},
+
+    // ---- The sound level detector
+    {"Audio Detector", "Detector de áudio", "Detector de audio", "Détecteur audio", "Audiodetektor"},
+    {"Start Capture trigged by sound level detection", "Iniciar captura disparada pela deteção do nível de som",
+     "Iniciar captura disparada por la detección del nivel de sonido",
+     "Démarrer la capture déclenchée par la détection du niveau sonore",
+     "Aufnahme durch Erkennung des Tonpegels auslösen"},
 };
 
 }  // namespace

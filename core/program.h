@@ -25,6 +25,7 @@
 #include "platform/picture_server.h"
 #include "platform/serial_ports.h"
 #include "platform/services.h"
+#include "platform/sound_level_meter.h"
 #include "ui/window.h"
 
 namespace zr {
@@ -45,6 +46,7 @@ struct Services {
   std::function<std::unique_ptr<platform::VideoCaptureControl>()> make_capture_control;
   platform::Joystick& joystick;
   platform::SerialPorts& serial_ports;
+  platform::SoundLevelMeter& sound_level_meter;
   platform::Ftp& ftp;
   platform::PictureServer& picture_server;
   platform::MovieBuilder& movie_builder;

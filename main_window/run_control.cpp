@@ -10,6 +10,7 @@
 #include "main_window/master.h"
 #include "triggers/autostart.h"
 #include "triggers/serial_switch.h"
+#include "triggers/sound_detector.h"
 
 namespace zr {
 
@@ -49,7 +50,10 @@ void Master::OperationBar_ButtonClick(ui::ToolbarButton& button) {
     ToggleSerialSwitch(button.Value == 1);
     return;
   }
-  if (key == "sound") throw NotBuiltYet("the trigger window of \"" + key + "\"");
+  if (key == "sound") {
+    program_.Window<AudioDetector>().Show();
+    return;
+  }
   if (key != "record") return;
   // The visible option band decides, tested in this order; with all three hidden the press
   // does nothing.

@@ -53,8 +53,6 @@ void Fail(const std::string& expected, const std::string& found) {
   throw std::runtime_error("expected " + expected + ", found " + found);
 }
 
-void NotYetSupported(const std::string& what) { throw std::runtime_error(what + ": not yet supported"); }
-
 std::string Quoted(const std::string& text) { return "\"" + text + "\""; }
 
 Runner::Runner(std::vector<Command> commands, const std::string& scenario_path, const RunOptions& options)

@@ -69,9 +69,6 @@ class Runner final : public platform::sim::InputSource {
 // "expected ..., found ...", reported at the command's line.
 [[noreturn]] void Fail(const std::string& expected, const std::string& found);
 
-// A command of a family the runner does not carry out yet.
-[[noreturn]] void NotYetSupported(const std::string& what);
-
 // "text" in double quotes, as values are shown in failures.
 std::string Quoted(const std::string& text);
 

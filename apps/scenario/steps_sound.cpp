@@ -1,5 +1,7 @@
-// Sound: the simulated sound inputs a scenario lists and the level the input reports. The
-// runner does not carry these out yet; a scenario that uses them fails at that line.
+// Sound: the simulated sound inputs a scenario lists, and the level the input listened to
+// reports, which the program hears at its next pass of the loop.
+
+#include <cmath>
 
 #include "apps/scenario/steps.h"
 
@@ -7,8 +9,10 @@ namespace zr::scenario {
 
 namespace {
 
-void Do(Runner&, const SoundInputs&) { NotYetSupported("sound-inputs"); }
-void Do(Runner&, const SoundLevel&) { NotYetSupported("sound level"); }
+void Do(Runner& runner, const SoundInputs& inputs) { runner.world().sound_inputs.names = inputs.names; }
+void Do(Runner& runner, const SoundLevel& level) {
+  runner.world().sound_inputs.Report(static_cast<int>(std::lround(level.level)));
+}
 
 }  // namespace
 

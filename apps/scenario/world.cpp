@@ -43,10 +43,25 @@ World::~World() {
 Program& World::MakeProgram() {
   program_.reset();
   program_ = std::make_unique<Program>(
-      Services{loop, dialogs, clipboard, *settings, *files, clock, desktop, movies, *drivers,
-               [this] { return platform::sim::MakeSimCaptureControl(*devices); }, joystick, serial_ports, ftp,
-               picture_server, movie_builder, movie_tools,
-               [this] { return std::make_unique<platform::sim::SimMoviePlayer>(loop, movies); }, image_converter,
+      Services{loop,
+               dialogs,
+               clipboard,
+               *settings,
+               *files,
+               clock,
+               desktop,
+               movies,
+               *drivers,
+               [this] { return platform::sim::MakeSimCaptureControl(*devices); },
+               joystick,
+               serial_ports,
+               sound_inputs,
+               ftp,
+               picture_server,
+               movie_builder,
+               movie_tools,
+               [this] { return std::make_unique<platform::sim::SimMoviePlayer>(loop, movies); },
+               image_converter,
                background},
       app_folder_);
   program_->HomeFolder = root_ + "/home/";

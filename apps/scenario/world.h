@@ -22,6 +22,7 @@
 #include "platform/sim/sim_picture_server.h"
 #include "platform/sim/sim_serial_ports.h"
 #include "platform/sim/sim_services.h"
+#include "platform/sim/sim_sound_level_meter.h"
 
 namespace zr::scenario {
 
@@ -49,6 +50,7 @@ class World final : private platform::sim::InputSource {
   std::unique_ptr<platform::VfwDriverSystem> drivers;
   platform::sim::SimJoystick joystick{loop};
   platform::sim::SimSerialPorts serial_ports{[this](std::string line) { devices->Log(std::move(line)); }};
+  platform::sim::SimSoundLevelMeter sound_inputs{loop};
   platform::sim::SimFtpServer ftp{loop};
   platform::sim::SimPictureServer picture_server{loop};
   platform::sim::SimMovieBuilder movie_builder{loop, movies};

@@ -24,6 +24,7 @@
 #include "platform/linux/linux_desktop.h"
 #include "platform/linux/magick_image_converter.h"
 #include "platform/linux/socket_picture_server.h"
+#include "platform/linux/source_level_meter.h"
 #include "platform/linux/thread_background_work.h"
 #include "platform/linux/threaded_movie_builder.h"
 #include "platform/linux/threaded_movie_tools.h"
@@ -54,21 +55,37 @@ struct ProgramParts {
                                                         start.app_path + "capture.avi"},
             platform::linux_impl::WithTestCameraLook(std::move(video), ReadSetting(settings, settings::TestCameraSize),
                                                      ReadSetting(settings, settings::TestCameraRate)),
-            std::move(audio)),
+            audio),
         drivers(devices.MakeDriverSystem()),
         joystick(platform::linux_impl::OpenJoystick(platform::linux_impl::RealEvdevSystem(), loop,
                                                     ReadSetting(settings, settings::JoystickDevice))),
         serial_ports(platform::linux_impl::MakeTtySerialPorts()),
+        sound_level_meter(platform::linux_impl::MakeSourceLevelMeter(loop, std::move(audio))),
         ftp(loop, links),
         picture_server(loop, descriptors),
         movie_builder(loop, movies),
         movie_tools(loop, movies),
         background(loop),
-        program(Services{loop, dialogs, clipboard, settings, files, clock, desktop, movies, *drivers,
-                         [this] { return devices.MakeCaptureControl(); }, *joystick, *serial_ports, ftp, picture_server,
-                         movie_builder, movie_tools,
+        program(Services{loop,
+                         dialogs,
+                         clipboard,
+                         settings,
+                         files,
+                         clock,
+                         desktop,
+                         movies,
+                         *drivers,
+                         [this] { return devices.MakeCaptureControl(); },
+                         *joystick,
+                         *serial_ports,
+                         *sound_level_meter,
+                         ftp,
+                         picture_server,
+                         movie_builder,
+                         movie_tools,
                          [&loop] { return std::make_unique<platform::linux_impl::FfmpegMoviePlayer>(loop); },
-                         image_converter, background},
+                         image_converter,
+                         background},
                 start.app_path) {
     program.CommandLine = start.command_line;
     program.HomeFolder = start.home_folder;
@@ -93,6 +110,8 @@ struct ProgramParts {
   // The joystick or game pad the setting names by its path or name, or the first found.
   std::unique_ptr<platform::Joystick> joystick;
   std::unique_ptr<platform::SerialPorts> serial_ports;
+  // The built-in test tone and the ALSA inputs found at start.
+  std::unique_ptr<platform::SoundLevelMeter> sound_level_meter;
   platform::linux_impl::NetworkManagerLinks links;
   platform::linux_impl::SocketFtp ftp;
   platform::linux_impl::SocketPictureServer picture_server;

@@ -63,7 +63,6 @@ INSTANTIATE_TEST_SUITE_P(
         FailingCase{"MissingFile", "expect file nothing.avi exists\n", 5, "no such file"},
         FailingCase{"UncheckedDialog", "call VideoScreen.VideoSource()\nexpect no dialog\n", 6,
                     "Cannot show Video Source Dialog."},
-        FailingCase{"LaterFeature", "sound level 50\n", 5, "not yet supported"},
         FailingCase{"LogLineMissing", "expect device log contains \"capStop()\"\n", 5, "capStop()"}),
     [](const auto& test) { return std::string(test.param.name); });
 

@@ -4,7 +4,8 @@
 // on the timer from the mode bar, and an upload to a silent server that the abort button ends.
 // --capture-windows: the compressor tree, the advanced settings, the compressor choice and the
 // other information, the subtitle editor, the histogram of a snapshot, the field of view
-// calculator and the full-screen view, each opened as the operator opens it and closed again.
+// calculator, the full-screen view, the serial switch and the sound level detector (its scope
+// running on the first sound input), each opened as the operator opens it and closed again.
 // Each window on the way is photographed into the screenshots folder.
 
 #include <arpa/inet.h>
@@ -387,6 +388,7 @@ class Operator {
         {"Histogram", [this] { OpenHistogramOfASnapshot(); }, nullptr},
         {"FOV", [this] { Click(FindButtonOf("DeviceToolbar", "lens")); }, nullptr},
         {"Fullscreen", [this] { ChooseFromMenus(MainWindow().ViewMenu(view_menu::kFullScreen)); }, nullptr},
+        {"AudioDetector", [this] { Click(FindButtonOf("OperationBar", "sound")); }, nullptr},
     };
     if (shown_windows_ == std::size(windows)) return Next(&Operator::Quit);
     const Shown& next = windows[shown_windows_];
