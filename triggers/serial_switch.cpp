@@ -87,7 +87,7 @@ void RS232::OpenChosenPort() {
     return;
   }
   RS232Status.Panels(1).Text = program_.Translate("Ready");
-  if (port_) (void)port_->RaiseDtr();
+  (void)port_->RaiseDtr();
 }
 
 // Both lines are read every tick; a line that cannot be read reads as off. DSR is acted on

@@ -11,6 +11,8 @@
 #include <random>
 #include <system_error>
 
+#include "image/dib.h"
+
 extern "C" {
 #include <libavutil/error.h>
 #include <libavutil/mem.h>
@@ -93,10 +95,6 @@ std::string TemporaryName(const std::filesystem::path& target, const std::string
   const std::string name =
       CutName(stem, NAME_MAX - marker - extension.size()) + std::string(kTemporaryMarker) + letters + extension;
   return (target.parent_path() / name).string();
-}
-
-void PutLittleEndian(std::uint32_t value, std::uint8_t* bytes) {
-  for (int i = 0; i < 4; ++i) bytes[i] = static_cast<std::uint8_t>(value >> (8 * i));
 }
 
 std::uint32_t LittleEndian(const std::string& bytes, std::size_t at) {
@@ -267,7 +265,7 @@ Result<void> MovieOutputFile::WriteHeaderFields(const std::vector<std::uint32_t>
   offsets.insert(offsets.end(), stream_length_at_.begin(), stream_length_at_.end());
   for (std::size_t field = 0; field < offsets.size() && field < values.size(); ++field) {
     std::uint8_t bytes[4];
-    PutLittleEndian(values[field], bytes);
+    PutLittleEndian(bytes, values[field], 4);
     if (::pwrite(descriptor_, bytes, sizeof bytes, static_cast<off_t>(offsets[field])) != sizeof bytes)
       return SystemError("cannot write the header of", errno);
   }

@@ -8,6 +8,7 @@
 #include <memory>
 #include <vector>
 
+#include "image/dib.h"
 #include "platform/linux/avi_input.h"
 #include "platform/linux/ffmpeg_handles.h"
 
@@ -29,10 +30,6 @@ struct ResamplerFreer {
 struct FileCloser {
   void operator()(std::FILE* file) const { std::fclose(file); }
 };
-
-void PutLittleEndian(std::uint8_t* at, std::uint32_t value, int bytes) {
-  for (int index = 0; index < bytes; ++index) at[index] = static_cast<std::uint8_t>(value >> (8 * index));
-}
 
 // The canonical 44-byte header of 16-bit PCM holding `data_bytes` of samples.
 std::array<std::uint8_t, kWaveHeaderBytes> WaveHeader(int channels, int rate, std::uint32_t data_bytes) {
