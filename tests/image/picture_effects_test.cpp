@@ -76,16 +76,6 @@ TEST(PictureEffects, InvertingTwiceRestoresThePicture) {
   EXPECT_EQ(ApplyEffect(Effect::Inverting, once).bottom_up_bgr, picture.bottom_up_bgr);
 }
 
-// Each pixel of a 3 by 2 picture has a colour of its own; the names of the flips are the
-// program's own: FlipHorizontal turns by half a turn, FlipVertical mirrors left to right.
-TEST(PictureEffects, FlipsMoveEachPixelWhereTheirNamesDoNotSay) {
-  const Picture picture = Painted(3, 2, [](int x, int y) { return Rgb{x * 100, y * 100, 9}; });
-  ExpectPixels(ApplyEffect(Effect::FlipHorizontal, picture),
-               {{0, 0, {200, 100, 9}}, {2, 1, {0, 0, 9}}, {1, 0, {100, 100, 9}}, {2, 0, {0, 100, 9}}});
-  ExpectPixels(ApplyEffect(Effect::FlipVertical, picture),
-               {{0, 0, {200, 0, 9}}, {2, 0, {0, 0, 9}}, {0, 1, {200, 100, 9}}, {1, 1, {100, 100, 9}}});
-}
-
 // On white, the first pixel is 255; the next ones carry it and read -1 past the right column
 // and the bottom row: (255 + 1527) / 9 = 198, (198 + 1527) / 9 = 191, (191 + 1015) / 9 = 134.
 TEST(PictureEffects, SofteningCarriesTheLastResultIntoTheNextSum) {

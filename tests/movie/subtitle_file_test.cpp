@@ -82,8 +82,6 @@ TEST(SubtitleFile, ReadsAndWritesFilesOfThousandsOfRows) {
   ASSERT_EQ(records.size(), 2000u);
   EXPECT_EQ(records[1999].text, "line 2000 <EOL> \xC3\xA9");
   EXPECT_EQ(SubtitleFileText(records), saved);
-  // A file that is not there reads as one empty record.
-  EXPECT_EQ(ReadSubtitleFile((folder / "missing.srt").string()), (Records{{}}));
 }
 
 TEST(SubtitleFile, TimesToMillisecondsAndBack) {
