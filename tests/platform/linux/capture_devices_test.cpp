@@ -115,13 +115,15 @@ class RealCaptureDevicesTest : public ::testing::Test {
     return Frames(movie);
   }
 
-  // The control connected to the camera at the server's address (device index -2), with its
-  // first picture in.
-  std::unique_ptr<VideoCaptureControl> ConnectedIpCamera(LocalHttpServer& camera, ControlEvents& events) {
+  // The control connected to the built-in camera, or with a camera to the one at the server's
+  // address (device index -2), with its first picture in.
+  std::unique_ptr<VideoCaptureControl> ConnectedControl(ControlEvents& events, LocalHttpServer* camera = nullptr,
+                                                        int preview_rate = 0) {
     auto control = devices_->MakeCaptureControl();
     control->SetEventSink(&events);
-    control->SetVideoDeviceIndex(-2);
-    control->SetNetworkSourceUrl(camera.Url());
+    if (preview_rate > 0) control->SetPreviewRate(preview_rate);
+    control->SetVideoDeviceIndex(camera ? -2 : 0);
+    if (camera) control->SetNetworkSourceUrl(camera->Url());
     control->SetDeviceConnected(true);
     EXPECT_TRUE(RunUntil([&] { return devices_->LatestPicture() != nullptr; }, 2000));
     return control;
@@ -257,7 +259,7 @@ TEST_F(RealCaptureDevicesTest, ARunThatCannotStartEndsAtOnceSayingWhy) {
 
   LocalHttpServer camera(LocalHttpServer::Mode::Mjpeg);
   ControlEvents events;
-  auto control = ConnectedIpCamera(camera, events);
+  auto control = ConnectedControl(events, &camera);
   fs::create_directory(File("folder.avi"));
   control->SetCaptureFileName(File("folder.avi"));
   EXPECT_THROW(control->StartCapture(), DeviceError);
@@ -298,7 +300,7 @@ TEST_F(RealCaptureDevicesTest, ControlRecordsAnIpCameraInBothModesAndTakesAStill
   for (auto mode : {LocalHttpServer::Mode::Snapshot, LocalHttpServer::Mode::Mjpeg}) {
     LocalHttpServer camera(mode);
     ControlEvents events;
-    auto control = ConnectedIpCamera(camera, events);
+    auto control = ConnectedControl(events, &camera);
     const auto still = control->GetSnapshot();
     EXPECT_EQ(still->width, 160);
     EXPECT_TRUE(LocalHttpServer::FrameNumberIn(*still));
@@ -314,12 +316,7 @@ TEST_F(RealCaptureDevicesTest, ControlRecordsAnIpCameraInBothModesAndTakesAStill
 // The camera gives 30 frames a second; the program drives it at 10, and the movie has 10.
 TEST_F(RealCaptureDevicesTest, ControlRecordsAtTheRateItIsDrivenAt) {
   ControlEvents events;
-  auto control = devices_->MakeCaptureControl();
-  control->SetEventSink(&events);
-  control->SetPreviewRate(10);
-  control->SetVideoDeviceIndex(0);
-  control->SetDeviceConnected(true);
-  ASSERT_TRUE(RunUntil([&] { return devices_->LatestPicture() != nullptr; }, 2000));
+  auto control = ConnectedControl(events, nullptr, 10);
   EXPECT_NEAR(static_cast<double>(RecordASecond(*control, events, File("driven.avi"))), 10, 1);
 }
 
@@ -327,7 +324,7 @@ TEST_F(RealCaptureDevicesTest, ControlRecordsAtTheRateItIsDrivenAt) {
 TEST_F(RealCaptureDevicesTest, CameraKilledMidRunLeavesAPlayableMovie) {
   LocalHttpServer camera(LocalHttpServer::Mode::Mjpeg);
   ControlEvents events;
-  auto control = ConnectedIpCamera(camera, events);
+  auto control = ConnectedControl(events, &camera);
   control->SetCaptureFileName(File("killed.avi"));
   control->StartCapture();
   ASSERT_TRUE(RunUntil([&] { return control->GetCaptureStats().frames_captured >= 5; }, 3000));

@@ -44,12 +44,7 @@ class ThreadedMovieBuilderTest : public ::testing::Test {
   }
 
   MovieBuildRequest Request(std::vector<std::string> frames, VideoCodec codec = VideoCodec::Mjpeg) const {
-    MovieFormat format;
-    format.width = kWidth;
-    format.height = kHeight;
-    format.frames_per_second = 11;
-    format.codec = codec;
-    return {Path("movie.avi"), std::move(frames), format};
+    return {Path("movie.avi"), std::move(frames), MovieFormat{kWidth, kHeight, 11, codec, 90, {}}};
   }
 
   // Runs a build to its end; `on_progress` may act on each report.
