@@ -96,11 +96,11 @@ class RealCaptureDevicesTest : public ::testing::Test {
     ASSERT_TRUE(window.SetSetup(parms));
   }
 
-  std::unique_ptr<VfwCaptureWindow> ConnectedWindow(StatusReports& reports) {
+  std::unique_ptr<VfwCaptureWindow> ConnectedWindow() {
     if (!drivers_) drivers_ = devices_->MakeDriverSystem();
     auto window = drivers_->CreateCaptureWindow("VIDEO WINDOW", 0, 0, 160, 120);
     EXPECT_TRUE(window->Connect(0));
-    window->SetStatusCallback(&StatusReports::Record, &reports);
+    window->SetStatusCallback(&StatusReports::Record, &reports_);
     EXPECT_TRUE(RunUntil([&] { return devices_->LatestPicture() != nullptr; }, 2000));
     return window;
   }
@@ -145,6 +145,7 @@ class RealCaptureDevicesTest : public ::testing::Test {
                                      return MakeNetworkStreamSource(url, 2000);
                                    }}};
   zr::testing::TemporaryFolder folder_;
+  StatusReports reports_;
   std::unique_ptr<RealCaptureDevices> devices_;
   std::unique_ptr<VfwDriverSystem> drivers_ = nullptr;
 };
@@ -152,8 +153,7 @@ class RealCaptureDevicesTest : public ::testing::Test {
 // An exclusive run (fYield 0) holds the logic thread until its limit; the movie has the run's
 // frame count and the sound format that was set.
 TEST_F(RealCaptureDevicesTest, ExclusiveDriverRunBlocksUntilItsLimitAndKeepsTheSoundFormat) {
-  StatusReports reports;
-  auto window = ConnectedWindow(reports);
+  auto window = ConnectedWindow();
   SetUpRun(*window, /*limit_seconds=*/2, /*sound=*/true, /*yield=*/false);
   WAVEFORMATEX wave;
   wave.nSamplesPerSec = 11025;
@@ -165,8 +165,8 @@ TEST_F(RealCaptureDevicesTest, ExclusiveDriverRunBlocksUntilItsLimitAndKeepsTheS
   const std::int64_t started = loop_.NowMs();
   ASSERT_TRUE(window->StartSequence());
   EXPECT_GE(loop_.NowMs() - started, 1900);
-  ASSERT_TRUE(RunUntil([&] { return reports.ends == 1; }, 3000));
-  EXPECT_EQ(reports.begins, 1);
+  ASSERT_TRUE(RunUntil([&] { return reports_.ends == 1; }, 3000));
+  EXPECT_EQ(reports_.begins, 1);
   CAPSTATUS status;
   ASSERT_TRUE(window->GetStatus(status));
   EXPECT_EQ(status.fCapturingNow, 0);
@@ -182,8 +182,7 @@ TEST_F(RealCaptureDevicesTest, ExclusiveDriverRunBlocksUntilItsLimitAndKeepsTheS
 
 // The index size is the most frames a run holds: the run ends there, before its time limit.
 TEST_F(RealCaptureDevicesTest, AFullIndexEndsTheRun) {
-  StatusReports reports;
-  auto window = ConnectedWindow(reports);
+  auto window = ConnectedWindow();
   SetUpRun(*window, /*limit_seconds=*/5, /*sound=*/false, /*yield=*/true);
   CAPTUREPARMS parms;
   ASSERT_TRUE(window->GetSetup(parms));
@@ -192,15 +191,14 @@ TEST_F(RealCaptureDevicesTest, AFullIndexEndsTheRun) {
   ASSERT_TRUE(window->SetSetup(parms));
   ASSERT_TRUE(window->SetCaptureFile(File("indexed.avi")));
   ASSERT_TRUE(window->StartSequence());
-  ASSERT_TRUE(RunUntil([&] { return reports.ends == 1; }, 3000));
+  ASSERT_TRUE(RunUntil([&] { return reports_.ends == 1; }, 3000));
   EXPECT_EQ(Frames(File("indexed.avi")), 12);
 }
 
 // With fYield 1 the call returns at once; a left click or the abort key (Escape) ends the run,
 // a right click (not an abort button here) and other keys do not.
 TEST_F(RealCaptureDevicesTest, ALeftClickOrTheAbortKeyEndsAYieldingRun) {
-  StatusReports reports;
-  auto window = ConnectedWindow(reports);
+  auto window = ConnectedWindow();
   SetUpRun(*window, /*limit_seconds=*/0, /*sound=*/false, /*yield=*/true, /*abort_on_right=*/false);
   const std::function<void()> aborts[] = {[this] { devices_->MousePressed(1); }, [this] { devices_->KeyPressed(27); }};
   for (int run = 0; run < 2; ++run) {
@@ -214,9 +212,9 @@ TEST_F(RealCaptureDevicesTest, ALeftClickOrTheAbortKeyEndsAYieldingRun) {
     ASSERT_TRUE(RunUntil([&] { return window->GetStatus(status) && status.dwCurrentVideoFrame >= 10; }, 3000));
     devices_->MousePressed(2);
     devices_->KeyPressed(32);
-    EXPECT_FALSE(RunUntil([&] { return reports.ends == run + 1; }, 200));
+    EXPECT_FALSE(RunUntil([&] { return reports_.ends == run + 1; }, 200));
     aborts[run]();
-    ASSERT_TRUE(RunUntil([&] { return reports.ends == run + 1; }, 3000));
+    ASSERT_TRUE(RunUntil([&] { return reports_.ends == run + 1; }, 3000));
     EXPECT_GT(Frames(movie), 10);
     EXPECT_TRUE(ProbeStream(movie, 'a', "codec_name").empty());
   }
@@ -225,8 +223,7 @@ TEST_F(RealCaptureDevicesTest, ALeftClickOrTheAbortKeyEndsAYieldingRun) {
 // A request to end the process stops the runs from its own thread: an exclusive run without a
 // limit, which holds the logic thread, ends as a stop ends it.
 TEST_F(RealCaptureDevicesTest, AnExclusiveRunEndsWhenTheRunsAreAskedToEndFromAnotherThread) {
-  StatusReports reports;
-  auto window = ConnectedWindow(reports);
+  auto window = ConnectedWindow();
   SetUpRun(*window, /*limit_seconds=*/0, /*sound=*/false, /*yield=*/false);
   ASSERT_TRUE(window->SetCaptureFile(File("ended.avi")));
   std::thread request([this] {
@@ -235,7 +232,7 @@ TEST_F(RealCaptureDevicesTest, AnExclusiveRunEndsWhenTheRunsAreAskedToEndFromAno
   });
   ASSERT_TRUE(window->StartSequence());
   request.join();
-  EXPECT_EQ(reports.ends, 1);
+  EXPECT_EQ(reports_.ends, 1);
   CAPSTATUS status;
   ASSERT_TRUE(window->GetStatus(status));
   EXPECT_EQ(status.dwReturn, 0u);
@@ -245,12 +242,11 @@ TEST_F(RealCaptureDevicesTest, AnExclusiveRunEndsWhenTheRunsAreAskedToEndFromAno
 // Both kinds end a run that cannot start at once and say why: the driver in its status and
 // its end's text, the control in CaptureFailure and its "capture stopped".
 TEST_F(RealCaptureDevicesTest, ARunThatCannotStartEndsAtOnceSayingWhy) {
-  StatusReports reports;
-  auto window = ConnectedWindow(reports);
+  auto window = ConnectedWindow();
   SetUpRun(*window, /*limit_seconds=*/1, /*sound=*/false, /*yield=*/true);
   ASSERT_TRUE(window->SetCaptureFile(File("absent/run.avi")));
   EXPECT_FALSE(window->StartSequence());
-  EXPECT_EQ(reports.ends, 1);
+  EXPECT_EQ(reports_.ends, 1);
   CAPSTATUS status;
   ASSERT_TRUE(window->GetStatus(status));
   EXPECT_EQ(status.dwReturn, static_cast<DWORD>(RunFailure::NoFolder));
@@ -278,8 +274,7 @@ TEST_F(RealCaptureDevicesTest, DriverSavesCopiesAndAppendsSingleFrames) {
   EXPECT_FALSE(unconnected->Connect(1));
   CAPSTATUS status;
   EXPECT_FALSE(unconnected->GetStatus(status));
-  StatusReports reports;
-  auto window = ConnectedWindow(reports);
+  auto window = ConnectedWindow();
   const auto saved = window->SaveDib(File("still.bmp"));
   const auto still = ReadBmpFile(File("still.bmp"));
   ASSERT_TRUE(saved && still);
