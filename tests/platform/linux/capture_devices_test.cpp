@@ -96,11 +96,11 @@ class RealCaptureDevicesTest : public ::testing::Test {
     ASSERT_TRUE(window.SetSetup(parms));
   }
 
-  std::unique_ptr<VfwCaptureWindow> ConnectedWindow(StatusReports& reports) {
+  std::unique_ptr<VfwCaptureWindow> ConnectedWindow() {
     if (!drivers_) drivers_ = devices_->MakeDriverSystem();
     auto window = drivers_->CreateCaptureWindow("VIDEO WINDOW", 0, 0, 160, 120);
     EXPECT_TRUE(window->Connect(0));
-    window->SetStatusCallback(&StatusReports::Record, &reports);
+    window->SetStatusCallback(&StatusReports::Record, &reports_);
     EXPECT_TRUE(RunUntil([&] { return devices_->LatestPicture() != nullptr; }, 2000));
     return window;
   }
@@ -115,13 +115,15 @@ class RealCaptureDevicesTest : public ::testing::Test {
     return Frames(movie);
   }
 
-  // The control connected to the camera at the server's address (device index -2), with its
-  // first picture in.
-  std::unique_ptr<VideoCaptureControl> ConnectedIpCamera(LocalHttpServer& camera, ControlEvents& events) {
+  // The control connected to the built-in camera, or with a camera to the one at the server's
+  // address (device index -2), with its first picture in.
+  std::unique_ptr<VideoCaptureControl> ConnectedControl(ControlEvents& events, LocalHttpServer* camera = nullptr,
+                                                        int preview_rate = 0) {
     auto control = devices_->MakeCaptureControl();
     control->SetEventSink(&events);
-    control->SetVideoDeviceIndex(-2);
-    control->SetNetworkSourceUrl(camera.Url());
+    if (preview_rate > 0) control->SetPreviewRate(preview_rate);
+    control->SetVideoDeviceIndex(camera ? -2 : 0);
+    if (camera) control->SetNetworkSourceUrl(camera->Url());
     control->SetDeviceConnected(true);
     EXPECT_TRUE(RunUntil([&] { return devices_->LatestPicture() != nullptr; }, 2000));
     return control;
@@ -143,6 +145,7 @@ class RealCaptureDevicesTest : public ::testing::Test {
                                      return MakeNetworkStreamSource(url, 2000);
                                    }}};
   zr::testing::TemporaryFolder folder_;
+  StatusReports reports_;
   std::unique_ptr<RealCaptureDevices> devices_;
   std::unique_ptr<VfwDriverSystem> drivers_ = nullptr;
 };
@@ -150,8 +153,7 @@ class RealCaptureDevicesTest : public ::testing::Test {
 // An exclusive run (fYield 0) holds the logic thread until its limit; the movie has the run's
 // frame count and the sound format that was set.
 TEST_F(RealCaptureDevicesTest, ExclusiveDriverRunBlocksUntilItsLimitAndKeepsTheSoundFormat) {
-  StatusReports reports;
-  auto window = ConnectedWindow(reports);
+  auto window = ConnectedWindow();
   SetUpRun(*window, /*limit_seconds=*/2, /*sound=*/true, /*yield=*/false);
   WAVEFORMATEX wave;
   wave.nSamplesPerSec = 11025;
@@ -163,8 +165,8 @@ TEST_F(RealCaptureDevicesTest, ExclusiveDriverRunBlocksUntilItsLimitAndKeepsTheS
   const std::int64_t started = loop_.NowMs();
   ASSERT_TRUE(window->StartSequence());
   EXPECT_GE(loop_.NowMs() - started, 1900);
-  ASSERT_TRUE(RunUntil([&] { return reports.ends == 1; }, 3000));
-  EXPECT_EQ(reports.begins, 1);
+  ASSERT_TRUE(RunUntil([&] { return reports_.ends == 1; }, 3000));
+  EXPECT_EQ(reports_.begins, 1);
   CAPSTATUS status;
   ASSERT_TRUE(window->GetStatus(status));
   EXPECT_EQ(status.fCapturingNow, 0);
@@ -180,8 +182,7 @@ TEST_F(RealCaptureDevicesTest, ExclusiveDriverRunBlocksUntilItsLimitAndKeepsTheS
 
 // The index size is the most frames a run holds: the run ends there, before its time limit.
 TEST_F(RealCaptureDevicesTest, AFullIndexEndsTheRun) {
-  StatusReports reports;
-  auto window = ConnectedWindow(reports);
+  auto window = ConnectedWindow();
   SetUpRun(*window, /*limit_seconds=*/5, /*sound=*/false, /*yield=*/true);
   CAPTUREPARMS parms;
   ASSERT_TRUE(window->GetSetup(parms));
@@ -190,15 +191,14 @@ TEST_F(RealCaptureDevicesTest, AFullIndexEndsTheRun) {
   ASSERT_TRUE(window->SetSetup(parms));
   ASSERT_TRUE(window->SetCaptureFile(File("indexed.avi")));
   ASSERT_TRUE(window->StartSequence());
-  ASSERT_TRUE(RunUntil([&] { return reports.ends == 1; }, 3000));
+  ASSERT_TRUE(RunUntil([&] { return reports_.ends == 1; }, 3000));
   EXPECT_EQ(Frames(File("indexed.avi")), 12);
 }
 
 // With fYield 1 the call returns at once; a left click or the abort key (Escape) ends the run,
 // a right click (not an abort button here) and other keys do not.
 TEST_F(RealCaptureDevicesTest, ALeftClickOrTheAbortKeyEndsAYieldingRun) {
-  StatusReports reports;
-  auto window = ConnectedWindow(reports);
+  auto window = ConnectedWindow();
   SetUpRun(*window, /*limit_seconds=*/0, /*sound=*/false, /*yield=*/true, /*abort_on_right=*/false);
   const std::function<void()> aborts[] = {[this] { devices_->MousePressed(1); }, [this] { devices_->KeyPressed(27); }};
   for (int run = 0; run < 2; ++run) {
@@ -212,9 +212,9 @@ TEST_F(RealCaptureDevicesTest, ALeftClickOrTheAbortKeyEndsAYieldingRun) {
     ASSERT_TRUE(RunUntil([&] { return window->GetStatus(status) && status.dwCurrentVideoFrame >= 10; }, 3000));
     devices_->MousePressed(2);
     devices_->KeyPressed(32);
-    EXPECT_FALSE(RunUntil([&] { return reports.ends == run + 1; }, 200));
+    EXPECT_FALSE(RunUntil([&] { return reports_.ends == run + 1; }, 200));
     aborts[run]();
-    ASSERT_TRUE(RunUntil([&] { return reports.ends == run + 1; }, 3000));
+    ASSERT_TRUE(RunUntil([&] { return reports_.ends == run + 1; }, 3000));
     EXPECT_GT(Frames(movie), 10);
     EXPECT_TRUE(ProbeStream(movie, 'a', "codec_name").empty());
   }
@@ -223,8 +223,7 @@ TEST_F(RealCaptureDevicesTest, ALeftClickOrTheAbortKeyEndsAYieldingRun) {
 // A request to end the process stops the runs from its own thread: an exclusive run without a
 // limit, which holds the logic thread, ends as a stop ends it.
 TEST_F(RealCaptureDevicesTest, AnExclusiveRunEndsWhenTheRunsAreAskedToEndFromAnotherThread) {
-  StatusReports reports;
-  auto window = ConnectedWindow(reports);
+  auto window = ConnectedWindow();
   SetUpRun(*window, /*limit_seconds=*/0, /*sound=*/false, /*yield=*/false);
   ASSERT_TRUE(window->SetCaptureFile(File("ended.avi")));
   std::thread request([this] {
@@ -233,7 +232,7 @@ TEST_F(RealCaptureDevicesTest, AnExclusiveRunEndsWhenTheRunsAreAskedToEndFromAno
   });
   ASSERT_TRUE(window->StartSequence());
   request.join();
-  EXPECT_EQ(reports.ends, 1);
+  EXPECT_EQ(reports_.ends, 1);
   CAPSTATUS status;
   ASSERT_TRUE(window->GetStatus(status));
   EXPECT_EQ(status.dwReturn, 0u);
@@ -243,12 +242,11 @@ TEST_F(RealCaptureDevicesTest, AnExclusiveRunEndsWhenTheRunsAreAskedToEndFromAno
 // Both kinds end a run that cannot start at once and say why: the driver in its status and
 // its end's text, the control in CaptureFailure and its "capture stopped".
 TEST_F(RealCaptureDevicesTest, ARunThatCannotStartEndsAtOnceSayingWhy) {
-  StatusReports reports;
-  auto window = ConnectedWindow(reports);
+  auto window = ConnectedWindow();
   SetUpRun(*window, /*limit_seconds=*/1, /*sound=*/false, /*yield=*/true);
   ASSERT_TRUE(window->SetCaptureFile(File("absent/run.avi")));
   EXPECT_FALSE(window->StartSequence());
-  EXPECT_EQ(reports.ends, 1);
+  EXPECT_EQ(reports_.ends, 1);
   CAPSTATUS status;
   ASSERT_TRUE(window->GetStatus(status));
   EXPECT_EQ(status.dwReturn, static_cast<DWORD>(RunFailure::NoFolder));
@@ -257,7 +255,7 @@ TEST_F(RealCaptureDevicesTest, ARunThatCannotStartEndsAtOnceSayingWhy) {
 
   LocalHttpServer camera(LocalHttpServer::Mode::Mjpeg);
   ControlEvents events;
-  auto control = ConnectedIpCamera(camera, events);
+  auto control = ConnectedControl(events, &camera);
   fs::create_directory(File("folder.avi"));
   control->SetCaptureFileName(File("folder.avi"));
   EXPECT_THROW(control->StartCapture(), DeviceError);
@@ -276,8 +274,7 @@ TEST_F(RealCaptureDevicesTest, DriverSavesCopiesAndAppendsSingleFrames) {
   EXPECT_FALSE(unconnected->Connect(1));
   CAPSTATUS status;
   EXPECT_FALSE(unconnected->GetStatus(status));
-  StatusReports reports;
-  auto window = ConnectedWindow(reports);
+  auto window = ConnectedWindow();
   const auto saved = window->SaveDib(File("still.bmp"));
   const auto still = ReadBmpFile(File("still.bmp"));
   ASSERT_TRUE(saved && still);
@@ -298,7 +295,7 @@ TEST_F(RealCaptureDevicesTest, ControlRecordsAnIpCameraInBothModesAndTakesAStill
   for (auto mode : {LocalHttpServer::Mode::Snapshot, LocalHttpServer::Mode::Mjpeg}) {
     LocalHttpServer camera(mode);
     ControlEvents events;
-    auto control = ConnectedIpCamera(camera, events);
+    auto control = ConnectedControl(events, &camera);
     const auto still = control->GetSnapshot();
     EXPECT_EQ(still->width, 160);
     EXPECT_TRUE(LocalHttpServer::FrameNumberIn(*still));
@@ -314,12 +311,7 @@ TEST_F(RealCaptureDevicesTest, ControlRecordsAnIpCameraInBothModesAndTakesAStill
 // The camera gives 30 frames a second; the program drives it at 10, and the movie has 10.
 TEST_F(RealCaptureDevicesTest, ControlRecordsAtTheRateItIsDrivenAt) {
   ControlEvents events;
-  auto control = devices_->MakeCaptureControl();
-  control->SetEventSink(&events);
-  control->SetPreviewRate(10);
-  control->SetVideoDeviceIndex(0);
-  control->SetDeviceConnected(true);
-  ASSERT_TRUE(RunUntil([&] { return devices_->LatestPicture() != nullptr; }, 2000));
+  auto control = ConnectedControl(events, nullptr, 10);
   EXPECT_NEAR(static_cast<double>(RecordASecond(*control, events, File("driven.avi"))), 10, 1);
 }
 
@@ -327,7 +319,7 @@ TEST_F(RealCaptureDevicesTest, ControlRecordsAtTheRateItIsDrivenAt) {
 TEST_F(RealCaptureDevicesTest, CameraKilledMidRunLeavesAPlayableMovie) {
   LocalHttpServer camera(LocalHttpServer::Mode::Mjpeg);
   ControlEvents events;
-  auto control = ConnectedIpCamera(camera, events);
+  auto control = ConnectedControl(events, &camera);
   control->SetCaptureFileName(File("killed.avi"));
   control->StartCapture();
   ASSERT_TRUE(RunUntil([&] { return control->GetCaptureStats().frames_captured >= 5; }, 3000));

@@ -20,7 +20,6 @@
 #include <thread>
 #include <vector>
 
-#include "platform/linux/ffmpeg_movie_files.h"
 #include "platform/sim/sim_event_loop.h"
 #include "tests/support/movie_probe.h"
 #include "tests/support/platform_checks.h"
@@ -112,62 +111,6 @@ INSTANTIATE_TEST_SUITE_P(Codecs, FfmpegMoviePlayerTest,
                                            Sample{"ffv1", "-c:v ffv1 -pix_fmt bgr0", 64, 48, 40, true},
                                            Sample{"one_frame", "-c:v huffyuv -pix_fmt bgr24", 16, 16, 1, true}),
                          [](const auto& test) { return std::string(test.param.name); });
-
-// Movies the program writes itself, in each of its codecs: every frame, sought backwards from
-// the last, shows the picture written (exactly for the lossless codecs).
-TEST(FfmpegMoviePlayer, ShowsTheFramesTheProgramWroteInEachOfItsCodecs) {
-  zr::testing::TemporaryFolder folder;
-  constexpr int kFrames = 12;
-  std::vector<Picture> written;
-  for (int n = 0; n < kFrames; ++n) {
-    Picture picture = Picture::Blank(64, 48);
-    for (int y = 0; y < 48; ++y)
-      for (int x = 0; x < 64; ++x) {
-        std::uint8_t* pixel = picture.PixelFromTop(x, y);
-        pixel[0] = static_cast<std::uint8_t>(x * 2 + n * 5);
-        pixel[1] = static_cast<std::uint8_t>(y * 4);
-        pixel[2] = static_cast<std::uint8_t>(20 + n * 18);
-      }
-    written.push_back(std::move(picture));
-  }
-  for (const VideoCodec codec : {VideoCodec::Uncompressed, VideoCodec::Mjpeg, VideoCodec::Mpeg4, VideoCodec::H264,
-                                 VideoCodec::Ffv1, VideoCodec::HuffYuv}) {
-    if (!FfmpegMovieFiles::CanEncode(codec)) continue;
-    const bool lossless =
-        codec == VideoCodec::Uncompressed || codec == VideoCodec::Ffv1 || codec == VideoCodec::HuffYuv;
-    const std::string movie = folder.File("codec" + std::to_string(static_cast<int>(codec)) + ".avi");
-    MovieFormat format;
-    format.width = 64;
-    format.height = 48;
-    format.frames_per_second = 15;
-    format.codec = codec;
-    format.quality = 95;
-    {
-      auto writer = FfmpegMovieFiles().OpenWriter(movie, format);
-      ASSERT_TRUE(Ok(writer));
-      for (const Picture& picture : written) ASSERT_TRUE(Ok((*writer)->WriteVideoFrame(picture.View())));
-      ASSERT_TRUE(Ok((*writer)->Close()));
-    }
-    sim::SimEventLoop loop;
-    FfmpegMoviePlayer player(loop);
-    ASSERT_TRUE(Ok(player.OpenMovie(movie)));
-    ASSERT_EQ(player.FrameCount(), kFrames);
-    for (int frame = kFrames; frame >= 1; --frame) {
-      player.SeekFrame(frame);
-      const auto shown = player.CurrentPicture();
-      ASSERT_NE(shown, nullptr);
-      std::vector<std::uint8_t> top_down;
-      const Picture& original = written[static_cast<std::size_t>(frame - 1)];
-      for (int y = 0; y < 48; ++y)
-        top_down.insert(top_down.end(), original.PixelFromTop(0, y), original.PixelFromTop(0, y) + 64 * 3);
-      const double psnr = Psnr(*shown, top_down.data());
-      if (lossless)
-        EXPECT_EQ(psnr, INFINITY) << "codec " << static_cast<int>(codec) << " frame " << frame;
-      else
-        EXPECT_GT(psnr, 30) << "codec " << static_cast<int>(codec) << " frame " << frame;
-    }
-  }
-}
 
 // The sound goes to ALSA's null device here (this machine has no sound card), or nowhere when
 // the device is missing; either way the picture keeps its time and a stop, a seek while playing

@@ -3,9 +3,10 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
-#include <cstdlib>
-#include <filesystem>
+#include <fstream>
 #include <string>
+
+#include "tests/support/platform_checks.h"
 
 namespace zr::platform::linux_impl {
 namespace {
@@ -48,13 +49,10 @@ void ExpectBlocks(const Picture& picture, int tolerance, bool two_colours, const
 
 class MagickImageConverterTest : public ::testing::Test {
  protected:
-  void SetUp() override { std::filesystem::create_directories(folder_); }
-  void TearDown() override { std::filesystem::remove_all(folder_); }
-  std::string Path(const std::string& name) const { return (folder_ / name).string(); }
+  std::string Path(const std::string& name) const { return folder_.File(name); }
 
   MagickImageConverter converter_;
-  std::filesystem::path folder_ =
-      std::filesystem::temp_directory_path() / ("zr-magick-test-" + std::to_string(getpid()));
+  zr::testing::TemporaryFolder folder_;
 };
 
 // Every format of the picture window's save dialog, at every bit depth of its menu and at none,
@@ -89,13 +87,11 @@ TEST_F(MagickImageConverterTest, BitDepthsKeepTheColoursTheyCanHold) {
 
 TEST_F(MagickImageConverterTest, RefusesWhatIsNoPictureOrNoPlaceForOne) {
   const std::string text = Path("notes.png");
-  std::FILE* file = std::fopen(text.c_str(), "w");
-  std::fputs("no picture here", file);
-  std::fclose(file);
+  std::ofstream(text) << "no picture here";
   EXPECT_FALSE(converter_.Read(text));
   EXPECT_FALSE(converter_.Read(Path("missing.png")));
   EXPECT_FALSE(converter_.Save(Blocks(), Path("no_extension"), std::nullopt));
-  EXPECT_FALSE(converter_.Save(Blocks(), folder_.string() + "/.", std::nullopt));
+  EXPECT_FALSE(converter_.Save(Blocks(), Path("."), std::nullopt));
   const std::string fifo = Path("fifo.png");
   ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
   EXPECT_FALSE(converter_.Save(Blocks(), fifo, std::nullopt));

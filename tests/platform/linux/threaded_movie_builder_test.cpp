@@ -5,9 +5,7 @@
 #include "platform/linux/threaded_movie_builder.h"
 
 #include <gtest/gtest.h>
-#include <unistd.h>
 
-#include <filesystem>
 #include <optional>
 #include <sstream>
 #include <string>
@@ -17,11 +15,11 @@
 #include "platform/linux/ffmpeg_movie_files.h"
 #include "platform/linux/poll_event_loop.h"
 #include "tests/support/movie_probe.h"
+#include "tests/support/platform_checks.h"
 
 namespace zr::platform::linux_impl {
 namespace {
 
-namespace fs = std::filesystem;
 using zr::testing::ProbeStream;
 using zr::testing::RunCommand;
 
@@ -30,10 +28,7 @@ constexpr int kHeight = 48;
 
 class ThreadedMovieBuilderTest : public ::testing::Test {
  protected:
-  void SetUp() override { fs::create_directories(folder_); }
-  void TearDown() override { fs::remove_all(folder_); }
-
-  std::string Path(const std::string& name) const { return (folder_ / name).string(); }
+  std::string Path(const std::string& name) const { return folder_.File(name); }
 
   // `count` files of one flat colour each, numbered from 0.
   std::vector<std::string> Frames(int count, int width = kWidth, const std::string& name = "frame") const {
@@ -49,12 +44,7 @@ class ThreadedMovieBuilderTest : public ::testing::Test {
   }
 
   MovieBuildRequest Request(std::vector<std::string> frames, VideoCodec codec = VideoCodec::Mjpeg) const {
-    MovieFormat format;
-    format.width = kWidth;
-    format.height = kHeight;
-    format.frames_per_second = 11;
-    format.codec = codec;
-    return {Path("movie.avi"), std::move(frames), format};
+    return {Path("movie.avi"), std::move(frames), MovieFormat{kWidth, kHeight, 11, codec, 90, {}}};
   }
 
   // Runs a build to its end; `on_progress` may act on each report.
@@ -82,8 +72,7 @@ class ThreadedMovieBuilderTest : public ::testing::Test {
     return sums;
   }
 
-  fs::path folder_ = fs::temp_directory_path() / ("zr-build-" + std::to_string(::getpid()) + "-" +
-                                                  ::testing::UnitTest::GetInstance()->current_test_info()->name());
+  zr::testing::TemporaryFolder folder_;
   PollEventLoop loop_;
   FfmpegMovieFiles movies_;
   ThreadedMovieBuilder builder_{loop_, movies_};

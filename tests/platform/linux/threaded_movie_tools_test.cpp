@@ -6,7 +6,6 @@
 #include "platform/linux/threaded_movie_tools.h"
 
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <filesystem>
@@ -18,6 +17,7 @@
 #include "platform/linux/ffmpeg_movie_files.h"
 #include "platform/linux/poll_event_loop.h"
 #include "tests/support/movie_probe.h"
+#include "tests/support/platform_checks.h"
 
 namespace zr::platform::linux_impl {
 namespace {
@@ -31,15 +31,12 @@ constexpr int kFrames = 60;
 class ThreadedMovieToolsTest : public ::testing::Test {
  protected:
   void SetUp() override {
-    fs::create_directories(folder_);
     RunCommand(
         "ffmpeg -v error -f lavfi -i testsrc2=size=64x48:rate=20 -f lavfi -i sine=sample_rate=8000 -t 3"
         " -c:v mjpeg -c:a pcm_s16le '" +
         Path("movie.avi") + "'");
   }
-  void TearDown() override { fs::remove_all(folder_); }
-
-  std::string Path(const std::string& name) const { return (folder_ / name).string(); }
+  std::string Path(const std::string& name) const { return folder_.File(name); }
 
   template <class End>
   End RunToEnd(const std::function<std::unique_ptr<MovieJob>(std::function<void(const End&)>)>& start) {
@@ -59,12 +56,11 @@ class ThreadedMovieToolsTest : public ::testing::Test {
 
   std::size_t PartFiles() const {
     std::size_t count = 0;
-    for (const auto& entry : fs::directory_iterator(folder_)) count += entry.path().extension() == ".part";
+    for (const auto& entry : fs::directory_iterator(folder_.path())) count += entry.path().extension() == ".part";
     return count;
   }
 
-  fs::path folder_ = fs::temp_directory_path() / ("zr-tools-" + std::to_string(::getpid()) + "-" +
-                                                  ::testing::UnitTest::GetInstance()->current_test_info()->name());
+  zr::testing::TemporaryFolder folder_;
   PollEventLoop loop_;
   FfmpegMovieFiles movies_;
   ThreadedMovieTools tools_{loop_, movies_};

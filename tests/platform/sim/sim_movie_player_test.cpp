@@ -19,11 +19,7 @@ using zr::testing::Ok;
 class SimMoviePlayerTest : public ::testing::Test {
  protected:
   void SetUp() override {
-    MovieFormat format;
-    format.width = 34;
-    format.height = 18;
-    format.frames_per_second = 10;
-    auto writer = movies_.OpenWriter(path_, format);
+    auto writer = movies_.OpenWriter(path_, MovieFormat{34, 18, 10, VideoCodec::Mjpeg, 90, {}});
     ASSERT_TRUE(Ok(writer));
     const Picture frame = Picture::Blank(34, 18);
     for (int i = 0; i < 25; ++i) ASSERT_TRUE(Ok((*writer)->WriteVideoFrame(frame.View())));
