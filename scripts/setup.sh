@@ -12,6 +12,7 @@ packages=(
   qt6-base-dev xvfb xauth
   chromium
   python3 python3-pyftpdlib clang-format
+  cmark
   clang libclang-rt-14-dev
   libmagick++-dev
   imagemagick

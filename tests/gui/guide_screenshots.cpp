@@ -1,0 +1,253 @@
+// The pictures of the user guide that the other desktop tests do not take: the capture window
+// alone, the Preferences, the device information, and a series waiting on motion. The desktop
+// program runs under xvfb-run; each window is opened as the operator opens it, photographed into
+// the screenshots folder (which the built guide shows) and closed again.
+
+#include <unistd.h>
+
+#include <QApplication>
+#include <QComboBox>
+#include <QElapsedTimer>
+#include <QListWidget>
+#include <QMdiSubWindow>
+#include <QMenu>
+#include <QMenuBar>
+#include <QMessageBox>
+#include <QTest>
+#include <QTimer>
+#include <QToolBar>
+#include <QToolButton>
+#include <cstdlib>
+#include <filesystem>
+#include <functional>
+#include <iostream>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "apps/zandrell/program_parts.h"
+#include "core/main_menus.h"
+#include "gui/desktop_toolkit.h"
+#include "main_window/master.h"
+
+namespace {
+
+constexpr std::int64_t kStepTimeoutMs = 20000;
+constexpr std::int64_t kSettleMs = 800;  // the face lays a window out and its timers run once
+constexpr int kJpegFiles = 2;            // of the series' file types
+
+QWidget* FindWidget(const char* name) {
+  for (QWidget* top : QApplication::topLevelWidgets()) {
+    if (top->objectName() == name && top->isVisible()) return top;
+    if (auto* found = top->findChild<QWidget*>(name); found && found->isVisible()) return found;
+  }
+  return nullptr;
+}
+
+QToolButton* FindButtonOf(const char* bar_name, const char* key) {
+  auto* bar = qobject_cast<QToolBar*>(FindWidget(bar_name));
+  return bar ? bar->findChild<QToolButton*>(key) : nullptr;
+}
+
+// A child window of the main window is photographed with its frame and title.
+QWidget* Framed(QWidget* window) {
+  auto* frame = window ? qobject_cast<QMdiSubWindow*>(window->parentWidget()) : nullptr;
+  return frame ? frame : window;
+}
+
+// Runs after this tick, so that a modal window it opens leaves the next ticks free.
+void Later(std::function<void()> action) { QTimer::singleShot(0, std::move(action)); }
+
+void Click(QWidget* widget) {
+  if (widget) QTest::mouseClick(widget, Qt::LeftButton);
+}
+
+// Each step is done when it answers true; a tick every 100 ms asks the step in turn.
+class Photographer {
+ public:
+  Photographer(zr::ProgramParts& parts, std::string folder) : parts_(parts), folder_(std::move(folder)) {
+    std::filesystem::create_directories(folder_);
+    steps_ = {
+        {"choose the built-in camera", [this] { return PickCamera(); }},
+        {"the capture window", [this] { return Photograph(Framed(FindWidget("VideoScreen")), "VideoScreen.png"); }},
+        {"the preferences",
+         [this] { return PhotographModal("Preferences", "Preferences.png", "Cancel", [this] { Preferences(); }); }},
+        {"the device information",
+         [this] {
+           return PhotographModal("VideoInfo", "VideoInfo.png", "OK",
+                                  [] { Click(FindButtonOf("DeviceToolbar", "info")); });
+         }},
+        {"a series waiting on motion", [this] { return WaitOnMotion(); }},
+        {"the end of the series", [this] { return EndSeries(); }},
+        {"the close", [this] { return Close(); }},
+    };
+    clock_.start();
+    QObject::connect(&tick_, &QTimer::timeout, [this] { Act(); });
+    tick_.start(100);
+  }
+  std::string failure;
+
+ private:
+  struct Step {
+    const char* what;
+    std::function<bool()> done;
+  };
+
+  void Act() {
+    if (auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget())) {
+      // The quit question is the only box the operator expects.
+      if (step_ + 1 < steps_.size()) Fail("a message box came up: " + box->text().toStdString());
+      if (auto* yes = box->button(QMessageBox::Yes)) return yes->click();
+      return box->accept();
+    }
+    if (step_ >= steps_.size()) return;
+    if (clock_.elapsed() - step_started_ > kStepTimeoutMs)
+      return Fail(std::string("\"") + steps_[step_].what + "\" did not come");
+    if (!steps_[step_].done()) return;
+    ++step_;
+    step_started_ = clock_.elapsed();
+    settled_since_ = -1;
+    asked_ = false;
+  }
+
+  void Fail(const std::string& why) {
+    if (failure.empty()) failure = why;
+    step_ = steps_.size() - 1;  // the close
+  }
+
+  zr::Master& MainWindow() { return parts_.program.Window<zr::Master>(); }
+
+  // True once `shown` has held for the settling time.
+  bool Settled(bool shown) {
+    if (!shown) return false;
+    if (settled_since_ < 0) settled_since_ = clock_.elapsed();
+    return clock_.elapsed() - settled_since_ >= kSettleMs;
+  }
+
+  bool Save(QWidget* window, const char* name) {
+    if (!window->grab().save(QString::fromStdString(folder_ + "/" + name))) Fail(std::string("cannot save ") + name);
+    return true;
+  }
+
+  bool Photograph(QWidget* window, const char* name) { return Settled(window != nullptr) && Save(window, name); }
+
+  // A window the program shows modally: opened once by `open`, photographed, closed by its button.
+  bool PhotographModal(const char* name, const char* picture, const char* close, const std::function<void()>& open) {
+    QWidget* window = FindWidget(name);
+    if (!window && !asked_) {
+      asked_ = true;
+      Later(open);
+    }
+    if (!Settled(window != nullptr)) return false;
+    Save(window, picture);
+    auto* button = window->findChild<QWidget*>(close);
+    if (!button) Fail(std::string(name) + " has no button " + close);
+    Later([button] { Click(button); });
+    return true;
+  }
+
+  bool PickCamera() {
+    auto* devices = qobject_cast<QListWidget*>(FindWidget("devices"));
+    auto* start = FindWidget("start");
+    if (!devices || !start) return false;
+    const auto found = devices->findItems("Built-in Test Camera (VFW)", Qt::MatchExactly);
+    if (found.isEmpty()) {
+      Fail("the chooser does not list the built-in camera");
+      return false;
+    }
+    QTest::mouseClick(devices->viewport(), Qt::LeftButton, {}, devices->visualItemRect(found.front()).center());
+    Click(start);
+    return true;
+  }
+
+  // The File menu's entry, as the operator picks it.
+  void Preferences() {
+    const QString caption = QString::fromStdString(MainWindow().FileMenu(zr::file_menu::kPreferences).Caption);
+    for (QAction* menu : FindWidget("Master")->findChild<QMenuBar*>()->actions())
+      for (QAction* entry : menu->menu()->actions())
+        if (entry->text() == caption) return entry->trigger();
+  }
+
+  // Multiple image mode from the mode bar, numbered JPEG files, the motion trigger, and Rec/Stop: the status line
+  // reports the change the detector sees in the moving picture of the built-in camera.
+  bool WaitOnMotion() {
+    if (!parts_.devices.LatestPicture()) return false;
+    if (parts_.program.state.CaptureType != "multiple") {
+      Click(FindButtonOf("MainToolbar", "multiple"));
+      return false;
+    }
+    auto* mode = qobject_cast<QComboBox*>(FindWidget("MultipleImageMode"));
+    auto* motion = FindButtonOf("TriggerType", "motion");
+    if (!mode || !motion) return false;
+    if (mode->currentIndex() != kJpegFiles) {
+      mode->setCurrentIndex(kJpegFiles);
+      emit mode->activated(kJpegFiles);  // as the operator's choice in the list
+      return false;
+    }
+    if (!motion->isChecked()) {
+      Click(motion);
+      return false;
+    }
+    if (!asked_) {
+      asked_ = true;
+      Click(FindButtonOf("MultipleImageToolbar", "record"));
+    }
+    const bool reporting = MainWindow().StatusString.Caption.get().ends_with("Image changed");
+    return Settled(reporting) && Save(FindWidget("Master"), "motion_series.png");
+  }
+
+  bool EndSeries() {
+    if (!asked_) {
+      asked_ = true;
+      Click(FindButtonOf("MultipleImageToolbar", "record"));
+    }
+    return MainWindow().RecordButton().Image.get() == "record";
+  }
+
+  bool Close() {
+    if (!asked_) {
+      asked_ = true;
+      if (QWidget* main = FindWidget("Master")) Later([main] { main->close(); });
+    }
+    return false;  // the program ends
+  }
+
+  zr::ProgramParts& parts_;
+  std::string folder_;
+  std::vector<Step> steps_;
+  std::size_t step_ = 0;
+  QElapsedTimer clock_;
+  std::int64_t step_started_ = 0;
+  std::int64_t settled_since_ = -1;
+  bool asked_ = false;  // the step's own action was taken
+  QTimer tick_;
+};
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  const std::filesystem::path folder =
+      std::filesystem::temp_directory_path() / ("zr-guide-screenshots-" + std::to_string(getpid()));
+  std::filesystem::remove_all(folder);
+  std::filesystem::create_directories(folder / "config");
+  setenv("XDG_CONFIG_HOME", (folder / "config").c_str(), 1);
+  auto toolkit = zr::gui::DesktopToolkit::Open(argc, argv);
+  if (!toolkit) {
+    std::cerr << "FAIL: no display to open windows on\n";
+    return 1;
+  }
+  zr::ProgramParts parts(
+      toolkit->Loop(), toolkit->Descriptors(), [] {}, toolkit->Dialogs(), toolkit->Clipboard(),
+      &toolkit->DeviceDialogs(), toolkit->Screen(),
+      zr::ProgramStart{folder.string() + "/", "", folder.string() + "/", zr::Language::English},
+      zr::platform::linux_impl::ProbeVideoDevices(), zr::platform::linux_impl::ProbeAudioDevices());
+  Photographer photographer(parts, ZR_SCREENSHOT_DIR);
+  toolkit->Run(parts.program, parts.LiveVideo());
+  std::filesystem::remove_all(folder);
+  if (!photographer.failure.empty()) {
+    std::cerr << "FAIL: " << photographer.failure << "\n";
+    return 1;
+  }
+  std::cout << "PASS\n";
+  return 0;
+}
