@@ -1,5 +1,6 @@
 // The pictures of the user guide that the other desktop tests do not take: the capture window
-// alone, the Preferences, the device information, and a series waiting on motion. The desktop
+// alone, the Preferences, the device information, the message of a set-up being saved, and a
+// series waiting on motion. The desktop
 // program runs under xvfb-run; each window is opened as the operator opens it, photographed into
 // the screenshots folder (which the built guide shows) and closed again.
 
@@ -27,6 +28,7 @@
 
 #include "apps/zandrell/program_parts.h"
 #include "core/main_menus.h"
+#include "core/message_window.h"
 #include "gui/desktop_toolkit.h"
 #include "main_window/master.h"
 
@@ -77,6 +79,7 @@ class Photographer {
            return PhotographModal("VideoInfo", "VideoInfo.png", "OK",
                                   [] { Click(FindButtonOf("DeviceToolbar", "info")); });
          }},
+        {"the message of a set-up being saved", [this] { return PhotographMessage(); }},
         {"a series waiting on motion", [this] { return WaitOnMotion(); }},
         {"the end of the series", [this] { return EndSeries(); }},
         {"the close", [this] { return Close(); }},
@@ -143,6 +146,21 @@ class Photographer {
     auto* button = window->findChild<QWidget*>(close);
     if (!button) Fail(std::string(name) + " has no button " + close);
     Later([button] { Click(button); });
+    return true;
+  }
+
+  // The small window the program shows while it saves a set-up, which lasts only as long as the
+  // saving: shown here with the same words and taken down after its photograph.
+  bool PhotographMessage() {
+    auto& program = parts_.program;
+    if (!asked_) {
+      asked_ = true;
+      Later([&program] {
+        program.Window<zr::Msg>().Say(program, program.Translate("Video Zandrell is saving parameters..."));
+      });
+    }
+    if (!Photograph(FindWidget("Msg"), "Msg.png")) return false;
+    program.SlotOf<zr::Msg>().Unload();
     return true;
   }
 
