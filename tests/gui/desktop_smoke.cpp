@@ -623,7 +623,7 @@ int main(int argc, char** argv) {
   if (!toolkit) return Failed("no display to open windows on");
   zr::ProgramParts parts(
       toolkit->Loop(), toolkit->Descriptors(), [] {}, toolkit->Dialogs(), toolkit->Clipboard(),
-      &toolkit->DeviceDialogs(), toolkit->Screen(),
+      &toolkit->DeviceDialogs(), toolkit->Facts(),
       zr::ProgramStart{folder.string() + "/", "", folder.string() + "/", zr::Language::English},
       zr::platform::linux_impl::ProbeVideoDevices(), zr::platform::linux_impl::ProbeAudioDevices());
   const std::string mode = argc > 1 ? argv[1] : "";
