@@ -19,7 +19,7 @@ namespace zr::gui {
 
 namespace {
 
-constexpr int kLogoSide = 112;
+constexpr int kLogoSide = 96;
 
 QHBoxLayout* ButtonAtTheRight(QWidget* button) {
   auto* row = new QHBoxLayout;
@@ -44,7 +44,7 @@ class AboutFace final : public PlainWindow {
     auto* heading = new QHBoxLayout;
     auto* logo = new QLabel(this);
     logo->setObjectName("Logo");
-    logo->setPixmap(SplashLogo(QSize(kLogoSide, kLogoSide)));
+    logo->setPixmap(ApplicationIcon().pixmap(kLogoSide, kLogoSide));
     heading->addWidget(logo);
     auto* name_and_version = new QVBoxLayout;
     QWidget* name = Bound(model.ProductName);
