@@ -19,12 +19,9 @@ constexpr TextTranslations kTable[] = {
     {"Version", "Versão", "Versión", "Version", "Version"},
     {"Build", "Compilação", "Compilación", "Build", "Build"},
 
-    // ---- The desktop window's frame: the Window and Help menus
+    // ---- The desktop window's frame: the menu bar's titles, and the about window's caption
     {"&Window", "&Janela", "&Ventana", "&Fenêtre", "&Fenster"},
-    {"Tile", "Lado a lado", "Mosaico", "Mosaïque", "Nebeneinander"},
-    {"Cascade", "Cascata", "Cascada", "Cascade", "Überlappend"},
-    {"Arrange Icons", "Organizar ícones", "Organizar iconos", "Réorganiser les icônes", "Symbole anordnen"},
-    {"About", "Sobre", "Acerca de", "À propos", "Info"},
+    {"About", "Sobre", "Acerca de", "À propos de", "Über"},
 
     // ---- Start and end of the program
     {"Cannot open ", "Não é possível abrir ", "No se puede abrir ", "Impossible d'ouvrir ", "Fehler beim Öffnen von "},
