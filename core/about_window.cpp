@@ -19,6 +19,7 @@ void AboutWindow::Load() {
   for (const auto& library : program_.services.desktop.Libraries())
     Libraries.ListItems.push_back({library.name, {library.version, library.licence}});
   WebAddress.Caption = program_.state.ProductSite;
+  WebAddress.ForeColor = ui::Rgb(0x1E, 0x88, 0xE5);  // the colour of a link
   OK.Caption = program_.Translate("OK");
 }
 

@@ -61,7 +61,9 @@ class AboutFace final : public PlainWindow {
     layout->addWidget(libraries, 1);
     QWidget* address = Bound(model.WebAddress);
     address->setCursor(Qt::PointingHandCursor);
-    address->setStyleSheet("color: #1e88e5; text-decoration: underline;");
+    QFont link = address->font();
+    link.setUnderline(true);
+    address->setFont(link);
     layout->addWidget(address);
     layout->addLayout(ButtonAtTheRight(Bound(model.OK)));
     Refresh();

@@ -67,7 +67,7 @@ void Master::MainToolbar_ButtonClick(ui::ToolbarButton& button) {
   else if (key == "srt")
     OpenSubtitleEditor();
   else if (key == "about")
-    program_.SlotOf<AboutWindow>().ShowModal(program_.services.loop);
+    ShowAbout();
   else if (key == "scanner" || key == "choose_scanner")
     throw NotBuiltYet("the main toolbar command \"" + key + "\"");
 }
@@ -100,7 +100,7 @@ void Master::DeviceToolbar_ButtonClick(ui::ToolbarButton& button) {
   else if (key == "lens")
     program_.Window<FOV>().Show();
   else if (key == "about")
-    program_.SlotOf<AboutWindow>().ShowModal(program_.services.loop);
+    ShowAbout();
   else if (key == "screen")
     CompanionMissing(
         program_.Translate("Error 03: Cannot run Video Zandrell Screen Capture, which Linux does not have"));
@@ -207,8 +207,10 @@ void Master::HelpMenu_Click(int index) {
   else if (index == kHomePage)
     program_.services.desktop.OpenAddress(program_.state.ProductSite);
   else if (index == kAbout)
-    program_.SlotOf<AboutWindow>().ShowModal(program_.services.loop);
+    ShowAbout();
 }
+
+void Master::ShowAbout() { program_.SlotOf<AboutWindow>().ShowModal(program_.services.loop); }
 
 void Master::ShowUserGuide() {
   const auto guide = program_.services.desktop.UserGuide();

@@ -114,6 +114,7 @@ class Master : public MainWindow,
   void ToggleAudioPreview();
   // The desktop's system information tool, else the program's own window.
   void ShowSystemInformation();
+  void ShowAbout();
   // The user guide in the browser, or a message that it is not installed.
   void ShowUserGuide();
   // A companion program the system cannot run: the message the program gives for it.
