@@ -153,7 +153,7 @@ struct SystemDescription {
 // arranges the main window's child windows, and the libraries of its toolkit. Without windows
 // the screen is a default and there is nothing to arrange.
 struct ToolkitFacts {
-  ToolkitFacts(ScreenSize screen_size = {1920, 1080}) : screen(screen_size) {}  // NOLINT: a screen alone
+  ToolkitFacts(ScreenSize screen_size = {1920, 1080}) : screen(screen_size) {}  // NOLINT: implicit, from a screen alone
   ScreenSize screen;
   std::function<void(ArrangeCode)> arrange_children;
   std::vector<LibraryVersion> libraries;
