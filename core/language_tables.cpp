@@ -19,12 +19,9 @@ constexpr TextTranslations kTable[] = {
     {"Version", "Versão", "Versión", "Version", "Version"},
     {"Build", "Compilação", "Compilación", "Build", "Build"},
 
-    // ---- The desktop window's frame: the Window and Help menus
+    // ---- The desktop window's frame: the menu bar's titles, and the about window's caption
     {"&Window", "&Janela", "&Ventana", "&Fenêtre", "&Fenster"},
-    {"Tile", "Lado a lado", "Mosaico", "Mosaïque", "Nebeneinander"},
-    {"Cascade", "Cascata", "Cascada", "Cascade", "Überlappend"},
-    {"Arrange Icons", "Organizar ícones", "Organizar iconos", "Réorganiser les icônes", "Symbole anordnen"},
-    {"About", "Sobre", "Acerca de", "À propos", "Info"},
+    {"About", "Sobre", "Acerca de", "À propos de", "Über"},
 
     // ---- Start and end of the program
     {"Cannot open ", "Não é possível abrir ", "No se puede abrir ", "Impossible d'ouvrir ", "Fehler beim Öffnen von "},
@@ -264,12 +261,25 @@ constexpr TextTranslations kTable[] = {
     {" &8 bits", " &8 bits", " &8 bits", " &8 bits", " &8 Bit"},
     {"1&6 bits", "1&6 bits", "1&6 bits", "1&6 bits", "1&6 Bit"},
     {"Sample Rate", "Taxa de amostragem", "Frecuencia de muestreo", "Fréquence d'échantillonnage", "Abtastrate"},
+    {"8 Khz", "8 kHz", "8 kHz", "8 kHz", "8 kHz"},
+    {"11 Khz", "11 kHz", "11 kHz", "11 kHz", "11 kHz"},
+    {"22 Khz", "22 kHz", "22 kHz", "22 kHz", "22 kHz"},
+    {"44 Khz", "44 kHz", "44 kHz", "44 kHz", "44 kHz"},
     {"Recording Settings", "Configurações de gravação", "Configuración de grabación", "Paramètres d'enregistrement",
      "Aufnahmeeinstellungen"},
     {"Sound Volume", "Volume do som", "Volumen de sonido", "Volume sonore", "Lautstärke"},
     {"Preview Audio (only for WDM drivers)", "Pré-visualizar áudio (somente drivers WDM)",
      "Vista previa de audio (solo controladores WDM)", "Écoute de l'audio (pilotes WDM uniquement)",
      "Audiovorschau (nur für WDM-Treiber)"},
+    {"No volume control was found on this desktop. Install pavucontrol to set the recording and playback levels.",
+     "Nenhum controle de volume foi encontrado nesta área de trabalho. Instale o pavucontrol para ajustar os níveis "
+     "de gravação e reprodução.",
+     "No se encontró ningún control de volumen en este escritorio. Instale pavucontrol para ajustar los niveles de "
+     "grabación y reproducción.",
+     "Aucun contrôle du volume n'a été trouvé sur ce bureau. Installez pavucontrol pour régler les niveaux "
+     "d'enregistrement et de lecture.",
+     "Auf diesem Desktop wurde keine Lautstärkeregelung gefunden. Installieren Sie pavucontrol, um die Aufnahme- und "
+     "Wiedergabepegel einzustellen."},
 
     // ---- Main window: the Window menu
     {"Tile &Horizontally", "Lado a lado &horizontal", "Mosaico &horizontal", "Mosaïque &horizontale",
@@ -284,7 +294,34 @@ constexpr TextTranslations kTable[] = {
     {"&Splash Window", "&Tela de abertura", "&Pantalla de presentación", "É&cran de démarrage", "&Startbildschirm"},
     {"Check for Upgrades...", "Verificar atualizações...", "Buscar actualizaciones...",
      "Rechercher des mises à jour...", "Nach Aktualisierungen suchen..."},
+    {"Video Zandrell on the &Web", "Video Zandrell na &Web", "Video Zandrell en la &Web", "Video Zandrell sur le &Web",
+     "Video Zandrell im &Web"},
+    {"The user guide is not installed.", "O guia do usuário não está instalado.",
+     "La guía del usuario no está instalada.", "Le guide de l'utilisateur n'est pas installé.",
+     "Das Benutzerhandbuch ist nicht installiert."},
     {"&About", "&Sobre", "&Acerca de", "À &propos", "Ü&ber"},
+
+    // ---- The device toolbar's screen capture
+    {"Error 03: Cannot run Video Zandrell Screen Capture, which Linux does not have",
+     "Erro 03: não é possível executar o Video Zandrell Screen Capture, que o Linux não tem",
+     "Error 03: no se puede ejecutar Video Zandrell Screen Capture, que Linux no tiene",
+     "Erreur 03 : impossible de lancer Video Zandrell Screen Capture, que Linux n'a pas",
+     "Fehler 03: Video Zandrell Screen Capture kann nicht gestartet werden, da es unter Linux fehlt"},
+
+    // ---- The about window
+    {"Library", "Biblioteca", "Biblioteca", "Bibliothèque", "Bibliothek"},
+    {"Licence", "Licença", "Licencia", "Licence", "Lizenz"},
+
+    // ---- The program's own system information window
+    {"System Information", "Informações do sistema", "Información del sistema", "Informations système",
+     "Systeminformationen"},
+    {"Item", "Item", "Elemento", "Élément", "Eintrag"},
+    {"Value", "Valor", "Valor", "Valeur", "Wert"},
+    {"Kernel", "Kernel", "Núcleo", "Noyau", "Kernel"},
+    {"Processor", "Processador", "Procesador", "Processeur", "Prozessor"},
+    {"Memory", "Memória", "Memoria", "Mémoire", "Arbeitsspeicher"},
+    {"Camera", "Câmera", "Cámara", "Caméra", "Kamera"},
+    {"Sound device", "Dispositivo de som", "Dispositivo de sonido", "Périphérique audio", "Audiogerät"},
 
     // ---- Main window: the priority menu
     {"RealTime Priority", "Prioridade em tempo real", "Prioridad en tiempo real", "Priorité temps réel",

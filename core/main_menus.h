@@ -75,6 +75,16 @@ enum Entry : int {
 };
 }  // namespace toolbars_menu
 
+// The Window menu's entries; each arranges the child windows by its code
+// (platform::ArrangeCode).
+namespace window_menu {
+enum Entry : int { kTileHorizontally = 0, kTileVertically = 1, kCascade = 2, kArrangeIcons = 3 };
+}  // namespace window_menu
+
+namespace help_menu {
+enum Entry : int { kHelp = 0, kSplashWindow = 2, kCheckForUpgrades = 3, kHomePage = 4, kAbout = 6 };
+}  // namespace help_menu
+
 namespace priority_menu {
 enum Entry : int { kRealTime = 0, kHigh = 1, kNormal = 2 };
 }  // namespace priority_menu

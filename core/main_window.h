@@ -53,8 +53,11 @@ class MainWindow : public ui::Window {
   ui::ControlArray<ui::Menu> ViewMenu;
   ui::ControlArray<ui::Menu> VideoMenu;
   ui::ControlArray<ui::Menu> AudioMenu;
+  ui::ControlArray<ui::Menu> SampleRateMenu;  // the sub-menu of the Audio menu's "Sample Rate"
   ui::ControlArray<ui::Menu> Toolbars;
   ui::ControlArray<ui::Menu> cpu_priority;
+  ui::ControlArray<ui::Menu> WindowMenu;
+  ui::ControlArray<ui::Menu> HelpMenu;
 
   // ---- main timers
   ui::Timer MasterTimer{*this, "MasterTimer", 100, true};

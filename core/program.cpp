@@ -99,7 +99,7 @@ void Program::Main() {
   state.AutostartMinutes = 0;
   state.AutostartSeconds = 10;
   state.CaptureFilename = state.AppPath + "zandrell.avi";
-  state.ProductSite = "https://video-zandrell.example/";
+  state.ProductSite = kHomeAddress;
   WriteRunRecord();
   Window<zr::Splash>().Show();
   auto& store = services.settings;

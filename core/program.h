@@ -62,6 +62,9 @@ struct Services {
 
 // The application title: the root of the window settings and the title of message boxes.
 inline const std::string kAppTitle = "Video Zandrell";
+// The product's web address, and the page of its releases, where "Check for Upgrades..." leads.
+inline const std::string kHomeAddress = "https://video-zandrell.example/";
+inline const std::string kReleasePage = kHomeAddress + "releases/";
 constexpr int kVersionMajor = 1;
 constexpr int kVersionMinor = 0;
 constexpr int kVersionRevision = 1;

@@ -87,14 +87,6 @@ class OtherInfoWindow final : public PlainWindow {
   }
 };
 
-template <class Face, class Model>
-FaceMaker MakeFace() {
-  return [](ui::Window& window, const FaceParts& parts) {
-    auto* face = new Face(dynamic_cast<Model&>(window), parts.guard, parts.close_box);
-    return ShownWindow{face, [face] { face->Refresh(); }};
-  };
-}
-
 const FaceRegistration kVideoSettingsFace{"VideoSettings", MakeFace<VideoSettingsWindow, VideoSettings>()};
 const FaceRegistration kVideoCodecFace{"VideoCODEC", MakeFace<VideoCodecWindow, VideoCodec>()};
 const FaceRegistration kOtherInfoFace{"OtherInfo", MakeFace<OtherInfoWindow, OtherInfo>()};

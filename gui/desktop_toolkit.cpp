@@ -63,9 +63,20 @@ class QtDesktopToolkit final : public DesktopToolkit {
     return {screen->geometry().width(), screen->geometry().height()};
   }
 
+  // Qt's version is the library's, as it runs.
+  platform::ToolkitFacts Facts() override {
+    platform::ToolkitFacts facts(Screen());
+    facts.arrange_children = [this](platform::ArrangeCode code) {
+      if (face_ && face_->MainWindow()) face_->MainWindow()->ArrangeChildWindows(code);
+    };
+    facts.libraries.push_back({"Qt", qVersion(), "LGPL version 3"});
+    return facts;
+  }
+
   int Run(Program& program, LiveVideo live) override {
     program_ = &program;
     DesktopFace face(program, loop_, dialogs_, std::move(live));
+    face_ = &face;
     face.OnParentWindow([this](QWidget* parent) { device_dialogs_.SetParentWindow(parent); });
     bool ended = false;
     face.OnProgramEnd([&ended] {
@@ -76,6 +87,7 @@ class QtDesktopToolkit final : public DesktopToolkit {
     face.Sync();
     if (!ended && program.SlotOf<Master>().Loaded()) QApplication::exec();
     end_look_.stop();
+    face_ = nullptr;
     program_ = nullptr;
     return 0;
   }
@@ -102,8 +114,9 @@ class QtDesktopToolkit final : public DesktopToolkit {
     });
   }
 
-  Program* program_ = nullptr;  // while Run runs
-  QTimer end_look_;             // looks for the moment to end the program on a request
+  Program* program_ = nullptr;   // while Run runs
+  DesktopFace* face_ = nullptr;  // while Run runs
+  QTimer end_look_;              // looks for the moment to end the program on a request
 };
 
 }  // namespace

@@ -28,6 +28,9 @@ class DesktopToolkit {
   virtual platform::DeviceDialogHost& DeviceDialogs() = 0;
   // The size of the screen the windows open on.
   virtual platform::ScreenSize Screen() const = 0;
+  // The screen, the arrangement of the main window's child windows (while the program's
+  // windows run) and the toolkit's own library, for the desktop service.
+  virtual platform::ToolkitFacts Facts() = 0;
 
   // Starts the program (its entry, with the device chooser) and shows its windows until the
   // main window is gone. Returns the process's exit status.

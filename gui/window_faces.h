@@ -40,6 +40,16 @@ using FaceMaker = std::function<ShownWindow(ui::Window& window, const FaceParts&
 // The face registered for a window name; null for a window laid out plainly.
 const FaceMaker* FindFace(std::string_view window_name);
 
+// The face of a window laid out by a widget class of its own, made from the model window, the
+// guard and the close box, and refreshed by its Refresh.
+template <class Face, class Model>
+FaceMaker MakeFace() {
+  return [](ui::Window& window, const FaceParts& parts) {
+    auto* face = new Face(dynamic_cast<Model&>(window), parts.guard, parts.close_box);
+    return ShownWindow{face, [face] { face->Refresh(); }};
+  };
+}
+
 class FaceRegistration {
  public:
   FaceRegistration(std::string window_name, FaceMaker make);

@@ -5,7 +5,6 @@
 #include <QLabel>
 #include <QMdiSubWindow>
 #include <QMenuBar>
-#include <QMessageBox>
 #include <QMouseEvent>
 #include <QPainter>
 #include <QStatusBar>
@@ -14,6 +13,7 @@
 #include <algorithm>
 
 #include "capture/video_screen.h"
+#include "core/main_menus.h"
 #include "gui/icons.h"
 #include "gui/picture_image.h"
 #include "gui/window_faces.h"
@@ -201,10 +201,11 @@ struct MenuOfBar {
   const char* title;
   ui::ControlArray<ui::Menu> MainWindow::*entries;
 };
-const MenuOfBar kMenus[] = {{"&File", &MainWindow::FileMenu},        {"&Edit", &MainWindow::EditMenu},
-                            {"&View", &MainWindow::ViewMenu},        {"&Video", &MainWindow::VideoMenu},
-                            {"&Audio", &MainWindow::AudioMenu},      {"&Toolbars", &MainWindow::Toolbars},
-                            {"&Priority", &MainWindow::cpu_priority}};
+const MenuOfBar kMenus[] = {{"&File", &MainWindow::FileMenu},         {"&Edit", &MainWindow::EditMenu},
+                            {"&View", &MainWindow::ViewMenu},         {"&Video", &MainWindow::VideoMenu},
+                            {"&Audio", &MainWindow::AudioMenu},       {"&Toolbars", &MainWindow::Toolbars},
+                            {"&Priority", &MainWindow::cpu_priority}, {"&Window", &MainWindow::WindowMenu},
+                            {"&Help", &MainWindow::HelpMenu}};
 
 // What each band of the cool bar holds, by control name (an index after '#' for an element of
 // a control array); "|" starts a second row inside the band.
@@ -283,30 +284,58 @@ void MasterWindow::BuildMenus() {
   for (const auto& menu_of_bar : kMenus) {
     QMenu* menu = menu_bar_->addMenu(Text(program_.Translate(menu_of_bar.title)));
     for (const auto& [index, entry] : (model_.*menu_of_bar.entries).Elements()) {
-      ui::Menu* model = entry.get();
-      QAction* action = entry->Caption.get() == "-" ? menu->addSeparator() : menu->addAction(Text(entry->Caption));
-      connect(action, &QAction::triggered, this, [this, model] { guard_([model] { model->Click(); }); });
-      menu_entries_.push_back({model, action});
-    }
-    if (menu_of_bar.entries == &MainWindow::Toolbars) {
-      QMenu* window = menu_bar_->addMenu(Text(program_.Translate("&Window")));
-      window->addAction(Text(program_.Translate("Tile")), this, [this] { area_->tileSubWindows(); });
-      window->addAction(Text(program_.Translate("Cascade")), this, [this] { area_->cascadeSubWindows(); });
-      window->addAction(Text(program_.Translate("Arrange Icons")), this, [this] {
-        int left = 0;
-        for (QMdiSubWindow* child : area_->subWindowList()) {
-          if (!child->isMinimized()) continue;
-          child->move(left, area_->height() - child->height());
-          left += child->width();
-        }
-      });
+      // The Audio menu's "Sample Rate" opens the sample rates.
+      if (menu_of_bar.entries == &MainWindow::AudioMenu && index == audio_menu::kSampleRate) {
+        QMenu* rates = menu->addMenu(Text(entry->Caption));
+        menu_entries_.push_back({entry.get(), rates->menuAction()});
+        AddMenuEntries(*rates, model_.SampleRateMenu);
+        continue;
+      }
+      AddMenuEntry(*menu, *entry);
     }
   }
-  QMenu* help = menu_bar_->addMenu(Text(program_.Translate("&Help")));
-  help->addAction(Text(program_.Translate("About")), this, [this] {
-    QMessageBox::about(this, Text(kAppTitle),
-                       Text(kAppTitle + "\n" + program_.VersionText + "\n" + program_.state.ProductSite));
-  });
+}
+
+void MasterWindow::AddMenuEntries(QMenu& menu, ui::ControlArray<ui::Menu>& entries) {
+  for (const auto& [index, entry] : entries.Elements()) AddMenuEntry(menu, *entry);
+}
+
+void MasterWindow::AddMenuEntry(QMenu& menu, ui::Menu& model) {
+  QAction* action = model.Caption.get() == "-" ? menu.addSeparator() : menu.addAction(Text(model.Caption));
+  connect(action, &QAction::triggered, this, [this, entry = &model] { guard_([entry] { entry->Click(); }); });
+  menu_entries_.push_back({&model, action});
+}
+
+// The child windows laid out in the child area, which lies inside the main window on the
+// screen. Tiled "horizontally", the windows stand one above the other, each as wide as the
+// area; "vertically", side by side, each as tall as it. Minimised windows keep their icons,
+// which "Arrange Icons" lines up along the bottom.
+void MasterWindow::ArrangeChildWindows(platform::ArrangeCode code) {
+  if (code == platform::ArrangeCode::Cascade) return area_->cascadeSubWindows();
+  std::vector<QMdiSubWindow*> open;
+  std::vector<QMdiSubWindow*> icons;
+  for (QMdiSubWindow* child : area_->subWindowList())
+    if (child->isVisible()) (child->isMinimized() ? icons : open).push_back(child);
+  const QRect area = area_->viewport()->rect();
+  if (code == platform::ArrangeCode::ArrangeIcons) {
+    int left = 0;
+    for (QMdiSubWindow* icon : icons) {
+      icon->move(left, area.height() - icon->height());
+      left += icon->width();
+    }
+    return;
+  }
+  if (open.empty()) return;
+  const bool one_above_the_other = code == platform::ArrangeCode::TileHorizontally;
+  const int count = static_cast<int>(open.size());
+  for (int place = 0; place < count; ++place) {
+    const QRect tile = one_above_the_other
+                           ? QRect(0, area.height() * place / count, area.width(),
+                                   area.height() * (place + 1) / count - area.height() * place / count)
+                           : QRect(area.width() * place / count, 0,
+                                   area.width() * (place + 1) / count - area.width() * place / count, area.height());
+    open[static_cast<std::size_t>(place)]->setGeometry(tile);
+  }
 }
 
 void MasterWindow::BuildCoolBar() {

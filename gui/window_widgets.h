@@ -6,6 +6,7 @@
 
 #include <QMainWindow>
 #include <QMdiArea>
+#include <QMenu>
 #include <QMenuBar>
 #include <QTimer>
 #include <functional>
@@ -104,6 +105,8 @@ class MasterWindow : public QMainWindow {
   QMdiArea& ChildArea() { return *area_; }
   // The model window is gone: nothing the operator does here reaches it any more.
   void Detach() { detached_ = true; }
+  // Lays out the child windows by the Window menu's arrange code.
+  void ArrangeChildWindows(platform::ArrangeCode code);
 
  protected:
   void closeEvent(QCloseEvent* event) override;
@@ -112,6 +115,8 @@ class MasterWindow : public QMainWindow {
 
  private:
   void BuildMenus();
+  void AddMenuEntries(QMenu& menu, ui::ControlArray<ui::Menu>& entries);
+  void AddMenuEntry(QMenu& menu, ui::Menu& model);
   void BuildCoolBar();
   void BuildModeBar();
   QWidget* BuildStatusPanel();

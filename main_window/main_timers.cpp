@@ -19,6 +19,7 @@ constexpr double kMegabyte = 1048576.0;
 void Master::MasterTimer_Timer() {
   auto& state = program_.state;
   ResumeNext([&] { ReadShortcutKeys(); });
+  ResumeNext([&] { ReadHelpKey(); });
   ResumeNext([&] { ShowAddress(); });
   ResumeNext([&] {
     if (state.CaptureFilename.empty()) state.CaptureFilename = state.AppPath + "capture.avi";
@@ -76,6 +77,15 @@ void Master::ReadShortcutKeys() {
       return;
     }
   }
+}
+
+// F1 opens the user guide once for each press, while the main window or a child of it is in
+// front; a held key does not open it again at every tick.
+void Master::ReadHelpKey() {
+  const bool down = program_.ForegroundWindow == "Master" && program_.KeyDown("F1");
+  const bool pressed = down && !help_key_down_;
+  help_key_down_ = down;
+  if (pressed) ShowUserGuide();
 }
 
 void Master::MasterTimer2_Timer() {

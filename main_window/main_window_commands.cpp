@@ -1,8 +1,9 @@
 // The main window's menus and toolbar keys that belong to the running program: the modes,
-// the parameter files, the preferences, the sound choice, the Toolbars menu and Exit. Each
-// command is one line to the procedure that does the work.
+// the parameter files, the preferences, the sound choice, the Toolbars, Window and Help menus,
+// the desktop's own tools and Exit. Each command is one line to the procedure that does the work.
 
 #include <cctype>
+#include <cstdio>
 
 #include "base/formatting.h"
 #include "capture/codec_catalogue.h"
@@ -11,10 +12,13 @@
 #include "capture/video_info.h"
 #include "capture/video_screen.h"
 #include "capture/video_settings.h"
+#include "core/about_window.h"
 #include "core/main_menus.h"
 #include "core/operating_mode.h"
 #include "core/preferences.h"
 #include "core/settings_keys.h"
+#include "core/splash.h"
+#include "core/system_information.h"
 #include "image/tools/field_of_view.h"
 #include "image/tools/full_screen.h"
 #include "image/tools/histogram.h"
@@ -26,6 +30,27 @@
 #include "net/net_config.h"
 
 namespace zr {
+
+namespace {
+
+// A file's address for the browser: every byte but the unreserved ones and the separators
+// written as %XX, so blanks and other signs in the path survive.
+std::string FileAddress(const std::string& path) {
+  std::string address = "file://";
+  for (const char letter : path) {
+    const auto byte = static_cast<unsigned char>(letter);
+    if (std::isalnum(byte) || letter == '/' || letter == '-' || letter == '_' || letter == '.' || letter == '~') {
+      address += letter;
+    } else {
+      char escaped[4];
+      std::snprintf(escaped, sizeof escaped, "%%%02X", byte);
+      address += escaped;
+    }
+  }
+  return address;
+}
+
+}  // namespace
 
 void Master::MainToolbar_ButtonClick(ui::ToolbarButton& button) {
   const std::string& key = button.Key();
@@ -41,7 +66,9 @@ void Master::MainToolbar_ButtonClick(ui::ToolbarButton& button) {
     OpenMovieFromToolbar();
   else if (key == "srt")
     OpenSubtitleEditor();
-  else
+  else if (key == "about")
+    ShowAbout();
+  else if (key == "scanner" || key == "choose_scanner")
     throw NotBuiltYet("the main toolbar command \"" + key + "\"");
 }
 
@@ -72,7 +99,12 @@ void Master::DeviceToolbar_ButtonClick(ui::ToolbarButton& button) {
     program_.Window<Histogram>().Show();
   else if (key == "lens")
     program_.Window<FOV>().Show();
-  else
+  else if (key == "about")
+    ShowAbout();
+  else if (key == "screen")
+    CompanionMissing(
+        program_.Translate("Error 03: Cannot run Video Zandrell Screen Capture, which Linux does not have"));
+  else if (key == "exportdv")
     throw NotBuiltYet("the device toolbar command \"" + key + "\"");
 }
 
@@ -115,8 +147,79 @@ void Master::FileMenu_Click(int index) {
     program_.SlotOf<Preferences>().ShowModal(program_.services.loop);
   else if (index == kExit)
     program_.SlotOf<Master>().Unload(ui::UnloadMode::FromCode);
-  else if (index == kMediaBroadcast || index == kSystemInformation)
-    throw NotBuiltYet("the file menu entry " + std::to_string(index));
+  else if (index == kMediaBroadcast)
+    CompanionMissing(program_.Translate("Error 02: Cannot run Video Zandrell Broadcast"));
+  else if (index == kSystemInformation)
+    ShowSystemInformation();
+}
+
+// The separate broadcast and screen capture programs exist only for the system the program was
+// first written for; the operator gets the message the program gives when one cannot be run.
+void Master::CompanionMissing(const std::string& message) {
+  program_.MessageBox(message, platform::MessageButtons::Ok, platform::MessageIcon::Stop);
+}
+
+void Master::ShowSystemInformation() {
+  if (!program_.services.desktop.OpenSystemInformation()) program_.Window<SystemInformation>().Show();
+}
+
+void Master::OpenVolumeControl(platform::VolumeView view) {
+  if (program_.services.desktop.OpenVolumeControl(view)) return;
+  program_.MessageBox(program_.Translate("No volume control was found on this desktop. Install pavucontrol to set "
+                                         "the recording and playback levels."),
+                      platform::MessageButtons::Ok, platform::MessageIcon::Exclamation);
+}
+
+// The control kind hears the captured sound while its preview is off for the change; the
+// capture window's "audio" panel shows the same state.
+void Master::ToggleAudioPreview() {
+  auto& entry = AudioMenu(audio_menu::kPreviewAudio);
+  entry.Checked = !entry.Checked;
+  auto& screen = program_.Window<VideoScreen>();
+  if (screen.Kind() != DeviceKind::Control) return;
+  const bool on = entry.Checked;
+  screen.StatusBar.Panels("audio").Bevel = on ? ui::BevelStyle::Inset : ui::BevelStyle::Raised;
+  ResumeNext([&] {
+    auto& control = screen.Control();
+    control.SetPreviewEnabled(false);
+    control.SetAudioPreview(on);
+    control.SetPreviewEnabled(true);
+  });
+}
+
+// The entries in the menu's order arrange by the codes 1, 2, 0 and 3.
+void Master::WindowMenu_Click(int index) {
+  static constexpr platform::ArrangeCode kCodes[] = {
+      platform::ArrangeCode::TileHorizontally, platform::ArrangeCode::TileVertically, platform::ArrangeCode::Cascade,
+      platform::ArrangeCode::ArrangeIcons};
+  if (index >= 0 && index < static_cast<int>(std::size(kCodes)))
+    program_.services.desktop.ArrangeChildWindows(kCodes[index]);
+}
+
+void Master::HelpMenu_Click(int index) {
+  using namespace help_menu;
+  if (index == kHelp)
+    ShowUserGuide();
+  else if (index == kSplashWindow)
+    program_.Window<Splash>().Show();
+  else if (index == kCheckForUpgrades)
+    program_.services.desktop.OpenAddress(kReleasePage);
+  else if (index == kHomePage)
+    program_.services.desktop.OpenAddress(program_.state.ProductSite);
+  else if (index == kAbout)
+    ShowAbout();
+}
+
+void Master::ShowAbout() { program_.SlotOf<AboutWindow>().ShowModal(program_.services.loop); }
+
+void Master::ShowUserGuide() {
+  const auto guide = program_.services.desktop.UserGuide();
+  if (!guide) {
+    program_.MessageBox(program_.Translate("The user guide is not installed."), platform::MessageButtons::Ok,
+                        platform::MessageIcon::Exclamation);
+    return;
+  }
+  program_.services.desktop.OpenAddress(FileAddress(*guide));
 }
 
 void Master::ViewMenu_Click(int index) {
@@ -279,9 +382,14 @@ void Master::AudioMenu_Click(int index) {
       AudioBits.ListIndex = 1;
       break;
     case kRecordingSettings:
+      OpenVolumeControl(platform::VolumeView::Recording);
+      break;
     case kSoundVolume:
+      OpenVolumeControl(platform::VolumeView::Playback);
+      break;
     case kPreviewAudio:
-      throw NotBuiltYet("the audio menu entry " + std::to_string(index));
+      ToggleAudioPreview();
+      break;
     default:
       break;
   }
@@ -317,9 +425,8 @@ void Master::MovieToolbar_ButtonClick(ui::ToolbarButton& button) {
     ChooseCaptureFilename();
   } else if (key == "otherinfo") {
     program_.Window<OtherInfo>().Show();
-  } else if (key != "writeinfo") {
-    throw NotBuiltYet("the movie toolbar command \"" + key + "\"");
   }
+  // "writeinfo" is a pressed state the close-out of a run reads.
 }
 
 // The movie's name: a cancelled dialog leaves the name as it was.
@@ -370,8 +477,7 @@ void Master::MultipleImageToolbar_ButtonClick(ui::ToolbarButton& button) {
     program_.SlotOf<NetConfig>().ShowModal(program_.services.loop);
   else if (key == "otherinfo")
     program_.Window<OtherInfo>().Show();
-  else if (key != "writeinfo" && key != "ftp")
-    throw NotBuiltYet("the series toolbar command \"" + key + "\"");
+  // "writeinfo" and "ftp" are pressed states a series reads.
 }
 
 // How a series is stored decides which keys apply and the name's ending, in capitals. A name

@@ -117,6 +117,10 @@ const char* const kToolbars[] = {
     "Device Toolbars", "Capture",    "Movie Capture Toolbar", "Image Toolbar", "Multiple Image Capture",
     "Avi Builder",     "Web Share ", "Status Display",        "TV Tuner"};
 const char* const kPriorities[] = {"RealTime Priority", "High Priority", "Normal Priority"};
+const char* const kSampleRateMenu[] = {"8 Khz", "11 Khz", "22 Khz", "44 Khz"};
+const char* const kWindowMenu[] = {"Tile &Horizontally", "Tile &Vertically", "&Cascade", "&Arrange Icons"};
+const char* const kHelpMenu[] = {
+    "&Help", "-", "&Splash Window", "Check for Upgrades...", "Video Zandrell on the &Web", "-", "&About"};
 
 template <std::size_t N>
 void SetMenuCaptions(const Program& program, ui::ControlArray<ui::Menu>& menu, const char* const (&captions)[N]) {
@@ -141,6 +145,9 @@ void Master::CreateMenus() {
   for (const auto& [index, entry] : VideoMenu.Elements()) entry->OnClick = [this, i = index] { VideoMenu_Click(i); };
   for (const auto& [index, entry] : Toolbars.Elements()) entry->Checked = true;
   AddMenuEntries(*this, cpu_priority, "cpu_priority", kPriorities);
+  AddMenuEntries(*this, SampleRateMenu, "SampleRateMenu", kSampleRateMenu);
+  AddMenuEntries(*this, WindowMenu, "WindowMenu", kWindowMenu);
+  AddMenuEntries(*this, HelpMenu, "HelpMenu", kHelpMenu);
 }
 
 // The fixed captions of the window, in the operator's language. A separator stays a separator.
@@ -152,6 +159,9 @@ void Master::LanguageControls() {
   SetMenuCaptions(program_, AudioMenu, kAudioMenu);
   SetMenuCaptions(program_, Toolbars, kToolbars);
   SetMenuCaptions(program_, cpu_priority, kPriorities);
+  SetMenuCaptions(program_, SampleRateMenu, kSampleRateMenu);
+  SetMenuCaptions(program_, WindowMenu, kWindowMenu);
+  SetMenuCaptions(program_, HelpMenu, kHelpMenu);
   PreviewRateLabel.Caption = program_.Translate("Preview Rate:");
   StatusCaption.Caption = program_.Translate("Status:");
   RecordButton().Caption = program_.Translate(RecordButton().Image == "pause" ? "Capture" : "Rec/Stop");
@@ -193,6 +203,10 @@ void Master::ConnectHandlers() {
   for (const auto& [index, entry] : AudioMenu.Elements()) entry->OnClick = [this, i = index] { AudioMenu_Click(i); };
   for (const auto& [index, entry] : cpu_priority.Elements())
     entry->OnClick = [this, i = index] { cpu_priority_Click(i); };
+  for (const auto& [index, entry] : SampleRateMenu.Elements())
+    entry->OnClick = [this, i = index] { AudioRate.ListIndex = i; };
+  for (const auto& [index, entry] : WindowMenu.Elements()) entry->OnClick = [this, i = index] { WindowMenu_Click(i); };
+  for (const auto& [index, entry] : HelpMenu.Elements()) entry->OnClick = [this, i = index] { HelpMenu_Click(i); };
   MasterTimer.OnTimer = [this] { MasterTimer_Timer(); };
   MasterTimer2.OnTimer = [this] { MasterTimer2_Timer(); };
   Shooter.OnClick = [this] { ShootImageOfSeries(); };

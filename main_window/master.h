@@ -86,6 +86,8 @@ class Master : public MainWindow,
   void MasterTimer_Timer();
   void MasterTimer2_Timer();
   void ReadShortcutKeys();
+  // F1 opens the user guide once for each press while the main window is in front.
+  void ReadHelpKey();
 
  private:
   void CreateToolbars();
@@ -104,6 +106,19 @@ class Master : public MainWindow,
   void Toolbars_Click(int index);
   void cpu_priority_Click(int index);
   void AudioMenu_Click(int index);
+  void WindowMenu_Click(int index);
+  void HelpMenu_Click(int index);
+  // The volume control in its view, or a message that the desktop has none.
+  void OpenVolumeControl(platform::VolumeView view);
+  // The check of "Preview Audio" and the control kind's audio preview follow each other.
+  void ToggleAudioPreview();
+  // The desktop's system information tool, else the program's own window.
+  void ShowSystemInformation();
+  void ShowAbout();
+  // The user guide in the browser, or a message that it is not installed.
+  void ShowUserGuide();
+  // A companion program the system cannot run: the message the program gives for it.
+  void CompanionMissing(const std::string& message);
   void MainToolbar_ButtonClick(ui::ToolbarButton& button);
   void DeviceToolbar_ButtonClick(ui::ToolbarButton& button);
   void DeviceToolbar_ButtonMenuClick(ui::ToolbarButton& button, ui::ButtonMenu& entry);
@@ -142,6 +157,7 @@ class Master : public MainWindow,
   double FreeBytesOfCaptureDrive();
 
   Program& program_;
+  bool help_key_down_ = false;  // F1 as the last tick saw it
 };
 
 }  // namespace zr

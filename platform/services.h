@@ -4,6 +4,7 @@
 // implementation. All calls arrive on the logic thread.
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -124,6 +125,40 @@ struct ScreenSize {
 // How much of the machine the program asks for: on Linux the nice values 0, -5 and -10.
 enum class ProcessPriority { Normal, High, RealTime };
 
+// The volume control's two views: the levels of the inputs a recording takes, and the levels
+// of what is played.
+enum class VolumeView { Recording, Playback };
+
+// How the child windows of the main window are laid out, by the arrange codes of its Window
+// menu.
+enum class ArrangeCode : int { Cascade = 0, TileHorizontally = 1, TileVertically = 2, ArrangeIcons = 3 };
+
+// A library the program stands on, as the about window names it.
+struct LibraryVersion {
+  std::string name;
+  std::string version;
+  std::string licence;
+};
+
+// The machine, as the program's own system information window lists it.
+struct SystemDescription {
+  std::string kernel;     // the system's name, release and machine
+  std::string processor;  // the model, and how many the system counts
+  std::uint64_t memory_bytes = 0;
+  std::vector<std::string> cameras;        // the video capture devices, each with its node
+  std::vector<std::string> sound_devices;  // the sound cards, by number and name
+};
+
+// What the desktop face tells the desktop of itself: the screen its windows open on, how it
+// arranges the main window's child windows, and the libraries of its toolkit. Without windows
+// the screen is a default and there is nothing to arrange.
+struct ToolkitFacts {
+  ToolkitFacts(ScreenSize screen_size = {1920, 1080}) : screen(screen_size) {}  // NOLINT: implicit, from a screen alone
+  ScreenSize screen;
+  std::function<void(ArrangeCode)> arrange_children;
+  std::vector<LibraryVersion> libraries;
+};
+
 class Desktop {
  public:
   virtual ~Desktop() = default;
@@ -139,6 +174,20 @@ class Desktop {
   virtual bool SetProcessPriority(ProcessPriority priority) = 0;
   // Opens the address in the desktop's browser, without waiting for it.
   virtual void OpenAddress(const std::string& address) = 0;
+  // Starts the desktop's sound mixer in the view asked for, without waiting for it; false when
+  // the desktop has none.
+  virtual bool OpenVolumeControl(VolumeView view) = 0;
+  // Starts the desktop's own system information tool, without waiting for it; false when the
+  // desktop has none.
+  virtual bool OpenSystemInformation() = 0;
+  // The machine the program runs on.
+  virtual SystemDescription DescribeSystem() const = 0;
+  // The libraries the program stands on, with the versions they report.
+  virtual std::vector<LibraryVersion> Libraries() const = 0;
+  // The user guide's first page (an HTML file) where it is installed; nothing where it is not.
+  virtual std::optional<std::string> UserGuide() const = 0;
+  // Lays out the main window's child windows; nothing where there are no windows.
+  virtual void ArrangeChildWindows(ArrangeCode code) = 0;
 };
 
 // ---- Wall clock

@@ -228,6 +228,12 @@ struct SoundInputs {
   std::vector<std::string> names;
 };
 
+// desktop-tools "volume-control" "system-information" ...: the desktop's own programs the
+// simulated desktop has (possibly none); both before this command
+struct DesktopTools {
+  std::vector<std::string> names;
+};
+
 // serial-ports "/dev/ttyS0" ... (possibly none)
 struct SerialPorts {
   std::vector<std::string> names;
@@ -499,14 +505,20 @@ struct ExpectImagePixel {
   int tolerance = 0;
 };
 
-// expect device log contains|lacks "TEXT" (match is kContains or kLacks)
+// The logs a scenario reads: the simulated devices', and the simulated desktop's (what the
+// program asked it to open, start or arrange).
+enum class LogKind { kDevice, kDesktop };
+
+// expect device|desktop log contains|lacks "TEXT" (match is kContains or kLacks)
 struct ExpectDeviceLog {
+  LogKind log = LogKind::kDevice;
   TextMatch match = TextMatch::kContains;
   std::string text;
 };
 
-// expect device log sequence "T1" "T2" ... (at least one text)
+// expect device|desktop log sequence "T1" "T2" ... (at least one text)
 struct ExpectDeviceLogSequence {
+  LogKind log = LogKind::kDevice;
   std::vector<std::string> texts;
 };
 
@@ -547,7 +559,7 @@ struct ExpectHttpBodyImage {};
 using CommandBody = std::variant<
     // the world
     Clock, SystemFlag, Setting, WriteFile, CopyFile, CommandLine, Device, UrlSource, SoundInputs, SerialPorts,
-    FtpServer, Start,
+    FtpServer, DesktopTools, Start,
     // actions
     Click, DoubleClick, SetProperty, Key, Foreground, CloseWindow, MinimizeWindow, RestoreWindow, Wait, Yield, After,
     Call, LoadWindow, UnloadWindow, AnswerMsgBox, AnswerOptions, AnswerInput, AnswerFileDialog, ChangePicture,

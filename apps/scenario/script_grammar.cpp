@@ -789,15 +789,15 @@ CommandBody ParseExpectImage(Cursor& c) {
   return ExpectImageSize{.path = std::move(path), .size = TakeSize(c)};
 }
 
-CommandBody ParseExpectDeviceLog(Cursor& c) {
+CommandBody ParseExpectLog(Cursor& c, LogKind log) {
   RequireKeyword(c, "log");
   if (TakeKeyword(c, "sequence")) {
-    ExpectDeviceLogSequence expect{TakeStrings(c)};
+    ExpectDeviceLogSequence expect{log, TakeStrings(c)};
     if (expect.texts.empty()) c.Fail(kStringExpected);
     return expect;
   }
   const TextMatch match = TakeChoice(c, kLogMatches, "contains, lacks or sequence");
-  return ExpectDeviceLog{.match = match, .text = TakeString(c)};
+  return ExpectDeviceLog{.log = log, .match = match, .text = TakeString(c)};
 }
 
 CommandBody ParseExpectFtp(Cursor& c) {
@@ -852,7 +852,8 @@ constexpr auto kExpectations = std::to_array<Choice<CommandParser>>({
     {"clipboard", [](Cursor& c) -> CommandBody { return ExpectClipboard{TakeChoice(c, kClipboardContents)}; }},
     {"movie", ParseExpectMovie},
     {"image", ParseExpectImage},
-    {"device", ParseExpectDeviceLog},
+    {"device", [](Cursor& c) { return ParseExpectLog(c, LogKind::kDevice); }},
+    {"desktop", [](Cursor& c) { return ParseExpectLog(c, LogKind::kDesktop); }},
     {"ftp", ParseExpectFtp},
     {"http", [](Cursor& c) { return TakeChoice(c, kHttpChecks)(c); }},
 });
@@ -890,6 +891,7 @@ constexpr auto kCommands = std::to_array<Choice<CommandParser>>({
     {"url", ParseUrl},
     {"sound-inputs", [](Cursor& c) -> CommandBody { return SoundInputs{TakeStrings(c)}; }},
     {"serial-ports", [](Cursor& c) -> CommandBody { return SerialPorts{TakeStrings(c)}; }},
+    {"desktop-tools", [](Cursor& c) -> CommandBody { return DesktopTools{TakeStrings(c)}; }},
     {"ftp-server", ParseFtpServer},
     {"start", [](Cursor&) -> CommandBody { return Start{}; }},
     // actions

@@ -1,10 +1,13 @@
 // Simulated capture devices and the sources they deliver: the drivers and devices a scenario
 // lists, the cameras and streams at its addresses, what the connected source shows and how it
-// fails, and the log of every operation the program performs on them.
+// fails, and the log of every operation the program performs on them; the desktop's own
+// programs and the log of what the program asked the desktop for.
 
+#include <algorithm>
 #include <cmath>
 #include <cstddef>
 #include <string>
+#include <vector>
 
 #include "apps/scenario/steps.h"
 
@@ -82,38 +85,61 @@ void Do(Runner& runner, const DropFrames& drop) { ConnectedSource(runner).AddDro
 
 void Do(Runner& runner, const Unplug&) { ConnectedSource(runner).Unplug(); }
 
-// Whether a line of the device log from `from` on begins with `text`; `at` is where.
-bool LogLineStartsWith(const Runner& runner, const std::string& text, std::size_t from, std::size_t& at) {
-  const auto& log = runner.world().devices->log;
+const std::vector<std::string>& LogOf(const Runner& runner, LogKind kind) {
+  return kind == LogKind::kDevice ? runner.world().devices->log : runner.world().desktop.log;
+}
+
+std::string LogName(LogKind kind) { return kind == LogKind::kDevice ? "device log" : "desktop log"; }
+
+// Whether a line of the log from `from` on begins with `text`; `at` is where.
+bool LogLineStartsWith(const std::vector<std::string>& log, const std::string& text, std::size_t from,
+                       std::size_t& at) {
   for (at = from; at < log.size(); ++at)
     if (log[at].rfind(text, 0) == 0) return true;
   return false;
 }
 
-std::string LogSummary(const Runner& runner) {
+std::string LogSummary(const std::vector<std::string>& log, LogKind kind) {
   std::string summary;
-  for (const auto& line : runner.world().devices->log) summary += (summary.empty() ? "" : " | ") + line;
-  return summary.empty() ? "an empty device log" : Quoted(summary);
+  for (const auto& line : log) summary += (summary.empty() ? "" : " | ") + line;
+  return summary.empty() ? "an empty " + LogName(kind) : Quoted(summary);
 }
 
 void Do(Runner& runner, const ExpectDeviceLog& expect) {
+  const auto& log = LogOf(runner, expect.log);
   const std::string text = runner.Expand(expect.text);
   std::size_t at = 0;
-  const bool found = LogLineStartsWith(runner, text, 0, at);
+  const bool found = LogLineStartsWith(log, text, 0, at);
   if (expect.match == TextMatch::kLacks && found)
-    Fail("no device log line " + Quoted(text), Quoted(runner.world().devices->log[at]));
-  if (expect.match != TextMatch::kLacks && !found) Fail("a device log line " + Quoted(text), LogSummary(runner));
+    Fail("no " + LogName(expect.log) + " line " + Quoted(text), Quoted(log[at]));
+  if (expect.match != TextMatch::kLacks && !found)
+    Fail("a " + LogName(expect.log) + " line " + Quoted(text), LogSummary(log, expect.log));
 }
 
 void Do(Runner& runner, const ExpectDeviceLogSequence& expect) {
+  const auto& log = LogOf(runner, expect.log);
   std::size_t from = 0;
   for (const auto& raw : expect.texts) {
     const std::string text = runner.Expand(raw);
     std::size_t at = 0;
-    if (!LogLineStartsWith(runner, text, from, at))
-      Fail("a device log line " + Quoted(text) + " in sequence", LogSummary(runner));
+    if (!LogLineStartsWith(log, text, from, at))
+      Fail("a " + LogName(expect.log) + " line " + Quoted(text) + " in sequence", LogSummary(log, expect.log));
     from = at + 1;
   }
+}
+
+// The desktop has the programs named, and no other.
+void Do(Runner& runner, const DesktopTools& tools) {
+  static const std::vector<std::string> kKnown = {"volume-control", "system-information"};
+  for (const auto& name : tools.names)
+    if (std::find(kKnown.begin(), kKnown.end(), name) == kKnown.end())
+      Fail("\"volume-control\" or \"system-information\"", Quoted(name));
+  auto& desktop = runner.world().desktop;
+  const auto named = [&tools](const char* name) {
+    return std::find(tools.names.begin(), tools.names.end(), name) != tools.names.end();
+  };
+  desktop.volume_control = named("volume-control");
+  desktop.system_information = named("system-information");
 }
 
 }  // namespace
@@ -126,6 +152,7 @@ void AddDeviceSteps(StepTable& steps) {
   steps.On<Unplug>(Do);
   steps.On<ExpectDeviceLog>(Do);
   steps.On<ExpectDeviceLogSequence>(Do);
+  steps.On<DesktopTools>(Do);
 }
 
 }  // namespace zr::scenario

@@ -5,6 +5,7 @@
 #include <stdexcept>
 
 #include "capture/choose_device.h"
+#include "platform/linux/library_versions.h"
 
 namespace zr::scenario {
 
@@ -30,6 +31,9 @@ World::World(bool keep) : root_(MakeTemporaryRoot()), keep_(keep) {
   loop.SetInputSource(this);
   devices = std::make_unique<platform::sim::SimDeviceWorld>(loop, movies, clipboard, dialogs, app_folder_);
   drivers = platform::sim::MakeSimDriverSystem(*devices);
+  // The program stands on the same libraries in the scenario world: the about window names them.
+  desktop.libraries = platform::linux_impl::LibraryVersions();
+  desktop.guide_folder = app_folder_;
 }
 
 World::~World() {

@@ -544,7 +544,7 @@ int RunWithWindows(zr::gui::DesktopToolkit& toolkit, const Options& options, con
                    std::vector<VideoDeviceEntry> video, std::vector<AudioDeviceEntry> audio) {
   ProgramParts parts(
       toolkit.Loop(), toolkit.Descriptors(), [] {}, toolkit.Dialogs(), toolkit.Clipboard(), &toolkit.DeviceDialogs(),
-      toolkit.Screen(), StartOf(options, app_path), std::move(video), std::move(audio));
+      toolkit.Facts(), StartOf(options, app_path), std::move(video), std::move(audio));
   TerminationWatch watch(
       toolkit.Loop(), [&devices = parts.devices] { devices.EndRunsFromAnyThread(); },
       [&toolkit](int) { toolkit.EndProgram(); });

@@ -41,14 +41,15 @@ struct ProgramStart {
 };
 
 struct ProgramParts {
-  // `device_dialogs` is null without windows: the devices' own dialogs cannot be shown then.
+  // `device_dialogs` is null without windows: the devices' own dialogs cannot be shown then;
+  // `toolkit` is a screen alone.
   ProgramParts(platform::EventLoop& loop, platform::DescriptorWatcher& descriptors, std::function<void()> wake,
                platform::Dialogs& dialogs, platform::Clipboard& clipboard, platform::DeviceDialogHost* device_dialogs,
-               platform::ScreenSize screen, const ProgramStart& start,
+               platform::ToolkitFacts toolkit, const ProgramStart& start,
                std::vector<platform::linux_impl::VideoDeviceEntry> video,
                std::vector<platform::linux_impl::AudioDeviceEntry> audio)
       : settings(platform::linux_impl::DefaultSettingsFolder()),
-        desktop(screen),
+        desktop(std::move(toolkit)),
         devices(
             platform::linux_impl::CaptureDeviceServices{loop, std::move(wake), movies, clipboard, device_dialogs,
                                                         platform::linux_impl::BuiltBackends(),

@@ -1,33 +1,19 @@
 #include "platform/linux/linux_desktop.h"
 
-#include <spawn.h>
 #include <sys/resource.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
-#include <cerrno>
 #include <cstdlib>
 #include <filesystem>
-#include <sstream>
 #include <system_error>
-#include <thread>
 
+#include "platform/linux/desktop_tools.h"
+#include "platform/linux/library_versions.h"
 #include "platform/linux/sound_player.h"
 
 namespace zr::platform::linux_impl {
 
 namespace {
-
-bool OnPath(const std::string& program) {
-  const char* path = std::getenv("PATH");
-  if (!path) return false;
-  std::stringstream folders(path);
-  std::string folder;
-  while (std::getline(folders, folder, ':')) {
-    if (!folder.empty() && access((folder + "/" + program).c_str(), X_OK) == 0) return true;
-  }
-  return false;
-}
 
 std::string WithSeparator(std::string folder) {
   if (folder.empty() || folder.back() != '/') folder += '/';
@@ -41,10 +27,21 @@ std::string DataFolder() {
   return WithSeparator(home ? home : "/tmp") + ".local/share/video-zandrell/";
 }
 
+std::string CurrentDesktops() {
+  const char* desktops = std::getenv("XDG_CURRENT_DESKTOP");
+  return desktops ? desktops : "";
+}
+
+std::string ExecutableFolder() {
+  std::error_code error;
+  const auto executable = std::filesystem::read_symlink("/proc/self/exe", error);
+  return error ? "" : executable.parent_path().string();
+}
+
 }  // namespace
 
 bool LinuxDesktop::HasVolumeControl() const {
-  return OnPath("pavucontrol") || OnPath("pulsemixer") || OnPath("alsamixer");
+  return ChooseVolumeControl(VolumeView::Playback, CurrentDesktops(), OnPath).has_value();
 }
 
 // The sound is a courtesy: without a sound device or without the file there is nothing to play.
@@ -57,19 +54,31 @@ bool LinuxDesktop::SetProcessPriority(ProcessPriority priority) {
   return false;
 }
 
-// The browser may run for as long as the operator likes: a thread of its own waits for the
-// opener, so that no process is left behind unreaped.
-void LinuxDesktop::OpenAddress(const std::string& address) {
-  std::thread([address] {
-    std::string program = "xdg-open";
-    std::string argument = address;
-    char* const arguments[] = {program.data(), argument.data(), nullptr};
-    pid_t child = 0;
-    if (posix_spawnp(&child, "xdg-open", nullptr, nullptr, arguments, environ) != 0) return;
-    int status = 0;
-    while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
-    }
-  }).detach();
+// The browser may run for as long as the operator likes.
+void LinuxDesktop::OpenAddress(const std::string& address) { StartDetached({"xdg-open", address}); }
+
+bool LinuxDesktop::OpenVolumeControl(VolumeView view) {
+  const auto command = ChooseVolumeControl(view, CurrentDesktops(), OnPath);
+  return command && StartDetached(*command);
+}
+
+bool LinuxDesktop::OpenSystemInformation() {
+  const auto command = ChooseSystemInformation(CurrentDesktops(), OnPath);
+  return command && StartDetached(*command);
+}
+
+SystemDescription LinuxDesktop::DescribeSystem() const { return ReadSystemDescription(); }
+
+std::vector<LibraryVersion> LinuxDesktop::Libraries() const {
+  std::vector<LibraryVersion> libraries = LibraryVersions();
+  libraries.insert(libraries.end(), toolkit_.libraries.begin(), toolkit_.libraries.end());
+  return libraries;
+}
+
+std::optional<std::string> LinuxDesktop::UserGuide() const { return FindUserGuide(ExecutableFolder()); }
+
+void LinuxDesktop::ArrangeChildWindows(ArrangeCode code) {
+  if (toolkit_.arrange_children) toolkit_.arrange_children(code);
 }
 
 void ProvideProgramFile(const std::string& executable_folder, const std::string& program_folder,

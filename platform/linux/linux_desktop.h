@@ -1,8 +1,12 @@
 #pragma once
-// The desktop around the program on Linux: the screen's size and the mixer program, and the
-// program folder by the rules of a portable build.
+// The desktop around the program on Linux: the screen's size, the desktop's own programs the
+// program hands work to, the libraries it stands on, and the program folder by the rules of a
+// portable build.
 
+#include <optional>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "platform/services.h"
 
@@ -10,10 +14,11 @@ namespace zr::platform::linux_impl {
 
 class LinuxDesktop final : public Desktop {
  public:
-  // `screen` is what the face knows of the screen (the GUI measures it; headless a default).
-  explicit LinuxDesktop(ScreenSize screen = {1920, 1080}) : screen_(screen) {}
-  ScreenSize Screen() const override { return screen_; }
-  // A sound mixer on the PATH: pavucontrol, pulsemixer or alsamixer.
+  // `toolkit` is what the face knows of the screen, how it arranges child windows and its
+  // toolkit's libraries (the GUI tells them; without windows a default screen and nothing else).
+  explicit LinuxDesktop(ToolkitFacts toolkit = {}) : toolkit_(std::move(toolkit)) {}
+  ScreenSize Screen() const override { return toolkit_.screen; }
+  // A sound mixer the program can start (see ChooseVolumeControl).
   bool HasVolumeControl() const override;
   // Through ALSA's default output; see PlayWaveFile.
   void PlaySoundFile(const std::string& path) override;
@@ -22,9 +27,17 @@ class LinuxDesktop final : public Desktop {
   bool SetProcessPriority(ProcessPriority priority) override;
   // Through xdg-open, in a process of its own that is not waited for.
   void OpenAddress(const std::string& address) override;
+  bool OpenVolumeControl(VolumeView view) override;
+  bool OpenSystemInformation() override;
+  SystemDescription DescribeSystem() const override;
+  // The back ends' libraries, then the toolkit's.
+  std::vector<LibraryVersion> Libraries() const override;
+  // Beside this executable, or where its installation keeps it.
+  std::optional<std::string> UserGuide() const override;
+  void ArrangeChildWindows(ArrangeCode code) override;
 
  private:
-  ScreenSize screen_;
+  ToolkitFacts toolkit_;
 };
 
 // The program folder, with its trailing separator: `override_folder` when given (made when

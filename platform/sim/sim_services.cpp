@@ -152,4 +152,12 @@ void SimWallClock::Set(const DateTime& now) {
   base_loop_ms_ = loop_.NowMs();
 }
 
+std::optional<std::string> SimDesktop::UserGuide() const {
+  if (guide_folder.empty()) return std::nullopt;
+  const std::string guide = guide_folder + "guide/index.html";
+  std::error_code error;
+  if (!std::filesystem::is_regular_file(guide, error)) return std::nullopt;
+  return guide;
+}
+
 }  // namespace zr::platform::sim

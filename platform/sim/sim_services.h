@@ -100,7 +100,10 @@ class SimFileSystem : public FileSystem {
   std::uint64_t capacity_bytes_;
 };
 
-// A desktop of a fixed size with a volume control.
+// A desktop of a fixed size with a volume control and a system information tool. What the
+// program asks it to open or arrange is logged, one line a request, in the device log's form
+// (`OpenAddress(https://...)`, `OpenVolumeControl(recording)`, `ArrangeChildWindows(1)`),
+// whether the desktop has the tool or not.
 class SimDesktop : public Desktop {
  public:
   ScreenSize Screen() const override { return screen; }
@@ -110,14 +113,33 @@ class SimDesktop : public Desktop {
     priority = asked;
     return true;
   }
-  void OpenAddress(const std::string& address) override { opened_addresses.push_back(address); }
+  void OpenAddress(const std::string& address) override { log.push_back("OpenAddress(" + address + ")"); }
+  bool OpenVolumeControl(VolumeView view) override {
+    log.push_back(std::string("OpenVolumeControl(") + (view == VolumeView::Recording ? "recording" : "playback") + ")");
+    return volume_control;
+  }
+  bool OpenSystemInformation() override {
+    log.push_back("OpenSystemInformation()");
+    return system_information;
+  }
+  SystemDescription DescribeSystem() const override { return system; }
+  std::vector<LibraryVersion> Libraries() const override { return libraries; }
+  // `guide/index.html` in `guide_folder`, where a file stands there.
+  std::optional<std::string> UserGuide() const override;
+  void ArrangeChildWindows(ArrangeCode code) override {
+    log.push_back("ArrangeChildWindows(" + std::to_string(static_cast<int>(code)) + ")");
+  }
+
   ScreenSize screen{1920, 1080};
   ProcessPriority priority = ProcessPriority::Normal;
   bool volume_control = true;
+  bool system_information = true;
+  SystemDescription system{"Linux 6.1.0 x86_64", "Simulated processor (2 x)", 4ull << 30, {}, {}};
+  std::vector<LibraryVersion> libraries;
+  std::string guide_folder;  // with its trailing separator
   // The sound files asked for, in order, whether they exist or not.
   std::vector<std::string> played_sounds;
-  // The addresses handed to the browser, in order.
-  std::vector<std::string> opened_addresses;
+  std::vector<std::string> log;
 };
 
 // The wall clock: a set date and time plus the virtual time that has passed since it was set.

@@ -63,7 +63,10 @@ INSTANTIATE_TEST_SUITE_P(
         FailingCase{"MissingFile", "expect file nothing.avi exists\n", 5, "no such file"},
         FailingCase{"UncheckedDialog", "call VideoScreen.VideoSource()\nexpect no dialog\n", 6,
                     "Cannot show Video Source Dialog."},
-        FailingCase{"LogLineMissing", "expect device log contains \"capStop()\"\n", 5, "capStop()"}),
+        FailingCase{"LogLineMissing", "expect device log contains \"capStop()\"\n", 5, "capStop()"},
+        FailingCase{"DesktopLogLineMissing", "expect desktop log contains \"OpenAddress(\"\n", 5,
+                    "an empty desktop log"},
+        FailingCase{"UnknownDesktopTool", "desktop-tools \"mixer\"\n", 5, "\"mixer\""}),
     [](const auto& test) { return std::string(test.param.name); });
 
 TEST(RunnerTest, ADialogWithoutAQueuedAnswerFailsNamingTheDialog) {

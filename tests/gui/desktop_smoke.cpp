@@ -4,8 +4,9 @@
 // on the timer from the mode bar, and an upload to a silent server that the abort button ends.
 // --capture-windows: the compressor tree, the advanced settings, the compressor choice and the
 // other information, the subtitle editor, the histogram of a snapshot, the field of view
-// calculator, the full-screen view, the serial switch and the sound level detector (its scope
-// running on the first sound input), each opened as the operator opens it and closed again.
+// calculator, the full-screen view, the serial switch, the sound level detector (its scope
+// running on the first sound input), the about window and the system information window, each
+// opened as the operator opens it and closed again; then the child windows tiled.
 // Each window on the way is photographed into the screenshots folder.
 
 #include <arpa/inet.h>
@@ -50,6 +51,7 @@
 #include "capture/codec_windows.h"
 #include "capture/video_screen.h"
 #include "core/main_menus.h"
+#include "core/system_information.h"
 #include "gui/desktop_toolkit.h"
 #include "gui/qt_event_loop.h"
 #include "image/bmp.h"
@@ -389,8 +391,10 @@ class Operator {
         {"FOV", [this] { Click(FindButtonOf("DeviceToolbar", "lens")); }, nullptr},
         {"Fullscreen", [this] { ChooseFromMenus(MainWindow().ViewMenu(view_menu::kFullScreen)); }, nullptr},
         {"AudioDetector", [this] { Click(FindButtonOf("OperationBar", "sound")); }, nullptr},
+        {"AboutWindow", [this] { ChooseFromMenus(MainWindow().HelpMenu(help_menu::kAbout)); }, "OK"},
+        {"SystemInformation", [&program] { program.Window<SystemInformation>().Show(); }, "OK"},
     };
-    if (shown_windows_ == std::size(windows)) return Next(&Operator::Quit);
+    if (shown_windows_ == std::size(windows)) return Next(&Operator::TileChildWindows);
     const Shown& next = windows[shown_windows_];
     QWidget* window = FindWidget(next.window);
     if (!window) {
@@ -409,6 +413,20 @@ class Operator {
       window->close();
     ++shown_windows_;
     Next(&Operator::ShowCaptureWindows);
+  }
+
+  // "Tile Vertically" from the Window menu: every child window then lies inside the child area.
+  void TileChildWindows() {
+    auto* area = FindWidget<QMdiArea>("ChildArea");
+    if (!area) return Fail("the main window has no child area");
+    if (Once("tile"))
+      return Later(area, [this] { ChooseFromMenus(MainWindow().WindowMenu(zr::window_menu::kTileVertically)); });
+    if (Elapsed() < 300) return;
+    for (QMdiSubWindow* child : area->subWindowList())
+      if (child->isVisible() && !area->viewport()->rect().contains(child->geometry()))
+        return Fail("a tiled child window reaches outside the child area");
+    Screenshot(FindWidget("Master"), "main_window_tiled.png");
+    Next(&Operator::Quit);
   }
 
   // The subtitle editor on a movie (made by ffmpeg) with subtitles beside it, its first row chosen.
@@ -623,7 +641,7 @@ int main(int argc, char** argv) {
   if (!toolkit) return Failed("no display to open windows on");
   zr::ProgramParts parts(
       toolkit->Loop(), toolkit->Descriptors(), [] {}, toolkit->Dialogs(), toolkit->Clipboard(),
-      &toolkit->DeviceDialogs(), toolkit->Screen(),
+      &toolkit->DeviceDialogs(), toolkit->Facts(),
       zr::ProgramStart{folder.string() + "/", "", folder.string() + "/", zr::Language::English},
       zr::platform::linux_impl::ProbeVideoDevices(), zr::platform::linux_impl::ProbeAudioDevices());
   const std::string mode = argc > 1 ? argv[1] : "";

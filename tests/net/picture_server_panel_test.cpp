@@ -54,8 +54,7 @@ TEST_F(PictureServerPanelTest, TheAddressLabelOpensItsCaptionInTheBrowser) {
   master_->WebShare_Port.Text = "8080";
   master_->ShowAddress();
   master_->WebShare_Url.OnClick();
-  ASSERT_EQ(world_.desktop.opened_addresses.size(), 1u);
-  EXPECT_EQ(world_.desktop.opened_addresses[0], "http://127.0.0.1:8080");
+  EXPECT_EQ(world_.desktop.log, std::vector<std::string>{"OpenAddress(http://127.0.0.1:8080)"});
 }
 
 TEST_F(PictureServerPanelTest, APortThatCannotBeOpenedIsNamedInTheOperatorsLanguage) {
