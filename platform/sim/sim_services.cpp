@@ -24,6 +24,8 @@ std::string DescribeDialog(const ShownDialog& dialog) {
       return "compression options dialog";
     case ShownDialog::Kind::Print:
       return "print dialog";
+    case ShownDialog::Kind::Colour:
+      return "colour dialog";
   }
   return "dialog";
 }
@@ -96,6 +98,17 @@ bool SimDialogs::PrintPicture(const PrintRequest& request) {
   Record(dialog);
   printed_.push_back(request.picture);
   return true;
+}
+
+std::optional<std::int32_t> SimDialogs::ChooseColour(const ColourRequest& request) {
+  ShownDialog dialog{ShownDialog::Kind::Colour, {}, {}, {}};
+  dialog.message.title = request.title;
+  dialog.checked = true;
+  Record(dialog);
+  if (colour_answers_.empty()) return request.initial;
+  const auto answer = colour_answers_.front();
+  colour_answers_.pop_front();
+  return answer;
 }
 
 std::optional<CompressionChoice> SimDialogs::CompressionOptions(const CompressionOptionsRequest& request) {
