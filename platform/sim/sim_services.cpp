@@ -26,6 +26,8 @@ std::string DescribeDialog(const ShownDialog& dialog) {
       return "print dialog";
     case ShownDialog::Kind::Colour:
       return "colour dialog";
+    case ShownDialog::Kind::PopupMenu:
+      return "pop-up menu";
   }
   return "dialog";
 }
@@ -98,6 +100,14 @@ bool SimDialogs::PrintPicture(const PrintRequest& request) {
   Record(dialog);
   printed_.push_back(request.picture);
   return true;
+}
+
+std::optional<int> SimDialogs::PopupMenu(const std::vector<PopupMenuEntry>& entries) {
+  ShownDialog dialog{ShownDialog::Kind::PopupMenu, {}, {}, {}};
+  dialog.menu = entries;
+  dialog.checked = true;
+  Record(dialog);
+  return std::nullopt;
 }
 
 std::optional<std::int32_t> SimDialogs::ChooseColour(const ColourRequest& request) {

@@ -24,11 +24,12 @@ class UnansweredDialog : public std::runtime_error {
 };
 
 struct ShownDialog {
-  enum class Kind { MessageBox, InputBox, Open, Save, Folder, CompressionOptions, Print, Colour } kind;
+  enum class Kind { MessageBox, InputBox, Open, Save, Folder, CompressionOptions, Print, Colour, PopupMenu } kind;
   MessageBoxRequest message;
   InputBoxRequest input;
   FileDialogRequest file;
-  bool checked = false;  // a scenario's expectation has matched it
+  std::vector<PopupMenuEntry> menu{};  // the entries of a pop-up menu
+  bool checked = false;                // a scenario's expectation has matched it
 };
 
 class SimDialogs : public Dialogs {
@@ -37,7 +38,8 @@ class SimDialogs : public Dialogs {
   std::optional<std::string> InputBox(const InputBoxRequest& request) override;
   std::optional<std::vector<std::string>> FileDialog(const FileDialogRequest& request) override;
   // A pop-up menu closes without a choice: a scenario clicks the menu's entries themselves.
-  std::optional<int> PopupMenu(const std::vector<PopupMenuEntry>&) override { return std::nullopt; }
+  // It is recorded as checked, with its entries.
+  std::optional<int> PopupMenu(const std::vector<PopupMenuEntry>& entries) override;
 
   void QueueMessageAnswer(MessageAnswer answer) { message_answers_.push_back(answer); }
   // Nothing queues a cancel.
