@@ -76,10 +76,10 @@ class VideoScreen : public ui::Window, public MotionSurface, private platform::C
   void ClearImageOverlay();
   const ImageOverlay& CurrentImageOverlay() const { return image_overlay_; }
 
-  // The size of the picture at the scale of the moment, as the last sizing made it: the
-  // capture window's on the driver kind, the control's otherwise (0 before any sizing).
-  int PictureWidth() const { return Kind() == DeviceKind::Driver ? mira.Width : wdmX.Width; }
-  int PictureHeight() const { return Kind() == DeviceKind::Driver ? mira.Height : wdmX.Height; }
+  // The size of the picture at the scale of the moment: the control's while it shows with a
+  // size, else the crosshair's, which the sizing of a driver and every resize of the window set.
+  int PictureWidth() const { return ShowsControl() ? wdmX.Width : mira.Width; }
+  int PictureHeight() const { return ShowsControl() ? wdmX.Height : mira.Height; }
   // The right button let go over the picture: on the driver kind the main window's View menu
   // pops up there; the control kind has nothing to pop up.
   void PictureRightButtonUp();
@@ -140,6 +140,7 @@ class VideoScreen : public ui::Window, public MotionSurface, private platform::C
   int Scaled(int pixels) const;
   int ShownStatusBarHeight() const { return StatusBar.Visible ? kStatusBarHeight : 0; }
   bool IsControlKind() const;
+  bool ShowsControl() const { return wdmX.Visible && wdmX.Width > 0 && wdmX.Height > 0; }
   bool AskAddress(const std::string& prompt, std::string& address);
 
   Program& program_;
