@@ -463,16 +463,26 @@ void VideoScreen::VideoFormat() {
     ResumeNext([&] { control_->ShowFormatDialog(); });
 }
 
-// The buttons follow what the driver did, not what was asked.
+// The buttons follow what the device did, not what was asked; a driver that is in neither mode
+// leaves them as they are.
 void VideoScreen::MirrorViewButtons() {
-  auto& status = program_.state.CapStatus;
-  vfw::capGetStatus(*capture_window_, status);
+  bool live = false;
+  bool overlay = false;
+  if (Kind() == DeviceKind::Driver) {
+    auto& status = program_.state.CapStatus;
+    vfw::capGetStatus(*capture_window_, status);
+    live = status.fLiveWindow == 1;
+    overlay = status.fOverlayWindow == 1;
+  } else {
+    ResumeNext([&] { overlay = control_->OverlayEnabled(); });
+    live = !overlay;
+  }
   auto& toolbar = program_.MainWindow().DeviceToolbar;
-  if (status.fLiveWindow == 1) {
+  if (live) {
     toolbar.Button("overlay").Value = 0;
     toolbar.Button("preview").Value = 1;
   }
-  if (status.fOverlayWindow == 1) {
+  if (overlay) {
     toolbar.Button("overlay").Value = 1;
     toolbar.Button("preview").Value = 0;
   }
@@ -487,6 +497,7 @@ void VideoScreen::Overlay() {
       control_->SetPreviewEnabled(false);
       control_->SetOverlayEnabled(true);
     });
+    MirrorViewButtons();
   }
 }
 
@@ -502,6 +513,7 @@ void VideoScreen::Preview(int frames_per_second) {
       control_->SetDeviceConnected(true);
       control_->SetPreviewEnabled(true);
     });
+    MirrorViewButtons();
   }
 }
 
