@@ -588,7 +588,7 @@ void VideoScreen::PictureRightButtonUp() {
   for (const auto& [index, entry] : menu.Elements()) {
     if (!entry->Visible) continue;
     indexes.push_back(index);
-    entries.push_back({entry->Caption, entry->Checked});
+    entries.push_back({entry->Caption, entry->Checked, entry->Enabled});
   }
   const auto chosen = program_.services.dialogs.PopupMenu(entries);
   if (chosen && *chosen >= 0 && *chosen < static_cast<int>(indexes.size()))

@@ -104,6 +104,7 @@ std::optional<int> QtDialogs::PopupMenu(const std::vector<platform::PopupMenuEnt
     QAction* action = entry.text == "-" ? menu.addSeparator() : menu.addAction(Text(entry.text));
     action->setCheckable(entry.checked);
     action->setChecked(entry.checked);
+    action->setEnabled(entry.enabled);
     actions.push_back(action);
   }
   QAction* chosen = menu.exec(QCursor::pos());

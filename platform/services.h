@@ -46,6 +46,7 @@ struct FileDialogRequest {
 struct PopupMenuEntry {
   std::string text;
   bool checked = false;
+  bool enabled = true;
 };
 
 // The compression options of a movie about to be written: the compressors to choose from, each

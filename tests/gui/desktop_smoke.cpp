@@ -376,7 +376,7 @@ class Operator {
     const char* const scales[][2] = {
         {"size_0_50", "capture_window_0_50.png"}, {"size_2_00", "capture_window_2_00.png"}, {"size_1_00", nullptr}};
     auto& screen = parts_.program.Window<zr::VideoScreen>();
-    if (scaled_ == std::size(scales)) return Next(&Operator::ShowCaptureWindows);
+    if (scaled_ == std::size(scales)) return RightClickPicture();
     const auto& [panel, picture] = scales[scaled_];
     if (Once(panel)) {
       auto& loop = dynamic_cast<zr::gui::QtEventLoop&>(parts_.program.services.loop);
@@ -389,6 +389,13 @@ class Operator {
     if (picture) Screenshot(window->parentWidget(), picture);
     ++scaled_;
     Next(&Operator::ScaleCaptureWindow);
+  }
+
+  // The right button on a driver's picture pops the View menu up, photographed and closed.
+  void RightClickPicture() {
+    if (Done("popup.png")) return Next(&Operator::ShowCaptureWindows);
+    if (Once("right click"))
+      Later(FindWidget("VideoScreen"), [] { QTest::mouseClick(FindWidget("VideoScreen"), Qt::RightButton); });
   }
 
   void ShowCaptureWindows() {
