@@ -139,6 +139,8 @@ VideoWindow::VideoWindow(zr::VideoScreen& model, const Guard& guard, LiveVideo l
   bottom_ = status->Widget();
   layout->addWidget(bottom_);
   controls_.Add(std::move(status));
+  // The picture sets the width: the bars take it, however narrow, and clip what does not fit.
+  for (QWidget* bar : {top_, bottom_}) bar->setSizePolicy(QSizePolicy::Ignored, bar->sizePolicy().verticalPolicy());
   connect(&repaint_, &QTimer::timeout, this, [this] { ShowNewFrame(); });
   Refresh();
 }
