@@ -2,6 +2,10 @@
 
 #include "capture/video_screen.h"
 
+#include <algorithm>
+#include <iterator>
+#include <vector>
+
 #include "base/formatting.h"
 #include "capture/capture_device.h"
 #include "capture/capture_status.h"
@@ -13,6 +17,7 @@
 #include "core/main_window.h"
 #include "core/settings_keys.h"
 #include "core/window_registry.h"
+#include "image/picture_writer.h"
 #include "movie/avi_builder_panel.h"
 
 namespace zr {
@@ -21,17 +26,30 @@ namespace {
 using platform::MessageButtons;
 using platform::MessageIcon;
 constexpr int kHttpSourceIndex = -2;
+
+// The size panels of the status bar and the scale each sets, in ten-thousandths.
+struct SizePanel {
+  const char* key;
+  int scale;
+};
+constexpr SizePanel kSizePanels[] = {
+    {"size_0_33", 3300}, {"size_0_50", 5000}, {"size_1_00", 10000}, {"size_2_00", 20000}, {"size_3_00", 30000}};
+
+// The packed colour of the picture's top left corner, where a logo's background usually is.
+std::int32_t CornerColour(const platform::Picture& picture) { return std::max(PackedColourAt(picture, 0, 0), 0); }
 }  // namespace
 
 VideoScreen::VideoScreen(Program& program)
     : ui::Window(program.services.loop, "VideoScreen"),
       program_(program),
       control_(program.services.make_capture_control()) {
-  for (const char* key : {"size_0_33", "size_0_50", "size_1_00", "size_2_00", "size_3_00"})
-    StatusBar.AddPanel(key).Bevel = ui::BevelStyle::Raised;
+  for (const auto& panel : kSizePanels) StatusBar.AddPanel(panel.key).Bevel = ui::BevelStyle::Raised;
   StatusBar.Panels("size_1_00").Bevel = ui::BevelStyle::Inset;
-  StatusBar.AddPanel("audio", " " + program.Translate("Audio"));
+  // Raised is the sound preview off: a device does not play its microphone into the speakers
+  // until the operator asks.
+  StatusBar.AddPanel("audio", " " + program.Translate("Audio")).Bevel = ui::BevelStyle::Raised;
   StatusBar.AddPanel("resolution");
+  StatusBar.OnPanelClick = [this](ui::Panel& panel) { StatusBar_PanelClick(panel); };
   StatusBar.Visible = false;
   wdmX.Visible = false;
   WDMStatus.OnTimer = [this] { WDMStatus_Timer(); };
@@ -352,12 +370,22 @@ void VideoScreen::FollowDriverCaps() {
   ClearControlKindMenus();
 }
 
+int VideoScreen::Scaled(int pixels) const {
+  const std::int64_t product = std::int64_t{pixels} * view_scale_;
+  std::int64_t whole = product / 10000;
+  const std::int64_t rest = product % 10000;
+  if (rest > 5000 || (rest == 5000 && whole % 2 != 0)) ++whole;
+  return static_cast<int>(whole);
+}
+
+// The sizing step of the driver kind: the capture window at the scaled size of the picture,
+// the window around it, the crosshair over it.
 void VideoScreen::SizeToPicture() {
   if (!capture_window_) return;
   auto& state = program_.state;
   vfw::capGetStatus(*capture_window_, state.CapStatus);
-  const int width = RoundHalfEven(state.CapStatus.uiImageWidth * view_scale_);
-  const int height = RoundHalfEven(state.CapStatus.uiImageHeight * view_scale_);
+  const int width = Scaled(static_cast<int>(state.CapStatus.uiImageWidth));
+  const int height = Scaled(static_cast<int>(state.CapStatus.uiImageHeight));
   vfw::capResize(*capture_window_, 0, 0, width, height);  // the window stands at 0,0 of its parent
   const std::string resolution = program_.Translate("Resolution:") + " " +
                                  std::to_string(state.CapStatus.uiImageWidth) + "x" +
@@ -366,9 +394,41 @@ void VideoScreen::SizeToPicture() {
   program_.MainWindow().MasterStatus.Panels("resolution").Text = resolution;
   program_.MainWindow().StatusString.Caption = program_.Translate("Connected");
   Width = width;
-  Height = height + (StatusBar.Visible ? 22 : 0);
+  Height = height + ShownStatusBarHeight();
+  mira.Left = 0;
+  mira.Top = 0;
   mira.Width = width;
   mira.Height = height;
+}
+
+void VideoScreen::Resize() {
+  mira.Left = 0;
+  mira.Top = 0;
+  mira.Width = Width;
+  mira.Height = std::max(Height - kStatusBarHeight, 0);
+}
+
+// A size panel is pressed alone and sets the scale; both sizings run, each for its own kinds.
+void VideoScreen::StatusBar_PanelClick(ui::Panel& panel) {
+  if (panel.key == "audio") return ToggleAudioPreview(panel);
+  const auto* chosen = std::find_if(std::begin(kSizePanels), std::end(kSizePanels),
+                                    [&](const SizePanel& size) { return panel.key == size.key; });
+  if (chosen == std::end(kSizePanels)) return;
+  for (const auto& size : kSizePanels)
+    StatusBar.Panels(size.key).Bevel = &size == chosen ? ui::BevelStyle::Inset : ui::BevelStyle::Raised;
+  view_scale_ = chosen->scale;
+  ResumeNext([&] { ResizeWDM(); });
+  ResumeNext([&] { SizeToPicture(); });
+}
+
+// The sound is heard or not on a device of the control kind alone, changed with the preview
+// off; the bevel shows what the device now does (inset: heard).
+void VideoScreen::ToggleAudioPreview(ui::Panel& panel) {
+  if (Kind() != DeviceKind::Control) return;
+  ResumeNext([&] { control_->SetPreviewEnabled(false); });
+  ResumeNext([&] { control_->SetAudioPreview(!control_->AudioPreview()); });
+  ResumeNext([&] { control_->SetPreviewEnabled(true); });
+  ResumeNext([&] { panel.Bevel = control_->AudioPreview() ? ui::BevelStyle::Inset : ui::BevelStyle::Raised; });
 }
 
 void VideoScreen::RefreshWindow() {
@@ -403,16 +463,26 @@ void VideoScreen::VideoFormat() {
     ResumeNext([&] { control_->ShowFormatDialog(); });
 }
 
-// The buttons follow what the driver did, not what was asked.
+// The buttons follow what the device did, not what was asked; a driver that is in neither mode
+// leaves them as they are.
 void VideoScreen::MirrorViewButtons() {
-  auto& status = program_.state.CapStatus;
-  vfw::capGetStatus(*capture_window_, status);
+  bool live = false;
+  bool overlay = false;
+  if (Kind() == DeviceKind::Driver) {
+    auto& status = program_.state.CapStatus;
+    vfw::capGetStatus(*capture_window_, status);
+    live = status.fLiveWindow == 1;
+    overlay = status.fOverlayWindow == 1;
+  } else {
+    ResumeNext([&] { overlay = control_->OverlayEnabled(); });
+    live = !overlay;
+  }
   auto& toolbar = program_.MainWindow().DeviceToolbar;
-  if (status.fLiveWindow == 1) {
+  if (live) {
     toolbar.Button("overlay").Value = 0;
     toolbar.Button("preview").Value = 1;
   }
-  if (status.fOverlayWindow == 1) {
+  if (overlay) {
     toolbar.Button("overlay").Value = 1;
     toolbar.Button("preview").Value = 0;
   }
@@ -427,6 +497,7 @@ void VideoScreen::Overlay() {
       control_->SetPreviewEnabled(false);
       control_->SetOverlayEnabled(true);
     });
+    MirrorViewButtons();
   }
 }
 
@@ -442,6 +513,7 @@ void VideoScreen::Preview(int frames_per_second) {
       control_->SetDeviceConnected(true);
       control_->SetPreviewEnabled(true);
     });
+    MirrorViewButtons();
   }
 }
 
@@ -458,25 +530,40 @@ void VideoScreen::ReconnectWithRenderer(bool use_vmr9) {
   ResumeNext([&] { control_->SetPreviewEnabled(true); });
 }
 
+// The control and the window around it at the scaled size of the picture. A stream tells its
+// size only once it plays: until then the window keeps its size, and the next change of scale
+// asks again. A device whose size cannot be read keeps the sizes it had.
 void VideoScreen::ResizeWDM() {
   if (!IsControlKind()) return;
   int width = 0;
   int height = 0;
-  control_->SetStretchPreview(true);
   if (Kind() == DeviceKind::MediaStream) {
+    wdmX.Left = 0;
+    wdmX.Top = 0;
     control_->StreamVideoSize(width, height);
+    control_->SetStretchPreview(true);
     if (width == 0 || height == 0) return;
   } else {
-    width = control_->VideoWidth();
-    height = control_->VideoHeight();
+    control_->SetStretchPreview(true);
+    bool read = false;
+    ResumeNext([&] {
+      height = control_->VideoHeight();
+      width = control_->VideoWidth();
+      read = true;
+    });
+    if (!read) return;
+    wdmX.Left = 0;
+    wdmX.Top = Mastertoolbar.Visible ? kToolbarHeight : 0;
     const std::string resolution =
         program_.Translate("Resolution:") + " " + FormatNumber(width, "#0") + "x" + FormatNumber(height, "#0");
     StatusBar.Panels("resolution").Text = resolution;
     program_.MainWindow().MasterStatus.Panels("resolution").Text = resolution;
     program_.MainWindow().StatusString.Caption = program_.Translate("Connected");
   }
-  Width = RoundHalfEven(width * view_scale_);
-  Height = RoundHalfEven(height * view_scale_) + (StatusBar.Visible ? 22 : 0);
+  wdmX.Width = Scaled(width);
+  wdmX.Height = Scaled(height);
+  Width = wdmX.Width;
+  Height = wdmX.Top + wdmX.Height + ShownStatusBarHeight();
 }
 
 void VideoScreen::AudioVFW(bool enabled) {
@@ -492,6 +579,41 @@ void VideoScreen::CaptureStopped() {
   program_.MainWindow().StopMovieRecord();
   ShowRunFailure(program_, control_->CaptureFailure());
 }
+
+void VideoScreen::PictureRightButtonUp() {
+  if (Kind() != DeviceKind::Driver || !capture_window_) return;
+  auto& menu = program_.MainWindow().ViewMenu;
+  std::vector<int> indexes;
+  std::vector<platform::PopupMenuEntry> entries;
+  for (const auto& [index, entry] : menu.Elements()) {
+    if (!entry->Visible) continue;
+    indexes.push_back(index);
+    entries.push_back({entry->Caption, entry->Checked, entry->Enabled});
+  }
+  const auto chosen = program_.services.dialogs.PopupMenu(entries);
+  if (chosen && *chosen >= 0 && *chosen < static_cast<int>(indexes.size()))
+    menu(indexes[static_cast<std::size_t>(*chosen)]).Click();
+}
+
+// The picture goes through MotionPicture, the window's work picture, on its way to the display;
+// the overlay keeps its own hold of it, as the motion detector fills MotionPicture again.
+void VideoScreen::SetImageOverlay() {
+  const auto chosen = program_.services.dialogs.FileDialog(platform::FileDialogRequest{
+      platform::FileDialogKind::Open, program_.Translate("Open..."), std::string(kPictureOpenFilter), "", false});
+  if (!chosen || chosen->empty()) return;
+  auto picture = LoadPictureFile(chosen->front());
+  if (!picture) {
+    program_.MessageBox(program_.Translate("Bad file format."));
+    return;
+  }
+  MotionPicture.Picture = picture;
+  const auto colour = program_.services.dialogs.ChooseColour(
+      platform::ColourRequest{program_.Translate("Choose the transparency color..."), CornerColour(*picture)});
+  if (!colour) return;
+  image_overlay_ = ImageOverlay{std::move(picture), *colour};
+}
+
+void VideoScreen::ClearImageOverlay() { image_overlay_ = {}; }
 
 void VideoScreen::DVExportFinished() { throw NotBuiltYet("the DV export window"); }
 
@@ -549,6 +671,8 @@ const Registration kRegistration{{
        w.ConnectVideoCaptureDevice(a.Integer(0), a.Text(1), a.Text(2));
      }},
     {"ShowTCR", Registration::Calls(&VideoScreen::ShowTCR)},
+    {"SetImageOverlay", Registration::Calls(&VideoScreen::SetImageOverlay)},
+    {"ClearImageOverlay", Registration::Calls(&VideoScreen::ClearImageOverlay)},
 }};
 
 }  // namespace

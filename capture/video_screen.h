@@ -65,6 +65,28 @@ class VideoScreen : public ui::Window, public MotionSurface, private platform::C
   void ConnectVideoCaptureDevice(int index, const std::string& kind, const std::string& name);
   void ShowTCR();
 
+  // The picture laid over the live picture by "Set Image Overlay", with the colour that lets
+  // the live picture through (packed, red low); no picture while none is set.
+  struct ImageOverlay {
+    std::shared_ptr<const platform::Picture> picture;
+    std::int32_t transparent_colour = 0;
+  };
+  // Asks a picture and its transparent colour and lays it over the live picture.
+  void SetImageOverlay();
+  void ClearImageOverlay();
+  const ImageOverlay& CurrentImageOverlay() const { return image_overlay_; }
+
+  // The size of the picture at the scale of the moment: the control's while it shows with a
+  // size, else the crosshair's, which the sizing of a driver and every resize of the window set.
+  int PictureWidth() const { return ShowsControl() ? wdmX.Width : mira.Width; }
+  int PictureHeight() const { return ShowsControl() ? wdmX.Height : mira.Height; }
+  // The right button let go over the picture: on the driver kind the main window's View menu
+  // pops up there; the control kind has nothing to pop up.
+  void PictureRightButtonUp();
+  // What the bars of the window take in height, pixels.
+  static constexpr int kStatusBarHeight = 22;
+  static constexpr int kToolbarHeight = 28;
+
   // The motion detector's view of this window: the frame goes over the clipboard into
   // MotionPicture, whose picture is what the window's surface shows at 96 dots an inch, unless
   // an overlay leaves the surface unreadable.
@@ -78,6 +100,8 @@ class VideoScreen : public ui::Window, public MotionSurface, private platform::C
   std::shared_ptr<const platform::Picture> CurrentFrame();
 
   bool QueryUnload(ui::UnloadMode mode) override;
+  // The crosshair fills what the status bar leaves of the window.
+  void Resize() override;
 
   // The capture window of the driver kind; null while none exists.
   platform::VfwCaptureWindow* CaptureWindow() const { return capture_window_.get(); }
@@ -110,7 +134,13 @@ class VideoScreen : public ui::Window, public MotionSurface, private platform::C
   void FollowDriverCaps();
   void SelectSoundLists(bool driver_lists);
   void SizeToPicture();
+  void StatusBar_PanelClick(ui::Panel& panel);
+  void ToggleAudioPreview(ui::Panel& panel);
+  // Pixels at the view scale, rounded half to even as the decimal product is.
+  int Scaled(int pixels) const;
+  int ShownStatusBarHeight() const { return StatusBar.Visible ? kStatusBarHeight : 0; }
   bool IsControlKind() const;
+  bool ShowsControl() const { return wdmX.Visible && wdmX.Width > 0 && wdmX.Height > 0; }
   bool AskAddress(const std::string& prompt, std::string& address);
 
   Program& program_;
@@ -118,7 +148,9 @@ class VideoScreen : public ui::Window, public MotionSurface, private platform::C
   std::unique_ptr<platform::VideoCaptureControl> control_;
   bool frame_job_open_ = false;
   bool address_refused_ = false;
-  double view_scale_ = 1;
+  // ViewScale, a decimal of four places kept in ten-thousandths: 0.33, 0.5, 1, 2 or 3.
+  int view_scale_ = 10000;
+  ImageOverlay image_overlay_;
   int device_index_ = 0;
   std::string device_name_;
 };

@@ -1,6 +1,7 @@
 #include "gui/qt_services.h"
 
 #include <QClipboard>
+#include <QColorDialog>
 #include <QComboBox>
 #include <QCursor>
 #include <QDialog>
@@ -103,6 +104,7 @@ std::optional<int> QtDialogs::PopupMenu(const std::vector<platform::PopupMenuEnt
     QAction* action = entry.text == "-" ? menu.addSeparator() : menu.addAction(Text(entry.text));
     action->setCheckable(entry.checked);
     action->setChecked(entry.checked);
+    action->setEnabled(entry.enabled);
     actions.push_back(action);
   }
   QAction* chosen = menu.exec(QCursor::pos());
@@ -135,6 +137,13 @@ std::optional<std::vector<std::string>> QtDialogs::FileDialog(const platform::Fi
   std::vector<std::string> paths;
   for (const QString& path : chosen) paths.push_back(path.toStdString());
   return paths;
+}
+
+std::optional<std::int32_t> QtDialogs::ChooseColour(const platform::ColourRequest& request) {
+  const QColor initial(request.initial & 0xFF, request.initial >> 8 & 0xFF, request.initial >> 16 & 0xFF);
+  const QColor chosen = QColorDialog::getColor(initial, parent_, Text(request.title));
+  if (!chosen.isValid()) return std::nullopt;
+  return chosen.red() | chosen.green() << 8 | chosen.blue() << 16;
 }
 
 // A list of the compressors and the setting of the one chosen; each compressor keeps the value

@@ -24,6 +24,7 @@ class QtDialogs final : public platform::Dialogs {
   // The toolkit's print dialog (its printers, and printing to a PDF file); the picture is
   // scaled to the page, keeping its shape.
   bool PrintPicture(const platform::PrintRequest& request) override;
+  std::optional<std::int32_t> ChooseColour(const platform::ColourRequest& request) override;
 
  private:
   // Guarded: the window in front may be a dialog that has closed and gone since.

@@ -10,6 +10,7 @@
 #include <QStatusBar>
 #include <QToolBar>
 #include <QVBoxLayout>
+#include <QWindow>
 #include <algorithm>
 
 #include "capture/video_screen.h"
@@ -71,6 +72,11 @@ void PlainWindow::closeEvent(QCloseEvent* event) {
   close_box_();
 }
 
+void PlainWindow::mousePressEvent(QMouseEvent* event) {
+  if (event->button() == Qt::LeftButton && isWindow() && windowHandle() && windowHandle()->startSystemMove()) return;
+  QWidget::mousePressEvent(event);
+}
+
 // ---- SplashWindow
 
 SplashWindow::SplashWindow(ui::Window& model, const Guard& guard)
@@ -118,7 +124,7 @@ const FaceRegistration kVideoFace{
 }  // namespace
 
 VideoWindow::VideoWindow(zr::VideoScreen& model, const Guard& guard, LiveVideo live, std::function<void()> close_box)
-    : model_(model), live_(std::move(live)), close_box_(std::move(close_box)) {
+    : model_(model), guard_(guard), live_(std::move(live)), close_box_(std::move(close_box)) {
   setObjectName("VideoScreen");
   setAttribute(Qt::WA_OpaquePaintEvent);
   auto* layout = new QVBoxLayout(this);
@@ -133,18 +139,24 @@ VideoWindow::VideoWindow(zr::VideoScreen& model, const Guard& guard, LiveVideo l
   bottom_ = status->Widget();
   layout->addWidget(bottom_);
   controls_.Add(std::move(status));
-  connect(&repaint_, &QTimer::timeout, this, [this] { update(PictureArea()); });
+  // The picture sets the width: the bars take it, however narrow, and clip what does not fit.
+  for (QWidget* bar : {top_, bottom_}) bar->setSizePolicy(QSizePolicy::Ignored, bar->sizePolicy().verticalPolicy());
+  connect(&repaint_, &QTimer::timeout, this, [this] { ShowNewFrame(); });
   Refresh();
 }
 
 QSize VideoWindow::sizeHint() const {
   const int toolbar = top_->isVisibleTo(this) ? top_->sizeHint().height() : 0;
-  return QSize(std::max(model_.Width.get(), 160), std::max(model_.Height.get(), 120) + toolbar);
+  const int status = bottom_->isVisibleTo(this) ? bottom_->sizeHint().height() : 0;
+  return QSize(std::max(model_.PictureWidth(), 1), std::max(model_.PictureHeight(), 1) + toolbar + status);
 }
 
+// The timer runs at the preview rate; a rate of 0 shows every frame the device gives, up to
+// the display's 60 a second.
 void VideoWindow::Refresh() {
   controls_.Refresh();
-  const int rate = std::clamp(live_.preview_rate ? live_.preview_rate() : 0, 1, 60);
+  const int asked = live_.preview_rate ? live_.preview_rate() : 0;
+  const int rate = asked <= 0 ? 60 : std::min(asked, 60);
   if (rate != shown_rate_) {
     repaint_.start(1000 / rate);
     shown_rate_ = rate;
@@ -153,38 +165,86 @@ void VideoWindow::Refresh() {
   setToolTip(Text(message));
 }
 
+void VideoWindow::ShowNewFrame() {
+  const auto latest = live_.latest_picture ? live_.latest_picture() : nullptr;
+  const auto& overlay = model_.CurrentImageOverlay();
+  if (latest && latest == painted_ && overlay.picture == keyed_from_ && overlay.transparent_colour == keyed_colour_)
+    return;
+  update(PictureArea());
+}
+
 QRect VideoWindow::PictureArea() const {
   const int top = top_->isVisible() ? top_->geometry().bottom() + 1 : 0;
   const int bottom = bottom_->isVisible() ? bottom_->geometry().top() : height();
   return QRect(0, top, width(), std::max(bottom - top, 0));
 }
 
-// The live picture when the device gives one, else the last still the window holds; scaled to
-// the window as the size panels made it.
+const QImage& VideoWindow::ScaledFrame(const std::shared_ptr<const platform::Picture>& picture, QSize size) {
+  if (picture != scaled_from_ || scaled_.size() != size) {
+    const QImage frame = ToQImage(*picture);
+    scaled_ = frame.size() == size ? frame : frame.scaled(size, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
+    scaled_from_ = picture;
+  }
+  return scaled_;
+}
+
+const QImage& VideoWindow::KeyedOverlay() {
+  const auto& overlay = model_.CurrentImageOverlay();
+  if (overlay.picture != keyed_from_ || overlay.transparent_colour != keyed_colour_) {
+    keyed_ = overlay.picture ? ToKeyedQImage(*overlay.picture, overlay.transparent_colour) : QImage();
+    keyed_from_ = overlay.picture;
+    keyed_colour_ = overlay.transparent_colour;
+  }
+  return keyed_;
+}
+
+// The live picture when the device gives one, else the last still the window holds, scaled
+// smoothly to the picture's place once per frame; the image overlay over it at its top left,
+// at the same scale.
 void VideoWindow::paintEvent(QPaintEvent*) {
   QPainter painter(this);
   const QRect area = PictureArea();
   std::shared_ptr<const platform::Picture> picture = live_.latest_picture ? live_.latest_picture() : nullptr;
+  painted_ = picture;
   if (!picture) picture = model_.StreamPic.Picture;
-  if (!picture) {
+  if (!picture || picture->width <= 0 || picture->height <= 0 || area.isEmpty()) {
     painter.fillRect(area, QColor(0x26, 0x32, 0x38));
     const std::string message = live_.source_message ? live_.source_message() : "";
     painter.setPen(Qt::white);
     painter.drawText(area, Qt::AlignCenter | Qt::TextWordWrap, Text(message));
     return;
   }
-  painter.drawImage(area, ToQImage(*picture));
+  painter.drawImage(area.topLeft(), ScaledFrame(picture, area.size()));
+  const QImage& overlay = KeyedOverlay();
+  if (overlay.isNull()) return;
+  painter.setRenderHint(QPainter::SmoothPixmapTransform);
+  const double scale_x = static_cast<double>(area.width()) / picture->width;
+  const double scale_y = static_cast<double>(area.height()) / picture->height;
+  painter.setClipRect(area);
+  painter.drawImage(QRectF(area.topLeft(), QSizeF(overlay.width() * scale_x, overlay.height() * scale_y)), overlay);
 }
 
-void VideoWindow::mousePressEvent(QMouseEvent* event) { drag_start_ = event->globalPosition().toPoint(); }
+// A left press on the picture drags the window; the right button let go over it asks the model
+// for its menu.
+void VideoWindow::mousePressEvent(QMouseEvent* event) {
+  dragging_ = event->button() == Qt::LeftButton && PictureArea().contains(event->position().toPoint());
+  drag_start_ = event->globalPosition().toPoint();
+}
 
-// Dragging the picture moves the window.
+// The window is a child of the main window's area, which the system's move cannot reach: it
+// follows the pointer there.
 void VideoWindow::mouseMoveEvent(QMouseEvent* event) {
-  if (!(event->buttons() & Qt::LeftButton)) return;
+  if (!dragging_ || !(event->buttons() & Qt::LeftButton)) return;
   QWidget* frame = parentWidget() ? parentWidget() : this;
   const QPoint now = event->globalPosition().toPoint();
   frame->move(frame->pos() + (now - drag_start_));
   drag_start_ = now;
+}
+
+void VideoWindow::mouseReleaseEvent(QMouseEvent* event) {
+  dragging_ = false;
+  if (event->button() == Qt::RightButton && PictureArea().contains(event->position().toPoint()))
+    guard_([this] { model_.PictureRightButtonUp(); });
 }
 
 void VideoWindow::closeEvent(QCloseEvent* event) {

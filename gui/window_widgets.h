@@ -50,6 +50,8 @@ class PlainWindow : public QWidget {
 
  protected:
   void closeEvent(QCloseEvent* event) override;
+  // A left press on the background or a label of a dialog moves it, through the system's move.
+  void mousePressEvent(QMouseEvent* event) override;
   // The widget of a control, bound for the window's refresh.
   QWidget* Bound(ui::Control& control);
 
@@ -71,30 +73,47 @@ class SplashWindow : public QWidget {
   BoundControls controls_;
 };
 
-// The capture window: the live picture at the preview rate, its tool bar and status bar.
+// The capture window: the live picture at the preview rate, scaled smoothly to the size the
+// model gave it, the image overlay over it, its tool bar and status bar around it.
 class VideoWindow : public QWidget {
  public:
   VideoWindow(zr::VideoScreen& model, const Guard& guard, LiveVideo live, std::function<void()> close_box);
   void Refresh();
+  // Exactly the scaled picture with the bars that show.
   QSize sizeHint() const override;
 
  protected:
   void paintEvent(QPaintEvent* event) override;
   void mousePressEvent(QMouseEvent* event) override;
   void mouseMoveEvent(QMouseEvent* event) override;
+  void mouseReleaseEvent(QMouseEvent* event) override;
   void closeEvent(QCloseEvent* event) override;
 
  private:
   QRect PictureArea() const;
+  // Repaints when the device has a new frame or the overlay changed: whole frames only.
+  void ShowNewFrame();
+  const QImage& ScaledFrame(const std::shared_ptr<const platform::Picture>& picture, QSize size);
+  const QImage& KeyedOverlay();
   zr::VideoScreen& model_;
+  const Guard& guard_;
   LiveVideo live_;
   std::function<void()> close_box_;
   BoundControls controls_;
   QWidget* top_ = nullptr;
   QWidget* bottom_ = nullptr;
   QTimer repaint_;
-  int shown_rate_ = 0;
+  int shown_rate_ = -1;
   QPoint drag_start_;
+  bool dragging_ = false;
+  // The frame last scaled, and what it was scaled from, so that a repaint of the same frame
+  // scales nothing.
+  std::shared_ptr<const platform::Picture> scaled_from_;
+  QImage scaled_;
+  std::shared_ptr<const platform::Picture> painted_;
+  std::shared_ptr<const platform::Picture> keyed_from_;
+  std::int32_t keyed_colour_ = 0;
+  QImage keyed_;
 };
 
 // The main window.

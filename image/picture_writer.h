@@ -4,6 +4,7 @@
 
 #include <memory>
 #include <string>
+#include <string_view>
 
 #include "base/result.h"
 #include "platform/picture.h"
@@ -22,6 +23,10 @@ void WritePictureFile(const std::shared_ptr<const platform::Picture>& picture, c
 // finds half a picture at the name. An Error says why it could not be written; the hidden
 // file is then gone.
 Result<void> WritePictureFileWhole(const platform::Picture& picture, const std::string& path, int quality);
+
+// The open dialog's filter of the pictures the program reads.
+inline constexpr std::string_view kPictureOpenFilter =
+    "All files |*.bmp;*.jpg|Bitmap File (*.bmp)|*.bmp|JPEG Image File (*.jpg)|*.jpg|";
 
 // A BMP or JPEG file; nothing when the file is not a picture the program reads.
 std::shared_ptr<const platform::Picture> LoadPictureFile(const std::string& path);

@@ -273,8 +273,11 @@ void Master::VideoMenu_Click(int index) {
       program_.SlotOf<VideoSettings>().ShowModal(program_.services.loop);
       break;
     case kSetImageOverlay:
+      screen.SetImageOverlay();
+      break;
     case kClearImageOverlay:
-      throw NotBuiltYet("the video menu entry " + std::to_string(index));
+      screen.ClearImageOverlay();
+      break;
     default:
       break;
   }

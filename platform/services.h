@@ -47,6 +47,7 @@ struct FileDialogRequest {
 struct PopupMenuEntry {
   std::string text;
   bool checked = false;
+  bool enabled = true;
 };
 
 // The compression options of a movie about to be written: the compressors to choose from, each
@@ -60,6 +61,12 @@ struct CompressionOptionsRequest {
 struct CompressionChoice {
   int compressor = 0;
   int value = 0;
+};
+
+// The colour dialog: its title and the colour it opens with, both packed (red low, blue high).
+struct ColourRequest {
+  std::string title;
+  std::int32_t initial = 0;
 };
 
 // A picture to print, with the name the print job carries.
@@ -83,6 +90,8 @@ class Dialogs {
   // The print dialog, then the print of the picture on the page; false when the operator
   // cancelled or nothing could be printed.
   virtual bool PrintPicture(const PrintRequest& request) = 0;
+  // The colour chosen, packed; nothing when the operator cancelled.
+  virtual std::optional<std::int32_t> ChooseColour(const ColourRequest& request) = 0;
 };
 
 // ---- Clipboard

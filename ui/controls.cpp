@@ -392,6 +392,16 @@ std::optional<Value> Timer::Get(std::string_view property, std::optional<int> el
   return Control::Get(property, element);
 }
 
+// ---- Frame
+
+std::optional<Value> Frame::Get(std::string_view property, std::optional<int> element) const {
+  if (property == "Left") return Number(Left);
+  if (property == "Top") return Number(Top);
+  if (property == "Width") return Number(Width);
+  if (property == "Height") return Number(Height);
+  return Control::Get(property, element);
+}
+
 bool Timer::Set(std::string_view property, const Value& value) {
   if (property == "Interval")
     Interval = static_cast<int>(ValueToNumber(value));
@@ -463,6 +473,8 @@ std::optional<Value> PictureBox::Get(std::string_view property, std::optional<in
   if (property == "HasPicture") return Value{Picture != nullptr};
   if (property == "Width") return Number(Picture ? Picture->width : Width);
   if (property == "Height") return Number(Picture ? Picture->height : Height);
+  if (property == "Left") return Number(Left);
+  if (property == "Top") return Number(Top);
   if (property == "Tag") return Value{Tag.get()};
   return Control::Get(property, element);
 }

@@ -336,11 +336,17 @@ class TreeView : public Control {
   std::vector<TreeNode> nodes_;
 };
 
-// A container without state of its own: frame, panel, cool bar host, or a hosted device
-// control whose only model state is its flags.
+// A container with no state of its own but its flags, place and size: frame, panel, cool bar
+// host, or a hosted device control.
 class Frame : public Control {
  public:
   using Control::Control;
+  // Its place and size in the window, pixels.
+  int Left = 0;
+  int Top = 0;
+  int Width = 0;
+  int Height = 0;
+  std::optional<Value> Get(std::string_view property, std::optional<int> element) const override;
 };
 
 // The elements of a control array, found by index.

@@ -43,6 +43,8 @@ void Say(const platform::sim::ShownDialog& dialog) {
     std::cout << "  dialog: input box " << Quoted(dialog.input.prompt) << "\n";
   else if (dialog.kind == Kind::CompressionOptions)
     std::cout << "  dialog: compression options\n";
+  else if (dialog.kind == Kind::Colour)
+    std::cout << "  dialog: colour " << Quoted(dialog.message.title) << "\n";
   else
     std::cout << "  dialog: file dialog " << Quoted(dialog.file.title) << "\n";
 }

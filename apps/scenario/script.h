@@ -340,6 +340,11 @@ struct AnswerOptions {
   bool accept = true;
 };
 
+// answer colour rgb(R,G,B) | answer colour cancel (no colour): the next colour dialog.
+struct AnswerColour {
+  std::optional<Colour> colour;
+};
+
 // answer input "text" | answer input cancel (text empty).
 struct AnswerInput {
   std::optional<std::string> text;
@@ -562,8 +567,8 @@ using CommandBody = std::variant<
     FtpServer, DesktopTools, Start,
     // actions
     Click, DoubleClick, SetProperty, Key, Foreground, CloseWindow, MinimizeWindow, RestoreWindow, Wait, Yield, After,
-    Call, LoadWindow, UnloadWindow, AnswerMsgBox, AnswerOptions, AnswerInput, AnswerFileDialog, ChangePicture,
-    DropFrames, Unplug, SoundLevel, SerialLine, Joystick, HttpRequest,
+    Call, LoadWindow, UnloadWindow, AnswerMsgBox, AnswerOptions, AnswerColour, AnswerInput, AnswerFileDialog,
+    ChangePicture, DropFrames, Unplug, SoundLevel, SerialLine, Joystick, HttpRequest,
     // expectations
     ExpectProperty, ExpectState, ExpectSetting, ExpectFileExists, ExpectFileSize, ExpectFileText, ExpectFileBytes,
     ExpectMsgBox, ExpectInputBox, ExpectFileDialog, ExpectNoDialog, ExpectWindow, ExpectClipboard, ExpectMovie,

@@ -528,12 +528,18 @@ CommandBody TakeFileDialogAnswer(Cursor& c, FileDialogKind kind) {
   return answer;
 }
 
+CommandBody ParseAnswerColour(Cursor& c) {
+  if (TakeKeyword(c, "cancel")) return AnswerColour{};
+  return AnswerColour{TakeColour(c)};
+}
+
 constexpr auto kOptionsAnswers = std::to_array<Choice<bool>>({{"OK", true}, {"Cancel", false}});
 
 constexpr auto kAnswerKinds = std::to_array<Choice<CommandParser>>({
     {"msgbox", [](Cursor& c) -> CommandBody { return AnswerMsgBox{TakeChoice(c, kMsgBoxAnswers)}; }},
     {"options", [](Cursor& c) -> CommandBody { return AnswerOptions{TakeChoice(c, kOptionsAnswers)}; }},
     {"input", ParseAnswerInput},
+    {"colour", ParseAnswerColour},
     {"open", [](Cursor& c) { return TakeFileDialogAnswer(c, FileDialogKind::kOpen); }},
     {"save", [](Cursor& c) { return TakeFileDialogAnswer(c, FileDialogKind::kSave); }},
     {"folder", [](Cursor& c) { return TakeFileDialogAnswer(c, FileDialogKind::kFolder); }},

@@ -1,5 +1,5 @@
 // The program's dialogs: the answers a scenario queues for message boxes, input boxes, file
-// dialogs and compression options, and the expectations that check each dialog shown, oldest
+// dialogs, compression options and colours, and the expectations that check each dialog shown, oldest
 // first.
 
 #include <optional>
@@ -81,6 +81,13 @@ void Do(Runner& runner, const AnswerMsgBox& answer) {
 }
 
 void Do(Runner& runner, const AnswerOptions& answer) { runner.world().dialogs.QueueOptionsAnswer(answer.accept); }
+
+// A colour is packed as the program keeps colours: red low, blue high.
+void Do(Runner& runner, const AnswerColour& answer) {
+  std::optional<std::int32_t> packed;
+  if (const auto& colour = answer.colour) packed = colour->red | colour->green << 8 | colour->blue << 16;
+  runner.world().dialogs.QueueColourAnswer(packed);
+}
 
 void Do(Runner& runner, const AnswerInput& answer) {
   runner.world().dialogs.QueueInputAnswer(answer.text ? std::optional<std::string>(runner.Expand(*answer.text))
@@ -167,6 +174,7 @@ void Do(Runner& runner, const ExpectNoDialog&) {
 void AddDialogSteps(StepTable& steps) {
   steps.On<AnswerMsgBox>(Do);
   steps.On<AnswerOptions>(Do);
+  steps.On<AnswerColour>(Do);
   steps.On<AnswerInput>(Do);
   steps.On<AnswerFileDialog>(Do);
   steps.On<ExpectMsgBox>(Do);

@@ -34,9 +34,7 @@ struct EffectsMenuEntry {
 std::span<const EffectsMenuEntry> EffectsMenu();
 const EffectsMenuEntry* FindEffectsMenuEntry(std::string_view key);
 
-// The open dialog's filter, and the save dialog's: the formats the converter writes.
-inline constexpr std::string_view kPictureOpenFilter =
-    "All files |*.bmp;*.jpg|Bitmap File (*.bmp)|*.bmp|JPEG Image File (*.jpg)|*.jpg|";
+// The save dialog's filter: the formats the converter writes.
 inline constexpr std::string_view kPictureSaveFilter =
     "JPEG Image File (*.jpg)|*.jpg|JPEG 2000 Image File (*.jp2)|*.jp2|Bitmap File (*.bmp)|*.bmp|GIF File "
     "(*.gif)|*.gif|DIB File (*.dib)|*.dib|TIF File (*.tif)|*.tif|PNG File (*.png)|*.png|PCX File (*.pcx)|*.pcx|TGA "

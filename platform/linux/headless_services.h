@@ -30,8 +30,8 @@ class StatvfsFileSystem final : public FileSystem {
 // A message goes to the terminal with its title and is answered with the box's first button
 // (OK, Yes, Abort, Retry): whoever started a headless run asked for what it does, so a question
 // such as replacing the file named on the command line is answered as going ahead. An input box
-// keeps its proposed text; a file dialog is cancelled; the compression options are taken as
-// they are offered, and the compressor is told.
+// keeps its proposed text, a colour dialog its colour; a file dialog is cancelled; the
+// compression options are taken as they are offered, and the compressor is told.
 class TerminalDialogs final : public Dialogs {
  public:
   explicit TerminalDialogs(std::ostream& out) : out_(out) {}
@@ -43,6 +43,7 @@ class TerminalDialogs final : public Dialogs {
   std::optional<CompressionChoice> CompressionOptions(const CompressionOptionsRequest& request) override;
   // Without a window there is no print dialog: nothing is printed, and the terminal says so.
   bool PrintPicture(const PrintRequest& request) override;
+  std::optional<std::int32_t> ChooseColour(const ColourRequest& request) override { return request.initial; }
 
  private:
   std::ostream& out_;

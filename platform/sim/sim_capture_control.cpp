@@ -102,7 +102,11 @@ class SimCaptureControl : public VideoCaptureControl, public SimSource {
     }
     Show(SelectedDevice());
   }
-  void SetPreviewEnabled(bool enabled) override { Write("PreviewEnabled", BoolText(enabled)); }
+  // A preview and an overlay exclude each other: the preview turned on ends the overlay.
+  void SetPreviewEnabled(bool enabled) override {
+    Write("PreviewEnabled", BoolText(enabled));
+    if (enabled) overlay_ = false;
+  }
   void SetPreviewRate(int frames_per_second) override {
     Write("PreviewRate", std::to_string(frames_per_second));
     rate_asked_ = frames_per_second;

@@ -24,6 +24,10 @@ std::string DescribeDialog(const ShownDialog& dialog) {
       return "compression options dialog";
     case ShownDialog::Kind::Print:
       return "print dialog";
+    case ShownDialog::Kind::Colour:
+      return "colour dialog";
+    case ShownDialog::Kind::PopupMenu:
+      return "pop-up menu";
   }
   return "dialog";
 }
@@ -96,6 +100,25 @@ bool SimDialogs::PrintPicture(const PrintRequest& request) {
   Record(dialog);
   printed_.push_back(request.picture);
   return true;
+}
+
+std::optional<int> SimDialogs::PopupMenu(const std::vector<PopupMenuEntry>& entries) {
+  ShownDialog dialog{ShownDialog::Kind::PopupMenu, {}, {}, {}};
+  dialog.menu = entries;
+  dialog.checked = true;
+  Record(dialog);
+  return std::nullopt;
+}
+
+std::optional<std::int32_t> SimDialogs::ChooseColour(const ColourRequest& request) {
+  ShownDialog dialog{ShownDialog::Kind::Colour, {}, {}, {}};
+  dialog.message.title = request.title;
+  dialog.checked = true;
+  Record(dialog);
+  if (colour_answers_.empty()) return request.initial;
+  const auto answer = colour_answers_.front();
+  colour_answers_.pop_front();
+  return answer;
 }
 
 std::optional<CompressionChoice> SimDialogs::CompressionOptions(const CompressionOptionsRequest& request) {

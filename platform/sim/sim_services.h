@@ -24,11 +24,12 @@ class UnansweredDialog : public std::runtime_error {
 };
 
 struct ShownDialog {
-  enum class Kind { MessageBox, InputBox, Open, Save, Folder, CompressionOptions, Print } kind;
+  enum class Kind { MessageBox, InputBox, Open, Save, Folder, CompressionOptions, Print, Colour, PopupMenu } kind;
   MessageBoxRequest message;
   InputBoxRequest input;
   FileDialogRequest file;
-  bool checked = false;  // a scenario's expectation has matched it
+  std::vector<PopupMenuEntry> menu{};  // the entries of a pop-up menu
+  bool checked = false;                // a scenario's expectation has matched it
 };
 
 class SimDialogs : public Dialogs {
@@ -37,7 +38,8 @@ class SimDialogs : public Dialogs {
   std::optional<std::string> InputBox(const InputBoxRequest& request) override;
   std::optional<std::vector<std::string>> FileDialog(const FileDialogRequest& request) override;
   // A pop-up menu closes without a choice: a scenario clicks the menu's entries themselves.
-  std::optional<int> PopupMenu(const std::vector<PopupMenuEntry>&) override { return std::nullopt; }
+  // It is recorded as checked, with its entries.
+  std::optional<int> PopupMenu(const std::vector<PopupMenuEntry>& entries) override;
 
   void QueueMessageAnswer(MessageAnswer answer) { message_answers_.push_back(answer); }
   // Nothing queues a cancel.
@@ -57,6 +59,12 @@ class SimDialogs : public Dialogs {
   bool PrintPicture(const PrintRequest& request) override;
   const std::vector<Picture>& Printed() const { return printed_; }
 
+  // The colour dialog: the oldest queued answer (nothing cancels); with none queued it is
+  // accepted with the colour it opened with. No expectation checks it, so it is recorded as
+  // checked.
+  std::optional<std::int32_t> ChooseColour(const ColourRequest& request) override;
+  void QueueColourAnswer(std::optional<std::int32_t> answer) { colour_answers_.push_back(answer); }
+
   std::vector<ShownDialog>& Shown() { return shown_; }
   // Called as each dialog is shown (the runner's --verbose).
   std::function<void(const ShownDialog&)> on_shown;
@@ -69,6 +77,7 @@ class SimDialogs : public Dialogs {
   std::deque<std::optional<std::string>> input_answers_;
   std::map<FileDialogKind, std::deque<std::optional<std::vector<std::string>>>> file_answers_;
   std::deque<bool> options_answers_;
+  std::deque<std::optional<std::int32_t>> colour_answers_;
   std::vector<Picture> printed_;
 };
 

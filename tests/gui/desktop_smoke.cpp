@@ -188,7 +188,7 @@ class Operator {
   void WaitForLiveVideo() {
     if (!parts_.devices.LatestPicture()) return;
     if (series_) return StartSeries();
-    if (capture_windows_) return Next(&Operator::ShowCaptureWindows);
+    if (capture_windows_) return Next(&Operator::ScaleCaptureWindow);
     auto* seconds = FindWidget<QSpinBox>("MovieSecondsControl");
     auto* minutes = FindWidget<QSpinBox>("MovieMinutesControl");
     auto* unlimited = FindWidget<QCheckBox>("MovieDisableLimit");
@@ -371,6 +371,35 @@ class Operator {
   // Each window from its menu entry (the compressor choice as the capture window opens it for a
   // device of the control kind), photographed with what it shows, then closed by its own
   // button or the close box.
+  // The capture window at half and twice the picture's size, then back at its size: its frame
+  // fits the scaled picture exactly. The built-in camera is a driver, whose status bar with the
+  // size panels is hidden, so the panels are pressed in the model.
+  void ScaleCaptureWindow() {
+    const char* const scales[][2] = {
+        {"size_0_50", "capture_window_0_50.png"}, {"size_2_00", "capture_window_2_00.png"}, {"size_1_00", nullptr}};
+    auto& screen = parts_.program.Window<zr::VideoScreen>();
+    if (scaled_ == std::size(scales)) return RightClickPicture();
+    const auto& [panel, picture] = scales[scaled_];
+    if (Once(panel)) {
+      auto& loop = dynamic_cast<zr::gui::QtEventLoop&>(parts_.program.services.loop);
+      return loop.Guarded([&screen, panel] { screen.StatusBar.ClickPanel(screen.StatusBar.Panels(panel)); });
+    }
+    QWidget* window = FindWidget("VideoScreen");
+    if (!window || Elapsed() < 1000) return;  // the face catches up and shows a frame or two
+    if (window->size() != QSize(screen.PictureWidth(), screen.PictureHeight()))
+      return Fail(std::string("the capture window at ") + panel + " is not the size of its picture");
+    if (picture) Screenshot(window->parentWidget(), picture);
+    ++scaled_;
+    Next(&Operator::ScaleCaptureWindow);
+  }
+
+  // The right button on a driver's picture pops the View menu up, photographed and closed.
+  void RightClickPicture() {
+    if (Done("popup.png")) return Next(&Operator::ShowCaptureWindows);
+    if (Once("right click"))
+      Later(FindWidget("VideoScreen"), [] { QTest::mouseClick(FindWidget("VideoScreen"), Qt::RightButton); });
+  }
+
   void ShowCaptureWindows() {
     using namespace zr;
     struct Shown {
@@ -613,6 +642,7 @@ class Operator {
   const bool series_;
   const bool capture_windows_;
   std::size_t shown_windows_ = 0;  // of the capture windows, photographed and closed
+  std::size_t scaled_ = 0;         // the scales of the capture window photographed
   static constexpr const char* kMenus[] = {"effects_menu.png", "joystick_menu.png"};
   int menus_ = 0;           // how many of them were asked for
   int silent_socket_ = -1;  // the server that never answers
