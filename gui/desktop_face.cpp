@@ -148,7 +148,9 @@ DesktopFace::Shown DesktopFace::MakeShown(ui::WindowSlotBase& slot, ui::Window& 
       if (frame->windowTitle() != title) frame->setWindowTitle(title);
       const QSize wanted = made.widget->sizeHint();
       if (made.frame_follows_widget && wanted != applied) {
-        frame->resize(frame->size() - made.widget->size() + wanted);
+        // The frame's own hint is the widget's with the frame's title and borders around it,
+        // right even before the frame was first laid out.
+        frame->resize(frame->sizeHint());
         applied = wanted;
       }
     };

@@ -124,6 +124,7 @@ class MasterWindow : public QMainWindow {
   BoundControls controls_;
   QMdiArea* area_ = nullptr;
   QMenuBar* menu_bar_ = nullptr;
+  QWidget* cool_bar_ = nullptr;
   struct MenuEntry {
     ui::Menu* model;
     QAction* action;
