@@ -1,0 +1,322 @@
+// The desktop program under xvfb-run, every command of its main window chosen in turn: in each
+// operating mode every button of the bars it shows and every entry of their drop-down menus,
+// then every entry of the menu bar, and last File > Exit. File dialogs and other dialogs are
+// cancelled, message boxes take their default button, the windows a command opened are closed
+// again and a run it started is stopped. It fails on a command that is not built yet, on a
+// failure the face reports, on an error box and on a command that does not end; a crash fails
+// the test as it stops the process.
+
+#include <unistd.h>
+
+#include <QAction>
+#include <QApplication>
+#include <QDialog>
+#include <QElapsedTimer>
+#include <QFileDialog>
+#include <QListWidget>
+#include <QMdiArea>
+#include <QMdiSubWindow>
+#include <QMenu>
+#include <QMenuBar>
+#include <QMessageBox>
+#include <QPushButton>
+#include <QTest>
+#include <QTimer>
+#include <QToolBar>
+#include <QToolButton>
+#include <deque>
+#include <filesystem>
+#include <functional>
+#include <iostream>
+#include <set>
+#include <string>
+
+#include "apps/zandrell/program_parts.h"
+#include "core/main_menus.h"
+#include "core/operating_mode.h"
+#include "core/window_registry.h"
+#include "gui/desktop_toolkit.h"
+#include "gui/qt_event_loop.h"
+#include "main_window/master.h"
+
+namespace {
+
+// The tuner, scanner and DV commands, which come with the peripherals' windows.
+const std::set<std::string> kPeripherals = {"DeviceToolbar[exportdv]", "MainToolbar[scanner]",
+                                            "MainToolbar[choose_scanner]", "TunerBar"};
+
+// Commands built on other branches at the time of writing; this list goes when they are merged.
+const std::set<std::string> kBuiltOnOtherBranches = {
+    "FileMenu(5)",             // the broadcast program
+    "FileMenu(11)",            // the system information
+    "AudioMenu(11)",           // recording settings
+    "AudioMenu(13)",           // sound volume
+    "AudioMenu(15)",           // the preview of the sound
+    "SampleRateMenu",          // the sample rates
+    "WindowMenu",              // the arrangement of the child windows
+    "HelpMenu",                // help, splash, upgrades, the web, about
+    "DeviceToolbar[about]",    // the about window
+    "MainToolbar[about]",      // the about window
+    "DeviceToolbar[screen]",   // the screen tool
+    "DeviceToolbar[seprate]",  // the anchor of the preview rate, no command of its own
+    "VideoMenu(14)",           // set the image overlay
+    "VideoMenu(15)",           // clear the image overlay
+};
+
+// Error boxes the program shows by its own rules for the built-in camera: the driver has no
+// dialog of its own for the display.
+const std::set<QString> kToldErrors = {"Tessavue: Cannot show Video Display Dialog."};
+
+constexpr std::int64_t kCommandTimeoutMs = 20000;
+const QString kCamera = "Built-in Test Camera (VFW)";
+
+// Whether the command, or the control it belongs to, is left out.
+bool LeftOut(const std::string& name) {
+  const std::string control = name.substr(0, name.find_first_of("(["));
+  const std::string button = name.substr(0, name.find(']') + 1);
+  for (const auto* list : {&kPeripherals, &kBuiltOnOtherBranches})
+    if (list->contains(name) || list->contains(control) || list->contains(button)) return true;
+  return false;
+}
+
+QWidget* MainWidget() {
+  for (QWidget* top : QApplication::topLevelWidgets())
+    if (top->objectName() == "Master" && top->isVisible()) return top;
+  return nullptr;
+}
+
+// One command: its name as the scenarios address it, and how the operator chooses it.
+struct Command {
+  std::string name;
+  std::function<bool()> choose;  // false when its widget is not to be found
+};
+
+class Operator {
+ public:
+  explicit Operator(zr::ProgramParts& parts) : parts_(parts) {
+    clock_.start();
+    QObject::connect(&tick_, &QTimer::timeout, [this] { Act(); });
+    tick_.start(50);
+  }
+  std::vector<std::string> failures;
+  int chosen = 0;
+
+ private:
+  zr::Master& Model() { return parts_.program.Window<zr::Master>(); }
+  zr::gui::QtEventLoop& Loop() { return dynamic_cast<zr::gui::QtEventLoop&>(parts_.program.services.loop); }
+
+  void Fail(const std::string& why) { failures.push_back(current_ + ": " + why); }
+
+  void Act() {
+    if (!started_camera_) return PickCamera();
+    if (Answer()) return;
+    if (Loop().InHandler()) {
+      if (clock_.elapsed() - started_ > kCommandTimeoutMs) {
+        Fail("did not end");
+        QApplication::exit(1);
+      }
+      return;
+    }
+    if (CloseWhatOpened()) return;
+    // A run, a motion wait or a series the command started ("pause" is the still button at rest).
+    if (Model().RecordButton().Image.get() == "stop")
+      return Loop().Guarded([this] { Model().OperationBar.ClickButton(Model().RecordButton()); });
+    if (commands_.empty()) return;
+    Command next = std::move(commands_.front());
+    commands_.pop_front();
+    current_ = next.name;
+    started_ = clock_.elapsed();
+    std::cout << next.name << std::endl;
+    // Chosen after this tick, so that the dialogs it opens are answered by the next ones.
+    QTimer::singleShot(0, MainWidget(), [this, next] {
+      if (!next.choose()) return Fail("is not on the screen");
+      ++chosen;
+    });
+  }
+
+  // Answers what the last command put up; true when there was something.
+  bool Answer() {
+    if (QWidget* popup = QApplication::activePopupWidget()) {
+      popup->close();
+      return true;
+    }
+    QWidget* modal = QApplication::activeModalWidget();
+    if (!modal) return false;
+    if (auto* box = qobject_cast<QMessageBox*>(modal)) {
+      const std::string text = box->text().toStdString();
+      if (text.find("not built yet") != std::string::npos || text.starts_with("The last command failed"))
+        Fail(text);
+      else if (box->icon() == QMessageBox::Critical && !kToldErrors.contains(box->text()))
+        Fail("an error box: " + text);
+      QTest::keyClick(box, Qt::Key_Return);  // the default button
+      return true;
+    }
+    if (auto* dialog = qobject_cast<QDialog*>(modal)) {
+      dialog->reject();  // file dialogs, input boxes, the devices' own dialogs
+      return true;
+    }
+    if (zr::FindWindowKind(modal->objectName().toStdString())) modal->close();  // a window of the program
+    return true;
+  }
+
+  // The windows of the program the command opened, closed by their close boxes.
+  bool CloseWhatOpened() {
+    bool closing = false;
+    for (QWidget* top : QApplication::topLevelWidgets()) {
+      if (!top->isVisible() || top == MainWidget() || !zr::FindWindowKind(top->objectName().toStdString())) continue;
+      top->close();
+      closing = true;
+    }
+    if (auto* area = MainWidget()->findChild<QMdiArea*>("ChildArea"))
+      for (QMdiSubWindow* child : area->subWindowList())
+        if (child->isVisible() && child->widget() && child->widget()->objectName() != "VideoScreen") {
+          child->widget()->close();
+          closing = true;
+        }
+    return closing;
+  }
+
+  // The built-in camera from the chooser, then the commands of the first mode.
+  void PickCamera() {
+    QListWidget* devices = nullptr;
+    for (QWidget* top : QApplication::topLevelWidgets())
+      if (auto* list = top->findChild<QListWidget*>("devices"); list && list->isVisible()) devices = list;
+    if (!devices) return;
+    const auto found = devices->findItems(kCamera, Qt::MatchExactly);
+    if (found.isEmpty()) return Fail("the chooser does not list the built-in camera");
+    devices->setCurrentItem(found.front());
+    QTest::mouseClick(devices->viewport(), Qt::LeftButton, {}, devices->visualItemRect(found.front()).center());
+    if (auto* start = devices->window()->findChild<QPushButton*>("start")) start->click();
+    started_camera_ = true;
+    for (zr::OperatingMode mode : zr::kOperatingModes) AddMode(std::string(zr::ModeKey(mode)));
+    commands_.push_back({"menus", [this] { return AddMenus(); }});
+  }
+
+  // The mode's button on the mode bar, then the bars the mode shows.
+  void AddMode(const std::string& mode) {
+    commands_.push_back(ButtonCommand("MainToolbar", mode));
+    commands_.push_back({"bars of " + mode, [this] { return AddBars(); }});
+  }
+
+  static QToolButton* FindButton(const std::string& bar, const std::string& key) {
+    for (auto* toolbar : MainWidget()->findChildren<QToolBar*>(QString::fromStdString(bar)))
+      if (auto* button = toolbar->findChild<QToolButton*>(QString::fromStdString(key)); button && button->isVisible())
+        return button;
+    return nullptr;
+  }
+
+  static Command ButtonCommand(const std::string& bar, const std::string& key) {
+    return {bar + "[" + key + "]", [bar, key] {
+              QToolButton* button = FindButton(bar, key);
+              if (button) button->click();
+              return button != nullptr;
+            }};
+  }
+
+  static Command ButtonMenuCommand(const std::string& bar, const std::string& key, int index, const QString& text) {
+    return {bar + "[" + key + "][" + text.toStdString() + "]", [bar, key, index] {
+              QToolButton* button = FindButton(bar, key);
+              if (!button || !button->menu() || index >= button->menu()->actions().size()) return false;
+              button->menu()->actions()[index]->trigger();
+              return true;
+            }};
+  }
+
+  // Every enabled button the bars now show and the entries of its menu, once over all modes;
+  // the mode bar's own buttons come with the menus, once the modes are done.
+  bool AddBars() {
+    std::deque<Command> found;
+    for (auto* toolbar : MainWidget()->findChildren<QToolBar*>()) {
+      const std::string bar = toolbar->objectName().toStdString();
+      if (bar == "MainToolbar" || !toolbar->isVisible()) continue;
+      for (auto* button : toolbar->findChildren<QToolButton*>()) {
+        const std::string key = button->objectName().toStdString();
+        if (key.empty() || key.starts_with("qt_") || !button->isVisible() || !button->isEnabled()) continue;
+        const std::string name = bar + "[" + key + "]";
+        if (LeftOut(name) || !done_.insert(name).second) continue;
+        found.push_back(ButtonCommand(bar, key));
+        if (!button->menu()) continue;
+        const auto entries = button->menu()->actions();
+        for (int index = 0; index < entries.size(); ++index)
+          if (!entries[index]->isSeparator() && entries[index]->isVisible() && entries[index]->isEnabled())
+            found.push_back(ButtonMenuCommand(bar, key, index, entries[index]->text()));
+        // The device menu's last entries disconnect: the commands after it find the camera again.
+        for (int index = 0; key == "device" && index < entries.size(); ++index)
+          if (entries[index]->text() == kCamera) found.push_back(ButtonMenuCommand(bar, key, index, kCamera));
+      }
+    }
+    commands_.insert(commands_.begin(), found.begin(), found.end());
+    return true;
+  }
+
+  // The model's name of a menu bar entry ("FileMenu(13)"), found by its caption.
+  std::string MenuName(const QString& caption) {
+    for (zr::ui::Control* control : Model().Controls())
+      if (auto* menu = dynamic_cast<zr::ui::Menu*>(control); menu && QString::fromStdString(menu->Caption) == caption)
+        return menu->Name() + (menu->Index() ? "(" + std::to_string(*menu->Index()) + ")" : "");
+    return "";
+  }
+
+  // The mode bar's other buttons, every entry of the menu bar, and File > Exit last.
+  bool AddMenus() {
+    for (auto* button : MainWidget()->findChild<QToolBar*>("MainToolbar")->findChildren<QToolButton*>()) {
+      const std::string key = button->objectName().toStdString();
+      if (!key.empty() && !key.starts_with("qt_") && zr::ModeOfKey(key) == zr::OperatingMode::None &&
+          !LeftOut("MainToolbar[" + key + "]"))
+        commands_.push_back(ButtonCommand("MainToolbar", key));
+    }
+    Command exit;
+    for (QAction* title : MainWidget()->findChild<QMenuBar*>()->actions()) {
+      for (QAction* entry : title->menu()->actions()) {
+        if (entry->isSeparator() || !entry->isVisible()) continue;
+        std::string name = MenuName(entry->text());
+        if (name.empty()) name = title->text().toStdString() + " > " + entry->text().toStdString();
+        if (LeftOut(name)) continue;
+        Command command{name, [entry] {
+                          entry->trigger();
+                          return true;
+                        }};
+        if (name == "FileMenu(" + std::to_string(zr::file_menu::kExit) + ")")
+          exit = command;
+        else
+          commands_.push_back(command);
+      }
+    }
+    if (!exit.choose) Fail("File > Exit is not in the menu");
+    commands_.push_back(exit);
+    return true;
+  }
+
+  zr::ProgramParts& parts_;
+  std::deque<Command> commands_;
+  std::set<std::string> done_;  // the bar buttons already queued
+  std::string current_ = "the start";
+  bool started_camera_ = false;
+  QElapsedTimer clock_;
+  std::int64_t started_ = 0;
+  QTimer tick_;
+};
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  const std::filesystem::path folder =
+      std::filesystem::temp_directory_path() / ("zr-desktop-commands-" + std::to_string(getpid()));
+  std::filesystem::remove_all(folder);
+  std::filesystem::create_directories(folder / "config");
+  setenv("XDG_CONFIG_HOME", (folder / "config").c_str(), 1);
+  auto toolkit = zr::gui::DesktopToolkit::Open(argc, argv);
+  if (!toolkit) return 1;
+  zr::ProgramParts parts(
+      toolkit->Loop(), toolkit->Descriptors(), [] {}, toolkit->Dialogs(), toolkit->Clipboard(),
+      &toolkit->DeviceDialogs(), toolkit->Screen(),
+      zr::ProgramStart{folder.string() + "/", "", folder.string() + "/", zr::Language::English},
+      zr::platform::linux_impl::ProbeVideoDevices(), zr::platform::linux_impl::ProbeAudioDevices());
+  Operator operator_(parts);
+  toolkit->Run(parts.program, parts.LiveVideo());
+  std::filesystem::remove_all(folder);
+  for (const std::string& failure : operator_.failures) std::cerr << "FAIL: " << failure << "\n";
+  if (!operator_.failures.empty()) return 1;
+  std::cout << "PASS: " << operator_.chosen << " commands chosen\n";
+  return 0;
+}
