@@ -3,6 +3,7 @@
 #include <QApplication>
 #include <QKeyEvent>
 #include <QMdiSubWindow>
+#include <QMenu>
 #include <QMessageBox>
 #include <QMouseEvent>
 #include <algorithm>
@@ -33,6 +34,7 @@ DesktopFace::DesktopFace(Program& program, QtEventLoop& loop, QtDialogs& dialogs
     Sync();
   };
   loop_.SetErrorHandler([this](const std::exception& failure) { ShowFailure(failure); });
+  key_clock_.start();
   connect(&sync_, &QTimer::timeout, this, [this] { Sync(); });
   sync_.start(kSyncMs);
   qApp->installEventFilter(this);
@@ -136,6 +138,10 @@ DesktopFace::Shown DesktopFace::MakeShown(ui::WindowSlotBase& slot, ui::Window& 
     QMdiSubWindow* frame = master_->ChildArea().addSubWindow(made.widget);
     frame->setAttribute(Qt::WA_DeleteOnClose, false);
     frame->setWindowIcon(master_->windowIcon());
+    // Ctrl+W is the program's key of the picture server's mode: the frame's own key to close
+    // the child in use would close it too.
+    for (QAction* action : frame->systemMenu()->actions())
+      if (action->shortcut() == QKeySequence(Qt::CTRL | Qt::Key_W)) action->setShortcut(QKeySequence());
     // The child the operator activates is the main window's active child, which the tools
     // that follow the window in use read.
     connect(frame, &QMdiSubWindow::windowStateChanged, this, [this, &window](Qt::WindowStates, Qt::WindowStates now) {
@@ -234,9 +240,26 @@ void DesktopFace::TrackKey(QEvent* event) {
   if (key_event->isAutoRepeat()) return;
   const std::string name = KeyStateName(key_event->key());
   if (name.empty()) return;
-  const auto held = std::find(keys.begin(), keys.end(), name);
-  if (event->type() == QEvent::KeyPress && held == keys.end()) keys.push_back(name);
-  if (event->type() == QEvent::KeyRelease && held != keys.end()) keys.erase(held);
+  if (event->type() == QEvent::KeyPress) {
+    if (std::find(keys.begin(), keys.end(), name) == keys.end()) keys.push_back(name);
+    pressed_at_[name] = key_clock_.elapsed();
+    return;
+  }
+  // The main timer reads the keys once a tick: a key tapped faster than that stays down for one
+  // tick, so that a quick Ctrl+M acts as surely as a held one.
+  const auto* master = program_.IfLoaded<Master>();
+  const std::int64_t tick_ms = master ? master->MasterTimer.Interval.get() : 0;
+  const std::int64_t pressed_at = pressed_at_[name];
+  const std::int64_t left_ms = pressed_at + tick_ms - key_clock_.elapsed();
+  if (left_ms <= 0) return ReleaseKey(name, pressed_at);
+  QTimer::singleShot(static_cast<int>(left_ms), this, [this, name, pressed_at] { ReleaseKey(name, pressed_at); });
+}
+
+// Unless it was pressed again since.
+void DesktopFace::ReleaseKey(const std::string& name, std::int64_t pressed_at) {
+  if (pressed_at_[name] != pressed_at) return;
+  auto& keys = program_.KeysDown;
+  keys.erase(std::remove(keys.begin(), keys.end(), name), keys.end());
 }
 
 int VirtualKeyOf(int toolkit_key) {

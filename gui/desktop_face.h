@@ -4,6 +4,7 @@
 // operator's keys as the main window's key state. It holds no logic: every click goes to the
 // model's control, every failure of a handler is shown and the program goes on.
 
+#include <QElapsedTimer>
 #include <QObject>
 #include <QTimer>
 #include <map>
@@ -49,6 +50,7 @@ class DesktopFace final : public QObject {
   void DropWindowsNotIn(const std::map<WindowKey, bool>& live);
   void ShowFailure(const std::exception& failure);
   void TrackKey(QEvent* event);
+  void ReleaseKey(const std::string& name, std::int64_t pressed_at);
   void ForwardMousePress(Qt::MouseButton button);
   void ForwardKeyPress(QEvent* event);
 
@@ -60,6 +62,8 @@ class DesktopFace final : public QObject {
   std::unique_ptr<MasterWindow> master_;
   std::map<WindowKey, Shown> shown_;
   QTimer sync_;
+  QElapsedTimer key_clock_;
+  std::map<std::string, std::int64_t> pressed_at_;  // by key name, on key_clock_
   bool syncing_ = false;
   std::function<void()> ended_;
   std::function<void(QWidget*)> tell_parent_;

@@ -14,6 +14,7 @@
 #include <algorithm>
 
 #include "capture/video_screen.h"
+#include "core/main_menus.h"
 #include "gui/flow_layout.h"
 #include "gui/icons.h"
 #include "gui/picture_image.h"
@@ -263,6 +264,7 @@ MasterWindow::MasterWindow(Program& program, const Guard& guard)
   setObjectName("Master");
   setWindowIcon(ApplicationIcon());
   BuildMenus();
+  AddDesktopShortcuts();
   BuildCoolBar();
   BuildModeBar();
   area_ = new QMdiArea(this);
@@ -316,6 +318,18 @@ void MasterWindow::BuildMenus() {
     QMessageBox::about(this, Text(kAppTitle),
                        Text(kAppTitle + "\n" + program_.VersionText + "\n" + program_.state.ProductSite));
   });
+}
+
+// The desktop's usual keys on the menu entries that do the same: Ctrl+Q quits as File > Exit
+// does, F11 shows the full-screen view (any key ends it). The program's own Ctrl keys are read
+// from the key state by the main timer.
+void MasterWindow::AddDesktopShortcuts() {
+  const std::pair<const ui::Menu*, QKeySequence> keys[] = {
+      {&model_.FileMenu(file_menu::kExit), QKeySequence(Qt::CTRL | Qt::Key_Q)},
+      {&model_.ViewMenu(view_menu::kFullScreen), QKeySequence(Qt::Key_F11)}};
+  for (const auto& [menu, key] : keys)
+    for (auto& [model, action] : menu_entries_)
+      if (model == menu) action->setShortcut(key);
 }
 
 // The bands, and the controls inside each line of a band, wrap onto further lines where the

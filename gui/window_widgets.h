@@ -112,6 +112,7 @@ class MasterWindow : public QMainWindow {
 
  private:
   void BuildMenus();
+  void AddDesktopShortcuts();
   void BuildCoolBar();
   void BuildModeBar();
   QWidget* BuildStatusPanel();

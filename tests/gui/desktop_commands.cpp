@@ -4,7 +4,8 @@
 // cancelled, message boxes take their default button, the windows a command opened are closed
 // again and a run it started is stopped. It fails on a command that is not built yet, on a
 // failure the face reports, on an error box and on a command that does not end; a crash fails
-// the test as it stops the process.
+// the test as it stops the process. With --keys: the main window's keys instead, each tapped,
+// each checked for what it does, and Ctrl+Q last.
 
 #include <unistd.h>
 
@@ -13,6 +14,7 @@
 #include <QDialog>
 #include <QElapsedTimer>
 #include <QFileDialog>
+#include <QKeySequence>
 #include <QListWidget>
 #include <QMdiArea>
 #include <QMdiSubWindow>
@@ -37,6 +39,7 @@
 #include "core/window_registry.h"
 #include "gui/desktop_toolkit.h"
 #include "gui/qt_event_loop.h"
+#include "image/tools/full_screen.h"
 #include "main_window/master.h"
 
 namespace {
@@ -68,6 +71,7 @@ const std::set<std::string> kBuiltOnOtherBranches = {
 const std::set<QString> kToldErrors = {"Tessavue: Cannot show Video Display Dialog."};
 
 constexpr std::int64_t kCommandTimeoutMs = 20000;
+constexpr std::int64_t kCheckMs = 3000;  // for what a command does to show
 const QString kCamera = "Built-in Test Camera (VFW)";
 
 // Whether the command, or the control it belongs to, is left out.
@@ -88,12 +92,26 @@ QWidget* MainWidget() {
 // One command: its name as the scenarios address it, and how the operator chooses it.
 struct Command {
   std::string name;
-  std::function<bool()> choose;  // false when its widget is not to be found
+  std::function<bool()> choose;          // false when its widget is not to be found
+  std::function<bool()> done = nullptr;  // what the command does, when there is something to see
+  std::int64_t first_try_ms = -1;        // the face may show its widget a refresh later
 };
+
+// Whether the face shows the band of the cool bar by this key.
+bool ShownBand(const char* key) {
+  QWidget* band = MainWidget()->findChild<QWidget*>(key);
+  return band && band->isVisible();
+}
+
+QWidget* ShownWindow(const char* name) {
+  for (QWidget* top : QApplication::topLevelWidgets())
+    if (top->objectName() == name && top->isVisible()) return top;
+  return nullptr;
+}
 
 class Operator {
  public:
-  explicit Operator(zr::ProgramParts& parts) : parts_(parts) {
+  Operator(zr::ProgramParts& parts, bool keys) : parts_(parts), keys_(keys) {
     clock_.start();
     QObject::connect(&tick_, &QTimer::timeout, [this] { Act(); });
     tick_.start(50);
@@ -117,20 +135,36 @@ class Operator {
       }
       return;
     }
-    if (CloseWhatOpened()) return;
+    if (done_check_) {
+      if (!done_check_() && clock_.elapsed() - started_ < kCheckMs) return;
+      if (!done_check_()) Fail("did not do what it does");
+      done_check_ = nullptr;
+    }
+    // The keys go on from where the last left the program; each other command from the start.
+    if (!keys_ && CloseWhatOpened()) return;
     // A run, a motion wait or a series the command started ("pause" is the still button at rest).
-    if (Model().RecordButton().Image.get() == "stop")
+    if (!keys_ && Model().RecordButton().Image.get() == "stop")
       return Loop().Guarded([this] { Model().OperationBar.ClickButton(Model().RecordButton()); });
     if (commands_.empty()) return;
     Command next = std::move(commands_.front());
     commands_.pop_front();
     current_ = next.name;
     started_ = clock_.elapsed();
-    std::cout << next.name << std::endl;
+    done_check_ = next.done;
+    if (next.first_try_ms < 0) {
+      next.first_try_ms = started_;
+      std::cout << next.name << std::endl;
+    }
     // Chosen after this tick, so that the dialogs it opens are answered by the next ones.
     QTimer::singleShot(0, MainWidget(), [this, next] {
-      if (!next.choose()) return Fail("is not on the screen");
-      ++chosen;
+      if (next.choose()) {
+        ++chosen;
+      } else if (clock_.elapsed() - next.first_try_ms < kCheckMs) {
+        commands_.push_front(next);
+        done_check_ = nullptr;
+      } else {
+        Fail("is not on the screen");
+      }
     });
   }
 
@@ -188,6 +222,7 @@ class Operator {
     QTest::mouseClick(devices->viewport(), Qt::LeftButton, {}, devices->visualItemRect(found.front()).center());
     if (auto* start = devices->window()->findChild<QPushButton*>("start")) start->click();
     started_camera_ = true;
+    if (keys_) return AddKeys();
     for (zr::OperatingMode mode : zr::kOperatingModes) AddMode(std::string(zr::ModeKey(mode)));
     commands_.push_back({"menus", [this] { return AddMenus(); }});
   }
@@ -287,11 +322,52 @@ class Operator {
     return true;
   }
 
+  // The keys of the main window, each tapped as quickly as the toolkit can: the Ctrl keys of
+  // the modes, F11 and any key to end the full-screen view, Ctrl+F12 to shoot a picture of a
+  // series by hand, and Ctrl+Q to quit.
+  void AddKeys() {
+    auto& state = parts_.program.state;
+    const auto tap = [](Qt::Key key, Qt::KeyboardModifiers modifiers, const char* window = "Master") {
+      return [=] {
+        QWidget* target = ShownWindow(window);
+        if (!target) return false;
+        // The window a key goes to is the one in front, as the operator's would be.
+        target->activateWindow();
+        (void)QTest::qWaitForWindowActive(target, 1000);  // a frameless window may never say so
+        QTest::keyClick(target, key, modifiers);
+        return true;
+      };
+    };
+    const std::pair<Qt::Key, const char*> modes[] = {{Qt::Key_I, "image"},
+                                                     {Qt::Key_U, "multiple"},
+                                                     {Qt::Key_A, "avibuilder"},
+                                                     {Qt::Key_W, "webshare"},
+                                                     {Qt::Key_M, "movie"}};
+    for (const auto& [key, mode] : modes)
+      commands_.push_back({"Ctrl+" + QKeySequence(key).toString().toStdString(), tap(key, Qt::ControlModifier),
+                           [&state, mode] { return state.CaptureType == mode && ShownBand(mode); }});
+    const auto full_screen = [this] { return parts_.program.SlotOf<zr::Fullscreen>().Loaded(); };
+    commands_.push_back({"F11", tap(Qt::Key_F11, Qt::NoModifier), full_screen});
+    commands_.push_back({"a key in the full-screen view", tap(Qt::Key_Escape, Qt::NoModifier, "Fullscreen"),
+                         [full_screen] { return !full_screen(); }});
+    commands_.push_back({"Ctrl+U", tap(Qt::Key_U, Qt::ControlModifier),
+                         [&state] { return state.CaptureType == "multiple" && ShownBand("multiple"); }});
+    commands_.push_back(ButtonCommand("TriggerType", "manual"));
+    commands_.push_back({"a series by hand", ButtonCommand("MultipleImageToolbar", "record").choose,
+                         [this] { return Model().Shooter.Enabled.get(); }});
+    commands_.push_back({"Ctrl+F12", tap(Qt::Key_F12, Qt::ControlModifier),
+                         [&state, shot = state.ImageCount] { return state.ImageCount > shot; }});
+    commands_.push_back(ButtonCommand("MultipleImageToolbar", "record"));
+    commands_.push_back({"Ctrl+Q", tap(Qt::Key_Q, Qt::ControlModifier)});
+  }
+
   zr::ProgramParts& parts_;
   std::deque<Command> commands_;
   std::set<std::string> done_;  // the bar buttons already queued
   std::string current_ = "the start";
   bool started_camera_ = false;
+  const bool keys_;
+  std::function<bool()> done_check_;
   QElapsedTimer clock_;
   std::int64_t started_ = 0;
   QTimer tick_;
@@ -312,7 +388,7 @@ int main(int argc, char** argv) {
       &toolkit->DeviceDialogs(), toolkit->Screen(),
       zr::ProgramStart{folder.string() + "/", "", folder.string() + "/", zr::Language::English},
       zr::platform::linux_impl::ProbeVideoDevices(), zr::platform::linux_impl::ProbeAudioDevices());
-  Operator operator_(parts);
+  Operator operator_(parts, argc > 1 && std::string(argv[1]) == "--keys");
   toolkit->Run(parts.program, parts.LiveVideo());
   std::filesystem::remove_all(folder);
   for (const std::string& failure : operator_.failures) std::cerr << "FAIL: " << failure << "\n";
