@@ -1,11 +1,14 @@
 #include "gui/desktop_face.h"
 
 #include <QApplication>
+#include <QGuiApplication>
 #include <QKeyEvent>
 #include <QMdiSubWindow>
 #include <QMenu>
 #include <QMessageBox>
 #include <QMouseEvent>
+#include <QScreen>
+#include <QStandardPaths>
 #include <algorithm>
 
 #include "base/program_error.h"
@@ -28,7 +31,13 @@ ui::WindowPlacement PlacementOf(const ui::Window& window) {
 }  // namespace
 
 DesktopFace::DesktopFace(Program& program, QtEventLoop& loop, QtDialogs& dialogs, LiveVideo live)
-    : program_(program), loop_(loop), dialogs_(dialogs), live_(std::move(live)) {
+    : program_(program),
+      loop_(loop),
+      dialogs_(dialogs),
+      live_(std::move(live)),
+      places_(
+          QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation) + "/video-zandrell/window-places.ini",
+          QSettings::IniFormat) {
   guard_ = [this](const std::function<void()>& action) {
     loop_.Guarded(action);
     Sync();
@@ -102,9 +111,9 @@ void DesktopFace::SyncWindow(ui::WindowSlotBase& slot, ui::Window& window, bool 
   // The capture window is a child of the main window that shows from its load on.
   const bool visible = window.Visible || PlacementOf(window) == ui::WindowPlacement::InMainFromLoad;
   if (!visible) {
-    if (found != shown_.end()) {
-      QWidget* frame = found->second.child ? found->second.widget->parentWidget() : found->second.widget;
-      if (frame->isVisible()) frame->hide();
+    if (found != shown_.end() && FrameOf(found->second)->isVisible()) {
+      SavePlace(found->second);
+      FrameOf(found->second)->hide();
     }
     return;
   }
@@ -113,8 +122,52 @@ void DesktopFace::SyncWindow(ui::WindowSlotBase& slot, ui::Window& window, bool 
     found = shown_.emplace(key, MakeShown(slot, window, extra)).first;
   }
   found->second.refresh();
-  QWidget* frame = found->second.child ? found->second.widget->parentWidget() : found->second.widget;
-  if (!frame->isVisible()) frame->show();
+  QWidget* frame = FrameOf(found->second);
+  if (!frame->isVisible()) {
+    RestorePlace(found->second);
+    frame->show();
+  }
+}
+
+QWidget* DesktopFace::FrameOf(const Shown& shown) const {
+  return shown.child ? shown.widget->parentWidget() : shown.widget;
+}
+
+// A window opens where it was last, inside the screen or the main window's child area however
+// the screen or the area changed since; a window opened for the first time stands over the main
+// window at the size it asks for, no larger than the screen.
+void DesktopFace::RestorePlace(const Shown& shown) {
+  if (shown.place_key.empty()) return;
+  QWidget* frame = FrameOf(shown);
+  const QVariant saved = places_.value(QString::fromStdString(shown.place_key));
+  const bool known = saved.canConvert<QRect>() && saved.toRect().isValid();
+  if (shown.child && !known) return;  // the child area places a new child itself
+  QRect place(frame->geometry().topLeft(), frame->testAttribute(Qt::WA_Resized) ? frame->size() : frame->sizeHint());
+  if (known) {
+    if (shown.keeps_position) place.moveTopLeft(saved.toRect().topLeft());
+    // Never smaller than its texts need now: they may be another language's.
+    if (shown.keeps_size) place.setSize(saved.toRect().size().expandedTo(frame->minimumSizeHint()));
+  } else if (master_) {
+    place.moveCenter(master_->geometry().center());  // over the main window, as a dialog opens
+  }
+  QRect bounds;
+  if (shown.child) {
+    bounds = master_->ChildArea().viewport()->rect();
+  } else {
+    const QScreen* screen = QGuiApplication::screenAt(place.center());
+    if (!screen) screen = master_ ? master_->screen() : QGuiApplication::primaryScreen();
+    bounds = screen->availableGeometry();
+  }
+  if (bounds.isEmpty()) return;
+  QRect inside = Inside(place, bounds);
+  // A frame that follows its widget keeps the widget's size, at the area's top left if larger.
+  if (!shown.keeps_size) inside.setSize(place.size());
+  frame->setGeometry(inside);
+}
+
+void DesktopFace::SavePlace(const Shown& shown) {
+  if (shown.place_key.empty()) return;
+  places_.setValue(QString::fromStdString(shown.place_key), FrameOf(shown)->geometry());
 }
 
 DesktopFace::Shown DesktopFace::MakeShown(ui::WindowSlotBase& slot, ui::Window& window, bool extra) {
@@ -133,7 +186,14 @@ DesktopFace::Shown DesktopFace::MakeShown(ui::WindowSlotBase& slot, ui::Window& 
     auto* plain = new PlainWindow(window, guard_, close_box);
     made = ShownWindow{plain, [plain] { plain->Refresh(); }};
   }
-  Shown shown{made.widget, made.refresh};
+  Shown shown;
+  shown.widget = made.widget;
+  shown.refresh = made.refresh;
+  if (!made.places_itself) {
+    shown.place_key = window.Name();
+    shown.keeps_size = !made.frame_follows_widget;
+    shown.keeps_position = !extra;
+  }
   if (PlacementOf(window) != ui::WindowPlacement::TopLevel) {
     QMdiSubWindow* frame = master_->ChildArea().addSubWindow(made.widget);
     frame->setAttribute(Qt::WA_DeleteOnClose, false);
@@ -176,7 +236,8 @@ void DesktopFace::DropWindowsNotIn(const std::map<WindowKey, bool>& live) {
       ++it;
       continue;
     }
-    QWidget* frame = it->second.child ? it->second.widget->parentWidget() : it->second.widget;
+    QWidget* frame = FrameOf(it->second);
+    if (frame->isVisible()) SavePlace(it->second);
     // The widget's bindings refer to the window that is going: with its entry gone they are
     // never refreshed again. It leaves the child area now and is deleted once no handler of
     // it can still be running.

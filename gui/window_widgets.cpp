@@ -8,6 +8,7 @@
 #include <QMessageBox>
 #include <QMouseEvent>
 #include <QPainter>
+#include <QScreen>
 #include <QStatusBar>
 #include <QToolBar>
 #include <QVBoxLayout>
@@ -32,6 +33,13 @@ void ApplyVisibility(QWidget& widget, bool visible) {
 }
 
 }  // namespace
+
+QRect Inside(QRect rect, const QRect& bounds) {
+  rect.setSize(rect.size().boundedTo(bounds.size()));
+  rect.moveLeft(std::clamp(rect.left(), bounds.left(), bounds.right() + 1 - rect.width()));
+  rect.moveTop(std::clamp(rect.top(), bounds.top(), bounds.bottom() + 1 - rect.height()));
+  return rect;
+}
 
 // ---- PlainWindow
 
@@ -282,10 +290,12 @@ MasterWindow::MasterWindow(Program& program, const Guard& guard)
   auto status = BindControl(model_.MasterStatus, guard, this);
   statusBar()->addWidget(status->Widget(), 1);
   controls_.Add(std::move(status));
+  // The place the window was left in, brought inside the screen if the screen changed since.
+  const QRect screen = this->screen()->availableGeometry();
   if (model_.Width > 0 && model_.Height > 0)
-    setGeometry(model_.Left, model_.Top, model_.Width, model_.Height);
+    setGeometry(Inside(QRect(model_.Left, model_.Top, model_.Width, model_.Height), screen));
   else
-    resize(1024, 720);
+    resize(QSize(1024, 720).boundedTo(screen.size()));
   Refresh();
 }
 

@@ -24,6 +24,9 @@ class VideoScreen;
 
 namespace zr::gui {
 
+// The rectangle moved, and made smaller where it must, to lie inside `bounds`.
+QRect Inside(QRect rect, const QRect& bounds);
+
 // The bindings of one window's controls.
 class BoundControls {
  public:

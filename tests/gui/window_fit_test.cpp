@@ -22,6 +22,7 @@
 #include <QStyleOptionComboBox>
 #include <QTabBar>
 #include <QToolButton>
+#include <algorithm>
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -177,11 +178,9 @@ void Settle() {
   for (int pass = 0; pass < 3; ++pass) QApplication::processEvents();
 }
 
-class WindowFit : public ::testing::TestWithParam<Language> {
+// The program in a world of its own, with the desktop's face over it.
+class DesktopWindows {
  protected:
-  WindowFit() { qApp->setStyleSheet(kButtonStyle); }
-  ~WindowFit() override { qApp->setStyleSheet(QString()); }
-
   // The toolkit window of a model window, framed as the desktop shows it.
   QWidget* FrameOf(const ui::Window& window) {
     QWidget* widget = face.WidgetOf(window);
@@ -189,6 +188,23 @@ class WindowFit : public ::testing::TestWithParam<Language> {
     auto* frame = qobject_cast<QMdiSubWindow*>(widget->parentWidget());
     return frame ? static_cast<QWidget*>(frame) : widget;
   }
+  void Show(ui::Window& window, bool visible) {
+    window.Visible = visible;
+    face.Sync();
+    Settle();
+  }
+
+  scenario::World world;
+  Program& program = world.MakeProgram();
+  QtEventLoop loop;
+  QtDialogs dialogs;
+  DesktopFace face{program, loop, dialogs, LiveVideo{}};
+};
+
+class WindowFit : public DesktopWindows, public ::testing::TestWithParam<Language> {
+ protected:
+  WindowFit() { qApp->setStyleSheet(kButtonStyle); }
+  ~WindowFit() override { qApp->setStyleSheet(QString()); }
 
   void Measure(const std::string& name, QWidget* frame) {
     ASSERT_NE(frame, nullptr) << name << " shows no window";
@@ -203,11 +219,6 @@ class WindowFit : public ::testing::TestWithParam<Language> {
 #endif
   }
 
-  scenario::World world;
-  Program& program = world.MakeProgram();
-  QtEventLoop loop;
-  QtDialogs dialogs;
-  DesktopFace face{program, loop, dialogs, LiveVideo{}};
   std::string language_code = std::to_string(static_cast<int>(GetParam()));
 };
 
@@ -224,11 +235,39 @@ TEST_P(WindowFit, EveryWindowFitsItsTexts) {
   for (const WindowKind& kind : RegisteredWindowKinds()) {
     if (kind.name == "Master") continue;
     ui::Window& window = program.Slot(kind.name).TouchWindow();
-    window.Visible = true;
-    face.Sync();
+    Show(window, true);
     Measure(kind.name, FrameOf(window));
-    window.Visible = false;
-    face.Sync();
+    Show(window, false);
+  }
+}
+
+class WindowPlaces : public DesktopWindows, public ::testing::Test {};
+
+// A window of its own and a child of the main window (whose frame follows its picture, so only
+// its position is kept) open where they closed, and inside the screen or the child area when
+// they closed outside it.
+TEST_F(WindowPlaces, AWindowOpensWhereItClosedInsideTheScreen) {
+  program.Main();
+  for (const char* name : {"FOV", "MovieViewer"}) {
+    SCOPED_TRACE(name);
+    ui::Window& window = program.Slot(name).TouchWindow();
+    Show(window, true);
+    QWidget* frame = FrameOf(window);
+    ASSERT_NE(frame, nullptr);
+    const QRect bounds =
+        qobject_cast<QMdiSubWindow*>(frame) ? frame->parentWidget()->rect() : frame->screen()->availableGeometry();
+    const QPoint spot = bounds.topLeft() + QPoint(std::max(bounds.width() - frame->width(), 0) / 2,
+                                                  std::max(bounds.height() - frame->height(), 0) / 2);
+    frame->setGeometry(QRect(spot, frame->size()));
+    Show(window, false);
+    Show(window, true);
+    EXPECT_EQ(FrameOf(window)->geometry().topLeft(), spot);
+    frame->setGeometry(QRect(bounds.bottomRight() + QPoint(500, 400), frame->size()));
+    Show(window, false);
+    Show(window, true);
+    EXPECT_TRUE(bounds.contains(FrameOf(window)->geometry().topLeft()));
+    EXPECT_LE(FrameOf(window)->geometry().right(), std::max(bounds.right(), frame->width() - 1));
+    Show(window, false);
   }
 }
 
