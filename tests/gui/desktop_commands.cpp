@@ -1,20 +1,23 @@
 // The desktop program under xvfb-run, every command of its main window chosen in turn: in each
 // operating mode every button of the bars it shows and every entry of their drop-down menus,
-// then every entry of the menu bar, and last File > Exit. File dialogs and other dialogs are
-// cancelled, message boxes take their default button, the windows a command opened are closed
+// then every entry of the menu bar, and last File > Exit. A dialog that opens a movie is given
+// one, other dialogs are cancelled, message boxes take their default button, the windows a command opened are closed
 // again and a run it started is stopped. It fails on a command that is not built yet, on a
 // failure the face reports, on an error box and on a command that does not end; a crash fails
-// the test as it stops the process. With --keys: the main window's keys instead, each tapped,
+// the test as it stops the process. Last it names every window of the program no command
+// opened. With --keys: the main window's keys instead, each tapped,
 // each checked for what it does, and Ctrl+Q last.
 
 #include <unistd.h>
 
 #include <QAction>
 #include <QApplication>
+#include <QComboBox>
 #include <QDialog>
 #include <QElapsedTimer>
 #include <QFileDialog>
 #include <QKeySequence>
+#include <QLineEdit>
 #include <QListWidget>
 #include <QMdiArea>
 #include <QMdiSubWindow>
@@ -41,6 +44,7 @@
 #include "gui/qt_event_loop.h"
 #include "image/tools/full_screen.h"
 #include "main_window/master.h"
+#include "tests/support/movie_probe.h"
 
 namespace {
 
@@ -70,7 +74,14 @@ const std::set<std::string> kBuiltOnOtherBranches = {
 // dialog of its own for the display.
 const std::set<QString> kToldErrors = {"Tessavue: Cannot show Video Display Dialog."};
 
+// Windows the program opens by itself rather than on a command: the message while the set-up is
+// saved or applied, the upload of a picture, the preview of a series or a build, the compressor
+// choice of a device of the control kind, and the start's splash and device chooser.
+const std::set<std::string> kOpenedByTheProgram = {"Msg",        "FTPImage", "MultiImage",
+                                                   "VideoCODEC", "Splash",   "ChooseDevice"};
+
 constexpr std::int64_t kCommandTimeoutMs = 20000;
+constexpr int kJpegSeries = 2;           // the series' kind of numbered JPEG files
 constexpr std::int64_t kCheckMs = 3000;  // for what a command does to show
 const QString kCamera = "Built-in Test Camera (VFW)";
 
@@ -111,7 +122,8 @@ QWidget* ShownWindow(const char* name) {
 
 class Operator {
  public:
-  Operator(zr::ProgramParts& parts, bool keys) : parts_(parts), keys_(keys) {
+  Operator(zr::ProgramParts& parts, bool keys, std::string movie)
+      : parts_(parts), keys_(keys), movie_(std::move(movie)) {
     clock_.start();
     QObject::connect(&tick_, &QTimer::timeout, [this] { Act(); });
     tick_.start(50);
@@ -126,6 +138,7 @@ class Operator {
   void Fail(const std::string& why) { failures.push_back(current_ + ": " + why); }
 
   void Act() {
+    NoteShownWindows();
     if (!started_camera_) return PickCamera();
     if (Answer()) return;
     if (Loop().InHandler()) {
@@ -185,11 +198,34 @@ class Operator {
       QTest::keyClick(box, Qt::Key_Return);  // the default button
       return true;
     }
+    // A movie to open is the one prepared; any other file is cancelled.
+    if (auto* files = qobject_cast<QFileDialog*>(modal);
+        files && files->acceptMode() == QFileDialog::AcceptOpen && files->nameFilters().join("").contains("*.avi")) {
+      if (auto* name = files->findChild<QLineEdit*>("fileNameEdit")) name->setText(QString::fromStdString(movie_));
+      static_cast<QDialog*>(files)->accept();
+      return true;
+    }
     if (auto* dialog = qobject_cast<QDialog*>(modal)) {
       dialog->reject();  // file dialogs, input boxes, the devices' own dialogs
       return true;
     }
     if (zr::FindWindowKind(modal->objectName().toStdString())) modal->close();  // a window of the program
+    return true;
+  }
+
+  // The windows of the program on the screen now, for the list of those no command opens.
+  void NoteShownWindows() {
+    for (QWidget* top : QApplication::topLevelWidgets())
+      if (top->isVisible()) shown_windows_.insert(top->objectName().toStdString());
+    if (QWidget* main = MainWidget())
+      for (QMdiSubWindow* child : main->findChild<QMdiArea*>("ChildArea")->subWindowList())
+        if (child->isVisible() && child->widget()) shown_windows_.insert(child->widget()->objectName().toStdString());
+  }
+
+  bool NameWindowsNoCommandOpens() {
+    for (const zr::WindowKind& kind : zr::RegisteredWindowKinds())
+      if (!shown_windows_.contains(kind.name) && !kOpenedByTheProgram.contains(kind.name))
+        Fail("no command opens the window " + kind.name);
     return true;
   }
 
@@ -227,9 +263,18 @@ class Operator {
     commands_.push_back({"menus", [this] { return AddMenus(); }});
   }
 
-  // The mode's button on the mode bar, then the bars the mode shows.
+  // The mode's button on the mode bar, then the bars the mode shows; a series of pictures
+  // rather than a movie file, whose buttons of pictures are then there to choose.
   void AddMode(const std::string& mode) {
     commands_.push_back(ButtonCommand("MainToolbar", mode));
+    if (mode == "multiple")
+      commands_.push_back({"MultipleImageMode", [] {
+                             auto* list = MainWidget()->findChild<QComboBox*>("MultipleImageMode");
+                             if (!list || !list->isVisible()) return false;
+                             list->setCurrentIndex(kJpegSeries);
+                             emit list->activated(kJpegSeries);  // as the operator's choice
+                             return true;
+                           }});
     commands_.push_back({"bars of " + mode, [this] { return AddBars(); }});
   }
 
@@ -318,6 +363,7 @@ class Operator {
       }
     }
     if (!exit.choose) Fail("File > Exit is not in the menu");
+    commands_.push_back({"every window", [this] { return NameWindowsNoCommandOpens(); }});
     commands_.push_back(exit);
     return true;
   }
@@ -368,6 +414,8 @@ class Operator {
   bool started_camera_ = false;
   const bool keys_;
   std::function<bool()> done_check_;
+  const std::string movie_;              // what a dialog that opens a movie is given
+  std::set<std::string> shown_windows_;  // by name, every window seen on the screen
   QElapsedTimer clock_;
   std::int64_t started_ = 0;
   QTimer tick_;
@@ -388,7 +436,14 @@ int main(int argc, char** argv) {
       &toolkit->DeviceDialogs(), toolkit->Screen(),
       zr::ProgramStart{folder.string() + "/", "", folder.string() + "/", zr::Language::English},
       zr::platform::linux_impl::ProbeVideoDevices(), zr::platform::linux_impl::ProbeAudioDevices());
-  Operator operator_(parts, argc > 1 && std::string(argv[1]) == "--keys");
+  // The files the program ships, in its folder as the program provides them.
+  for (const char* shipped : {"webshare.html", "codec.zr"})
+    zr::platform::linux_impl::ProvideProgramFile(std::filesystem::absolute(argv[0]).parent_path().string(),
+                                                 folder.string() + "/", shipped);
+  const std::string movie = (folder / "clip.avi").string();
+  zr::testing::RunCommand("ffmpeg -loglevel error -f lavfi -i testsrc=size=320x240:rate=10:duration=2 -c:v mjpeg -y " +
+                          movie);
+  Operator operator_(parts, argc > 1 && std::string(argv[1]) == "--keys", movie);
   toolkit->Run(parts.program, parts.LiveVideo());
   std::filesystem::remove_all(folder);
   for (const std::string& failure : operator_.failures) std::cerr << "FAIL: " << failure << "\n";
