@@ -147,16 +147,16 @@ void DesktopFace::RestorePlace(const Shown& shown) {
     if (shown.keeps_position) place.moveTopLeft(saved.toRect().topLeft());
     // Never smaller than its texts need now: they may be another language's.
     if (shown.keeps_size) place.setSize(saved.toRect().size().expandedTo(frame->minimumSizeHint()));
-  } else if (master_) {
-    place.moveCenter(master_->geometry().center());  // over the main window, as a dialog opens
   }
   QRect bounds;
   if (shown.child) {
     bounds = master_->ChildArea().viewport()->rect();
   } else {
-    const QScreen* screen = QGuiApplication::screenAt(place.center());
+    const QScreen* screen = known ? QGuiApplication::screenAt(place.center()) : nullptr;
     if (!screen) screen = master_ ? master_->screen() : QGuiApplication::primaryScreen();
     bounds = screen->availableGeometry();
+    // Over the main window, as a dialog opens; before the main window shows, mid-screen.
+    if (!known) place.moveCenter(master_ ? master_->geometry().center() : bounds.center());
   }
   if (bounds.isEmpty()) return;
   QRect inside = Inside(place, bounds);
