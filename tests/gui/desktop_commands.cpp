@@ -94,11 +94,14 @@ bool LeftOut(const std::string& name) {
   return false;
 }
 
-QWidget* MainWidget() {
+// The window of the program by this name, when it shows as a window of its own.
+QWidget* ShownWindow(const char* name) {
   for (QWidget* top : QApplication::topLevelWidgets())
-    if (top->objectName() == "Master" && top->isVisible()) return top;
+    if (top->objectName() == name && top->isVisible()) return top;
   return nullptr;
 }
+
+QWidget* MainWidget() { return ShownWindow("Master"); }
 
 // One command: its name as the scenarios address it, and how the operator chooses it.
 struct Command {
@@ -112,12 +115,6 @@ struct Command {
 bool ShownBand(const char* key) {
   QWidget* band = MainWidget()->findChild<QWidget*>(key);
   return band && band->isVisible();
-}
-
-QWidget* ShownWindow(const char* name) {
-  for (QWidget* top : QApplication::topLevelWidgets())
-    if (top->objectName() == name && top->isVisible()) return top;
-  return nullptr;
 }
 
 class Operator {
