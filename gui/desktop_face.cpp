@@ -1,10 +1,14 @@
 #include "gui/desktop_face.h"
 
 #include <QApplication>
+#include <QGuiApplication>
 #include <QKeyEvent>
 #include <QMdiSubWindow>
+#include <QMenu>
 #include <QMessageBox>
 #include <QMouseEvent>
+#include <QScreen>
+#include <QStandardPaths>
 #include <algorithm>
 
 #include "base/program_error.h"
@@ -27,12 +31,19 @@ ui::WindowPlacement PlacementOf(const ui::Window& window) {
 }  // namespace
 
 DesktopFace::DesktopFace(Program& program, QtEventLoop& loop, QtDialogs& dialogs, LiveVideo live)
-    : program_(program), loop_(loop), dialogs_(dialogs), live_(std::move(live)) {
+    : program_(program),
+      loop_(loop),
+      dialogs_(dialogs),
+      live_(std::move(live)),
+      places_(
+          QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation) + "/video-zandrell/window-places.ini",
+          QSettings::IniFormat) {
   guard_ = [this](const std::function<void()>& action) {
     loop_.Guarded(action);
     Sync();
   };
   loop_.SetErrorHandler([this](const std::exception& failure) { ShowFailure(failure); });
+  key_clock_.start();
   connect(&sync_, &QTimer::timeout, this, [this] { Sync(); });
   sync_.start(kSyncMs);
   qApp->installEventFilter(this);
@@ -100,9 +111,9 @@ void DesktopFace::SyncWindow(ui::WindowSlotBase& slot, ui::Window& window, bool 
   // The capture window is a child of the main window that shows from its load on.
   const bool visible = window.Visible || PlacementOf(window) == ui::WindowPlacement::InMainFromLoad;
   if (!visible) {
-    if (found != shown_.end()) {
-      QWidget* frame = found->second.child ? found->second.widget->parentWidget() : found->second.widget;
-      if (frame->isVisible()) frame->hide();
+    if (found != shown_.end() && FrameOf(found->second)->isVisible()) {
+      SavePlace(found->second);
+      FrameOf(found->second)->hide();
     }
     return;
   }
@@ -111,8 +122,52 @@ void DesktopFace::SyncWindow(ui::WindowSlotBase& slot, ui::Window& window, bool 
     found = shown_.emplace(key, MakeShown(slot, window, extra)).first;
   }
   found->second.refresh();
-  QWidget* frame = found->second.child ? found->second.widget->parentWidget() : found->second.widget;
-  if (!frame->isVisible()) frame->show();
+  QWidget* frame = FrameOf(found->second);
+  if (!frame->isVisible()) {
+    RestorePlace(found->second);
+    frame->show();
+  }
+}
+
+QWidget* DesktopFace::FrameOf(const Shown& shown) const {
+  return shown.child ? shown.widget->parentWidget() : shown.widget;
+}
+
+// A window opens where it was last, inside the screen or the main window's child area however
+// the screen or the area changed since; a window opened for the first time stands over the main
+// window at the size it asks for, no larger than the screen.
+void DesktopFace::RestorePlace(const Shown& shown) {
+  if (shown.place_key.empty()) return;
+  QWidget* frame = FrameOf(shown);
+  const QVariant saved = places_.value(QString::fromStdString(shown.place_key));
+  const bool known = saved.canConvert<QRect>() && saved.toRect().isValid();
+  if (shown.child && !known) return;  // the child area places a new child itself
+  QRect place(frame->geometry().topLeft(), frame->testAttribute(Qt::WA_Resized) ? frame->size() : frame->sizeHint());
+  if (known) {
+    if (shown.keeps_position) place.moveTopLeft(saved.toRect().topLeft());
+    // Never smaller than its texts need now: they may be another language's.
+    if (shown.keeps_size) place.setSize(saved.toRect().size().expandedTo(frame->minimumSizeHint()));
+  }
+  QRect bounds;
+  if (shown.child) {
+    bounds = master_->ChildArea().viewport()->rect();
+  } else {
+    const QScreen* screen = known ? QGuiApplication::screenAt(place.center()) : nullptr;
+    if (!screen) screen = master_ ? master_->screen() : QGuiApplication::primaryScreen();
+    bounds = screen->availableGeometry();
+    // Over the main window, as a dialog opens; before the main window shows, mid-screen.
+    if (!known) place.moveCenter(master_ ? master_->geometry().center() : bounds.center());
+  }
+  if (bounds.isEmpty()) return;
+  QRect inside = Inside(place, bounds);
+  // A frame that follows its widget keeps the widget's size, at the area's top left if larger.
+  if (!shown.keeps_size) inside.setSize(place.size());
+  frame->setGeometry(inside);
+}
+
+void DesktopFace::SavePlace(const Shown& shown) {
+  if (shown.place_key.empty()) return;
+  places_.setValue(QString::fromStdString(shown.place_key), FrameOf(shown)->geometry());
 }
 
 DesktopFace::Shown DesktopFace::MakeShown(ui::WindowSlotBase& slot, ui::Window& window, bool extra) {
@@ -131,11 +186,22 @@ DesktopFace::Shown DesktopFace::MakeShown(ui::WindowSlotBase& slot, ui::Window& 
     auto* plain = new PlainWindow(window, guard_, close_box);
     made = ShownWindow{plain, [plain] { plain->Refresh(); }};
   }
-  Shown shown{made.widget, made.refresh};
+  Shown shown;
+  shown.widget = made.widget;
+  shown.refresh = made.refresh;
+  if (!made.places_itself) {
+    shown.place_key = window.Name();
+    shown.keeps_size = !made.frame_follows_widget;
+    shown.keeps_position = !extra;
+  }
   if (PlacementOf(window) != ui::WindowPlacement::TopLevel) {
     QMdiSubWindow* frame = master_->ChildArea().addSubWindow(made.widget);
     frame->setAttribute(Qt::WA_DeleteOnClose, false);
     frame->setWindowIcon(master_->windowIcon());
+    // Ctrl+W is the program's key of the picture server's mode: the frame's own key to close
+    // the child in use would close it too.
+    for (QAction* action : frame->systemMenu()->actions())
+      if (action->shortcut() == QKeySequence(Qt::CTRL | Qt::Key_W)) action->setShortcut(QKeySequence());
     // The child the operator activates is the main window's active child, which the tools
     // that follow the window in use read.
     connect(frame, &QMdiSubWindow::windowStateChanged, this, [this, &window](Qt::WindowStates, Qt::WindowStates now) {
@@ -148,7 +214,9 @@ DesktopFace::Shown DesktopFace::MakeShown(ui::WindowSlotBase& slot, ui::Window& 
       if (frame->windowTitle() != title) frame->setWindowTitle(title);
       const QSize wanted = made.widget->sizeHint();
       if (made.frame_follows_widget && wanted != applied) {
-        frame->resize(frame->size() - made.widget->size() + wanted);
+        // The frame's own hint is the widget's with the frame's title and borders around it,
+        // right even before the frame was first laid out.
+        frame->resize(frame->sizeHint());
         applied = wanted;
       }
     };
@@ -168,7 +236,8 @@ void DesktopFace::DropWindowsNotIn(const std::map<WindowKey, bool>& live) {
       ++it;
       continue;
     }
-    QWidget* frame = it->second.child ? it->second.widget->parentWidget() : it->second.widget;
+    QWidget* frame = FrameOf(it->second);
+    if (frame->isVisible()) SavePlace(it->second);
     // The widget's bindings refer to the window that is going: with its entry gone they are
     // never refreshed again. It leaves the child area now and is deleted once no handler of
     // it can still be running.
@@ -232,9 +301,26 @@ void DesktopFace::TrackKey(QEvent* event) {
   if (key_event->isAutoRepeat()) return;
   const std::string name = KeyStateName(key_event->key());
   if (name.empty()) return;
-  const auto held = std::find(keys.begin(), keys.end(), name);
-  if (event->type() == QEvent::KeyPress && held == keys.end()) keys.push_back(name);
-  if (event->type() == QEvent::KeyRelease && held != keys.end()) keys.erase(held);
+  if (event->type() == QEvent::KeyPress) {
+    if (std::find(keys.begin(), keys.end(), name) == keys.end()) keys.push_back(name);
+    pressed_at_[name] = key_clock_.elapsed();
+    return;
+  }
+  // The main timer reads the keys once a tick: a key tapped faster than that stays down for one
+  // tick, so that a quick Ctrl+M acts as surely as a held one.
+  const auto* master = program_.IfLoaded<Master>();
+  const std::int64_t tick_ms = master ? master->MasterTimer.Interval.get() : 0;
+  const std::int64_t pressed_at = pressed_at_[name];
+  const std::int64_t left_ms = pressed_at + tick_ms - key_clock_.elapsed();
+  if (left_ms <= 0) return ReleaseKey(name, pressed_at);
+  QTimer::singleShot(static_cast<int>(left_ms), this, [this, name, pressed_at] { ReleaseKey(name, pressed_at); });
+}
+
+// Unless it was pressed again since.
+void DesktopFace::ReleaseKey(const std::string& name, std::int64_t pressed_at) {
+  if (pressed_at_[name] != pressed_at) return;
+  auto& keys = program_.KeysDown;
+  keys.erase(std::remove(keys.begin(), keys.end(), name), keys.end());
 }
 
 int VirtualKeyOf(int toolkit_key) {

@@ -4,7 +4,9 @@
 // operator's keys as the main window's key state. It holds no logic: every click goes to the
 // model's control, every failure of a handler is shown and the program goes on.
 
+#include <QElapsedTimer>
 #include <QObject>
+#include <QSettings>
 #include <QTimer>
 #include <map>
 #include <memory>
@@ -41,6 +43,11 @@ class DesktopFace final : public QObject {
     QWidget* widget = nullptr;  // owned by the main window's child area or by this face
     std::function<void()> refresh;
     bool child = false;  // inside the main window's child area
+    // Where the window was last, kept by its name when it closes and given back when it opens:
+    // its size too unless its frame follows its widget; only the size for a further instance.
+    std::string place_key;  // empty for a window that places itself
+    bool keeps_size = true;
+    bool keeps_position = true;
   };
 
   void SyncMaster();
@@ -48,7 +55,11 @@ class DesktopFace final : public QObject {
   Shown MakeShown(ui::WindowSlotBase& slot, ui::Window& window, bool extra);
   void DropWindowsNotIn(const std::map<WindowKey, bool>& live);
   void ShowFailure(const std::exception& failure);
+  QWidget* FrameOf(const Shown& shown) const;
+  void RestorePlace(const Shown& shown);
+  void SavePlace(const Shown& shown);
   void TrackKey(QEvent* event);
+  void ReleaseKey(const std::string& name, std::int64_t pressed_at);
   void ForwardMousePress(Qt::MouseButton button);
   void ForwardKeyPress(QEvent* event);
 
@@ -60,6 +71,9 @@ class DesktopFace final : public QObject {
   std::unique_ptr<MasterWindow> master_;
   std::map<WindowKey, Shown> shown_;
   QTimer sync_;
+  QSettings places_;
+  QElapsedTimer key_clock_;
+  std::map<std::string, std::int64_t> pressed_at_;  // by key name, on key_clock_
   bool syncing_ = false;
   std::function<void()> ended_;
   std::function<void(QWidget*)> tell_parent_;

@@ -9,6 +9,7 @@
 
 #include "capture/choose_device.h"
 #include "gui/desktop_face.h"
+#include "gui/desktop_look.h"
 #include "gui/device_dialogs.h"
 #include "gui/icons.h"
 #include "gui/qt_event_loop.h"
@@ -27,16 +28,6 @@ bool DisplayAvailable() {
   const char* wayland = std::getenv("WAYLAND_DISPLAY");
   return (x11 && *x11) || (wayland && *wayland);
 }
-
-// The push buttons' own look: flat, light, with the accent of the icons when pointed at.
-constexpr const char* kButtonStyle = R"(
-QPushButton { background: #eceff1; color: #263238; border: 1px solid #b0bec5; border-radius: 4px;
-              padding: 5px 14px; }
-QPushButton:hover { background: #e3f2fd; border-color: #42a5f5; }
-QPushButton:pressed { background: #bbdefb; }
-QPushButton:focus { border-color: #1e88e5; }
-QPushButton:disabled { background: #f5f5f5; color: #90a4ae; border-color: #cfd8dc; }
-)";
 
 // How often a request to end the program looks whether the program's handlers are done.
 constexpr int kEndLookMs = 50;

@@ -7,6 +7,7 @@
 #include <QMenuBar>
 #include <QMouseEvent>
 #include <QPainter>
+#include <QScreen>
 #include <QStatusBar>
 #include <QToolBar>
 #include <QVBoxLayout>
@@ -15,6 +16,7 @@
 
 #include "capture/video_screen.h"
 #include "core/main_menus.h"
+#include "gui/flow_layout.h"
 #include "gui/icons.h"
 #include "gui/picture_image.h"
 #include "gui/window_faces.h"
@@ -31,6 +33,13 @@ void ApplyVisibility(QWidget& widget, bool visible) {
 }
 
 }  // namespace
+
+QRect Inside(QRect rect, const QRect& bounds) {
+  rect.setSize(rect.size().boundedTo(bounds.size()));
+  rect.moveLeft(std::clamp(rect.left(), bounds.left(), bounds.right() + 1 - rect.width()));
+  rect.moveTop(std::clamp(rect.top(), bounds.top(), bounds.bottom() + 1 - rect.height()));
+  return rect;
+}
 
 // ---- PlainWindow
 
@@ -323,19 +332,30 @@ MasterWindow::MasterWindow(Program& program, const Guard& guard)
   setObjectName("Master");
   setWindowIcon(ApplicationIcon());
   BuildMenus();
+  AddDesktopShortcuts();
   BuildCoolBar();
   BuildModeBar();
   area_ = new QMdiArea(this);
   area_->setObjectName("ChildArea");
   area_->setBackground(QColor(0x45, 0x5A, 0x64));
-  setCentralWidget(area_);
+  // The cool bar stands over the child area, beside the mode bar, which so has the window's
+  // whole height for its buttons.
+  auto* centre = new QWidget(this);
+  auto* column = new QVBoxLayout(centre);
+  column->setContentsMargins(0, 0, 0, 0);
+  column->setSpacing(0);
+  column->addWidget(cool_bar_);
+  column->addWidget(area_, 1);
+  setCentralWidget(centre);
   auto status = BindControl(model_.MasterStatus, guard, this);
   statusBar()->addWidget(status->Widget(), 1);
   controls_.Add(std::move(status));
+  // The place the window was left in, brought inside the screen if the screen changed since.
+  const QRect screen = this->screen()->availableGeometry();
   if (model_.Width > 0 && model_.Height > 0)
-    setGeometry(model_.Left, model_.Top, model_.Width, model_.Height);
+    setGeometry(Inside(QRect(model_.Left, model_.Top, model_.Width, model_.Height), screen));
   else
-    resize(1024, 720);
+    resize(QSize(1024, 720).boundedTo(screen.size()));
   Refresh();
 }
 
@@ -398,13 +418,27 @@ void MasterWindow::ArrangeChildWindows(platform::ArrangeCode code) {
   }
 }
 
+// The desktop's usual keys on the menu entries that do the same: Ctrl+Q quits as File > Exit
+// does, F11 shows the full-screen view (any key ends it). The program's own Ctrl keys are read
+// from the key state by the main timer.
+void MasterWindow::AddDesktopShortcuts() {
+  const std::pair<const ui::Menu*, QKeySequence> keys[] = {
+      {&model_.FileMenu(file_menu::kExit), QKeySequence(Qt::CTRL | Qt::Key_Q)},
+      {&model_.ViewMenu(view_menu::kFullScreen), QKeySequence(Qt::Key_F11)}};
+  for (const auto& [menu, key] : keys)
+    for (auto& [model, action] : menu_entries_)
+      if (model == menu) action->setShortcut(key);
+}
+
+// The bands, and the controls inside each line of a band, wrap onto further lines where the
+// window is too narrow for them, so that no control is cut or folded away.
 void MasterWindow::BuildCoolBar() {
   auto* bar = new QWidget(this);
   bar->setObjectName("MasterBar");
   auto* rows = new QVBoxLayout(bar);
   rows->setContentsMargins(2, 2, 2, 2);
   rows->setSpacing(2);
-  auto* first_row = new QHBoxLayout;
+  auto* first_row = new FlowLayout;
   rows->addLayout(first_row);
   for (const auto& band : kBands) {
     auto* frame = new QFrame(bar);
@@ -412,12 +446,11 @@ void MasterWindow::BuildCoolBar() {
     frame->setFrameShape(QFrame::StyledPanel);
     auto* lines = new QVBoxLayout(frame);
     lines->setContentsMargins(4, 2, 4, 2);
-    auto* line = new QHBoxLayout;
+    auto* line = new FlowLayout;
     lines->addLayout(line);
     for (const char* name : band.controls) {
       if (std::string_view(name) == "|") {
-        line->addStretch();
-        line = new QHBoxLayout;
+        line = new FlowLayout;
         lines->addLayout(line);
         continue;
       }
@@ -428,7 +461,6 @@ void MasterWindow::BuildCoolBar() {
       line->addWidget(binding->Widget());
       controls_.Add(std::move(binding));
     }
-    line->addStretch();
     const bool top_row = std::string_view(band.key) == "device" || std::string_view(band.key) == "operation";
     if (top_row)
       first_row->addWidget(frame);
@@ -437,15 +469,8 @@ void MasterWindow::BuildCoolBar() {
     bands_.push_back({band.key, frame});
   }
   first_row->addWidget(BuildStatusPanel());
-  first_row->addStretch();
-  // The menu bar and the cool bar stand together above the child area.
-  auto* top = new QWidget(this);
-  auto* top_layout = new QVBoxLayout(top);
-  top_layout->setContentsMargins(0, 0, 0, 0);
-  top_layout->setSpacing(0);
-  top_layout->addWidget(menu_bar_);
-  top_layout->addWidget(bar);
-  setMenuWidget(top);
+  setMenuBar(menu_bar_);
+  cool_bar_ = bar;
 }
 
 // The operating modes and the file commands stand in a bar down the left side of the window.
@@ -454,6 +479,8 @@ void MasterWindow::BuildModeBar() {
   auto* bar = qobject_cast<QToolBar*>(binding->Widget());
   bar->setOrientation(Qt::Vertical);
   bar->setMovable(false);
+  // Every mode and command stays in sight: the window is never shorter than the bar.
+  bar->setMinimumHeight(bar->sizeHint().height());
   addToolBar(Qt::LeftToolBarArea, bar);
   controls_.Add(std::move(binding));
 }

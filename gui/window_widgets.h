@@ -25,6 +25,9 @@ class VideoScreen;
 
 namespace zr::gui {
 
+// The rectangle moved, and made smaller where it must, to lie inside `bounds`.
+QRect Inside(QRect rect, const QRect& bounds);
+
 // The bindings of one window's controls.
 class BoundControls {
  public:
@@ -136,6 +139,7 @@ class MasterWindow : public QMainWindow {
   void BuildMenus();
   void AddMenuEntries(QMenu& menu, ui::ControlArray<ui::Menu>& entries);
   void AddMenuEntry(QMenu& menu, ui::Menu& model);
+  void AddDesktopShortcuts();
   void BuildCoolBar();
   void BuildModeBar();
   QWidget* BuildStatusPanel();
@@ -148,6 +152,7 @@ class MasterWindow : public QMainWindow {
   BoundControls controls_;
   QMdiArea* area_ = nullptr;
   QMenuBar* menu_bar_ = nullptr;
+  QWidget* cool_bar_ = nullptr;
   struct MenuEntry {
     ui::Menu* model;
     QAction* action;

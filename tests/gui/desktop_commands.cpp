@@ -1,0 +1,430 @@
+// The desktop program under xvfb-run, every command of its main window chosen in turn: in each
+// operating mode every button of the bars it shows and every entry of their drop-down menus,
+// then every entry of the menu bar, and last File > Exit. A dialog that opens a movie is given
+// one, other dialogs are cancelled, message boxes take their default button, the windows a command opened are closed
+// again and a run it started is stopped. It fails on a command that is not built yet, on a
+// failure the face reports, on an error box and on a command that does not end; a crash fails
+// the test as it stops the process. Last it names every window of the program no command
+// opened. With --keys: the main window's keys instead, each tapped,
+// each checked for what it does, and Ctrl+Q last.
+
+#include <unistd.h>
+
+#include <QAction>
+#include <QApplication>
+#include <QComboBox>
+#include <QDialog>
+#include <QElapsedTimer>
+#include <QFileDialog>
+#include <QKeySequence>
+#include <QLineEdit>
+#include <QListWidget>
+#include <QMdiArea>
+#include <QMdiSubWindow>
+#include <QMenu>
+#include <QMenuBar>
+#include <QMessageBox>
+#include <QPushButton>
+#include <QTest>
+#include <QTimer>
+#include <QToolBar>
+#include <QToolButton>
+#include <deque>
+#include <filesystem>
+#include <functional>
+#include <iostream>
+#include <set>
+#include <string>
+
+#include "apps/zandrell/program_parts.h"
+#include "core/main_menus.h"
+#include "core/operating_mode.h"
+#include "core/window_registry.h"
+#include "gui/desktop_toolkit.h"
+#include "gui/qt_event_loop.h"
+#include "image/tools/full_screen.h"
+#include "main_window/master.h"
+#include "tests/support/movie_probe.h"
+
+namespace {
+
+// The tuner, scanner and DV commands, which come with the peripherals' windows.
+const std::set<std::string> kPeripherals = {"DeviceToolbar[exportdv]", "MainToolbar[scanner]",
+                                            "MainToolbar[choose_scanner]", "TunerBar"};
+
+// Error boxes the program shows by its own rules for the built-in camera: the driver has no
+// dialog of its own for the display.
+const std::set<QString> kToldErrors = {"Tessavue: Cannot show Video Display Dialog."};
+
+// Windows the program opens by itself rather than on a command: the message while the set-up is
+// saved or applied, the upload of a picture, the preview of a series or a build, the compressor
+// choice of a device of the control kind, and the start's splash and device chooser.
+const std::set<std::string> kOpenedByTheProgram = {"Msg",        "FTPImage", "MultiImage",
+                                                   "VideoCODEC", "Splash",   "ChooseDevice"};
+
+constexpr std::int64_t kCommandTimeoutMs = 20000;
+constexpr int kJpegSeries = 2;           // the series' kind of numbered JPEG files
+constexpr std::int64_t kCheckMs = 3000;  // for what a command does to show
+const QString kCamera = "Built-in Test Camera (VFW)";
+
+// Whether the command, or the control it belongs to, is left out.
+bool LeftOut(const std::string& name) {
+  const std::string control = name.substr(0, name.find_first_of("(["));
+  const std::string button = name.substr(0, name.find(']') + 1);
+  return kPeripherals.contains(name) || kPeripherals.contains(control) || kPeripherals.contains(button);
+}
+
+// The window of the program by this name, when it shows as a window of its own.
+QWidget* ShownWindow(const char* name) {
+  for (QWidget* top : QApplication::topLevelWidgets())
+    if (top->objectName() == name && top->isVisible()) return top;
+  return nullptr;
+}
+
+QWidget* MainWidget() { return ShownWindow("Master"); }
+
+// One command: its name as the scenarios address it, and how the operator chooses it.
+struct Command {
+  std::string name;
+  std::function<bool()> choose;          // false when its widget is not to be found
+  std::function<bool()> done = nullptr;  // what the command does, when there is something to see
+  std::int64_t first_try_ms = -1;        // the face may show its widget a refresh later
+};
+
+// Whether the face shows the band of the cool bar by this key.
+bool ShownBand(const char* key) {
+  QWidget* band = MainWidget()->findChild<QWidget*>(key);
+  return band && band->isVisible();
+}
+
+class Operator {
+ public:
+  Operator(zr::ProgramParts& parts, bool keys, std::string movie)
+      : parts_(parts), keys_(keys), movie_(std::move(movie)) {
+    clock_.start();
+    QObject::connect(&tick_, &QTimer::timeout, [this] { Act(); });
+    tick_.start(50);
+  }
+  std::vector<std::string> failures;
+  int chosen = 0;
+
+ private:
+  zr::Master& Model() { return parts_.program.Window<zr::Master>(); }
+  zr::gui::QtEventLoop& Loop() { return dynamic_cast<zr::gui::QtEventLoop&>(parts_.program.services.loop); }
+
+  void Fail(const std::string& why) { failures.push_back(current_ + ": " + why); }
+
+  void Act() {
+    NoteShownWindows();
+    if (!started_camera_) return PickCamera();
+    if (Answer()) return;
+    if (Loop().InHandler()) {
+      if (clock_.elapsed() - started_ > kCommandTimeoutMs) {
+        Fail("did not end");
+        QApplication::exit(1);
+      }
+      return;
+    }
+    if (done_check_) {
+      if (!done_check_() && clock_.elapsed() - started_ < kCheckMs) return;
+      if (!done_check_()) Fail("did not do what it does");
+      done_check_ = nullptr;
+    }
+    // The keys go on from where the last left the program; each other command from the start.
+    if (!keys_ && CloseWhatOpened()) return;
+    // A run, a motion wait or a series the command started ("pause" is the still button at rest).
+    if (!keys_ && Model().RecordButton().Image.get() == "stop")
+      return Loop().Guarded([this] { Model().OperationBar.ClickButton(Model().RecordButton()); });
+    if (commands_.empty()) return;
+    Command next = std::move(commands_.front());
+    commands_.pop_front();
+    current_ = next.name;
+    started_ = clock_.elapsed();
+    done_check_ = next.done;
+    if (next.first_try_ms < 0) {
+      next.first_try_ms = started_;
+      std::cout << next.name << std::endl;
+    }
+    // Chosen after this tick, so that the dialogs it opens are answered by the next ones.
+    QTimer::singleShot(0, MainWidget(), [this, next] {
+      if (next.choose()) {
+        ++chosen;
+      } else if (clock_.elapsed() - next.first_try_ms < kCheckMs) {
+        commands_.push_front(next);
+        done_check_ = nullptr;
+      } else {
+        Fail("is not on the screen");
+      }
+    });
+  }
+
+  // Answers what the last command put up; true when there was something.
+  bool Answer() {
+    if (QWidget* popup = QApplication::activePopupWidget()) {
+      popup->close();
+      return true;
+    }
+    QWidget* modal = QApplication::activeModalWidget();
+    if (!modal) return false;
+    if (auto* box = qobject_cast<QMessageBox*>(modal)) {
+      const std::string text = box->text().toStdString();
+      if (text.find("not built yet") != std::string::npos || text.starts_with("The last command failed"))
+        Fail(text);
+      else if (box->icon() == QMessageBox::Critical && !kToldErrors.contains(box->text()))
+        Fail("an error box: " + text);
+      QTest::keyClick(box, Qt::Key_Return);  // the default button
+      return true;
+    }
+    // A movie to open is the one prepared; any other file is cancelled.
+    if (auto* files = qobject_cast<QFileDialog*>(modal);
+        files && files->acceptMode() == QFileDialog::AcceptOpen && files->nameFilters().join("").contains("*.avi")) {
+      if (auto* name = files->findChild<QLineEdit*>("fileNameEdit")) name->setText(QString::fromStdString(movie_));
+      static_cast<QDialog*>(files)->accept();
+      return true;
+    }
+    if (auto* dialog = qobject_cast<QDialog*>(modal)) {
+      dialog->reject();  // file dialogs, input boxes, the devices' own dialogs
+      return true;
+    }
+    if (zr::FindWindowKind(modal->objectName().toStdString())) modal->close();  // a window of the program
+    return true;
+  }
+
+  // The windows of the program on the screen now, for the list of those no command opens.
+  void NoteShownWindows() {
+    for (QWidget* top : QApplication::topLevelWidgets())
+      if (top->isVisible()) shown_windows_.insert(top->objectName().toStdString());
+    if (QWidget* main = MainWidget())
+      for (QMdiSubWindow* child : main->findChild<QMdiArea*>("ChildArea")->subWindowList())
+        if (child->isVisible() && child->widget()) shown_windows_.insert(child->widget()->objectName().toStdString());
+  }
+
+  bool NameWindowsNoCommandOpens() {
+    for (const zr::WindowKind& kind : zr::RegisteredWindowKinds())
+      if (!shown_windows_.contains(kind.name) && !kOpenedByTheProgram.contains(kind.name))
+        Fail("no command opens the window " + kind.name);
+    return true;
+  }
+
+  // The windows of the program the command opened, closed by their close boxes.
+  bool CloseWhatOpened() {
+    bool closing = false;
+    for (QWidget* top : QApplication::topLevelWidgets()) {
+      if (!top->isVisible() || top == MainWidget() || !zr::FindWindowKind(top->objectName().toStdString())) continue;
+      top->close();
+      closing = true;
+    }
+    if (auto* area = MainWidget()->findChild<QMdiArea*>("ChildArea"))
+      for (QMdiSubWindow* child : area->subWindowList())
+        if (child->isVisible() && child->widget() && child->widget()->objectName() != "VideoScreen") {
+          child->widget()->close();
+          closing = true;
+        }
+    return closing;
+  }
+
+  // The built-in camera from the chooser, then the commands of the first mode.
+  void PickCamera() {
+    QListWidget* devices = nullptr;
+    for (QWidget* top : QApplication::topLevelWidgets())
+      if (auto* list = top->findChild<QListWidget*>("devices"); list && list->isVisible()) devices = list;
+    if (!devices) return;
+    const auto found = devices->findItems(kCamera, Qt::MatchExactly);
+    if (found.isEmpty()) return Fail("the chooser does not list the built-in camera");
+    devices->setCurrentItem(found.front());
+    QTest::mouseClick(devices->viewport(), Qt::LeftButton, {}, devices->visualItemRect(found.front()).center());
+    if (auto* start = devices->window()->findChild<QPushButton*>("start")) start->click();
+    started_camera_ = true;
+    if (keys_) return AddKeys();
+    for (zr::OperatingMode mode : zr::kOperatingModes) AddMode(std::string(zr::ModeKey(mode)));
+    commands_.push_back({"menus", [this] { return AddMenus(); }});
+  }
+
+  // The mode's button on the mode bar, then the bars the mode shows; a series of pictures
+  // rather than a movie file, whose buttons of pictures are then there to choose.
+  void AddMode(const std::string& mode) {
+    commands_.push_back(ButtonCommand("MainToolbar", mode));
+    if (mode == "multiple")
+      commands_.push_back({"MultipleImageMode", [] {
+                             auto* list = MainWidget()->findChild<QComboBox*>("MultipleImageMode");
+                             if (!list || !list->isVisible()) return false;
+                             list->setCurrentIndex(kJpegSeries);
+                             emit list->activated(kJpegSeries);  // as the operator's choice
+                             return true;
+                           }});
+    commands_.push_back({"bars of " + mode, [this] { return AddBars(); }});
+  }
+
+  static QToolButton* FindButton(const std::string& bar, const std::string& key) {
+    for (auto* toolbar : MainWidget()->findChildren<QToolBar*>(QString::fromStdString(bar)))
+      if (auto* button = toolbar->findChild<QToolButton*>(QString::fromStdString(key)); button && button->isVisible())
+        return button;
+    return nullptr;
+  }
+
+  static Command ButtonCommand(const std::string& bar, const std::string& key) {
+    return {bar + "[" + key + "]", [bar, key] {
+              QToolButton* button = FindButton(bar, key);
+              if (button) button->click();
+              return button != nullptr;
+            }};
+  }
+
+  static Command ButtonMenuCommand(const std::string& bar, const std::string& key, int index, const QString& text) {
+    return {bar + "[" + key + "][" + text.toStdString() + "]", [bar, key, index] {
+              QToolButton* button = FindButton(bar, key);
+              if (!button || !button->menu() || index >= button->menu()->actions().size()) return false;
+              button->menu()->actions()[index]->trigger();
+              return true;
+            }};
+  }
+
+  // Every enabled button the bars now show and the entries of its menu, once over all modes;
+  // the mode bar's own buttons come with the menus, once the modes are done.
+  bool AddBars() {
+    std::deque<Command> found;
+    for (auto* toolbar : MainWidget()->findChildren<QToolBar*>()) {
+      const std::string bar = toolbar->objectName().toStdString();
+      if (bar == "MainToolbar" || !toolbar->isVisible()) continue;
+      for (auto* button : toolbar->findChildren<QToolButton*>()) {
+        const std::string key = button->objectName().toStdString();
+        if (key.empty() || key.starts_with("qt_") || !button->isVisible() || !button->isEnabled()) continue;
+        const std::string name = bar + "[" + key + "]";
+        if (LeftOut(name) || !done_.insert(name).second) continue;
+        found.push_back(ButtonCommand(bar, key));
+        if (!button->menu()) continue;
+        const auto entries = button->menu()->actions();
+        for (int index = 0; index < entries.size(); ++index)
+          if (!entries[index]->isSeparator() && entries[index]->isVisible() && entries[index]->isEnabled())
+            found.push_back(ButtonMenuCommand(bar, key, index, entries[index]->text()));
+        // The device menu's last entries disconnect: the commands after it find the camera again.
+        for (int index = 0; key == "device" && index < entries.size(); ++index)
+          if (entries[index]->text() == kCamera) found.push_back(ButtonMenuCommand(bar, key, index, kCamera));
+      }
+    }
+    commands_.insert(commands_.begin(), found.begin(), found.end());
+    return true;
+  }
+
+  // The model's name of a menu bar entry ("FileMenu(13)"), found by its caption.
+  std::string MenuName(const QString& caption) {
+    for (zr::ui::Control* control : Model().Controls())
+      if (auto* menu = dynamic_cast<zr::ui::Menu*>(control); menu && QString::fromStdString(menu->Caption) == caption)
+        return menu->Name() + (menu->Index() ? "(" + std::to_string(*menu->Index()) + ")" : "");
+    return "";
+  }
+
+  // The mode bar's other buttons, every entry of the menu bar, and File > Exit last.
+  bool AddMenus() {
+    for (auto* button : MainWidget()->findChild<QToolBar*>("MainToolbar")->findChildren<QToolButton*>()) {
+      const std::string key = button->objectName().toStdString();
+      if (!key.empty() && !key.starts_with("qt_") && zr::ModeOfKey(key) == zr::OperatingMode::None &&
+          !LeftOut("MainToolbar[" + key + "]"))
+        commands_.push_back(ButtonCommand("MainToolbar", key));
+    }
+    Command exit;
+    for (QAction* title : MainWidget()->findChild<QMenuBar*>()->actions()) {
+      for (QAction* entry : title->menu()->actions()) {
+        if (entry->isSeparator() || !entry->isVisible()) continue;
+        std::string name = MenuName(entry->text());
+        if (name.empty()) name = title->text().toStdString() + " > " + entry->text().toStdString();
+        if (LeftOut(name)) continue;
+        Command command{name, [entry] {
+                          entry->trigger();
+                          return true;
+                        }};
+        if (name == "FileMenu(" + std::to_string(zr::file_menu::kExit) + ")")
+          exit = command;
+        else
+          commands_.push_back(command);
+      }
+    }
+    if (!exit.choose) Fail("File > Exit is not in the menu");
+    commands_.push_back({"every window", [this] { return NameWindowsNoCommandOpens(); }});
+    commands_.push_back(exit);
+    return true;
+  }
+
+  // The keys of the main window, each tapped as quickly as the toolkit can: the Ctrl keys of
+  // the modes, F11 and any key to end the full-screen view, Ctrl+F12 to shoot a picture of a
+  // series by hand, and Ctrl+Q to quit.
+  void AddKeys() {
+    auto& state = parts_.program.state;
+    const auto tap = [](Qt::Key key, Qt::KeyboardModifiers modifiers, const char* window = "Master") {
+      return [=] {
+        QWidget* target = ShownWindow(window);
+        if (!target) return false;
+        // The window a key goes to is the one in front, as the operator's would be.
+        target->activateWindow();
+        (void)QTest::qWaitForWindowActive(target, 1000);  // a frameless window may never say so
+        QTest::keyClick(target, key, modifiers);
+        return true;
+      };
+    };
+    const std::pair<Qt::Key, const char*> modes[] = {{Qt::Key_I, "image"},
+                                                     {Qt::Key_U, "multiple"},
+                                                     {Qt::Key_A, "avibuilder"},
+                                                     {Qt::Key_W, "webshare"},
+                                                     {Qt::Key_M, "movie"}};
+    for (const auto& [key, mode] : modes)
+      commands_.push_back({"Ctrl+" + QKeySequence(key).toString().toStdString(), tap(key, Qt::ControlModifier),
+                           [&state, mode] { return state.CaptureType == mode && ShownBand(mode); }});
+    const auto full_screen = [this] { return parts_.program.SlotOf<zr::Fullscreen>().Loaded(); };
+    commands_.push_back({"F11", tap(Qt::Key_F11, Qt::NoModifier), full_screen});
+    commands_.push_back({"a key in the full-screen view", tap(Qt::Key_Escape, Qt::NoModifier, "Fullscreen"),
+                         [full_screen] { return !full_screen(); }});
+    commands_.push_back({"Ctrl+U", tap(Qt::Key_U, Qt::ControlModifier),
+                         [&state] { return state.CaptureType == "multiple" && ShownBand("multiple"); }});
+    commands_.push_back(ButtonCommand("TriggerType", "manual"));
+    commands_.push_back({"a series by hand", ButtonCommand("MultipleImageToolbar", "record").choose,
+                         [this] { return Model().Shooter.Enabled.get(); }});
+    commands_.push_back({"Ctrl+F12", tap(Qt::Key_F12, Qt::ControlModifier),
+                         [&state, shot = state.ImageCount] { return state.ImageCount > shot; }});
+    commands_.push_back(ButtonCommand("MultipleImageToolbar", "record"));
+    commands_.push_back({"Ctrl+Q", tap(Qt::Key_Q, Qt::ControlModifier)});
+  }
+
+  zr::ProgramParts& parts_;
+  std::deque<Command> commands_;
+  std::set<std::string> done_;  // the bar buttons already queued
+  std::string current_ = "the start";
+  bool started_camera_ = false;
+  const bool keys_;
+  std::function<bool()> done_check_;
+  const std::string movie_;              // what a dialog that opens a movie is given
+  std::set<std::string> shown_windows_;  // by name, every window seen on the screen
+  QElapsedTimer clock_;
+  std::int64_t started_ = 0;
+  QTimer tick_;
+};
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  const std::filesystem::path folder =
+      std::filesystem::temp_directory_path() / ("zr-desktop-commands-" + std::to_string(getpid()));
+  std::filesystem::remove_all(folder);
+  std::filesystem::create_directories(folder / "config");
+  setenv("XDG_CONFIG_HOME", (folder / "config").c_str(), 1);
+  auto toolkit = zr::gui::DesktopToolkit::Open(argc, argv);
+  if (!toolkit) return 1;
+  zr::ProgramParts parts(
+      toolkit->Loop(), toolkit->Descriptors(), [] {}, toolkit->Dialogs(), toolkit->Clipboard(),
+      &toolkit->DeviceDialogs(), toolkit->Screen(),
+      zr::ProgramStart{folder.string() + "/", "", folder.string() + "/", zr::Language::English},
+      zr::platform::linux_impl::ProbeVideoDevices(), zr::platform::linux_impl::ProbeAudioDevices());
+  // The files the program ships, in its folder as the program provides them.
+  for (const char* shipped : {"webshare.html", "codec.zr"})
+    zr::platform::linux_impl::ProvideProgramFile(std::filesystem::absolute(argv[0]).parent_path().string(),
+                                                 folder.string() + "/", shipped);
+  const std::string movie = (folder / "clip.avi").string();
+  zr::testing::RunCommand("ffmpeg -loglevel error -f lavfi -i testsrc=size=320x240:rate=10:duration=2 -c:v mjpeg -y " +
+                          movie);
+  Operator operator_(parts, argc > 1 && std::string(argv[1]) == "--keys", movie);
+  toolkit->Run(parts.program, parts.LiveVideo());
+  std::filesystem::remove_all(folder);
+  for (const std::string& failure : operator_.failures) std::cerr << "FAIL: " << failure << "\n";
+  if (!operator_.failures.empty()) return 1;
+  std::cout << "PASS: " << operator_.chosen << " commands chosen\n";
+  return 0;
+}

@@ -1,0 +1,279 @@
+// Every window of the program in each of its five languages, on the offscreen platform: no text
+// wider or taller than the widget that shows it, no control over a sibling or out of its parent,
+// no window larger than a 1366 x 768 screen. The main window is measured in each operating mode.
+
+#include <gtest/gtest.h>
+
+#include <QAbstractButton>
+#include <QApplication>
+#include <QCheckBox>
+#include <QComboBox>
+#include <QGroupBox>
+#include <QLabel>
+#include <QListWidget>
+#include <QMdiSubWindow>
+#include <QMenu>
+#include <QMenuBar>
+#include <QPushButton>
+#include <QRadioButton>
+#include <QScreen>
+#include <QStyle>
+#include <QStyleOptionButton>
+#include <QStyleOptionComboBox>
+#include <QTabBar>
+#include <QToolButton>
+#include <algorithm>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "apps/scenario/world.h"
+#include "core/operating_mode.h"
+#include "core/window_registry.h"
+#include "gui/desktop_face.h"
+#include "gui/desktop_look.h"
+#include "gui/qt_event_loop.h"
+#include "gui/qt_services.h"
+#include "main_window/master.h"
+
+namespace zr::gui {
+namespace {
+
+constexpr QSize kScreen{1366, 768};
+
+std::string Name(const QWidget& widget) {
+  const QString name = widget.objectName().isEmpty() ? widget.metaObject()->className() : widget.objectName();
+  return name.toStdString();
+}
+
+QSize TextSize(const QWidget& widget, const QString& text) {
+  return QFontMetrics(widget.font()).size(Qt::TextShowMnemonic, text);
+}
+
+// The room a button leaves its text, as the style draws it.
+QRect ButtonTextRoom(const QAbstractButton& button) {
+  QStyleOptionButton option;
+  option.initFrom(&button);
+  option.text = button.text();
+  option.icon = button.icon();
+  option.iconSize = button.iconSize();
+  const auto element = qobject_cast<const QCheckBox*>(&button)      ? QStyle::SE_CheckBoxContents
+                       : qobject_cast<const QRadioButton*>(&button) ? QStyle::SE_RadioButtonContents
+                                                                    : QStyle::SE_PushButtonContents;
+  QRect room = button.style()->subElementRect(element, &option, &button);
+  if (!button.icon().isNull() && qobject_cast<const QPushButton*>(&button))
+    room.adjust(button.iconSize().width() + 4, 0, 0, 0);
+  return room;
+}
+
+class FitReport {
+ public:
+  explicit FitReport(std::string window) : window_(std::move(window)) {}
+  std::vector<std::string> problems;
+
+  void Check(QWidget& top) {
+    const bool covers_its_screen = top.screen() && top.geometry() == top.screen()->geometry();
+    if (!covers_its_screen && (top.width() > kScreen.width() || top.height() > kScreen.height()))
+      Add(top, "is " + Size(top.size()) + ", larger than the screen");
+    CheckTree(top, top);
+  }
+
+ private:
+  void CheckTree(QWidget& widget, const QWidget& top) {
+    CheckText(widget);
+    std::vector<QWidget*> shown;
+    for (QObject* object : widget.children()) {
+      auto* child = qobject_cast<QWidget*>(object);
+      if (!child || child->isWindow() || !child->isVisibleTo(&top)) continue;
+      CheckTree(*child, top);
+      if (qobject_cast<QMdiSubWindow*>(child)) continue;  // children of the main window overlap at will
+      if (child->objectName() == "qt_toolbar_ext_button") Add(widget, "has no room for all its buttons");
+      if (child->geometry().isEmpty()) continue;
+      if (!widget.rect().contains(child->geometry()))
+        Add(*child,
+            "sticks out of " + Name(widget) + " (" + Rect(child->geometry()) + " in " + Size(widget.size()) + ")");
+      for (QWidget* sibling : shown)
+        if (sibling->geometry().intersects(child->geometry())) Add(*child, "lies over " + Name(*sibling));
+      shown.push_back(child);
+    }
+  }
+
+  void CheckText(QWidget& widget) {
+    if (auto* label = qobject_cast<QLabel*>(&widget)) return CheckLabel(*label);
+    if (auto* tool = qobject_cast<QToolButton*>(&widget)) {
+      if (tool->toolButtonStyle() != Qt::ToolButtonIconOnly && !tool->text().isEmpty() &&
+          tool->width() < tool->sizeHint().width())
+        Add(widget, "cuts \"" + tool->text().toStdString() + "\"");
+      if (tool->menu()) CheckMenu(*tool->menu());
+      return;
+    }
+    if (auto* button = qobject_cast<QAbstractButton*>(&widget))
+      return Fits(widget, button->text(), ButtonTextRoom(*button));
+    if (auto* combo = qobject_cast<QComboBox*>(&widget)) {
+      QStyleOptionComboBox option;
+      option.initFrom(combo);
+      const QRect room =
+          combo->style()->subControlRect(QStyle::CC_ComboBox, &option, QStyle::SC_ComboBoxEditField, combo);
+      for (int index = 0; index < combo->count(); ++index) Fits(widget, combo->itemText(index), room);
+      return;
+    }
+    if (auto* list = qobject_cast<QListWidget*>(&widget)) {
+      for (int row = 0; row < list->count(); ++row) Fits(widget, list->item(row)->text(), list->viewport()->rect());
+      return;
+    }
+    if (auto* tabs = qobject_cast<QTabBar*>(&widget)) {
+      const int padding = tabs->style()->pixelMetric(QStyle::PM_TabBarTabHSpace, nullptr, tabs);
+      for (int index = 0; index < tabs->count(); ++index)
+        Fits(widget, tabs->tabText(index), tabs->tabRect(index).adjusted(0, 0, -padding, 0));
+      return;
+    }
+    if (auto* group = qobject_cast<QGroupBox*>(&widget)) return Fits(widget, group->title(), group->contentsRect());
+    if (auto* bar = qobject_cast<QMenuBar*>(&widget)) {
+      for (QAction* action : bar->actions()) {
+        if (!action->isVisible()) continue;
+        if (!bar->rect().contains(bar->actionGeometry(action)) || bar->actionGeometry(action).isEmpty())
+          Add(widget, "has no room for the menu \"" + action->text().toStdString() + "\"");
+        if (action->menu()) CheckMenu(*action->menu());
+      }
+    }
+  }
+
+  void CheckLabel(QLabel& label) {
+    if (label.text().isEmpty()) return;
+    const QRect room = label.contentsRect().adjusted(label.margin(), label.margin(), -label.margin(), -label.margin());
+    if (label.wordWrap()) {
+      if (label.heightForWidth(label.width()) > label.height())
+        Add(label, "cuts the lines of \"" + label.text().toStdString() + "\"");
+      return;
+    }
+    const QSize needed = QFontMetrics(label.font()).size(0, label.text());
+    if (needed.width() > room.width() || needed.height() > room.height())
+      Add(label, "cuts \"" + label.text().toStdString() + "\" (" + Size(needed) + " in " + Size(room.size()) + ")");
+  }
+
+  void CheckMenu(QMenu& menu) {
+    if (menu.sizeHint().width() > kScreen.width()) Add(menu, "is wider than the screen");
+  }
+
+  void Fits(QWidget& widget, const QString& text, const QRect& room) {
+    if (text.isEmpty()) return;
+    const QSize needed = TextSize(widget, text);
+    if (needed.width() > room.width() || needed.height() > room.height())
+      Add(widget, "cuts \"" + text.toStdString() + "\" (" + Size(needed) + " in " + Size(room.size()) + ")");
+  }
+
+  void Add(const QWidget& widget, const std::string& what) {
+    problems.push_back(window_ + ": " + Name(widget) + " " + what);
+  }
+  static std::string Size(QSize size) { return std::to_string(size.width()) + "x" + std::to_string(size.height()); }
+  static std::string Rect(QRect rect) {
+    return std::to_string(rect.x()) + "," + std::to_string(rect.y()) + " " + Size(rect.size());
+  }
+
+  std::string window_;
+};
+
+// Lets the toolkit lay out what was shown or changed.
+void Settle() {
+  for (int pass = 0; pass < 3; ++pass) QApplication::processEvents();
+}
+
+// The program in a world of its own, with the desktop's face over it.
+class DesktopWindows {
+ protected:
+  // The toolkit window of a model window, framed as the desktop shows it.
+  QWidget* FrameOf(const ui::Window& window) {
+    QWidget* widget = face.WidgetOf(window);
+    if (!widget) return nullptr;
+    auto* frame = qobject_cast<QMdiSubWindow*>(widget->parentWidget());
+    return frame ? static_cast<QWidget*>(frame) : widget;
+  }
+  void Show(ui::Window& window, bool visible) {
+    window.Visible = visible;
+    face.Sync();
+    Settle();
+  }
+
+  scenario::World world;
+  Program& program = world.MakeProgram();
+  QtEventLoop loop;
+  QtDialogs dialogs;
+  DesktopFace face{program, loop, dialogs, LiveVideo{}};
+};
+
+class WindowFit : public DesktopWindows, public ::testing::TestWithParam<Language> {
+ protected:
+  WindowFit() { qApp->setStyleSheet(kButtonStyle); }
+  ~WindowFit() override { qApp->setStyleSheet(QString()); }
+
+  void Measure(const std::string& name, QWidget* frame) {
+    ASSERT_NE(frame, nullptr) << name << " shows no window";
+    Settle();
+    FitReport report(name);
+    report.Check(*frame);
+    for (const std::string& problem : report.problems) ADD_FAILURE() << problem;
+#ifdef ZR_SCREENSHOT_DIR
+    const std::string folder = std::string(ZR_SCREENSHOT_DIR) + "/fit/" + language_code;
+    std::filesystem::create_directories(folder);
+    frame->grab().save(QString::fromStdString(folder + "/" + name + ".png"));
+#endif
+  }
+
+  std::string language_code = std::to_string(static_cast<int>(GetParam()));
+};
+
+TEST_P(WindowFit, EveryWindowFitsItsTexts) {
+  program.language = GetParam();
+  program.Main();  // the device chooser is cancelled
+  auto& master = program.Window<Master>();
+  for (OperatingMode mode : kOperatingModes) {
+    const std::string key(ModeKey(mode));
+    master.SetOperationMode(key);
+    face.Sync();
+    Measure("Master-" + key, face.MainWindow());
+  }
+  for (const WindowKind& kind : RegisteredWindowKinds()) {
+    if (kind.name == "Master") continue;
+    ui::Window& window = program.Slot(kind.name).TouchWindow();
+    Show(window, true);
+    Measure(kind.name, FrameOf(window));
+    Show(window, false);
+  }
+}
+
+class WindowPlaces : public DesktopWindows, public ::testing::Test {};
+
+// A window of its own and a child of the main window (whose frame follows its picture, so only
+// its position is kept) open where they closed, and inside the screen or the child area when
+// they closed outside it.
+TEST_F(WindowPlaces, AWindowOpensWhereItClosedInsideTheScreen) {
+  program.Main();
+  for (const char* name : {"FOV", "MovieViewer"}) {
+    SCOPED_TRACE(name);
+    ui::Window& window = program.Slot(name).TouchWindow();
+    Show(window, true);
+    QWidget* frame = FrameOf(window);
+    ASSERT_NE(frame, nullptr);
+    const QRect bounds =
+        qobject_cast<QMdiSubWindow*>(frame) ? frame->parentWidget()->rect() : frame->screen()->availableGeometry();
+    const QPoint spot = bounds.topLeft() + QPoint(std::max(bounds.width() - frame->width(), 0) / 2,
+                                                  std::max(bounds.height() - frame->height(), 0) / 2);
+    frame->setGeometry(QRect(spot, frame->size()));
+    Show(window, false);
+    Show(window, true);
+    EXPECT_EQ(FrameOf(window)->geometry().topLeft(), spot);
+    frame->setGeometry(QRect(bounds.bottomRight() + QPoint(500, 400), frame->size()));
+    Show(window, false);
+    Show(window, true);
+    EXPECT_TRUE(bounds.contains(FrameOf(window)->geometry().topLeft()));
+    EXPECT_LE(FrameOf(window)->geometry().right(), std::max(bounds.right(), frame->width() - 1));
+    Show(window, false);
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Languages, WindowFit,
+                         ::testing::Values(Language::English, Language::Portuguese, Language::Spanish, Language::French,
+                                           Language::German));
+
+}  // namespace
+}  // namespace zr::gui
