@@ -31,9 +31,11 @@
 #include <QToolButton>
 #include <deque>
 #include <filesystem>
+#include <fstream>
 #include <functional>
 #include <iostream>
 #include <set>
+#include <sstream>
 #include <string>
 
 #include "apps/zandrell/program_parts.h"
@@ -52,9 +54,12 @@ namespace {
 const std::set<std::string> kPeripherals = {"DeviceToolbar[exportdv]", "MainToolbar[scanner]",
                                             "MainToolbar[choose_scanner]", "TunerBar"};
 
-// Error boxes the program shows by its own rules for the built-in camera: the driver has no
-// dialog of its own for the display.
-const std::set<QString> kToldErrors = {"Tessavue: Cannot show Video Display Dialog."};
+// Error boxes the program shows by its own rules: the built-in camera's driver has no dialog of
+// its own for the display, and Linux has neither the separate broadcast program nor the screen
+// tool.
+const std::set<QString> kToldErrors = {"Tessavue: Cannot show Video Display Dialog.",
+                                       "Error 02: Cannot run Video Zandrell Broadcast",
+                                       "Error 03: Cannot run Video Zandrell Screen Capture, which Linux does not have"};
 
 // Windows the program opens by itself rather than on a command: the message while the set-up is
 // saved or applied, the upload of a picture, the preview of a series or a build, the compressor
@@ -406,6 +411,12 @@ int main(int argc, char** argv) {
   std::filesystem::remove_all(folder);
   std::filesystem::create_directories(folder / "config");
   setenv("XDG_CONFIG_HOME", (folder / "config").c_str(), 1);
+  // The desktop's opener stands in for the browser: it notes the addresses the help entries open.
+  const std::filesystem::path opened = folder / "opened.txt";
+  std::filesystem::create_directories(folder / "bin");
+  std::ofstream((folder / "bin" / "xdg-open").string()) << "#!/bin/sh\necho \"$1\" >> '" << opened.string() << "'\n";
+  std::filesystem::permissions(folder / "bin" / "xdg-open", std::filesystem::perms::owner_all);
+  setenv("PATH", ((folder / "bin").string() + ":" + std::getenv("PATH")).c_str(), 1);
   auto toolkit = zr::gui::DesktopToolkit::Open(argc, argv);
   if (!toolkit) return 1;
   zr::ProgramParts parts(
@@ -420,8 +431,13 @@ int main(int argc, char** argv) {
   const std::string movie = (folder / "clip.avi").string();
   zr::testing::RunCommand("ffmpeg -loglevel error -f lavfi -i testsrc=size=320x240:rate=10:duration=2 -c:v mjpeg -y " +
                           movie);
-  Operator operator_(parts, argc > 1 && std::string(argv[1]) == "--keys", movie);
+  const bool keys_only = argc > 1 && std::string(argv[1]) == "--keys";
+  Operator operator_(parts, keys_only, movie);
   toolkit->Run(parts.program, parts.LiveVideo());
+  std::stringstream addresses;
+  addresses << std::ifstream(opened.string()).rdbuf();
+  if (!keys_only && addresses.str().find("guide/index.html") == std::string::npos)
+    operator_.failures.push_back("the help entry opened no guide; the opener heard: " + addresses.str());
   std::filesystem::remove_all(folder);
   for (const std::string& failure : operator_.failures) std::cerr << "FAIL: " << failure << "\n";
   if (!operator_.failures.empty()) return 1;
