@@ -46,6 +46,7 @@
 #include "gui/qt_event_loop.h"
 #include "image/tools/full_screen.h"
 #include "main_window/master.h"
+#include "tests/gui/desktop_program.h"
 #include "tests/support/movie_probe.h"
 
 namespace {
@@ -406,39 +407,29 @@ class Operator {
 }  // namespace
 
 int main(int argc, char** argv) {
-  const std::filesystem::path folder =
-      std::filesystem::temp_directory_path() / ("zr-desktop-commands-" + std::to_string(getpid()));
-  std::filesystem::remove_all(folder);
-  std::filesystem::create_directories(folder / "config");
-  setenv("XDG_CONFIG_HOME", (folder / "config").c_str(), 1);
+  zr::testing::DesktopProgram desktop("zr-desktop-commands", argc, argv);
+  if (!desktop.parts) return 1;
+  const std::filesystem::path& folder = desktop.folder;
   // The desktop's opener stands in for the browser: it notes the addresses the help entries open.
   const std::filesystem::path opened = folder / "opened.txt";
   std::filesystem::create_directories(folder / "bin");
   std::ofstream((folder / "bin" / "xdg-open").string()) << "#!/bin/sh\necho \"$1\" >> '" << opened.string() << "'\n";
   std::filesystem::permissions(folder / "bin" / "xdg-open", std::filesystem::perms::owner_all);
   setenv("PATH", ((folder / "bin").string() + ":" + std::getenv("PATH")).c_str(), 1);
-  auto toolkit = zr::gui::DesktopToolkit::Open(argc, argv);
-  if (!toolkit) return 1;
-  zr::ProgramParts parts(
-      toolkit->Loop(), toolkit->Descriptors(), [] {}, toolkit->Dialogs(), toolkit->Clipboard(),
-      &toolkit->DeviceDialogs(), toolkit->Screen(),
-      zr::ProgramStart{folder.string() + "/", "", folder.string() + "/", zr::Language::English},
-      zr::platform::linux_impl::ProbeVideoDevices(), zr::platform::linux_impl::ProbeAudioDevices());
   // The files the program ships, in its folder as the program provides them.
   for (const char* shipped : {"webshare.html", "codec.zr"})
     zr::platform::linux_impl::ProvideProgramFile(std::filesystem::absolute(argv[0]).parent_path().string(),
-                                                 folder.string() + "/", shipped);
+                                                 desktop.FolderWithSeparator(), shipped);
   const std::string movie = (folder / "clip.avi").string();
   zr::testing::RunCommand("ffmpeg -loglevel error -f lavfi -i testsrc=size=320x240:rate=10:duration=2 -c:v mjpeg -y " +
                           movie);
   const bool keys_only = argc > 1 && std::string(argv[1]) == "--keys";
-  Operator operator_(parts, keys_only, movie);
-  toolkit->Run(parts.program, parts.LiveVideo());
+  Operator operator_(*desktop.parts, keys_only, movie);
+  desktop.Run();
   std::stringstream addresses;
   addresses << std::ifstream(opened.string()).rdbuf();
   if (!keys_only && addresses.str().find("guide/index.html") == std::string::npos)
     operator_.failures.push_back("the help entry opened no guide; the opener heard: " + addresses.str());
-  std::filesystem::remove_all(folder);
   for (const std::string& failure : operator_.failures) std::cerr << "FAIL: " << failure << "\n";
   if (!operator_.failures.empty()) return 1;
   std::cout << "PASS: " << operator_.chosen << " commands chosen\n";

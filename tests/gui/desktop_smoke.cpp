@@ -60,6 +60,7 @@
 #include "movie/movie_viewer.h"
 #include "movie/subtitle_editor.h"
 #include "net/ftp_image.h"
+#include "tests/gui/desktop_program.h"
 #include "tests/support/movie_probe.h"
 
 namespace {
@@ -662,23 +663,15 @@ int Failed(const char* why) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  const std::filesystem::path folder =
-      std::filesystem::temp_directory_path() / ("zr-desktop-smoke-" + std::to_string(getpid()));
-  std::filesystem::remove_all(folder);
-  std::filesystem::create_directories(folder / "config");
-  setenv("XDG_CONFIG_HOME", (folder / "config").c_str(), 1);
-  auto toolkit = zr::gui::DesktopToolkit::Open(argc, argv);
-  if (!toolkit) return Failed("no display to open windows on");
-  zr::ProgramParts parts(
-      toolkit->Loop(), toolkit->Descriptors(), [] {}, toolkit->Dialogs(), toolkit->Clipboard(),
-      &toolkit->DeviceDialogs(), toolkit->Facts(),
-      zr::ProgramStart{folder.string() + "/", "", folder.string() + "/", zr::Language::English},
-      zr::platform::linux_impl::ProbeVideoDevices(), zr::platform::linux_impl::ProbeAudioDevices());
+  zr::testing::DesktopProgram desktop("zr-desktop-smoke", argc, argv);
+  if (!desktop.parts) return Failed("no display to open windows on");
+  auto& parts = *desktop.parts;
+  const std::filesystem::path& folder = desktop.folder;
   const std::string mode = argc > 1 ? argv[1] : "";
   const bool end_on_request = mode == "--end-on-request";
-  Operator operator_(parts, ZR_SCREENSHOT_DIR, end_on_request ? toolkit.get() : nullptr, mode == "--series",
+  Operator operator_(parts, ZR_SCREENSHOT_DIR, end_on_request ? desktop.toolkit.get() : nullptr, mode == "--series",
                      mode == "--capture-windows");
-  toolkit->Run(parts.program, parts.LiveVideo());
+  desktop.Run();
   if (!operator_.failure.empty()) return Failed(operator_.failure.c_str());
   if (mode == "--capture-windows") {
     // Nothing is recorded: the windows were photographed on the way.
@@ -700,7 +693,6 @@ int main(int argc, char** argv) {
     if (end_on_request && !std::filesystem::exists(folder / "zrsr.zr2"))
       return Failed("the set-up was not saved when the program was asked to end");
   }
-  std::filesystem::remove_all(folder);
   std::cout << "PASS\n";
   return 0;
 }

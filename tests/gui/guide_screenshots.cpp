@@ -31,6 +31,7 @@
 #include "core/message_window.h"
 #include "gui/desktop_toolkit.h"
 #include "main_window/master.h"
+#include "tests/gui/desktop_program.h"
 
 namespace {
 
@@ -244,24 +245,13 @@ class Photographer {
 }  // namespace
 
 int main(int argc, char** argv) {
-  const std::filesystem::path folder =
-      std::filesystem::temp_directory_path() / ("zr-guide-screenshots-" + std::to_string(getpid()));
-  std::filesystem::remove_all(folder);
-  std::filesystem::create_directories(folder / "config");
-  setenv("XDG_CONFIG_HOME", (folder / "config").c_str(), 1);
-  auto toolkit = zr::gui::DesktopToolkit::Open(argc, argv);
-  if (!toolkit) {
+  zr::testing::DesktopProgram desktop("zr-guide-screenshots", argc, argv);
+  if (!desktop.parts) {
     std::cerr << "FAIL: no display to open windows on\n";
     return 1;
   }
-  zr::ProgramParts parts(
-      toolkit->Loop(), toolkit->Descriptors(), [] {}, toolkit->Dialogs(), toolkit->Clipboard(),
-      &toolkit->DeviceDialogs(), toolkit->Screen(),
-      zr::ProgramStart{folder.string() + "/", "", folder.string() + "/", zr::Language::English},
-      zr::platform::linux_impl::ProbeVideoDevices(), zr::platform::linux_impl::ProbeAudioDevices());
-  Photographer photographer(parts, ZR_SCREENSHOT_DIR);
-  toolkit->Run(parts.program, parts.LiveVideo());
-  std::filesystem::remove_all(folder);
+  Photographer photographer(*desktop.parts, ZR_SCREENSHOT_DIR);
+  desktop.Run();
   if (!photographer.failure.empty()) {
     std::cerr << "FAIL: " << photographer.failure << "\n";
     return 1;
