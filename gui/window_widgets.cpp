@@ -158,6 +158,8 @@ VideoWindow::VideoWindow(zr::VideoScreen& model, const Guard& guard, LiveVideo l
   bottom_ = status->Widget();
   layout->addWidget(bottom_);
   controls_.Add(std::move(status));
+  // The window paints only the picture itself: the bars paint their own background.
+  for (QWidget* bar : {top_, tape_, bottom_}) bar->setAutoFillBackground(true);
   // The picture sets the width: the bars take it, however narrow, and clip what does not fit.
   for (QWidget* bar : {top_, bottom_}) bar->setSizePolicy(QSizePolicy::Ignored, bar->sizePolicy().verticalPolicy());
   connect(&repaint_, &QTimer::timeout, this, [this] { ShowNewFrame(); });
