@@ -53,6 +53,7 @@ VideoScreen::VideoScreen(Program& program)
   StatusBar.Visible = false;
   wdmX.Visible = false;
   WDMStatus.OnTimer = [this] { WDMStatus_Timer(); };
+  AddTransportButtons();
   control_->SetEventSink(this);
 }
 
@@ -221,11 +222,11 @@ void VideoScreen::InitializeControl() {
       movie.AudioDevice.AddItem(control_->AudioDeviceName(index));
     movie.AudioDevice.ListIndex = 0;
   });
-  ResumeNext([&] {
-    const bool camcorder = control_->DVCommand(0) >= 1;
-    Mastertoolbar.Visible = camcorder;
-    DVStatus.Enabled = camcorder;
-  });
+  // A device that cannot answer its transport is no camcorder either.
+  int transport = 0;
+  ResumeNext([&] { transport = control_->DVCommand(0); });
+  Mastertoolbar.Visible = transport >= 1;
+  DVStatus.Enabled = transport >= 1;
   ResumeNext([&] { master.DeviceToolbar.Button("exportdv").Enabled = control_->DeviceClass() >= 2; });
   ResumeNext([&] {
     const bool tuner = control_->DeviceClass() == 1;

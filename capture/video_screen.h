@@ -30,8 +30,9 @@ class VideoScreen : public ui::Window, public MotionSurface, private platform::C
   ui::PictureBox StreamPic{*this, "StreamPic"};
   ui::PictureBox MotionPicture{*this, "MotionPicture"};
   ui::PictureBox mira{*this, "mira"};
-  ui::Label DVtaken{*this, "DVtaken"};
-  ui::Label DVpos{*this, "DVpos"};
+  // A camcorder's tape: when the scene under the head was shot, and the time code there.
+  ui::TextBox DVtaken{*this, "DVtaken"};
+  ui::TextBox DVpos{*this, "DVpos"};
   ui::StatusBar StatusBar{*this, "StatusBar"};
   ui::Toolbar Mastertoolbar{*this, "Mastertoolbar"};
 
@@ -122,6 +123,10 @@ class VideoScreen : public ui::Window, public MotionSurface, private platform::C
   void DVExportFinished() override;
   void MouseDown(int button) override;
   void WDMStatus_Timer();
+  // The camcorder's transport bar and the reading of its tape (dv_deck_control.cpp).
+  void AddTransportButtons();
+  void Mastertoolbar_ButtonClick(ui::ToolbarButton& button);
+  void DVStatus_Timer();
   void ShowModeNotSupported();
   void InitializeDriver();
   void InitializeControl();

@@ -751,6 +751,19 @@ void DrawPlay(QPainter& p) {
   p.drawPolygon(Polygon({{14, 8}, {40, 24}, {14, 40}}));
 }
 
+// A camcorder's winds: two triangles pointing the way the tape goes.
+void DrawFastForward(QPainter& p) {
+  Fill(p, kInk);
+  p.drawPolygon(Polygon({{6, 10}, {24, 24}, {6, 38}}));
+  p.drawPolygon(Polygon({{24, 10}, {42, 24}, {24, 38}}));
+}
+
+void DrawRewind(QPainter& p) {
+  Fill(p, kInk);
+  p.drawPolygon(Polygon({{42, 10}, {24, 24}, {42, 38}}));
+  p.drawPolygon(Polygon({{24, 10}, {6, 24}, {24, 38}}));
+}
+
 // A bar at the movie's first or last frame with the way to it.
 void DrawMovieTop(QPainter& p) {
   Fill(p, kInk);
@@ -875,6 +888,8 @@ const Pictogram kPictograms[] = {
     {"manual", "", DrawFingerPress},
     {"joystick", "", DrawJoystick},
     {"play", "media-playback-start", DrawPlay},
+    {"fwd", "media-seek-forward", DrawFastForward},
+    {"rew", "media-seek-backward", DrawRewind},
     {"movie_top", "media-skip-backward", DrawMovieTop},
     {"movie_bottom", "media-skip-forward", DrawMovieBottom},
     {"step_back", "", DrawStepBack},

@@ -2,6 +2,7 @@
 
 #include <QCloseEvent>
 #include <QGridLayout>
+#include <QHBoxLayout>
 #include <QLabel>
 #include <QMdiSubWindow>
 #include <QMenuBar>
@@ -144,10 +145,21 @@ VideoWindow::VideoWindow(zr::VideoScreen& model, const Guard& guard, LiveVideo l
   layout->addWidget(top_);
   controls_.Add(std::move(toolbar));
   layout->addStretch();
+  tape_ = new QWidget(this);
+  auto* tape_row = new QHBoxLayout(tape_);
+  tape_row->setContentsMargins(2, 2, 2, 2);
+  for (zr::ui::TextBox* field : {&model.DVpos, &model.DVtaken}) {
+    auto binding = BindControl(*field, guard, tape_);
+    tape_row->addWidget(binding->Widget(), 1);
+    controls_.Add(std::move(binding));
+  }
+  layout->addWidget(tape_);
   auto status = BindControl(model.StatusBar, guard, this);
   bottom_ = status->Widget();
   layout->addWidget(bottom_);
   controls_.Add(std::move(status));
+  // The window paints only the picture itself: the bars paint their own background.
+  for (QWidget* bar : {top_, tape_, bottom_}) bar->setAutoFillBackground(true);
   // The picture sets the width: the bars take it, however narrow, and clip what does not fit.
   for (QWidget* bar : {top_, bottom_}) bar->setSizePolicy(QSizePolicy::Ignored, bar->sizePolicy().verticalPolicy());
   connect(&repaint_, &QTimer::timeout, this, [this] { ShowNewFrame(); });
@@ -156,14 +168,17 @@ VideoWindow::VideoWindow(zr::VideoScreen& model, const Guard& guard, LiveVideo l
 
 QSize VideoWindow::sizeHint() const {
   const int toolbar = top_->isVisibleTo(this) ? top_->sizeHint().height() : 0;
+  const int tape = tape_->isVisibleTo(this) ? tape_->sizeHint().height() : 0;
   const int status = bottom_->isVisibleTo(this) ? bottom_->sizeHint().height() : 0;
-  return QSize(std::max(model_.PictureWidth(), 1), std::max(model_.PictureHeight(), 1) + toolbar + status);
+  return QSize(std::max(model_.PictureWidth(), 1), std::max(model_.PictureHeight(), 1) + toolbar + tape + status);
 }
 
 // The timer runs at the preview rate; a rate of 0 shows every frame the device gives, up to
 // the display's 60 a second.
 void VideoWindow::Refresh() {
   controls_.Refresh();
+  // The tape's fields belong to the transport bar: both show while a camcorder is connected.
+  tape_->setVisible(model_.Mastertoolbar.Visible);
   const int asked = live_.preview_rate ? live_.preview_rate() : 0;
   const int rate = asked <= 0 ? 60 : std::min(asked, 60);
   if (rate != shown_rate_) {
@@ -184,7 +199,8 @@ void VideoWindow::ShowNewFrame() {
 
 QRect VideoWindow::PictureArea() const {
   const int top = top_->isVisible() ? top_->geometry().bottom() + 1 : 0;
-  const int bottom = bottom_->isVisible() ? bottom_->geometry().top() : height();
+  const QWidget* under = tape_->isVisible() ? tape_ : bottom_;
+  const int bottom = under->isVisible() ? under->geometry().top() : height();
   return QRect(0, top, width(), std::max(bottom - top, 0));
 }
 

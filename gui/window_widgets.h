@@ -104,6 +104,7 @@ class VideoWindow : public QWidget {
   std::function<void()> close_box_;
   BoundControls controls_;
   QWidget* top_ = nullptr;
+  QWidget* tape_ = nullptr;  // a camcorder's position and shooting date, under the picture
   QWidget* bottom_ = nullptr;
   QTimer repaint_;
   int shown_rate_ = -1;

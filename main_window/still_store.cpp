@@ -56,8 +56,8 @@ void Master::TakeSnapshot(bool to_clipboard) {
   // scene was shot.
   auto& screen = program_.Window<VideoScreen>();
   if (screen.DVStatus.Enabled) {
-    snapshot.Caption = "Untitled_DV_" + ColonsToUnderscores(screen.DVpos.Caption) + "_" + program_.Translate("Taken") +
-                       " " + ColonsToUnderscores(screen.DVtaken.Caption);
+    snapshot.Caption = "Untitled_DV_" + ColonsToUnderscores(screen.DVpos.Text) + "_" + program_.Translate("Taken") +
+                       " " + ColonsToUnderscores(screen.DVtaken.Text);
   }
   if (to_clipboard) {
     snapshot.Caption = "Image On Clipboard";

@@ -25,6 +25,7 @@
 #include <string>
 #include <vector>
 
+#include "base/date_time.h"
 #include "base/result.h"
 #include "platform/capture_records.h"
 #include "platform/picture.h"
@@ -234,9 +235,13 @@ class VideoCaptureControl {
   // Burnt-in text and camcorder transport
   virtual void DrawVideoText(int line, const std::string& text, int x, int y, const std::string& font, int size,
                              std::int32_t colour, int background) = 0;
+  // A camcorder's transport (dv_tape_deck.h numbers it); 0 answers the state, 0 or less where
+  // no deck is connected.
   virtual int DVCommand(int command) = 0;
-  virtual std::string DVTimeCode() = 0;
-  virtual std::string DVRecordDate() = 0;
+  // The tape's time code, two decimal digits a byte from the hours down to the frames.
+  virtual std::uint32_t DVTimeCode() = 0;
+  // When the scene under the head was shot.
+  virtual DateTime DVRecordDate() = 0;
 };
 
 }  // namespace zr::platform

@@ -4,6 +4,7 @@
 #include "platform/linux/ip_camera.h"
 #include "platform/linux/network_stream.h"
 #include "platform/linux/test_camera.h"
+#include "platform/linux/test_tape_deck.h"
 #include "platform/linux/test_tone.h"
 #include "platform/linux/v4l2_device.h"
 
@@ -13,10 +14,16 @@ namespace {
 
 constexpr const char* kTestCameraName = "Built-in Test Camera";
 constexpr const char* kTestToneName = "Built-in Test Tone";
+constexpr const char* kTestTapeDeckName = "Built-in DV Camcorder";
 constexpr int kTunerClass = 1;
+constexpr int kCamcorderClass = 2;
 
 std::vector<VideoDeviceEntry> ProbeTestCamera() {
   return {VideoDeviceEntry{kTestCameraName, "1.0", 0, [] { return MakeTestCamera(); }}};
+}
+
+std::vector<VideoDeviceEntry> ProbeTestTapeDeck() {
+  return {VideoDeviceEntry{kTestTapeDeckName, "1.0", kCamcorderClass, [] { return MakeTestTapeDeck(); }}};
 }
 
 std::vector<VideoDeviceEntry> ProbeV4l2() {
@@ -44,6 +51,7 @@ std::vector<AudioDeviceEntry> ProbeAlsa() {
 const CaptureBackends& BuiltBackends() {
   static const CaptureBackends backends = {
       {BackendKind::TestCamera, "built-in test camera", ProbeTestCamera, {}, {}},
+      {BackendKind::TestTapeDeck, "built-in camcorder", ProbeTestTapeDeck, {}, {}},
       {BackendKind::V4l2, "V4L2", ProbeV4l2, {}, {}},
       {BackendKind::TestTone, "built-in test tone", {}, ProbeTestTone, {}},
       {BackendKind::Alsa, "ALSA", {}, ProbeAlsa, {}},

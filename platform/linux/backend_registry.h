@@ -19,6 +19,7 @@ namespace zr::platform::linux_impl {
 
 enum class BackendKind {
   TestCamera,     // the built-in test camera, always there
+  TestTapeDeck,   // the built-in camcorder with its tape deck, always there
   V4l2,           // cameras and TV cards of the machine
   IpCamera,       // JPEG snapshots or an MJPEG stream over HTTP, by address
   NetworkStream,  // any stream FFmpeg opens, by address
@@ -51,7 +52,7 @@ struct CaptureBackend {
 using CaptureBackends = std::vector<CaptureBackend>;
 
 // The back ends of this build, in the order their devices are listed: the built-in test camera
-// first, then V4L2; the built-in test tone first, then ALSA; IP cameras and network streams.
+// and camcorder first, then V4L2; the built-in test tone first, then ALSA; IP cameras and network streams.
 const CaptureBackends& BuiltBackends();
 
 // Every device the back ends find, in the table's order.

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 #include "base/program_error.h"
 #include "platform/linux/capture_devices.h"
@@ -29,6 +30,12 @@ const T& Entry(const std::vector<T>& entries, int index) {
 
 void Require(const Result<void>& result) {
   if (!result) throw DeviceError(result.error().message);
+}
+
+template <class T>
+T Value(Result<T> result) {
+  if (!result) throw DeviceError(result.error().message);
+  return std::move(*result);
 }
 
 // The pixels a dot of the burnt-in glyphs takes for a font `points` high, at least one: a glyph
@@ -294,9 +301,13 @@ class RealCaptureControl final : public VideoCaptureControl, public ConnectedDev
     const auto channel = [colour](int shift) { return static_cast<std::uint8_t>((colour >> shift) & 0xFF); };
     live.SetTimeCode(BurntInTimeCode{x, y, GlyphUnitFor(size), {channel(16), channel(8), channel(0)}});
   }
-  int DVCommand(int) override { return 0; }  // no camcorder: no transport
-  std::string DVTimeCode() override { return ""; }
-  std::string DVRecordDate() override { return ""; }
+  // A source without a tape deck answers 0: no camcorder.
+  int DVCommand(int command) override {
+    TapeTransport* deck = Connected().Source().Transport();
+    return deck ? Value(deck->Command(command)) : 0;
+  }
+  std::uint32_t DVTimeCode() override { return Value(Deck().TimeCode()); }
+  DateTime DVRecordDate() override { return Value(Deck().RecordDate()); }
 
   // ---- the face's hands on the picture
 
@@ -312,6 +323,12 @@ class RealCaptureControl final : public VideoCaptureControl, public ConnectedDev
   LiveSource& Connected() {
     if (!live_) throw DeviceError("no device is connected");
     return *live_;
+  }
+
+  TapeTransport& Deck() {
+    TapeTransport* deck = Connected().Source().Transport();
+    if (!deck) throw DeviceError("the device is no camcorder");
+    return *deck;
   }
 
   DeviceDialogHost& Host() {

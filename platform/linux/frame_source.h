@@ -13,6 +13,7 @@
 #include <string>
 #include <vector>
 
+#include "base/date_time.h"
 #include "base/result.h"
 #include "platform/device_settings.h"
 #include "platform/picture.h"
@@ -40,6 +41,18 @@ class FrameSink {
   ~FrameSink() = default;
 };
 
+// The tape deck of a camcorder: its transport (numbered as in platform/dv_tape_deck.h) and
+// what it reads of the tape. Called on the logic thread; each call returns quickly.
+class TapeTransport {
+ public:
+  virtual Result<int> Command(int command) = 0;
+  virtual Result<std::uint32_t> TimeCode() = 0;
+  virtual Result<DateTime> RecordDate() = 0;
+
+ protected:
+  ~TapeTransport() = default;
+};
+
 // The format, input and settings calls (DeviceSettings) take effect at once, or at the next
 // Start when stopped.
 class FrameSource : public DeviceSettings {
@@ -64,6 +77,9 @@ class FrameSource : public DeviceSettings {
     (void)frames_per_second;
     return Error{"this source has no rate to choose", "SetFramesPerSecond"};
   }
+
+  // The tape deck of a camcorder; null for every other source.
+  virtual TapeTransport* Transport() { return nullptr; }
 };
 
 }  // namespace zr::platform::linux_impl

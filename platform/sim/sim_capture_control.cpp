@@ -6,6 +6,7 @@
 #include <optional>
 
 #include "base/program_error.h"
+#include "platform/dv_tape_deck.h"
 #include "platform/sim/sim_devices.h"
 #include "platform/sim/sim_recording.h"
 
@@ -256,12 +257,13 @@ class SimCaptureControl : public VideoCaptureControl, public SimSource {
                                 ", " + font + ", " + std::to_string(size) + ", " + std::to_string(colour) + ", " +
                                 std::to_string(background));
   }
+  // A camcorder holds the cassette every simulated deck holds; an unplugged one answers nothing.
   int DVCommand(int command) override {
     Invoke("DVCommand", std::to_string(command));
-    return spec_ && spec_->device_class >= 2 ? 1 : 0;
+    return IsCamcorder(Connected()) ? Deck().Command(command, world_.Loop().NowMs()) : 0;
   }
-  std::string DVTimeCode() override { return "00:00:00:00"; }
-  std::string DVRecordDate() override { return ""; }
+  std::uint32_t DVTimeCode() override { return Deck().TimeCode(world_.Loop().NowMs()); }
+  DateTime DVRecordDate() override { return Deck().RecordDate(world_.Loop().NowMs()); }
 
   // ---- the scenario's hands on the source
 
@@ -307,6 +309,11 @@ class SimCaptureControl : public VideoCaptureControl, public SimSource {
   }
 
   void Show(const DeviceSpec& described) {
+    // The cassette stays where it was when the same camcorder is connected again.
+    if (IsCamcorder(described) && (!deck_ || deck_name_ != described.name)) {
+      deck_ = MakeDemoTapeDeck();
+      deck_name_ = described.name;
+    }
     spec_ = described;
     picture_ = described.picture;
     unplugged_ = false;
@@ -316,6 +323,12 @@ class SimCaptureControl : public VideoCaptureControl, public SimSource {
   const DeviceSpec& Connected() const {
     if (!spec_ || unplugged_) throw DeviceError("no device is connected");
     return *spec_;
+  }
+
+  static bool IsCamcorder(const DeviceSpec& described) { return described.device_class >= 2; }
+  DvTapeDeck& Deck() {
+    if (!IsCamcorder(Connected()) || !deck_) throw DeviceError("the device is no camcorder");
+    return *deck_;
   }
 
   void PostEvent(void (CaptureControlEvents::*event)()) {
@@ -338,6 +351,8 @@ class SimCaptureControl : public VideoCaptureControl, public SimSource {
   std::shared_ptr<SimRecording> single_frames_;
   std::optional<DeviceSpec> stream_;  // the stream opened, playing or not
   bool playing_ = false;
+  std::optional<DvTapeDeck> deck_;
+  std::string deck_name_;
   std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);
 };
 

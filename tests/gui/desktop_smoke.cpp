@@ -396,9 +396,28 @@ class Operator {
 
   // The right button on a driver's picture pops the View menu up, photographed and closed.
   void RightClickPicture() {
-    if (Done("popup.png")) return Next(&Operator::ShowCaptureWindows);
+    if (Done("popup.png")) return Next(&Operator::ShowCamcorder);
     if (Once("right click"))
       Later(FindWidget("VideoScreen"), [] { QTest::mouseClick(FindWidget("VideoScreen"), Qt::RightButton); });
+  }
+
+  // The built-in camcorder: its transport bar over the picture, played for a second, shows the
+  // tape's position and shooting date under it; then the camera is connected again.
+  void ShowCamcorder() {
+    auto& screen = parts_.program.Window<zr::VideoScreen>();
+    auto& loop = dynamic_cast<zr::gui::QtEventLoop&>(parts_.program.services.loop);
+    if (Once("camcorder")) {
+      camera_ = {screen.DeviceIndex(), screen.Tag.get(), screen.DeviceName()};
+      step_started_ = clock_.elapsed();
+      return loop.Guarded([&screen] { screen.ConnectVideoCaptureDevice(1, "wdm", "Built-in DV Camcorder"); });
+    }
+    if (Elapsed() < 300) return;
+    if (Once("play")) return Click(FindButtonOf("Mastertoolbar", "play"));
+    if (Elapsed() < 1500) return;
+    if (screen.DVpos.Text.get().empty()) return Fail("the camcorder's tape does not move");
+    Screenshot(FindWidget("VideoScreen")->parentWidget(), "capture_window_camcorder.png");
+    loop.Guarded([this, &screen] { screen.ConnectVideoCaptureDevice(camera_.index, camera_.kind, camera_.name); });
+    Next(&Operator::ShowCaptureWindows);
   }
 
   void ShowCaptureWindows() {
@@ -644,6 +663,11 @@ class Operator {
   const bool capture_windows_;
   std::size_t shown_windows_ = 0;  // of the capture windows, photographed and closed
   std::size_t scaled_ = 0;         // the scales of the capture window photographed
+  struct Device {
+    int index = 0;
+    std::string kind;
+    std::string name;
+  } camera_;  // connected again after the camcorder
   static constexpr const char* kMenus[] = {"effects_menu.png", "joystick_menu.png"};
   int menus_ = 0;           // how many of them were asked for
   int silent_socket_ = -1;  // the server that never answers

@@ -19,7 +19,7 @@ TEST(BackendRegistry, TheBuiltInDevicesHeadTheListsAndEveryKindIsThereOnce) {
     const int ways = (backend.probe_video ? 1 : 0) + (backend.probe_sound ? 1 : 0) + (backend.open_address ? 1 : 0);
     EXPECT_EQ(ways, 1) << backend.name << " must either list devices of one medium or open addresses";
   }
-  EXPECT_EQ(kinds.size(), 6u);
+  EXPECT_EQ(kinds.size(), 7u);
   const auto video = ProbeVideoDevices();
   ASSERT_FALSE(video.empty());
   EXPECT_EQ(video.front().name, "Built-in Test Camera");
