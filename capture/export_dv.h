@@ -19,12 +19,13 @@ class ExportDV : public ui::Window {
   static constexpr std::string_view kWindowName = "ExportDV";
   explicit ExportDV(Program& program);
 
+  // In the order the window shows them: the file under its label, then the bar and the buttons.
+  ui::Label Txt{*this, "Txt"};
   ui::TextBox AVI_PAth{*this, "AVI_PAth"};
   ui::CommandButton OpenPath{*this, "OpenPath"};
+  ui::RangeControl xProg{*this, "xProg"};
   ui::CommandButton xStart{*this, "xStart"};
   ui::CommandButton ExitButton{*this, "ExitButton"};
-  ui::Label Txt{*this, "Txt"};
-  ui::RangeControl xProg{*this, "xProg"};
   ui::Timer DVtimer{*this, "DVtimer", 1000, false};
   // "EXIT" at rest, "ABORT" while a transfer runs: what the exit button does.
   std::string ExitTag;
