@@ -10,6 +10,7 @@
 #include "capture/capture_device.h"
 #include "capture/capture_status.h"
 #include "capture/codec_windows.h"
+#include "capture/export_dv.h"
 #include "capture/movie_run_panel.h"
 #include "capture/series_panel.h"
 #include "capture/video_info.h"
@@ -616,7 +617,10 @@ void VideoScreen::SetImageOverlay() {
 
 void VideoScreen::ClearImageOverlay() { image_overlay_ = {}; }
 
-void VideoScreen::DVExportFinished() { throw NotBuiltYet("the DV export window"); }
+// The end of a sent movie ends the transfer of the export window, if it is open.
+void VideoScreen::DVExportFinished() {
+  if (auto* exporting = program_.IfLoaded<ExportDV>()) exporting->StopProcess();
+}
 
 // A press of the left button drags the window by its picture; the faces do the moving.
 void VideoScreen::MouseDown(int) {}

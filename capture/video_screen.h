@@ -107,6 +107,8 @@ class VideoScreen : public ui::Window, public MotionSurface, private platform::C
   // The capture window of the driver kind; null while none exists.
   platform::VfwCaptureWindow* CaptureWindow() const { return capture_window_.get(); }
   platform::VideoCaptureControl& Control() { return *control_; }
+  // The capture control; null while the window has none.
+  platform::VideoCaptureControl* ControlIfAny() { return control_.get(); }
   bool FrameJobOpen() const { return frame_job_open_; }
   // The index of the connected device, as the parameter file records it.
   int DeviceIndex() const { return device_index_; }

@@ -525,6 +525,20 @@ constexpr TextTranslations kTable[] = {
      "Iniciar captura disparada por la detección del nivel de sonido",
      "Démarrer la capture déclenchée par la détection du niveau sonore",
      "Aufnahme durch Erkennung des Tonpegels auslösen"},
+
+    // ---- The DV export window
+    {"Export AVI to a DV device...", "Exportar AVI para um dispositivo DV...", "Exportar AVI a un dispositivo DV...",
+     "Exporter un AVI vers un appareil DV...", "AVI auf ein DV-Gerät exportieren..."},
+    {"Browse", "Procurar", "Examinar", "Parcourir", "Durchsuchen"},
+    {"Start", "Iniciar", "Iniciar", "Démarrer", "Starten"},
+    {"Exit", "Sair", "Salir", "Quitter", "Beenden"},
+    {"Abort", "Anular", "Anular", "Abandonner", "Abbrechen"},
+    {"Filename:", "Nome do arquivo:", "Nombre de archivo:", "Nom du fichier :", "Dateiname:"},
+    {"Transfering...", "Transferindo...", "Transfiriendo...", "Transfert...", "Übertragung..."},
+    {"Choose AVI to export...", "Escolha o AVI a exportar...", "Elija el AVI que exportar...",
+     "Choisissez l'AVI à exporter...", "Zu exportierendes AVI wählen..."},
+    {"Writing the DV file ", "Gravando o arquivo DV ", "Escribiendo el archivo DV ", "Écriture du fichier DV ",
+     "Schreibe die DV-Datei "},
 };
 
 }  // namespace

@@ -8,6 +8,7 @@
 #include "base/formatting.h"
 #include "capture/codec_catalogue.h"
 #include "capture/codec_windows.h"
+#include "capture/export_dv.h"
 #include "capture/other_info.h"
 #include "capture/video_info.h"
 #include "capture/video_screen.h"
@@ -105,7 +106,7 @@ void Master::DeviceToolbar_ButtonClick(ui::ToolbarButton& button) {
     CompanionMissing(
         program_.Translate("Error 03: Cannot run Video Zandrell Screen Capture, which Linux does not have"));
   else if (key == "exportdv")
-    throw NotBuiltYet("the device toolbar command \"" + key + "\"");
+    program_.Window<ExportDV>().Show();
 }
 
 // The device menu: an entry's key holds the device index after its letter, its tag the kind

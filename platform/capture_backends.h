@@ -242,6 +242,16 @@ class VideoCaptureControl {
   virtual std::uint32_t DVTimeCode() = 0;
   // When the scene under the head was shot.
   virtual DateTime DVRecordDate() = 0;
+
+  // A movie sent out to the DV device: prepared, then moved by the transport (7 sends, 2 stops),
+  // followed through its position, and closed. The end of a sent movie raises DVExportFinished.
+  virtual void StartDVExport(const std::string& path) = 0;
+  virtual void DVTransport(int command) = 0;
+  virtual void CloseMovie() = 0;
+  virtual std::int64_t PositionMs() = 0;
+  virtual std::int64_t LengthMs() = 0;
+  // Where the movie goes as a DV stream file when no DV deck takes it; empty for a deck.
+  virtual std::string DVExportFile() = 0;
 };
 
 }  // namespace zr::platform

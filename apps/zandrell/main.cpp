@@ -78,6 +78,9 @@ void PrintHelp() {
                "                          without windows: write MOVIE's video anew to OUT.avi with the\n"
                "                          compressor NAME (a wrong NAME lists them), and its sound, if it\n"
                "                          has any, to OUT.wav\n"
+               "  --export-dv MOVIE       without windows: write MOVIE as a standard DV stream file beside\n"
+               "                          it (MOVIE.dv, PAL 720x576 at 25 frames a second or NTSC 720x480\n"
+               "                          at 29.97 by the movie's rate), as the DV export does without a deck\n"
                "  --effect NAME[,NAME...] IN OUT\n"
                "                          without windows: apply the picture window's effects to the\n"
                "                          picture IN in the order given, each as its key in the effects\n"
@@ -107,6 +110,8 @@ void PrintHelp() {
                "--histogram: 0 when the text was written; 1 when IN is no picture or OUT.txt cannot be written.\n"
                "--extract and --recompress: 0 when every frame (and the sound) was saved; 1 when the work\n"
                "failed; 2 for a missing MOVIE, one that is no movie, or an OUT that cannot be written.\n"
+               "--export-dv: 0 when the DV file was written; 1 when it could not be; 2 for a missing MOVIE or\n"
+               "one that is no movie.\n"
                "--effect: 0 when OUT was written; 1 when IN cannot be read, an effect fails or OUT cannot be\n"
                "written; 2 for a name no key of the effects menu has.\n"
                "SIGTERM, SIGINT or SIGHUP end a run as Stop does (the movie is closed and plays), save the\n"
@@ -145,6 +150,8 @@ struct Options {
   // --extract and --recompress: the movie and what is made of it.
   std::optional<std::string> extract_from;
   std::optional<std::string> recompress_from;
+  // --export-dv: the movie written as a DV file beside it.
+  std::optional<std::string> export_dv_from;
   std::string made;
   // --effect: the menu keys, the picture in and the file out.
   std::optional<std::string> effects;
@@ -221,6 +228,8 @@ std::optional<Options> ParseOptions(const std::vector<std::string>& arguments) {
     } else if ((option == "--extract" || option == "--recompress") && i + 2 < arguments.size()) {
       (option == "--extract" ? options.extract_from : options.recompress_from) = Absolute(arguments[++i]);
       options.made = Absolute(arguments[++i]);
+    } else if (option == "--export-dv" && has_value) {
+      options.export_dv_from = Absolute(arguments[++i]);
     } else if (option == "--fps" && has_value) {
       const auto rate = Seconds(arguments[++i]);
       if (!rate || *rate > 30) {
@@ -655,6 +664,7 @@ int main(int argc, char** argv) {
   if (options.extract_from) return zr::ExtractFramesWithoutWindows(*options.extract_from, options.made);
   if (options.recompress_from)
     return zr::RecompressWithoutWindows(*options.recompress_from, options.made, options.codec);
+  if (options.export_dv_from) return zr::ExportDvWithoutWindows(*options.export_dv_from);
   if (options.effects) return ApplyEffectsWithoutWindows(options);
   auto video_devices = ProbeVideoDevices();
   auto audio_devices = ProbeAudioDevices();

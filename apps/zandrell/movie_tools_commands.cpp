@@ -8,6 +8,7 @@
 
 #include "base/formatting.h"
 #include "core/settings_keys.h"
+#include "platform/linux/dv_stream_file.h"
 #include "platform/linux/ffmpeg_movie_files.h"
 #include "platform/linux/ini_settings_store.h"
 #include "platform/linux/movie_output_file.h"
@@ -168,6 +169,32 @@ int RecompressWithoutWindows(const std::string& movie, const std::string& target
     return 128 + signal;
   }
   return whole ? 0 : kFailed;
+}
+
+// The export window's DV file, written where the export puts it when no DV deck takes the movie.
+int ExportDvWithoutWindows(const std::string& movie) {
+  FfmpegMovieFiles movies;
+  if (const auto unreadable = UnreadableMovie(movies, movie)) {
+    std::cerr << "zandrell: " << *unreadable << "; nothing was exported\n";
+    return kBadInput;
+  }
+  const std::string target = DvFileBeside(movie);
+  if (const auto refusal = UnwritableFolder(target)) {
+    std::cerr << "zandrell: " << *refusal << "; nothing was exported\n";
+    return kBadInput;
+  }
+  int shown_second = -1;
+  const auto written = WriteDvStream(movie, target, [&shown_second](std::int64_t position_ms) {
+    if (static_cast<int>(position_ms / 1000) != shown_second)
+      std::cerr << "Exporting: " << (shown_second = static_cast<int>(position_ms / 1000)) << " s" << std::endl;
+    return true;
+  });
+  if (!written) {
+    std::cerr << "zandrell: " << written.error().message << "\n";
+    return kFailed;
+  }
+  std::cout << "Exported " << movie << " to " << target << std::endl;
+  return 0;
 }
 
 }  // namespace zr

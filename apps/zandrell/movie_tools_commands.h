@@ -14,5 +14,8 @@ std::optional<std::size_t> EntryNamed(const std::vector<std::string>& names, con
 
 int ExtractFramesWithoutWindows(const std::string& movie, const std::string& name);
 int RecompressWithoutWindows(const std::string& movie, const std::string& target, const std::string& codec);
+// The movie as a standard DV stream file beside it (PAL or NTSC by its rate), as the DV export
+// writes it when no DV deck takes the movie.
+int ExportDvWithoutWindows(const std::string& movie);
 
 }  // namespace zr

@@ -7,6 +7,7 @@
 
 #include "base/program_error.h"
 #include "platform/linux/capture_devices.h"
+#include "platform/linux/dv_stream_file.h"
 #include "platform/linux/live_source.h"
 #include "platform/linux/movie_run.h"
 
@@ -20,6 +21,9 @@ constexpr double kRateOfSourcesWithoutOne = 15.0;
 constexpr AudioFormat kControlSoundFormat{44100, 1, 16};
 constexpr const char* kRunningTimeCode = "SMPTE";
 constexpr double kPixelsPerPoint = 96.0 / 72.0;
+// The DV transport commands the export sends: play the movie out, and stop.
+constexpr int kDvSend = 7;
+constexpr int kDvStop = 2;
 
 template <class T>
 const T& Entry(const std::vector<T>& entries, int index) {
@@ -309,6 +313,25 @@ class RealCaptureControl final : public VideoCaptureControl, public ConnectedDev
   std::uint32_t DVTimeCode() override { return Value(Deck().TimeCode()); }
   DateTime DVRecordDate() override { return Value(Deck().RecordDate()); }
 
+  // ---- export: with no DV deck to take it, the movie goes to a DV stream file beside it
+
+  void StartDVExport(const std::string& path) override {
+    dv_export_.reset();
+    dv_export_ = std::make_unique<ThreadedDvExport>(devices_.Services().loop, path);
+  }
+  void DVTransport(int command) override {
+    if (!dv_export_) return;
+    if (command == kDvSend)
+      dv_export_->Start([this] {
+        if (events_) events_->DVExportFinished();
+      });
+    if (command == kDvStop) dv_export_->Stop();
+  }
+  void CloseMovie() override { dv_export_.reset(); }
+  std::int64_t PositionMs() override { return dv_export_ ? dv_export_->PositionMs() : 0; }
+  std::int64_t LengthMs() override { return dv_export_ ? dv_export_->LengthMs() : 0; }
+  std::string DVExportFile() override { return dv_export_ ? dv_export_->Target() : ""; }
+
   // ---- the face's hands on the picture
 
   std::shared_ptr<const Picture> LatestPicture() const override { return live_ ? live_->Latest() : nullptr; }
@@ -406,6 +429,7 @@ class RealCaptureControl final : public VideoCaptureControl, public ConnectedDev
   RunEnd run_end_;
   std::unique_ptr<MovieRun> run_;
   std::unique_ptr<MovieRun> single_frames_;
+  std::unique_ptr<ThreadedDvExport> dv_export_;
   std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);
 };
 

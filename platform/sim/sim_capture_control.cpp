@@ -2,6 +2,7 @@
 // or a stream is what the world says answers at its address; an address where nothing
 // answers, or that refuses, fails to connect or to open.
 
+#include <algorithm>
 #include <cmath>
 #include <optional>
 
@@ -265,6 +266,38 @@ class SimCaptureControl : public VideoCaptureControl, public SimSource {
   std::uint32_t DVTimeCode() override { return Deck().TimeCode(world_.Loop().NowMs()); }
   DateTime DVRecordDate() override { return Deck().RecordDate(world_.Loop().NowMs()); }
 
+  // ---- export to the DV deck: the movie plays out on the virtual clock, at its own length;
+  // a movie that cannot be read, or no deck, sends nothing and never ends.
+
+  void StartDVExport(const std::string& path) override {
+    Invoke("StartDVExport", path);
+    EndDVSend();
+    dv_position_ms_ = 0;
+    dv_length_ms_ = 0;
+    auto info = world_.Movies().ReadInfo(path);
+    if (!info) throw DeviceError(info.error().message);
+    const double seconds =
+        info->frames_per_second > 0 ? static_cast<double>(info->frame_count) / info->frames_per_second : 0.0;
+    dv_length_ms_ = std::llround(seconds * 1000.0);
+    dv_ready_ = spec_ && spec_->device_class >= 2;
+  }
+  void DVTransport(int command) override {
+    Invoke("DVTransport", std::to_string(command));
+    if (command == kDvSend && dv_ready_ && !dv_sending_since_) SendToDeck();
+    if (command == kDvStop) EndDVSend();
+  }
+  void CloseMovie() override {
+    Invoke("CloseMovie");
+    EndDVSend();
+    dv_ready_ = false;
+  }
+  std::int64_t PositionMs() override {
+    if (!dv_sending_since_) return dv_position_ms_;
+    return std::min(world_.Loop().NowMs() - *dv_sending_since_ + dv_position_ms_, dv_length_ms_);
+  }
+  std::int64_t LengthMs() override { return dv_length_ms_; }
+  std::string DVExportFile() override { return ""; }
+
   // ---- the scenario's hands on the source
 
   void MousePressed(int button) override {
@@ -331,6 +364,25 @@ class SimCaptureControl : public VideoCaptureControl, public SimSource {
     return *deck_;
   }
 
+  void SendToDeck() {
+    dv_sending_since_ = world_.Loop().NowMs();
+    const std::uint64_t send = ++*dv_send_;
+    std::weak_ptr<std::uint64_t> current = dv_send_;
+    world_.Loop().Schedule(*dv_sending_since_ + dv_length_ms_ - dv_position_ms_, SimEventLoop::WorkKind::BackEnd,
+                           [this, current, send] {
+                             const auto alive = current.lock();
+                             if (!alive || *alive != send) return;
+                             EndDVSend();
+                             PostEvent(&CaptureControlEvents::DVExportFinished);
+                           });
+  }
+  // Stops the movie where it is; a scheduled end of an earlier send no longer counts.
+  void EndDVSend() {
+    dv_position_ms_ = PositionMs();
+    dv_sending_since_.reset();
+    ++*dv_send_;
+  }
+
   void PostEvent(void (CaptureControlEvents::*event)()) {
     std::weak_ptr<bool> alive = alive_;
     world_.Loop().Post([this, event, alive] {
@@ -354,6 +406,11 @@ class SimCaptureControl : public VideoCaptureControl, public SimSource {
   std::optional<DvTapeDeck> deck_;
   std::string deck_name_;
   std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);
+  static constexpr int kDvSend = 7, kDvStop = 2;
+  bool dv_ready_ = false;  // a readable movie prepared for a deck
+  std::int64_t dv_length_ms_ = 0, dv_position_ms_ = 0;
+  std::optional<std::int64_t> dv_sending_since_;
+  std::shared_ptr<std::uint64_t> dv_send_ = std::make_shared<std::uint64_t>(0);
 };
 
 }  // namespace

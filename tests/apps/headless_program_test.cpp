@@ -233,6 +233,31 @@ TEST_F(HeadlessProgramTest, ExtractsEveryFrameOfAMovieAsFfmpegDecodesIt) {
   EXPECT_EQ(std::distance(fs::directory_iterator(folder_ / "shots"), {}), 300);
 }
 
+// A movie exported without a deck becomes a DV stream file beside it that ffprobe reads as DV:
+// PAL for a movie near 25 frames a second, NTSC for one near 30, as long as the movie; a file of
+// the name there already stays as it was and the export takes the next free name.
+TEST_F(HeadlessProgramTest, ExportsAMovieAsADvStreamFileBesideIt) {
+  struct Case {
+    const char* rate;
+    const char* size;
+    const char* frame_rate;
+  };
+  for (const Case& movie : {Case{"25", "720x576", "25/1"}, Case{"30", "720x480", "30000/1001"}}) {
+    const std::string name = std::string("m") + movie.rate;
+    RunCommand("cd '" + folder_.string() + "' && ffmpeg -v error -f lavfi -i testsrc2=size=320x240:rate=" + movie.rate +
+               " -frames:v 50 -c:v mjpeg " + name + ".avi && echo keep > " + name + ".dv");
+    ASSERT_EQ(Run("--export-dv " + name + ".avi"), 0) << output_;
+    EXPECT_NE(output_.find(name + " 2.dv"), std::string::npos) << output_;
+    EXPECT_EQ(RunCommand("cat '" + File(name + ".dv") + "'"), "keep\n");
+    const auto stream = ProbeStream(File(name + " 2.dv"), 'v', "codec_name,width,height,r_frame_rate");
+    EXPECT_EQ(stream.at("codec_name"), "dvvideo") << movie.rate;
+    EXPECT_EQ(stream.at("width") + "x" + stream.at("height"), movie.size);
+    EXPECT_EQ(stream.at("r_frame_rate"), movie.frame_rate);
+    EXPECT_NEAR(ProbeDurationSeconds(File(name + " 2.dv")), 50.0 / std::stoi(movie.rate), 0.1);
+  }
+  EXPECT_EQ(Run("--export-dv none.avi"), 2);
+}
+
 // What the tools refuse before they start, each with its word and status 2: a missing movie, a
 // file that is no movie, a name of another kind, a folder that does not exist, an unknown
 // compressor (which lists the others). A movie recompressed keeps its frames and its sound.

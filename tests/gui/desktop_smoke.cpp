@@ -49,6 +49,7 @@
 
 #include "apps/zandrell/program_parts.h"
 #include "capture/codec_windows.h"
+#include "capture/export_dv.h"
 #include "capture/video_screen.h"
 #include "core/main_menus.h"
 #include "core/system_information.h"
@@ -442,6 +443,7 @@ class Operator {
         {"AudioDetector", [this] { Click(FindButtonOf("OperationBar", "sound")); }, nullptr},
         {"AboutWindow", [this] { ChooseFromMenus(MainWindow().HelpMenu(help_menu::kAbout)); }, "OK"},
         {"SystemInformation", [&program] { program.Window<SystemInformation>().Show(); }, "OK"},
+        {"ExportDV", [&program] { program.Window<ExportDV>().Show(); }, "ExitButton"},
     };
     if (shown_windows_ == std::size(windows)) return Next(&Operator::TileChildWindows);
     const Shown& next = windows[shown_windows_];
