@@ -237,6 +237,16 @@ class VideoCaptureControl {
   virtual int DVCommand(int command) = 0;
   virtual std::string DVTimeCode() = 0;
   virtual std::string DVRecordDate() = 0;
+
+  // TV tuner (a device of class 1); a device without one raises DeviceError.
+  virtual void SetTunerChannel(int channel) = 0;
+  virtual int TunerInput() = 0;  // 1 cable, 2 antenna
+  virtual void SetTunerInput(int input) = 0;
+  // A telephone country code: the colour system and the channels' frequencies of that country.
+  virtual void SetTunerCountry(int code) = 0;
+  virtual int TunerSignal() = 0;  // 1 when the tuner has locked a signal at its channel
+  virtual int TunerChannelMin() = 0;
+  virtual int TunerChannelMax() = 0;
 };
 
 }  // namespace zr::platform

@@ -298,6 +298,15 @@ class RealCaptureControl final : public VideoCaptureControl, public ConnectedDev
   std::string DVTimeCode() override { return ""; }
   std::string DVRecordDate() override { return ""; }
 
+  // ---- TV tuner
+  void SetTunerChannel(int) override { throw DeviceError("the device has no tuner"); }
+  int TunerInput() override { throw DeviceError("the device has no tuner"); }
+  void SetTunerInput(int) override { throw DeviceError("the device has no tuner"); }
+  void SetTunerCountry(int) override { throw DeviceError("the device has no tuner"); }
+  int TunerSignal() override { throw DeviceError("the device has no tuner"); }
+  int TunerChannelMin() override { throw DeviceError("the device has no tuner"); }
+  int TunerChannelMax() override { throw DeviceError("the device has no tuner"); }
+
   // ---- the face's hands on the picture
 
   std::shared_ptr<const Picture> LatestPicture() const override { return live_ ? live_->Latest() : nullptr; }
