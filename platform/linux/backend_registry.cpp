@@ -5,6 +5,7 @@
 #include "platform/linux/network_stream.h"
 #include "platform/linux/test_camera.h"
 #include "platform/linux/test_tone.h"
+#include "platform/linux/test_tuner.h"
 #include "platform/linux/v4l2_device.h"
 
 namespace zr::platform::linux_impl {
@@ -12,11 +13,13 @@ namespace zr::platform::linux_impl {
 namespace {
 
 constexpr const char* kTestCameraName = "Built-in Test Camera";
+constexpr const char* kTestTunerName = "Built-in Test Tuner";
 constexpr const char* kTestToneName = "Built-in Test Tone";
 constexpr int kTunerClass = 1;
 
 std::vector<VideoDeviceEntry> ProbeTestCamera() {
-  return {VideoDeviceEntry{kTestCameraName, "1.0", 0, [] { return MakeTestCamera(); }}};
+  return {VideoDeviceEntry{kTestCameraName, "1.0", 0, [] { return MakeTestCamera(); }},
+          VideoDeviceEntry{kTestTunerName, "1.0", kTunerClass, [] { return MakeTestTuner(); }}};
 }
 
 std::vector<VideoDeviceEntry> ProbeV4l2() {
@@ -85,7 +88,10 @@ std::vector<VideoDeviceEntry> WithTestCameraLook(std::vector<VideoDeviceEntry> d
   for (int frames = 1; frames <= fastest; ++frames)
     if (std::to_string(frames) == rate) look.frames_per_second = frames;
   for (auto& device : devices)
-    if (device.name == kTestCameraName) device.open = [look] { return MakeTestCamera(look); };
+    if (device.name == kTestCameraName)
+      device.open = [look] { return MakeTestCamera(look); };
+    else if (device.name == kTestTunerName)
+      device.open = [look] { return MakeTestTuner(look); };
   return devices;
 }
 

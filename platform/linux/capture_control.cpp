@@ -299,13 +299,20 @@ class RealCaptureControl final : public VideoCaptureControl, public ConnectedDev
   std::string DVRecordDate() override { return ""; }
 
   // ---- TV tuner
-  void SetTunerChannel(int) override { throw DeviceError("the device has no tuner"); }
-  int TunerInput() override { throw DeviceError("the device has no tuner"); }
-  void SetTunerInput(int) override { throw DeviceError("the device has no tuner"); }
-  void SetTunerCountry(int) override { throw DeviceError("the device has no tuner"); }
-  int TunerSignal() override { throw DeviceError("the device has no tuner"); }
-  int TunerChannelMin() override { throw DeviceError("the device has no tuner"); }
-  int TunerChannelMax() override { throw DeviceError("the device has no tuner"); }
+
+  void SetTunerChannel(int channel) override { Require(ConnectedTuner().Tune(channel)); }
+  int TunerInput() override { return ConnectedTuner().Input(); }
+  void SetTunerInput(int input) override { Require(ConnectedTuner().SelectInput(input)); }
+  void SetTunerCountry(int code) override { Require(ConnectedTuner().SetCountry(code)); }
+  int TunerSignal() override { return ConnectedTuner().Locked() ? 1 : 0; }
+  int TunerChannelMin() override { return ConnectedTuner().LowestChannel(); }
+  int TunerChannelMax() override { return ConnectedTuner().HighestChannel(); }
+
+  SourceTuner& ConnectedTuner() {
+    SourceTuner* tuner = Connected().Source().Tuner();
+    if (!tuner) throw DeviceError("the device has no tuner");
+    return *tuner;
+  }
 
   // ---- the face's hands on the picture
 
