@@ -229,11 +229,7 @@ void VideoScreen::InitializeControl() {
   Mastertoolbar.Visible = transport >= 1;
   DVStatus.Enabled = transport >= 1;
   ResumeNext([&] { master.DeviceToolbar.Button("exportdv").Enabled = control_->DeviceClass() >= 2; });
-  ResumeNext([&] {
-    const bool tuner = control_->DeviceClass() == 1;
-    master.MasterBar.Bands("tuner").Visible = tuner;
-    master.Toolbars(toolbars_menu::kTvTuner).Visible = tuner;
-  });
+  ResumeNext([&] { master.ShowTunerBand(*control_); });
   StatusBar.Visible = true;
 }
 

@@ -12,6 +12,7 @@
 #include <string_view>
 
 #include "core/program.h"
+#include "platform/capture_backends.h"
 #include "ui/controls.h"
 #include "ui/window.h"
 
@@ -88,6 +89,9 @@ class MainWindow : public ui::Window {
   // The last steps of the program: the device disconnected, the capture window and this
   // window unloaded.
   virtual void CloseForExit() = 0;
+  // The tuner band for the device just connected: shown with the tuner's channels and input
+  // for a tuner, hidden for any other device.
+  virtual void ShowTunerBand(platform::VideoCaptureControl& control) = 0;
 
  protected:
   MainWindow(Program& program) : ui::Window(program.services.loop, std::string(kWindowName)) {}

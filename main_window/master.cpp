@@ -3,6 +3,7 @@
 #include <initializer_list>
 
 #include "base/formatting.h"
+#include "capture/video_screen.h"
 #include "core/main_menus.h"
 #include "core/window_registry.h"
 
@@ -20,7 +21,8 @@ Master::Master(Program& program)
       JoystickPanel(program, static_cast<TriggerPanel&>(*this), static_cast<SeriesPanel&>(*this)),
       AviBuilderPanel(static_cast<ui::Window&>(*this), program),
       PictureServerPanel(static_cast<ui::Window&>(*this), program),
-      TunerPanel(static_cast<ui::Window&>(*this)),
+      TunerPanel(static_cast<ui::Window&>(*this), program,
+                 [&program]() -> platform::VideoCaptureControl& { return program.Window<VideoScreen>().Control(); }),
       program_(program) {
   CreateToolbars();
   CreateBands();

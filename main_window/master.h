@@ -78,6 +78,7 @@ class Master : public MainWindow,
   void SendToFtp(const std::string& file, const std::string& remote_name);
   void ShootImageOfSeries() override;
   void CloseForExit() override;
+  void ShowTunerBand(platform::VideoCaptureControl& control) override { ShowForDevice(control); }
   void SaveStill(const std::string& path, int quality) override;
   void SaveParameterFile(const std::string& path) override;
   void LoadParameterFile(const std::string& path) override;
@@ -145,8 +146,6 @@ class Master : public MainWindow,
   void LoadToolbarChecks();
   void TranslateFixedLabels();
   void FillLists();
-  void ReadStations();
-  void WriteStations();
   void OpenCommandLineFile();
   void CreateLabels();
   void ShowCaptureButton();

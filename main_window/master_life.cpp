@@ -6,7 +6,6 @@
 #include <cstdint>
 #include <filesystem>
 #include <limits>
-#include <span>
 #include <system_error>
 
 #include "base/formatting.h"
@@ -17,30 +16,10 @@
 #include "core/settings_keys.h"
 #include "main_window/master.h"
 #include "main_window/parameter_file.h"
-#include "platform/atomic_file.h"
-#include "platform/regular_file.h"
 
 namespace zr {
 
 namespace {
-
-constexpr const char* kStationFile = "TVTuner.ini";
-// No list of stations comes near this; a longer file is read only this far, and a device or a
-// FIFO not at all.
-constexpr std::size_t kLargestStationFileBytes = 1 << 20;
-
-std::string ReadStationFile(const std::string& path) {
-  const platform::RegularFile file(path);
-  std::string text(static_cast<std::size_t>(std::min<std::uint64_t>(file.Size(), kLargestStationFileBytes)), '\0');
-  const auto read = file.ReadUpTo(0, std::span(reinterpret_cast<std::uint8_t*>(text.data()), text.size()));
-  text.resize(read.value_or(0));
-  return text;
-}
-
-bool HasEntryKeyed(const ui::ToolbarButton& button, const std::string& key) {
-  return !key.empty() && std::any_of(button.ButtonMenus.begin(), button.ButtonMenus.end(),
-                                     [&](const auto& entry) { return entry->key == key; });
-}
 
 constexpr int kDefaultWidthPixels = 800;
 constexpr int kDefaultHeightPixels = 600;
@@ -94,7 +73,7 @@ void Master::Load() {
     LoadParameters(program_, state.AppPath + kStateFile);
   else
     SetOperationMode("movie");
-  ReadStations();
+  ReadStations(program_.state.AppPath);
   OpenCommandLineFile();
 }
 
@@ -133,36 +112,6 @@ void Master::FillLists() {
   MultipleImageMode.ListIndex = 0;
 }
 
-// One station a line: key, tab, caption.
-// The whole file split at its line ends; each line is a key and a name parted by a tab. A name
-// holding a tab is cut at it, a line without one adds nothing, and a second station with a key
-// already in the menu is lost, as menu keys are unique.
-void Master::ReadStations() {
-  auto& station = TunerBar.Button("tuner_station");
-  const std::string text = ReadStationFile(program_.state.AppPath + kStationFile);
-  std::size_t start = 0;
-  while (start < text.size()) {
-    const std::size_t end = std::min(text.find("\r\n", start), text.size());
-    const std::string_view line(text.data() + start, end - start);
-    start = end + 2;
-    const std::size_t tab = line.find('\t');
-    if (tab == std::string_view::npos) continue;
-    const std::string key(line.substr(0, tab));
-    const std::string_view rest = line.substr(tab + 1);
-    if (HasEntryKeyed(station, key)) continue;
-    station.AddMenu(key, std::string(rest.substr(0, rest.find('\t'))));
-  }
-}
-
-// Rewritten whole at the close, atomically: a crash leaves the old list or the new one.
-void Master::WriteStations() {
-  std::string text;
-  for (const auto& entry : TunerBar.Button("tuner_station").ButtonMenus)
-    text += entry->key + '\t' + entry->Text.get() + "\r\n";
-  (void)platform::ReplaceFileAtomically(program_.state.AppPath + kStationFile, text,
-                                        platform::NewFileMode::KeepExisting);
-}
-
 void Master::OpenCommandLineFile() {
   const std::string& line = program_.CommandLine;
   if (!line.empty()) {
@@ -184,7 +133,7 @@ bool Master::QueryUnload(ui::UnloadMode mode) {
   for (int index = 0; index < kWrittenToolbarEntries; ++index)
     SaveSetting(store, settings::ToolbarShown(index), Toolbars(index).Checked ? "1" : "0");
   SaveCoolBar(kAppTitle);
-  WriteStations();
+  WriteStations(program_.state.AppPath);
   SaveSetting(store, settings::WindowState, std::to_string(WindowState.get()));
   SaveSetting(store, settings::PopupMovieViewer, state.PopupMovieViewer);
   SaveSetting(store, settings::AutoPlay, state.AutoPlay);

@@ -252,6 +252,16 @@ class VideoCaptureControl {
   virtual std::int64_t LengthMs() = 0;
   // Where the movie goes as a DV stream file when no DV deck takes it; empty for a deck.
   virtual std::string DVExportFile() = 0;
+
+  // TV tuner (a device of class 1); a device without one raises DeviceError.
+  virtual void SetTunerChannel(int channel) = 0;
+  virtual int TunerInput() = 0;  // 1 cable, 2 antenna
+  virtual void SetTunerInput(int input) = 0;
+  // A telephone country code: the colour system and the channels' frequencies of that country.
+  virtual void SetTunerCountry(int code) = 0;
+  virtual int TunerSignal() = 0;  // 1 when the tuner has locked a signal at its channel
+  virtual int TunerChannelMin() = 0;
+  virtual int TunerChannelMax() = 0;
 };
 
 }  // namespace zr::platform

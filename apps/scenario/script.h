@@ -140,6 +140,12 @@ struct VideoFormat {
   bool operator==(const VideoFormat&) const = default;
 };
 
+// A tuner's band: its lowest and highest channel.
+struct ChannelRange {
+  int lowest = 0;
+  int highest = 0;
+};
+
 // The options of a `device` line, in any order, each at most once. Absent options keep these
 // defaults.
 struct DeviceOptions {
@@ -153,6 +159,8 @@ struct DeviceOptions {
   std::vector<std::string> inputs;          // inputs="Composite,S-Video"
   std::vector<VideoFormat> formats;         // formats="640x480x24,320x240x16"
   std::vector<std::string> audio_inputs;    // audio="Microphone,Line In"
+  std::optional<ChannelRange> channels;     // channels="2-69": a tuner's band
+  std::vector<int> signal_channels;         // signal="5,12": the channels a tuner locks a signal at
 };
 
 // ---------------------------------------------------------------------------------------------

@@ -284,6 +284,35 @@ double TakeFrameRate(Cursor& c) {
   return fps.value;
 }
 
+constexpr std::string_view kChannelExpected = "a channel from 0 to 32767";
+
+int ReadChannel(Cursor& item) { return LexInt(item, 0, 32767, kChannelExpected); }
+
+// "5, 12" -> {5, 12}
+std::vector<int> TakeChannelList(Cursor& c) {
+  const std::string list = TakeString(c);
+  std::vector<int> channels;
+  for (const std::string_view text : SplitAtCommas(list)) {
+    Cursor item = c.Within(TrimBlanks(text));
+    channels.push_back(ReadChannel(item));
+    if (!item.AtEnd()) item.FailAt(0, kChannelExpected);
+  }
+  return channels;
+}
+
+// "2-69": the lowest channel, a dash, the highest.
+ChannelRange TakeChannelRange(Cursor& c) {
+  constexpr std::string_view kRangeExpected = "a band of channels, lowest-highest";
+  const std::string text = TakeString(c);
+  Cursor item = c.Within(TrimBlanks(text));
+  ChannelRange range;
+  range.lowest = ReadChannel(item);
+  if (!item.Consume('-')) item.FailAt(0, kRangeExpected);
+  range.highest = ReadChannel(item);
+  if (!item.AtEnd() || range.highest < range.lowest) item.FailAt(0, kRangeExpected);
+  return range;
+}
+
 constexpr auto kDeviceClasses = std::to_array<Choice<DeviceClass>>(
     {{"camera", DeviceClass::kCamera}, {"tuner", DeviceClass::kTuner}, {"dv", DeviceClass::kDv}});
 
@@ -302,6 +331,8 @@ constexpr auto kDeviceOptions = std::to_array<Choice<OptionReader<DeviceOptions>
     {"inputs", [](Cursor& c, DeviceOptions& o) { o.inputs = TakeNameList(c); }},
     {"formats", [](Cursor& c, DeviceOptions& o) { o.formats = TakeFormatList(c); }},
     {"audio", [](Cursor& c, DeviceOptions& o) { o.audio_inputs = TakeNameList(c); }},
+    {"channels", [](Cursor& c, DeviceOptions& o) { o.channels = TakeChannelRange(c); }},
+    {"signal", [](Cursor& c, DeviceOptions& o) { o.signal_channels = TakeChannelList(c); }},
 });
 
 constexpr auto kFtpServerOptions = std::to_array<Choice<OptionReader<FtpServer>>>({

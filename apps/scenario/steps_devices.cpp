@@ -52,6 +52,11 @@ platform::sim::DeviceSpec Described(const Runner& runner, platform::sim::DeviceS
   for (const auto& format : options.formats)
     described.formats.push_back(platform::VideoFormatRow{format.width, format.height, format.bits_per_pixel});
   described.audio_inputs = options.audio_inputs;
+  if (options.channels) {
+    described.lowest_channel = options.channels->lowest;
+    described.highest_channel = options.channels->highest;
+  }
+  described.signal_channels = options.signal_channels;
   return described;
 }
 

@@ -6,6 +6,7 @@
 #include "platform/linux/test_camera.h"
 #include "platform/linux/test_tape_deck.h"
 #include "platform/linux/test_tone.h"
+#include "platform/linux/test_tuner.h"
 #include "platform/linux/v4l2_device.h"
 
 namespace zr::platform::linux_impl {
@@ -13,13 +14,15 @@ namespace zr::platform::linux_impl {
 namespace {
 
 constexpr const char* kTestCameraName = "Built-in Test Camera";
+constexpr const char* kTestTunerName = "Built-in Test Tuner";
 constexpr const char* kTestToneName = "Built-in Test Tone";
 constexpr const char* kTestTapeDeckName = "Built-in DV Camcorder";
 constexpr int kTunerClass = 1;
 constexpr int kCamcorderClass = 2;
 
 std::vector<VideoDeviceEntry> ProbeTestCamera() {
-  return {VideoDeviceEntry{kTestCameraName, "1.0", 0, [] { return MakeTestCamera(); }}};
+  return {VideoDeviceEntry{kTestCameraName, "1.0", 0, [] { return MakeTestCamera(); }},
+          VideoDeviceEntry{kTestTunerName, "1.0", kTunerClass, [] { return MakeTestTuner(); }}};
 }
 
 std::vector<VideoDeviceEntry> ProbeTestTapeDeck() {
@@ -93,7 +96,10 @@ std::vector<VideoDeviceEntry> WithTestCameraLook(std::vector<VideoDeviceEntry> d
   for (int frames = 1; frames <= fastest; ++frames)
     if (std::to_string(frames) == rate) look.frames_per_second = frames;
   for (auto& device : devices)
-    if (device.name == kTestCameraName) device.open = [look] { return MakeTestCamera(look); };
+    if (device.name == kTestCameraName)
+      device.open = [look] { return MakeTestCamera(look); };
+    else if (device.name == kTestTunerName)
+      device.open = [look] { return MakeTestTuner(look); };
   return devices;
 }
 

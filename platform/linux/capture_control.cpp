@@ -332,6 +332,22 @@ class RealCaptureControl final : public VideoCaptureControl, public ConnectedDev
   std::int64_t LengthMs() override { return dv_export_ ? dv_export_->LengthMs() : 0; }
   std::string DVExportFile() override { return dv_export_ ? dv_export_->Target() : ""; }
 
+  // ---- TV tuner
+
+  void SetTunerChannel(int channel) override { Require(ConnectedTuner().Tune(channel)); }
+  int TunerInput() override { return ConnectedTuner().Input(); }
+  void SetTunerInput(int input) override { Require(ConnectedTuner().SelectInput(input)); }
+  void SetTunerCountry(int code) override { Require(ConnectedTuner().SetCountry(code)); }
+  int TunerSignal() override { return ConnectedTuner().Locked() ? 1 : 0; }
+  int TunerChannelMin() override { return ConnectedTuner().LowestChannel(); }
+  int TunerChannelMax() override { return ConnectedTuner().HighestChannel(); }
+
+  SourceTuner& ConnectedTuner() {
+    SourceTuner* tuner = Connected().Source().Tuner();
+    if (!tuner) throw DeviceError("the device has no tuner");
+    return *tuner;
+  }
+
   // ---- the face's hands on the picture
 
   std::shared_ptr<const Picture> LatestPicture() const override { return live_ ? live_->Latest() : nullptr; }

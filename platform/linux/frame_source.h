@@ -53,6 +53,21 @@ class TapeTransport {
   ~TapeTransport() = default;
 };
 
+// The TV tuner of a source that has one. Its calls arrive on the logic thread.
+class SourceTuner {
+ public:
+  virtual ~SourceTuner() = default;
+  virtual int LowestChannel() const = 0;
+  virtual int HighestChannel() const = 0;
+  virtual Result<void> Tune(int channel) = 0;
+  virtual int Input() const = 0;  // 1 cable, 2 antenna
+  virtual Result<void> SelectInput(int input) = 0;
+  // A telephone country code: that country's colour system and channel frequencies.
+  virtual Result<void> SetCountry(int code) = 0;
+  // Whether the tuner has locked a signal at its channel.
+  virtual bool Locked() = 0;
+};
+
 // The format, input and settings calls (DeviceSettings) take effect at once, or at the next
 // Start when stopped.
 class FrameSource : public DeviceSettings {
@@ -80,6 +95,9 @@ class FrameSource : public DeviceSettings {
 
   // The tape deck of a camcorder; null for every other source.
   virtual TapeTransport* Transport() { return nullptr; }
+
+  // The source's tuner; null for a source without one.
+  virtual SourceTuner* Tuner() { return nullptr; }
 };
 
 }  // namespace zr::platform::linux_impl

@@ -17,6 +17,8 @@ namespace {
 
 std::string BoolText(bool value) { return value ? "true" : "false"; }
 constexpr int kHttpSourceIndex = -2;
+constexpr int kCableInput = 1;
+constexpr int kAntennaInput = 2;
 
 class SimCaptureControl : public VideoCaptureControl, public SimSource {
  public:
@@ -298,6 +300,35 @@ class SimCaptureControl : public VideoCaptureControl, public SimSource {
   std::int64_t LengthMs() override { return dv_length_ms_; }
   std::string DVExportFile() override { return ""; }
 
+  // A tuner tunes any channel of its band and locks a signal at the channels the scenario
+  // gave; its input starts on the antenna.
+  void SetTunerChannel(int channel) override {
+    Invoke("SetTunerChannel", std::to_string(channel));
+    const DeviceSpec& tuner = ConnectedTuner();
+    if (channel < tuner.lowest_channel || channel > tuner.highest_channel) throw DeviceError("no such channel");
+    channel_ = channel;
+  }
+  int TunerInput() override {
+    ConnectedTuner();
+    return tuner_input_;
+  }
+  void SetTunerInput(int input) override {
+    Invoke("SetTunerInput", std::to_string(input));
+    ConnectedTuner();
+    if (input != kCableInput && input != kAntennaInput) throw DeviceError("no such tuner input");
+    tuner_input_ = input;
+  }
+  void SetTunerCountry(int code) override {
+    Invoke("SetTunerCountry", std::to_string(code));
+    ConnectedTuner();
+  }
+  int TunerSignal() override {
+    const auto& locked = ConnectedTuner().signal_channels;
+    return std::find(locked.begin(), locked.end(), channel_) != locked.end() ? 1 : 0;
+  }
+  int TunerChannelMin() override { return ConnectedTuner().lowest_channel; }
+  int TunerChannelMax() override { return ConnectedTuner().highest_channel; }
+
   // ---- the scenario's hands on the source
 
   void MousePressed(int button) override {
@@ -357,6 +388,11 @@ class SimCaptureControl : public VideoCaptureControl, public SimSource {
     if (!spec_ || unplugged_) throw DeviceError("no device is connected");
     return *spec_;
   }
+  const DeviceSpec& ConnectedTuner() const {
+    const DeviceSpec& described = Connected();
+    if (described.device_class != 1) throw DeviceError("the device has no tuner");
+    return described;
+  }
 
   static bool IsCamcorder(const DeviceSpec& described) { return described.device_class >= 2; }
   DvTapeDeck& Deck() {
@@ -405,6 +441,8 @@ class SimCaptureControl : public VideoCaptureControl, public SimSource {
   bool playing_ = false;
   std::optional<DvTapeDeck> deck_;
   std::string deck_name_;
+  int channel_ = 0;
+  int tuner_input_ = kAntennaInput;
   std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);
   static constexpr int kDvSend = 7, kDvStop = 2;
   bool dv_ready_ = false;  // a readable movie prepared for a deck

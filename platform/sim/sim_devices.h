@@ -43,6 +43,10 @@ struct DeviceSpec {
   std::vector<std::string> inputs;
   std::vector<VideoFormatRow> formats;
   std::vector<std::string> audio_inputs;
+  // A tuner's band and the channels it finds a signal at.
+  int lowest_channel = 1;
+  int highest_channel = 125;
+  std::vector<int> signal_channels;
 };
 
 // Everything the simulated devices share: the log, the event loop, the movie writer, the

@@ -604,6 +604,26 @@ class Operator {
     const auto video = zr::testing::ProbeStream(parts_.program.HomeFolder + "built.avi", 'v', "nb_read_frames");
     if (video.count("nb_read_frames") == 0 || video.at("nb_read_frames") != std::to_string(kBuiltFrames))
       return Fail("the built movie does not hold a frame a file");
+    Next(&Operator::WatchTelevision);
+  }
+
+  // The built-in test tuner on the control kind: its band shows, and a station is tuned.
+  void WatchTelevision() {
+    auto& master = MainWindow();
+    if (Once("tuner")) {
+      auto& device = master.DeviceToolbar.Button("device");
+      zr::ui::ButtonMenu* tuner = device.FindMenu("w1");
+      if (!tuner || tuner->Text.get() != "Built-in Test Tuner") return Fail("the device menu has no test tuner");
+      return master.DeviceToolbar.ClickButtonMenu(device, *tuner);
+    }
+    if (!master.MasterBar.Bands("tuner").Visible) return Fail("the test tuner shows no tuner band");
+    if (Once("station")) {
+      master.TunerSlider.Value = 7;
+      return;
+    }
+    auto* slider = FindWidget("TunerSlider");
+    if (!slider || !slider->isVisible() || Elapsed() < 1000) return;
+    Screenshot(FindWidget("Master"), "tuner_band.png");
     Next(&Operator::Quit);
   }
 

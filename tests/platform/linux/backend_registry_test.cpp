@@ -23,6 +23,9 @@ TEST(BackendRegistry, TheBuiltInDevicesHeadTheListsAndEveryKindIsThereOnce) {
   const auto video = ProbeVideoDevices();
   ASSERT_FALSE(video.empty());
   EXPECT_EQ(video.front().name, "Built-in Test Camera");
+  ASSERT_GE(video.size(), 2u);
+  EXPECT_EQ(video[1].name, "Built-in Test Tuner");
+  EXPECT_EQ(video[1].device_class, 1);
   const auto sound = ProbeAudioDevices();
   ASSERT_FALSE(sound.empty());
   EXPECT_EQ(sound.front().name, "Built-in Test Tone");
