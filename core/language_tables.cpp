@@ -390,6 +390,18 @@ constexpr TextTranslations kTable[] = {
     // Also the chooser's second button.
     {"Cancel", "Cancelar", "Cancelar", "Annuler", "Abbrechen"},
 
+    // ---- The scanner
+    {"Select Source", "Selecionar origem", "Seleccionar origen", "Sélectionner la source", "Quelle auswählen"},
+    {"Acquire", "Digitalizar", "Digitalizar", "Numériser", "Scannen"},
+    {"Sources:", "Origens:", "Orígenes:", "Sources :", "Quellen:"},
+    {"Select", "Selecionar", "Seleccionar", "Sélectionner", "Auswählen"},
+    {"Scanning from", "Digitalizando de", "Digitalizando desde", "Numérisation depuis", "Scannen von"},
+    {"No scanner was found on this machine.", "Nenhum scanner foi encontrado neste computador.",
+     "No se ha encontrado ningún escáner en este equipo.", "Aucun scanner n'a été trouvé sur cette machine.",
+     "Auf diesem Rechner wurde kein Scanner gefunden."},
+    {"The scan failed:", "A digitalização falhou:", "El escaneo ha fallado:", "La numérisation a échoué :",
+     "Der Scan ist fehlgeschlagen:"},
+
     // ---- The device menu of the button "device"
     {"no Video for Windows devices detected", "nenhum dispositivo Video for Windows detectado",
      "no se ha detectado ningún dispositivo Video for Windows", "aucun périphérique Video for Windows détecté",

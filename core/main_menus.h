@@ -85,6 +85,10 @@ namespace help_menu {
 enum Entry : int { kHelp = 0, kSplashWindow = 2, kCheckForUpgrades = 3, kHomePage = 4, kAbout = 6 };
 }  // namespace help_menu
 
+namespace scanner_menu {
+enum Entry : int { kSelectSource = 0, kAcquire = 2 };
+}  // namespace scanner_menu
+
 namespace priority_menu {
 enum Entry : int { kRealTime = 0, kHigh = 1, kNormal = 2 };
 }  // namespace priority_menu

@@ -59,6 +59,7 @@ class MainWindow : public ui::Window {
   ui::ControlArray<ui::Menu> cpu_priority;
   ui::ControlArray<ui::Menu> WindowMenu;
   ui::ControlArray<ui::Menu> HelpMenu;
+  ui::ControlArray<ui::Menu> TWAINx;  // the Scanner menu
 
   // ---- main timers
   ui::Timer MasterTimer{*this, "MasterTimer", 100, true};

@@ -23,6 +23,7 @@
 #include "platform/movie_player.h"
 #include "platform/movie_tools.h"
 #include "platform/picture_server.h"
+#include "platform/scanner.h"
 #include "platform/serial_ports.h"
 #include "platform/services.h"
 #include "platform/sound_level_meter.h"
@@ -58,6 +59,8 @@ struct Services {
   platform::ImageConverter& image_converter;
   // The picture window's effects, away from the logic thread.
   platform::BackgroundWork& background;
+  // The scanners the scanner commands choose among and scan with.
+  platform::Scanners& scanners;
 };
 
 // The application title: the root of the window settings and the title of message boxes.

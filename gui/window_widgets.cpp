@@ -290,7 +290,7 @@ const MenuOfBar kMenus[] = {{"&File", &MainWindow::FileMenu},         {"&Edit", 
                             {"&View", &MainWindow::ViewMenu},         {"&Video", &MainWindow::VideoMenu},
                             {"&Audio", &MainWindow::AudioMenu},       {"&Toolbars", &MainWindow::Toolbars},
                             {"&Priority", &MainWindow::cpu_priority}, {"&Window", &MainWindow::WindowMenu},
-                            {"&Help", &MainWindow::HelpMenu}};
+                            {"&Scanner", &MainWindow::TWAINx},        {"&Help", &MainWindow::HelpMenu}};
 
 // What each band of the cool bar holds, by control name (an index after '#' for an element of
 // a control array); "|" starts a second row inside the band.

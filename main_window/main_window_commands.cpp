@@ -29,6 +29,7 @@
 #include "movie/movie_viewer.h"
 #include "movie/subtitle_editor.h"
 #include "net/net_config.h"
+#include "peripherals/scanner.h"
 
 namespace zr {
 
@@ -69,8 +70,10 @@ void Master::MainToolbar_ButtonClick(ui::ToolbarButton& button) {
     OpenSubtitleEditor();
   else if (key == "about")
     ShowAbout();
-  else if (key == "scanner" || key == "choose_scanner")
-    throw NotBuiltYet("the main toolbar command \"" + key + "\"");
+  else if (key == "scanner")
+    AcquireScan();
+  else if (key == "choose_scanner")
+    SelectTwainSource(program_);
 }
 
 void Master::DeviceToolbar_ButtonClick(ui::ToolbarButton& button) {
@@ -195,6 +198,25 @@ void Master::WindowMenu_Click(int index) {
       platform::ArrangeCode::ArrangeIcons};
   if (index >= 0 && index < static_cast<int>(std::size(kCodes)))
     program_.services.desktop.ArrangeChildWindows(kCodes[index]);
+}
+
+void Master::TWAINx_Click(int index) {
+  if (index == scanner_menu::kSelectSource)
+    SelectTwainSource(program_);
+  else if (index == scanner_menu::kAcquire)
+    AcquireScan();
+}
+
+// The scan goes into a new picture window, kept as its restore point, so the effects can go back
+// to it. A cancelled or failed scan leaves the window empty, still shown as "Untitled"; it
+// carries no file name until the operator saves it.
+void Master::AcquireScan() {
+  auto& window = dynamic_cast<Image&>(program_.SlotOf<Image>().NewInstance());
+  window.ShowPicture(AcquireTwainImage(program_));
+  window.KeepResetPicture();
+  program_.Yield();
+  window.Caption = program_.Translate("Untitled");
+  window.Show();
 }
 
 void Master::HelpMenu_Click(int index) {

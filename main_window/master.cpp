@@ -118,6 +118,7 @@ const char* const kAudioMenu[] = {"Audio O&ff", "Audio &On",
 const char* const kToolbars[] = {
     "Device Toolbars", "Capture",    "Movie Capture Toolbar", "Image Toolbar", "Multiple Image Capture",
     "Avi Builder",     "Web Share ", "Status Display",        "TV Tuner"};
+const char* const kScannerMenu[] = {"Select Source", "-", "Acquire"};
 const char* const kPriorities[] = {"RealTime Priority", "High Priority", "Normal Priority"};
 const char* const kSampleRateMenu[] = {"8 Khz", "11 Khz", "22 Khz", "44 Khz"};
 const char* const kWindowMenu[] = {"Tile &Horizontally", "Tile &Vertically", "&Cascade", "&Arrange Icons"};
@@ -150,6 +151,7 @@ void Master::CreateMenus() {
   AddMenuEntries(*this, SampleRateMenu, "SampleRateMenu", kSampleRateMenu);
   AddMenuEntries(*this, WindowMenu, "WindowMenu", kWindowMenu);
   AddMenuEntries(*this, HelpMenu, "HelpMenu", kHelpMenu);
+  AddMenuEntries(*this, TWAINx, "TWAINx", kScannerMenu);
 }
 
 // The fixed captions of the window, in the operator's language. A separator stays a separator.
@@ -164,6 +166,7 @@ void Master::LanguageControls() {
   SetMenuCaptions(program_, SampleRateMenu, kSampleRateMenu);
   SetMenuCaptions(program_, WindowMenu, kWindowMenu);
   SetMenuCaptions(program_, HelpMenu, kHelpMenu);
+  SetMenuCaptions(program_, TWAINx, kScannerMenu);
   PreviewRateLabel.Caption = program_.Translate("Preview Rate:");
   StatusCaption.Caption = program_.Translate("Status:");
   RecordButton().Caption = program_.Translate(RecordButton().Image == "pause" ? "Capture" : "Rec/Stop");
@@ -209,6 +212,7 @@ void Master::ConnectHandlers() {
     entry->OnClick = [this, i = index] { AudioRate.ListIndex = i; };
   for (const auto& [index, entry] : WindowMenu.Elements()) entry->OnClick = [this, i = index] { WindowMenu_Click(i); };
   for (const auto& [index, entry] : HelpMenu.Elements()) entry->OnClick = [this, i = index] { HelpMenu_Click(i); };
+  for (const auto& [index, entry] : TWAINx.Elements()) entry->OnClick = [this, i = index] { TWAINx_Click(i); };
   MasterTimer.OnTimer = [this] { MasterTimer_Timer(); };
   MasterTimer2.OnTimer = [this] { MasterTimer2_Timer(); };
   Shooter.OnClick = [this] { ShootImageOfSeries(); };

@@ -109,6 +109,9 @@ class Master : public MainWindow,
   void AudioMenu_Click(int index);
   void WindowMenu_Click(int index);
   void HelpMenu_Click(int index);
+  // The Scanner menu: "Select Source" and "Acquire", which the main toolbar's scanner keys share.
+  void TWAINx_Click(int index);
+  void AcquireScan();
   // The volume control in its view, or a message that the desktop has none.
   void OpenVolumeControl(platform::VolumeView view);
   // The check of "Preview Audio" and the control kind's audio preview follow each other.

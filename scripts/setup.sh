@@ -16,6 +16,7 @@ packages=(
   clang libclang-rt-14-dev
   libmagick++-dev
   imagemagick
+  libsane-dev sane-utils libsane1
 )
 
 missing=()

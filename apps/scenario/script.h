@@ -247,6 +247,15 @@ struct SerialPorts {
   std::vector<std::string> names;
 };
 
+// scanners "A" "B" ... [size=WxH] [band=DURATION] [fail="words"]: the simulated scanners
+// (possibly none), each with that page, that time for each quarter of a scan, and that failure
+struct Scanners {
+  std::vector<std::string> names;
+  std::optional<Size> size;
+  Duration band{0};
+  std::string failure;
+};
+
 // ftp-server [refuse-connect] [refuse-dir "D"] [refuse-file] [delay=DURATION]
 struct FtpServer {
   bool refuse_connect = false;
@@ -571,7 +580,7 @@ struct ExpectHttpBodyImage {};
 
 using CommandBody = std::variant<
     // the world
-    Clock, SystemFlag, Setting, WriteFile, CopyFile, CommandLine, Device, UrlSource, SoundInputs, SerialPorts,
+    Clock, SystemFlag, Setting, WriteFile, CopyFile, CommandLine, Device, UrlSource, SoundInputs, SerialPorts, Scanners,
     FtpServer, DesktopTools, Start,
     // actions
     Click, DoubleClick, SetProperty, Key, Foreground, CloseWindow, MinimizeWindow, RestoreWindow, Wait, Yield, After,

@@ -346,6 +346,12 @@ constexpr auto kFtpServerOptions = std::to_array<Choice<OptionReader<FtpServer>>
      }},
 });
 
+constexpr auto kScannerOptions = std::to_array<Choice<OptionReader<Scanners>>>({
+    {"size", [](Cursor& c, Scanners& s) { s.size = TakeSize(c); }},
+    {"band", [](Cursor& c, Scanners& s) { s.band = TakeDuration(c); }},
+    {"fail", [](Cursor& c, Scanners& s) { s.failure = TakeString(c); }},
+});
+
 // ---------------------------------------------------------------------------------------------
 // The world
 
@@ -452,6 +458,13 @@ CommandBody ParseUrl(Cursor& c) {
   url.address = TakeString(c);
   TakeOptions(c, kDeviceOptions, "=", url.options);
   return url;
+}
+
+CommandBody ParseScanners(Cursor& c) {
+  Scanners scanners;
+  while (!AtLineEnd(c) && c.Peek() == '"') scanners.names.push_back(TakeString(c));
+  TakeOptions(c, kScannerOptions, "=", scanners);
+  return scanners;
 }
 
 CommandBody ParseFtpServer(Cursor& c) {
@@ -930,6 +943,7 @@ constexpr auto kCommands = std::to_array<Choice<CommandParser>>({
     {"serial-ports", [](Cursor& c) -> CommandBody { return SerialPorts{TakeStrings(c)}; }},
     {"desktop-tools", [](Cursor& c) -> CommandBody { return DesktopTools{TakeStrings(c)}; }},
     {"ftp-server", ParseFtpServer},
+    {"scanners", ParseScanners},
     {"start", [](Cursor&) -> CommandBody { return Start{}; }},
     // actions
     {"click", [](Cursor& c) -> CommandBody { return Click{TakeAddress(c)}; }},

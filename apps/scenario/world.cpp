@@ -66,7 +66,8 @@ Program& World::MakeProgram() {
                movie_tools,
                [this] { return std::make_unique<platform::sim::SimMoviePlayer>(loop, movies); },
                image_converter,
-               background},
+               background,
+               scanners},
       app_folder_);
   program_->HomeFolder = root_ + "/home/";
   program_->SystemFolder = temp_folder_;

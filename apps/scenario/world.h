@@ -20,6 +20,7 @@
 #include "platform/sim/sim_movie_player.h"
 #include "platform/sim/sim_movie_tools.h"
 #include "platform/sim/sim_picture_server.h"
+#include "platform/sim/sim_scanner.h"
 #include "platform/sim/sim_serial_ports.h"
 #include "platform/sim/sim_services.h"
 #include "platform/sim/sim_sound_level_meter.h"
@@ -58,6 +59,7 @@ class World final : private platform::sim::InputSource {
   // The real converter: it touches nothing but the files it is given, the same on every run.
   platform::linux_impl::MagickImageConverter image_converter;
   platform::sim::SimBackgroundWork background;
+  platform::sim::SimScanners scanners{loop, [this](std::string line) { devices->Log(std::move(line)); }};
 
   // The program; made by Start, ended by a later Start or by the world's end.
   Program& program() { return *program_; }

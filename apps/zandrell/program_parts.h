@@ -23,6 +23,7 @@
 #include "platform/linux/ini_settings_store.h"
 #include "platform/linux/linux_desktop.h"
 #include "platform/linux/magick_image_converter.h"
+#include "platform/linux/sane_scanners.h"
 #include "platform/linux/socket_picture_server.h"
 #include "platform/linux/source_level_meter.h"
 #include "platform/linux/thread_background_work.h"
@@ -67,6 +68,7 @@ struct ProgramParts {
         movie_builder(loop, movies),
         movie_tools(loop, movies),
         background(loop),
+        scanners(platform::linux_impl::MakeSaneScanners(loop)),
         program(Services{loop,
                          dialogs,
                          clipboard,
@@ -86,7 +88,8 @@ struct ProgramParts {
                          movie_tools,
                          [&loop] { return std::make_unique<platform::linux_impl::FfmpegMoviePlayer>(loop); },
                          image_converter,
-                         background},
+                         background,
+                         *scanners},
                 start.app_path) {
     program.CommandLine = start.command_line;
     program.HomeFolder = start.home_folder;
@@ -120,6 +123,7 @@ struct ProgramParts {
   platform::linux_impl::ThreadedMovieTools movie_tools;
   platform::linux_impl::MagickImageConverter image_converter;
   platform::linux_impl::ThreadBackgroundWork background;
+  std::unique_ptr<platform::Scanners> scanners;
   Program program;
 };
 

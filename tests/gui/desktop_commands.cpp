@@ -53,7 +53,7 @@ namespace {
 
 // The tuner, scanner and DV commands, which come with the peripherals' windows.
 const std::set<std::string> kPeripherals = {"DeviceToolbar[exportdv]", "MainToolbar[scanner]",
-                                            "MainToolbar[choose_scanner]", "TunerBar"};
+                                            "MainToolbar[choose_scanner]", "TunerBar", "TWAINx"};
 
 // Error boxes the program shows by its own rules: the built-in camera's driver has no dialog of
 // its own for the display, and Linux has neither the separate broadcast program nor the screen
@@ -62,15 +62,15 @@ const std::set<QString> kToldErrors = {"Tessavue: Cannot show Video Display Dial
                                        "Error 02: Cannot run Video Zandrell Broadcast",
                                        "Error 03: Cannot run Video Zandrell Screen Capture, which Linux does not have"};
 
+// The windows of the peripherals: the scanner's, which its left-out commands open, and the DV
+// export, whose command is enabled on a DV device only (the scenarios open it on a simulated one).
+const std::set<std::string> kPeripheralWindows = {"SelectSource", "ScanProgress", "ExportDV"};
+
 // Windows the program opens by itself rather than on a command: the message while the set-up is
 // saved or applied, the upload of a picture, the preview of a series or a build, the compressor
 // choice of a device of the control kind, and the start's splash and device chooser.
 const std::set<std::string> kOpenedByTheProgram = {"Msg",        "FTPImage", "MultiImage",
                                                    "VideoCODEC", "Splash",   "ChooseDevice"};
-
-// Windows whose command is enabled on a DV device only, which the built-in camera is not; the
-// scenarios open them on a simulated one.
-const std::set<std::string> kOpenedOnADvDevice = {"ExportDV"};
 
 constexpr std::int64_t kCommandTimeoutMs = 20000;
 constexpr int kJpegSeries = 2;           // the series' kind of numbered JPEG files
@@ -212,7 +212,7 @@ class Operator {
   bool NameWindowsNoCommandOpens() {
     for (const zr::WindowKind& kind : zr::RegisteredWindowKinds())
       if (!shown_windows_.contains(kind.name) && !kOpenedByTheProgram.contains(kind.name) &&
-          !kOpenedOnADvDevice.contains(kind.name))
+          !kPeripheralWindows.contains(kind.name))
         Fail("no command opens the window " + kind.name);
     return true;
   }
