@@ -410,7 +410,10 @@ class Operator {
     if (Once("camcorder")) {
       camera_ = {screen.DeviceIndex(), screen.Tag.get(), screen.DeviceName()};
       step_started_ = clock_.elapsed();
-      return loop.Guarded([&screen] { screen.ConnectVideoCaptureDevice(1, "wdm", "Built-in DV Camcorder"); });
+      const int camcorder = ControlKindIndexOf("Built-in DV Camcorder");
+      if (camcorder < 0) return Fail("the device menu has no camcorder");
+      return loop.Guarded(
+          [&screen, camcorder] { screen.ConnectVideoCaptureDevice(camcorder, "wdm", "Built-in DV Camcorder"); });
     }
     if (Elapsed() < 300) return;
     if (Once("play")) return Click(FindButtonOf("Mastertoolbar", "play"));
@@ -419,6 +422,15 @@ class Operator {
     Screenshot(FindWidget("VideoScreen")->parentWidget(), "capture_window_camcorder.png");
     loop.Guarded([this, &screen] { screen.ConnectVideoCaptureDevice(camera_.index, camera_.kind, camera_.name); });
     Next(&Operator::ShowCaptureWindows);
+  }
+
+  // The place of a device of the control kind in the device menu, -1 when it is not listed.
+  int ControlKindIndexOf(const std::string& name) {
+    auto& device = MainWindow().DeviceToolbar.Button("device");
+    for (int index = 0; index < 10; ++index)
+      if (const auto* entry = device.FindMenu("w" + std::to_string(index)); entry && entry->Text.get() == name)
+        return index;
+    return -1;
   }
 
   void ShowCaptureWindows() {
