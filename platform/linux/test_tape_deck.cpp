@@ -1,11 +1,10 @@
 #include "platform/linux/test_tape_deck.h"
 
 #include <chrono>
-#include <condition_variable>
 #include <mutex>
-#include <thread>
 
 #include "platform/dv_tape_deck.h"
+#include "platform/linux/paced_worker.h"
 #include "platform/linux/test_camera.h"
 
 namespace zr::platform::linux_impl {
@@ -23,21 +22,10 @@ class TestTapeDeck final : public FrameSource, public TapeTransport {
   ~TestTapeDeck() override { Stop(); }
 
   Result<void> Start(FrameSink& sink) override {
-    Stop();
-    thread_ = std::thread([this, &sink] { Deliver(sink); });
+    worker_.Start([this, &sink] { Deliver(sink); });
     return {};
   }
-  void Stop() override {
-    if (!thread_.joinable()) return;
-    {
-      std::lock_guard lock(mutex_);
-      stop_requested_ = true;
-    }
-    wake_.notify_all();
-    thread_.join();
-    std::lock_guard lock(mutex_);
-    stop_requested_ = false;
-  }
+  void Stop() override { worker_.Stop(); }
 
   int Width() const override { return kWidth; }
   int Height() const override { return kHeight; }
@@ -78,18 +66,13 @@ class TestTapeDeck final : public FrameSource, public TapeTransport {
     std::lock_guard lock(mutex_);
     return deck_.Frame(NowMs());
   }
-  bool WaitUntilOrStop(std::chrono::steady_clock::time_point due) {
-    std::unique_lock lock(mutex_);
-    return wake_.wait_until(lock, due, [this] { return stop_requested_; });
-  }
-
   // A frame every 25th of a second, stamped by the deck's own steady rate, showing the tape.
   void Deliver(FrameSink& sink) {
     const auto start = std::chrono::steady_clock::now();
     const TestPattern pattern(kWidth, kHeight, kNeutralSetting, kNeutralSetting);
     for (std::int64_t sequence = 0;; ++sequence) {
       const std::int64_t timestamp_us = sequence * kFrameMicroseconds;
-      if (WaitUntilOrStop(start + std::chrono::microseconds(timestamp_us))) return;
+      if (worker_.WaitUntilOrStop(start + std::chrono::microseconds(timestamp_us))) return;
       const std::int64_t frame = FrameUnderHead();
       auto picture = std::make_shared<Picture>();
       pattern.Render(frame, frame * kFrameMicroseconds, DvTapeDeck::kFramesPerSecond, *picture);
@@ -97,12 +80,10 @@ class TestTapeDeck final : public FrameSource, public TapeTransport {
     }
   }
 
-  std::mutex mutex_;
-  std::condition_variable wake_;
-  bool stop_requested_ = false;
+  std::mutex mutex_;  // the deck, which the logic thread moves and the worker reads
   DvTapeDeck deck_;
   const std::chrono::steady_clock::time_point born_;
-  std::thread thread_;
+  PacedWorker worker_;
 };
 
 }  // namespace

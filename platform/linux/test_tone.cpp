@@ -3,12 +3,11 @@
 #include <algorithm>
 #include <chrono>
 #include <cmath>
-#include <condition_variable>
-#include <mutex>
 #include <numbers>
 #include <string>
-#include <thread>
 #include <vector>
+
+#include "platform/linux/paced_worker.h"
 
 namespace zr::platform::linux_impl {
 namespace {
@@ -51,22 +50,11 @@ class TestTone final : public AudioSource {
       return Error{"the test tone records 8 or 16 bits, one or two channels, at 1 to " + std::to_string(kHighestRate) +
                        " samples a second",
                    "Start"};
-    Stop();
-    thread_ = std::thread([this, format, &sink] { Deliver(format, sink); });
+    worker_.Start([this, format, &sink] { Deliver(format, sink); });
     return {};
   }
 
-  void Stop() override {
-    if (!thread_.joinable()) return;
-    {
-      std::lock_guard lock(mutex_);
-      stop_requested_ = true;
-    }
-    wake_.notify_all();
-    thread_.join();
-    std::lock_guard lock(mutex_);
-    stop_requested_ = false;
-  }
+  void Stop() override { worker_.Stop(); }
 
   std::vector<std::string> Inputs() const override { return {"Test Tone"}; }
   int CurrentInput() const override { return 0; }
@@ -85,7 +73,7 @@ class TestTone final : public AudioSource {
     std::vector<std::uint8_t> pcm;
     std::int64_t delivered = 0;
     for (std::int64_t tick = 1;; ++tick) {
-      if (WaitUntilOrStop(start + tick * kChunk)) return;
+      if (worker_.WaitUntilOrStop(start + tick * kChunk)) return;
       const auto elapsed = std::chrono::steady_clock::now() - start;
       const auto elapsed_us = std::chrono::duration_cast<std::chrono::microseconds>(elapsed).count();
       const std::int64_t due = (elapsed_us * format.samples_per_second + 500'000) / 1'000'000;
@@ -99,16 +87,7 @@ class TestTone final : public AudioSource {
     }
   }
 
-  // Waits until `due`; true when Stop asked to end meanwhile.
-  bool WaitUntilOrStop(std::chrono::steady_clock::time_point due) {
-    std::unique_lock lock(mutex_);
-    return wake_.wait_until(lock, due, [this] { return stop_requested_; });
-  }
-
-  std::mutex mutex_;
-  std::condition_variable wake_;
-  bool stop_requested_ = false;
-  std::thread thread_;
+  PacedWorker worker_;
 };
 
 }  // namespace
