@@ -37,6 +37,8 @@ class QtDesktopToolkit final : public DesktopToolkit {
   QtDesktopToolkit(int& argc, char** argv) : application_(argc, argv) {
     QApplication::setApplicationName(QString::fromStdString(kAppTitle));
     QApplication::setWindowIcon(ApplicationIcon());
+    // The installed desktop entry, by which a Wayland desktop finds the program's name and icon.
+    QGuiApplication::setDesktopFileName(QStringLiteral(ZR_DESKTOP_FILE_NAME));
     // The program ends when its main window is gone, not when its last window closes.
     QApplication::setQuitOnLastWindowClosed(false);
     application_.setStyleSheet(kButtonStyle);

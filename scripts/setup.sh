@@ -17,6 +17,7 @@ packages=(
   libmagick++-dev
   imagemagick
   libsane-dev sane-utils libsane1
+  help2man librsvg2-bin desktop-file-utils appstream lintian bash-completion
 )
 
 missing=()

@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Builds everything and runs every test: the whole suite on the CI build (warnings are errors,
-# the house style and the layers are checked), then the tests of the program, the platform and
+# the house style and the layers are checked), the Debian package made of that build and
+# checked (scripts/package.sh), then the tests of the program, the platform and
 # the runner again under AddressSanitizer and UndefinedBehaviorSanitizer, and the tests of the
 # threaded back ends (recorder, live source, frame and sound sources, both real event loops)
 # under ThreadSanitizer. Which tests each sanitizer runs, the build writes beside itself. Last,
@@ -15,6 +16,7 @@ jobs=$(nproc)
 cmake --preset ci >/dev/null
 cmake --build --preset ci -j "$jobs"
 ctest --test-dir build --output-on-failure -j "$jobs"
+./scripts/package.sh ci >/dev/null
 
 cmake --preset asan >/dev/null
 cmake --build --preset asan -j "$jobs" --target zr_sanitized_tests

@@ -93,7 +93,9 @@ void PrintHelp() {
                "                          default: the built-in test camera\n"
                "  --list-devices          list the devices the chooser offers, and exit\n"
                "  --app-path DIR          the program folder, where zrsr.zr2 and zrsr.zr3 are kept\n"
-               "                          (made when missing; default: the executable's folder)\n"
+               "                          (made when missing; default: the executable's folder, or\n"
+               "                          $XDG_DATA_HOME/video-zandrell (~/.local/share/video-zandrell)\n"
+               "                          for an installed program or one whose folder cannot be written)\n"
                "  --lang CODE             the language of the texts: en, pt, es, fr or de\n"
                "                          (default: the desktop's)\n"
                "  PARAMETER_FILE          a .zrp file of capture settings applied at start\n"
@@ -673,13 +675,16 @@ int main(int argc, char** argv) {
     return 0;
   }
 
-  const std::string executable_folder = std::filesystem::absolute(argv[0]).parent_path().string();
+  // The executable as the system found it: a program started through the PATH has a bare name
+  // in argv[0].
+  std::string executable_folder = ExecutableFolder();
+  if (executable_folder.empty()) executable_folder = std::filesystem::absolute(argv[0]).parent_path().string();
   const std::string app_path = ResolveProgramFolder(executable_folder, options.app_path);
   if (!std::filesystem::is_directory(app_path)) {
     std::cerr << "zandrell: " << app_path << " cannot be made a folder for the program's files\n";
     return 2;
   }
-  for (const char* shipped : {"webshare.html", "codec.zr"})
+  for (const char* shipped : {"webshare.html", "codec.zr", "camera.wav"})
     zr::platform::linux_impl::ProvideProgramFile(executable_folder, app_path, shipped);
   if (options.build_avi) return BuildMovieWithoutWindows(options, app_path);
   if (!options.headless) {

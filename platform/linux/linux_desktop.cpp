@@ -32,13 +32,20 @@ std::string CurrentDesktops() {
   return desktops ? desktops : "";
 }
 
+// An installed program has its shared data folder beside its bin/: <prefix>/share/video-zandrell/.
+std::filesystem::path InstalledDataFolder(const std::string& executable_folder) {
+  std::filesystem::path folder = std::filesystem::path(executable_folder).lexically_normal();
+  if (folder.filename().empty()) folder = folder.parent_path();
+  return folder.parent_path() / "share" / "video-zandrell";
+}
+
+}  // namespace
+
 std::string ExecutableFolder() {
   std::error_code error;
   const auto executable = std::filesystem::read_symlink("/proc/self/exe", error);
   return error ? "" : executable.parent_path().string();
 }
-
-}  // namespace
 
 bool LinuxDesktop::HasVolumeControl() const {
   return ChooseVolumeControl(VolumeView::Playback, CurrentDesktops(), OnPath).has_value();
@@ -86,7 +93,12 @@ void ProvideProgramFile(const std::string& executable_folder, const std::string&
   const std::filesystem::path target = std::filesystem::path(program_folder) / name;
   std::error_code error;
   if (std::filesystem::exists(std::filesystem::symlink_status(target, error))) return;
-  std::filesystem::copy_file(std::filesystem::path(executable_folder) / name, target, error);
+  for (const auto& shipped_folder :
+       {std::filesystem::path(executable_folder), InstalledDataFolder(executable_folder)}) {
+    if (!std::filesystem::is_regular_file(shipped_folder / name, error)) continue;
+    std::filesystem::copy_file(shipped_folder / name, target, error);
+    return;
+  }
 }
 
 std::string ResolveProgramFolder(const std::string& executable_folder, const std::string& override_folder) {
@@ -96,11 +108,14 @@ std::string ResolveProgramFolder(const std::string& executable_folder, const std
     std::filesystem::create_directories(folder, error);
     return folder;
   }
+  // An installed program's folder is the system's (root may write into /usr/bin, and must not),
+  // so only a folder of its own that the user can write serves.
   const std::string folder = WithSeparator(executable_folder);
-  if (access(folder.c_str(), W_OK) == 0) return folder;
+  std::error_code error;
+  const bool installed = std::filesystem::is_directory(InstalledDataFolder(executable_folder), error);
+  if (!installed && access(folder.c_str(), W_OK) == 0) return folder;
   const std::string data = DataFolder();
   // The folder holds the parameter files, which can hold the upload password: the user's alone.
-  std::error_code error;
   std::filesystem::create_directories(data, error);
   std::filesystem::permissions(data, std::filesystem::perms::owner_all, error);
   return data;

@@ -40,14 +40,18 @@ class LinuxDesktop final : public Desktop {
   ToolkitFacts toolkit_;
 };
 
+// The folder of the running executable, as the system knows it ("" when it cannot say).
+std::string ExecutableFolder();
+
 // The program folder, with its trailing separator: `override_folder` when given (made when
-// missing, where it can be), else the
-// executable's folder; when that cannot be written, $XDG_DATA_HOME/video-zandrell/ (or
-// ~/.local/share/video-zandrell/), made when missing.
+// missing, where it can be), else the executable's folder; when that cannot be written, or the
+// program is installed (its shared data folder <prefix>/share/video-zandrell/ stands beside its
+// bin/), $XDG_DATA_HOME/video-zandrell/ (or ~/.local/share/video-zandrell/), made when missing.
 std::string ResolveProgramFolder(const std::string& executable_folder, const std::string& override_folder);
 
-// Copies the file `name` that ships beside the executable into the program folder when the
-// program folder has none (the operator's own file, or anything else at the name, stays).
+// Copies the file `name` that ships with the program into the program folder when the program
+// folder has none (the operator's own file, or anything else at the name, stays). The shipped
+// file is taken from beside the executable, else from the installation's shared data folder.
 void ProvideProgramFile(const std::string& executable_folder, const std::string& program_folder,
                         const std::string& name);
 

@@ -77,6 +77,24 @@ TEST_F(ProgramFolderTest, AnUnwritableExecutablesFolderFallsBackToTheDataFolder)
   EXPECT_TRUE(fs::is_directory(data));
 }
 
+// An installed program (its shared data beside its bin/) keeps its files in the data folder even
+// where it could write its own folder, as root can /usr/bin, and takes its shipped files from
+// the shared data; a file beside the executable comes first.
+TEST_F(ProgramFolderTest, AnInstalledProgramKeepsItsFilesInTheDataFolderAndShipsFromItsSharedData) {
+  fs::create_directories(root_ + "/usr/bin");
+  fs::create_directories(root_ + "/usr/share/video-zandrell");
+  WriteText(root_ + "/usr/share/video-zandrell/page.html", "installed");
+  WriteText(root_ + "/usr/share/video-zandrell/codes.zr", "installed");
+  WriteText(root_ + "/usr/bin/codes.zr", "beside");
+  const std::string data = root_ + "/data/video-zandrell/";
+  EXPECT_EQ(ResolveProgramFolder(root_ + "/usr/bin/", ""), data);
+  ProvideProgramFile(root_ + "/usr/bin", data, "page.html");
+  ProvideProgramFile(root_ + "/usr/bin", data, "codes.zr");
+  EXPECT_EQ(ReadText(data + "page.html"), "installed");
+  EXPECT_EQ(ReadText(data + "codes.zr"), "beside");
+  EXPECT_EQ(ResolveProgramFolder(root_ + "/usr/bin", root_ + "/own"), root_ + "/own/");
+}
+
 // The address goes to the desktop's opener as one argument, however it is spelled, and the call
 // returns without waiting for the browser.
 TEST(LinuxDesktopAddress, GoesToTheOpenerOnThePathAsOneArgument) {
