@@ -113,6 +113,20 @@ TEST_F(V4l2TunerTest, TunesTheCarrierInTheTunersUnitsAndReadsTheSignalOnceSettle
   }
 }
 
+// A gap of the table, or a channel beyond the tuner's range, is not tuned and locks nothing, though
+// the station tuned before is still there.
+TEST_F(V4l2TunerTest, AGapOrAChannelBeyondTheTunerIsNotTuned) {
+  AddCard(kHighUnitsPerMhz, {48250});
+  const auto tuner = MakeTuner();
+  ASSERT_TRUE(Ok(tuner->Tune(2)));
+  for (const int channel : {3, 69}) {
+    EXPECT_FALSE(tuner->Tune(channel).ok());
+    EXPECT_FALSE(tuner->Settling());
+    EXPECT_FALSE(tuner->Locked());
+    EXPECT_EQ(Frequency(), TunerUnitsOf(48250, false));
+  }
+}
+
 // The card's own standard chooses the country until the operator names one; the bar runs over
 // the channels the tuner reaches.
 TEST_F(V4l2TunerTest, TheBarRunsOverTheReachableChannelsOfTheCardsCountry) {
@@ -125,18 +139,6 @@ TEST_F(V4l2TunerTest, TheBarRunsOverTheReachableChannelsOfTheCardsCountry) {
     const auto tuner = MakeTuner();
     EXPECT_EQ(tuner->LowestChannel(), lowest);
     EXPECT_EQ(tuner->HighestChannel(), highest);  // the first country when none has the standard
-  }
-}
-
-TEST_F(V4l2TunerTest, AGapOrAChannelBeyondTheTunerIsNotTunedAndLocksNothing) {
-  AddCard(kHighUnitsPerMhz, {48250});
-  const auto tuner = MakeTuner();
-  ASSERT_TRUE(Ok(tuner->Tune(2)));
-  for (const int channel : {3, 69}) {
-    EXPECT_FALSE(tuner->Tune(channel).ok());
-    EXPECT_FALSE(tuner->Settling());
-    EXPECT_FALSE(tuner->Locked());  // though channel 2's station is still tuned
-    EXPECT_EQ(Frequency(), TunerUnitsOf(48250, false));
   }
 }
 
@@ -163,16 +165,6 @@ TEST_F(V4l2TunerTest, CountryAndInputChooseTheTableAndRetune) {
   EXPECT_EQ(Frequency(), TunerUnitsOf(303250, false));
   EXPECT_FALSE(tuner->SelectInput(3).ok());
   EXPECT_EQ(tuner->Input(), 1);
-}
-
-TEST_F(V4l2TunerTest, APlanThatCouldNotBeReadLeavesAnEmptyBandAndSaysWhy) {
-  AddCard(kHighUnitsPerMhz, {});
-  plan = std::make_shared<const Result<TvChannelPlan>>(Error{"tv-channels.ini is missing", "tv-channels"});
-  const auto tuner = MakeTuner();
-  EXPECT_EQ(tuner->LowestChannel(), 0);
-  EXPECT_EQ(tuner->HighestChannel(), 0);
-  EXPECT_FALSE(tuner->Tune(2).ok());
-  EXPECT_EQ(tuner->SetCountry(1).error().message, "tv-channels.ini is missing");
 }
 
 // On a streaming card the new standard is set between a stop and a start of the stream.
