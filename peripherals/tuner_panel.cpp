@@ -61,15 +61,18 @@ void TunerPanel::ShowForDevice(platform::VideoCaptureControl& control) {
   master.MasterBar.Bands("tuner").Visible = tuner;
   master.Toolbars(toolbars_menu::kTvTuner).Visible = tuner;
   if (!tuner) return;
-  ResumeNext([&] {
-    const int lowest = control.TunerChannelMin();
-    const int highest = control.TunerChannelMax();
-    TunerSlider.Min = lowest;
-    TunerSlider.Max = highest;
-    // A bar outside its new range comes inside it, and tunes there.
-    TunerSlider.Value = std::clamp(TunerSlider.Value.get(), lowest, highest);
-  });
+  ResumeNext([&] { FollowChannelRange(control); });
   ResumeNext([&] { ShowInput(control.TunerInput()); });
+}
+
+// The input and the country choose the tuner's channel table, and with it the bar's range.
+void TunerPanel::FollowChannelRange(platform::VideoCaptureControl& control) {
+  const int lowest = control.TunerChannelMin();
+  const int highest = control.TunerChannelMax();
+  TunerSlider.Min = lowest;
+  TunerSlider.Max = highest;
+  // A bar outside its new range comes inside it, and tunes there.
+  TunerSlider.Value = std::clamp(TunerSlider.Value.get(), lowest, highest);
 }
 
 // The whole file split at its line ends; each line is a key and a name parted by a tab. A name
@@ -116,10 +119,12 @@ void TunerPanel::TunerBar_ButtonClick(ui::ToolbarButton& button) {
   if (key == "tuner_antena") {
     ShowInput(kAntennaInput);
     ResumeNext([&] { control_().SetTunerInput(kAntennaInput); });
+    ResumeNext([&] { FollowChannelRange(control_()); });
   }
   if (key == "tuner_cable") {
     ShowInput(kCableInput);
     ResumeNext([&] { control_().SetTunerInput(kCableInput); });
+    ResumeNext([&] { FollowChannelRange(control_()); });
   }
 }
 
@@ -130,13 +135,26 @@ void TunerPanel::TunerBar_ButtonMenuClick(ui::ButtonMenu& entry) {
   ResumeNext([&] { MoveBarTo(NumericPrefix(channel)); });
 }
 
-// One channel further; the seek ends at the end of the band or at a channel with a signal.
+// One channel further; the seek ends at the end of the band or at a channel with a signal. A
+// tuner still settling on the channel of the last step is asked again at the next tick, before
+// the seek moves on.
 void TunerPanel::Tuner_Timer() {
+  if (signal_pending_) {
+    ReadSeekSignal();
+    if (signal_pending_ || !Tuner.Enabled) return;
+  }
   const int before = TunerSlider.Value;
   ResumeNext([&] { MoveBarTo(before + NumericPrefix(Tuner.Tag.get())); });
   if (TunerSlider.Value == before) Tuner.Enabled = false;
+  ReadSeekSignal();
+}
+
+void TunerPanel::ReadSeekSignal() {
+  signal_pending_ = false;
   ResumeNext([&] {
-    if (control_().TunerSignal() == 1) Tuner.Enabled = false;
+    const int signal = control_().TunerSignal();
+    if (signal == platform::kTunerSettling) signal_pending_ = true;
+    if (signal == 1) Tuner.Enabled = false;
   });
 }
 
@@ -144,6 +162,7 @@ void TunerPanel::Tuner_Timer() {
 void TunerPanel::StartSeek(const char* step) {
   Tuner.Tag = step;
   Tuner.Enabled = true;
+  signal_pending_ = false;
 }
 
 // The code goes to the tuner without its plus signs and is not kept: the country is set again
@@ -156,6 +175,7 @@ void TunerPanel::AskCountry() {
   std::string code = answer.value_or("");
   std::erase(code, '+');
   ResumeNext([&] { control_().SetTunerCountry(RoundHalfEven(NumericPrefix(code))); });
+  ResumeNext([&] { FollowChannelRange(control_()); });
 }
 
 // Only an empty answer (a cancel too) adds the station, named by its channel: a typed name is

@@ -54,9 +54,13 @@ class TunerPanel {
   // The bar takes `channel` when it lies in its range (and tunes); otherwise a ProgramError.
   void MoveBarTo(double channel);
   void ShowInput(int input);
+  void FollowChannelRange(platform::VideoCaptureControl& control);
+  // Stops the seek at a signal; a tuner still settling leaves the reading to the next tick.
+  void ReadSeekSignal();
 
   Program& program_;
   ControlAccess control_;
+  bool signal_pending_ = false;  // the seek's last channel was still settling when asked
 };
 
 }  // namespace zr

@@ -148,6 +148,9 @@ struct VideoFormatRow {
   int bits_per_pixel = 0;
 };
 
+// What TunerSignal answers while the tuner cannot tell yet.
+inline constexpr int kTunerSettling = 2;
+
 class VideoCaptureControl {
  public:
   virtual ~VideoCaptureControl() = default;
@@ -259,7 +262,9 @@ class VideoCaptureControl {
   virtual void SetTunerInput(int input) = 0;
   // A telephone country code: the colour system and the channels' frequencies of that country.
   virtual void SetTunerCountry(int code) = 0;
-  virtual int TunerSignal() = 0;  // 1 when the tuner has locked a signal at its channel
+  // 1 when the tuner has locked a signal at its channel, 0 when not; kTunerSettling while the
+  // channel tuned last is not steady yet (a real card's tuner needs a moment): ask again later.
+  virtual int TunerSignal() = 0;
   virtual int TunerChannelMin() = 0;
   virtual int TunerChannelMax() = 0;
 };

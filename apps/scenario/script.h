@@ -161,6 +161,7 @@ struct DeviceOptions {
   std::vector<std::string> audio_inputs;    // audio="Microphone,Line In"
   std::optional<ChannelRange> channels;     // channels="2-69": a tuner's band
   std::vector<int> signal_channels;         // signal="5,12": the channels a tuner locks a signal at
+  Duration tuner_settle{0};                 // settle=200ms: how long a tuned channel settles
 };
 
 // ---------------------------------------------------------------------------------------------

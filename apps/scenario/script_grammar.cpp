@@ -333,6 +333,7 @@ constexpr auto kDeviceOptions = std::to_array<Choice<OptionReader<DeviceOptions>
     {"audio", [](Cursor& c, DeviceOptions& o) { o.audio_inputs = TakeNameList(c); }},
     {"channels", [](Cursor& c, DeviceOptions& o) { o.channels = TakeChannelRange(c); }},
     {"signal", [](Cursor& c, DeviceOptions& o) { o.signal_channels = TakeChannelList(c); }},
+    {"settle", [](Cursor& c, DeviceOptions& o) { o.tuner_settle = TakeDuration(c); }},
 });
 
 constexpr auto kFtpServerOptions = std::to_array<Choice<OptionReader<FtpServer>>>({

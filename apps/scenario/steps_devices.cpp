@@ -57,6 +57,7 @@ platform::sim::DeviceSpec Described(const Runner& runner, platform::sim::DeviceS
     described.highest_channel = options.channels->highest;
   }
   described.signal_channels = options.signal_channels;
+  described.tuner_settle_ms = options.tuner_settle.count();
   return described;
 }
 

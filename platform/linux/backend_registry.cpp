@@ -1,5 +1,8 @@
 #include "platform/linux/backend_registry.h"
 
+#include <filesystem>
+#include <system_error>
+
 #include "platform/linux/alsa_audio.h"
 #include "platform/linux/ip_camera.h"
 #include "platform/linux/network_stream.h"
@@ -29,12 +32,28 @@ std::vector<VideoDeviceEntry> ProbeTestTapeDeck() {
   return {VideoDeviceEntry{kTestTapeDeckName, "1.0", kCamcorderClass, [] { return MakeTestTapeDeck(); }}};
 }
 
+// The channel plan the program ships: beside the executable, or in the share folder of an
+// installed program. Read at the first TV card's connection and kept for the run.
+SharedChannelPlan ShippedChannelPlan() {
+  static const SharedChannelPlan plan = [] {
+    std::error_code error;
+    const std::filesystem::path folder = std::filesystem::read_symlink("/proc/self/exe", error).parent_path();
+    std::filesystem::path path = folder / kTvChannelFile;
+    if (!std::filesystem::exists(path, error))
+      path = folder.parent_path() / "share" / "video-zandrell" / kTvChannelFile;
+    return std::make_shared<const Result<TvChannelPlan>>(ReadTvChannelPlan(path.string()));
+  }();
+  return plan;
+}
+
 std::vector<VideoDeviceEntry> ProbeV4l2() {
   std::vector<VideoDeviceEntry> devices;
   V4l2System& system = RealV4l2System();
   for (const auto& device : ListV4l2Devices(system))
     devices.push_back(VideoDeviceEntry{device.name, device.path, device.has_tuner ? kTunerClass : 0,
-                                       [&system, path = device.path] { return MakeV4l2Source(system, path); }});
+                                       [&system, path = device.path, tuner = device.has_tuner] {
+                                         return MakeV4l2Source(system, path, tuner ? ShippedChannelPlan() : nullptr);
+                                       }});
   return devices;
 }
 

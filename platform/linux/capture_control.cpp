@@ -338,7 +338,11 @@ class RealCaptureControl final : public VideoCaptureControl, public ConnectedDev
   int TunerInput() override { return ConnectedTuner().Input(); }
   void SetTunerInput(int input) override { Require(ConnectedTuner().SelectInput(input)); }
   void SetTunerCountry(int code) override { Require(ConnectedTuner().SetCountry(code)); }
-  int TunerSignal() override { return ConnectedTuner().Locked() ? 1 : 0; }
+  int TunerSignal() override {
+    SourceTuner& tuner = ConnectedTuner();
+    if (tuner.Settling()) return kTunerSettling;
+    return tuner.Locked() ? 1 : 0;
+  }
   int TunerChannelMin() override { return ConnectedTuner().LowestChannel(); }
   int TunerChannelMax() override { return ConnectedTuner().HighestChannel(); }
 

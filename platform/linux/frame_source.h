@@ -66,6 +66,8 @@ class SourceTuner {
   virtual Result<void> SetCountry(int code) = 0;
   // Whether the tuner has locked a signal at its channel.
   virtual bool Locked() = 0;
+  // Whether the channel tuned last is still settling, so that its signal means nothing yet.
+  virtual bool Settling() { return false; }
 };
 
 // The format, input and settings calls (DeviceSettings) take effect at once, or at the next

@@ -26,6 +26,7 @@
 #include "image/jpeg_codec.h"
 #include "image/picture_limits.h"
 #include "platform/linux/ffmpeg_handles.h"
+#include "platform/linux/v4l2_device_file.h"
 
 extern "C" {
 #include <libavutil/pixfmt.h>
@@ -35,7 +36,6 @@ extern "C" {
 namespace zr::platform::linux_impl {
 namespace {
 
-constexpr int kOpenFlags = O_RDWR | O_NONBLOCK;
 constexpr unsigned kBufferCount = 4;
 // How long the pump waits for a frame before it looks whether it is asked to stop; this is how
 // long Stop may wait at most.
@@ -49,26 +49,6 @@ constexpr std::uint32_t kMaxEnumerated = 256;
 constexpr int kDefaultMaxWidth = 640;
 constexpr double kFastestRate = 1000.0;
 constexpr std::uint32_t kRateTermsPerFrame = 1000;  // keeps 29.97 and 12.5 frames per second exact
-
-// ---- Texts ------------------------------------------------------------------------------------
-
-std::string ErrnoText(int code) { return std::generic_category().message(code); }
-
-std::string DeviceText(const std::string& path) { return "The device " + path; }
-
-bool IsUnplugged(int code) { return code == ENODEV || code == EIO || code == ENXIO; }
-
-Error OpenError(const std::string& path, int code) {
-  if (code == EBUSY) return {DeviceText(path) + " is busy", "open"};
-  if (code == ENOENT || IsUnplugged(code)) return {DeviceText(path) + " is not connected", "open"};
-  return {DeviceText(path) + " cannot be opened: " + ErrnoText(code), "open"};
-}
-
-Error DeviceError(const std::string& path, int code, const char* where) {
-  if (code == EBUSY) return {DeviceText(path) + " is busy", where};
-  if (IsUnplugged(code)) return {DeviceText(path) + " was unplugged", where};
-  return {DeviceText(path) + " fails: " + ErrnoText(code), where};
-}
 
 // The drivers' names are fixed arrays, terminated only when shorter than the array.
 template <std::size_t N>
@@ -112,35 +92,6 @@ const PixelFormat* FindPixelFormat(std::uint32_t fourcc) {
 
 // Lower is better.
 std::ptrdiff_t PreferenceOf(std::uint32_t fourcc) { return FindPixelFormat(fourcc) - kPixelFormats.data(); }
-
-// ---- An open device node ----------------------------------------------------------------------
-
-class DeviceFile {
- public:
-  DeviceFile(V4l2System& system, const std::string& path)
-      : system_(&system), fd_(system.Open(path, kOpenFlags)), open_error_(fd_ < 0 ? errno : 0) {}
-  DeviceFile(DeviceFile&& other) noexcept
-      : system_(other.system_), fd_(std::exchange(other.fd_, -1)), open_error_(other.open_error_) {}
-  DeviceFile& operator=(DeviceFile&&) = delete;
-  ~DeviceFile() {
-    if (fd_ >= 0) system_->Close(fd_);
-  }
-
-  bool is_open() const { return fd_ >= 0; }
-  int open_error() const { return open_error_; }
-  int fd() const { return fd_; }
-  V4l2System& system() const { return *system_; }
-
-  // 0 when the device did it, else the errno it answered with.
-  int Ioctl(unsigned long request, void* argument) const {
-    return system_->Ioctl(fd_, request, argument) < 0 ? errno : 0;
-  }
-
- private:
-  V4l2System* system_;
-  int fd_;
-  int open_error_;
-};
 
 // ---- What the device is ---------------------------------------------------------------------
 
@@ -705,7 +656,12 @@ class Pump {
 
 class V4l2Source final : public FrameSource {
  public:
-  V4l2Source(V4l2System& system, std::string path) : system_(system), path_(std::move(path)) {}
+  V4l2Source(V4l2System& system, std::string path, SharedChannelPlan plan) : system_(system), path_(std::move(path)) {
+    if (plan) {
+      tuner_ = MakeV4l2Tuner(system_, path_, std::move(plan),
+                             [this](const auto& change) { return ChangeWhileNotStreaming(change); });
+    }
+  }
   ~V4l2Source() override { Stop(); }
 
   Result<void> Start(FrameSink& sink) override {
@@ -804,6 +760,8 @@ class V4l2Source final : public FrameSource {
     return {};
   }
 
+  SourceTuner* Tuner() override { return tuner_.get(); }
+
  private:
   const std::vector<MenuRow>& Menu() const {
     if (menu_.empty()) {
@@ -881,9 +839,10 @@ class V4l2Source final : public FrameSource {
   int width_ = 0;
   int height_ = 0;
   FrameSink* sink_ = nullptr;
-  FrameClock clock_;                // the pump's while it runs
-  std::atomic<bool> ended_{false};  // the pump ended the run by itself
-  std::jthread pump_;               // last: stops first
+  FrameClock clock_;                    // the pump's while it runs
+  std::unique_ptr<SourceTuner> tuner_;  // a TV card's
+  std::atomic<bool> ended_{false};      // the pump ended the run by itself
+  std::jthread pump_;                   // last: stops first
 };
 
 // The number of /dev/videoN, so that video10 follows video9.
@@ -915,8 +874,8 @@ std::vector<V4l2DeviceInfo> ListV4l2Devices(V4l2System& system) {
   return devices;
 }
 
-std::unique_ptr<FrameSource> MakeV4l2Source(V4l2System& system, std::string path) {
-  return std::make_unique<V4l2Source>(system, std::move(path));
+std::unique_ptr<FrameSource> MakeV4l2Source(V4l2System& system, std::string path, SharedChannelPlan channel_plan) {
+  return std::make_unique<V4l2Source>(system, std::move(path), std::move(channel_plan));
 }
 
 }  // namespace zr::platform::linux_impl

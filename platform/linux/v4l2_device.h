@@ -9,6 +9,7 @@
 
 #include "platform/linux/frame_source.h"
 #include "platform/linux/v4l2_system.h"
+#include "platform/linux/v4l2_tuner.h"
 
 namespace zr::platform::linux_impl {
 
@@ -35,6 +36,9 @@ std::vector<V4l2DeviceInfo> ListV4l2Devices(V4l2System& system);
 // Changing the format, the rate or the input while running restarts the stream (the devices
 // take these only while not streaming); sequence and timestamps carry on across it. If the
 // restart fails, the source stays stopped and the call's Error says why.
-std::unique_ptr<FrameSource> MakeV4l2Source(V4l2System& system, std::string path);
+// A TV card's source is given the channel plan and has a tuner (v4l2_tuner.h); the source of
+// any other device is given none.
+std::unique_ptr<FrameSource> MakeV4l2Source(V4l2System& system, std::string path,
+                                            SharedChannelPlan channel_plan = nullptr);
 
 }  // namespace zr::platform::linux_impl

@@ -301,12 +301,13 @@ class SimCaptureControl : public VideoCaptureControl, public SimSource {
   std::string DVExportFile() override { return ""; }
 
   // A tuner tunes any channel of its band and locks a signal at the channels the scenario
-  // gave; its input starts on the antenna.
+  // gave, once the channel has settled; its input starts on the antenna.
   void SetTunerChannel(int channel) override {
     Invoke("SetTunerChannel", std::to_string(channel));
     const DeviceSpec& tuner = ConnectedTuner();
     if (channel < tuner.lowest_channel || channel > tuner.highest_channel) throw DeviceError("no such channel");
     channel_ = channel;
+    settled_at_ms_ = world_.Loop().NowMs() + tuner.tuner_settle_ms;
   }
   int TunerInput() override {
     ConnectedTuner();
@@ -324,6 +325,7 @@ class SimCaptureControl : public VideoCaptureControl, public SimSource {
   }
   int TunerSignal() override {
     const auto& locked = ConnectedTuner().signal_channels;
+    if (world_.Loop().NowMs() < settled_at_ms_) return kTunerSettling;
     return std::find(locked.begin(), locked.end(), channel_) != locked.end() ? 1 : 0;
   }
   int TunerChannelMin() override { return ConnectedTuner().lowest_channel; }
@@ -442,6 +444,7 @@ class SimCaptureControl : public VideoCaptureControl, public SimSource {
   std::optional<DvTapeDeck> deck_;
   std::string deck_name_;
   int channel_ = 0;
+  std::int64_t settled_at_ms_ = 0;
   int tuner_input_ = kAntennaInput;
   std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);
   static constexpr int kDvSend = 7, kDvStop = 2;

@@ -47,6 +47,8 @@ struct DeviceSpec {
   int lowest_channel = 1;
   int highest_channel = 125;
   std::vector<int> signal_channels;
+  // How long a tuned channel settles before its signal can be read, as on a real card.
+  std::int64_t tuner_settle_ms = 0;
 };
 
 // Everything the simulated devices share: the log, the event loop, the movie writer, the

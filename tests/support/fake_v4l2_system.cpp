@@ -49,6 +49,7 @@ void FakeV4l2System::AddDevice(const std::string& path, FakeV4l2Device device) {
   Node& node = nodes_[path];
   node.device = std::move(device);
   node.state.format = Fit(node, v4l2_pix_format{});
+  node.state.standard = node.device.standard;
 }
 
 void FakeV4l2System::SendFrame(const std::string& path, std::vector<std::uint8_t> bytes, std::int64_t timestamp_us,
@@ -214,8 +215,14 @@ int FakeV4l2System::HandleIoctl(int fd, Node& node, unsigned long request, void*
       auto& input = As<v4l2_input>(argument);
       if (input.index >= device.inputs.size()) return EINVAL;
       CopyText(input.name, device.inputs[input.index]);
+      if (device.tuner && input.index == device.tuner_input) input.type = V4L2_INPUT_TYPE_TUNER;
       return 0;
     }
+    case VIDIOC_G_TUNER:
+    case VIDIOC_S_FREQUENCY:
+    case VIDIOC_G_STD:
+    case VIDIOC_S_STD:
+      return TunerCall(node, request, argument);
     case VIDIOC_G_INPUT:
       As<int>(argument) = state.input;
       return 0;
@@ -264,6 +271,40 @@ int FakeV4l2System::HandleIoctl(int fd, Node& node, unsigned long request, void*
       return 0;
     default:
       return ENOTTY;
+  }
+}
+
+// A card takes a new standard only while it does not stream, and a frequency only in its range.
+int FakeV4l2System::TunerCall(Node& node, unsigned long request, void* argument) {
+  const auto& tuner = node.device.tuner;
+  FakeV4l2State& state = node.state;
+  if (!tuner) return ENOTTY;
+  switch (request) {
+    case VIDIOC_G_TUNER: {
+      auto& asked = As<v4l2_tuner>(argument);
+      if (asked.index != 0) return EINVAL;
+      asked.type = V4L2_TUNER_ANALOG_TV;
+      asked.capability = tuner->capability;
+      asked.rangelow = tuner->range_low;
+      asked.rangehigh = tuner->range_high;
+      const auto station = tuner->signals.find(state.frequency);
+      asked.signal = station == tuner->signals.end() ? 0 : station->second;
+      return 0;
+    }
+    case VIDIOC_S_FREQUENCY: {
+      const auto& asked = As<v4l2_frequency>(argument);
+      if (asked.tuner != 0 || asked.type != V4L2_TUNER_ANALOG_TV) return EINVAL;
+      if (asked.frequency < tuner->range_low || asked.frequency > tuner->range_high) return EINVAL;
+      state.frequency = asked.frequency;
+      return 0;
+    }
+    case VIDIOC_G_STD:
+      As<v4l2_std_id>(argument) = state.standard;
+      return 0;
+    default:  // VIDIOC_S_STD
+      if (state.streaming) return EBUSY;
+      state.standard = As<v4l2_std_id>(argument);
+      return 0;
   }
 }
 

@@ -14,6 +14,7 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -46,6 +47,17 @@ struct FakeV4l2Device {
   std::uint32_t quantization = V4L2_QUANTIZATION_DEFAULT;
   std::vector<std::string> inputs = {"Camera 1"};
   std::vector<Control> controls;
+  // A TV card's tuner, behind the input `tuner_input`: its range and units as VIDIOC_G_TUNER
+  // gives them, and the signal strength at each frequency (in its units) that carries a station.
+  struct Tuner {
+    std::uint32_t capability = 0;
+    std::uint32_t range_low = 0;
+    std::uint32_t range_high = 0;
+    std::map<std::uint32_t, std::uint16_t> signals;
+  };
+  std::optional<Tuner> tuner;
+  std::size_t tuner_input = 0;
+  v4l2_std_id standard = V4L2_STD_PAL_BG;  // what the card is set to
 };
 
 // What a device is set to now.
@@ -54,6 +66,8 @@ struct FakeV4l2State {
   int input = 0;
   bool streaming = false;
   int stream_starts = 0;  // STREAMON calls so far
+  std::uint32_t frequency = 0;
+  v4l2_std_id standard = 0;
 };
 
 class FakeV4l2System final : public platform::linux_impl::V4l2System {
@@ -122,6 +136,7 @@ class FakeV4l2System final : public platform::linux_impl::V4l2System {
   static int EnumerateFrameSizes(const Node& node, v4l2_frmsizeenum& size);
   static int NextControl(const Node& node, v4l2_queryctrl& query);
   static int Control(Node& node, v4l2_control& control, bool set);
+  static int TunerCall(Node& node, unsigned long request, void* argument);
   int RequestBuffers(int fd, Node& node, v4l2_requestbuffers& request);
   static int DequeueBuffer(Node& node, v4l2_buffer& buffer);
 
