@@ -18,7 +18,7 @@ stage=$(mktemp -d)
 trap 'rm -rf "$stage"' EXIT
 DESTDIR="$stage" cmake --install build --prefix /usr >/dev/null
 for installed in usr/bin/zandrell usr/bin/zandrell-scenario usr/share/video-zandrell/webshare.html \
-  usr/share/video-zandrell/codec.zr usr/share/video-zandrell/camera.wav usr/share/man/man1/zandrell.1.gz \
+  usr/share/video-zandrell/codec.zr usr/share/video-zandrell/camera.wav usr/share/video-zandrell/tv-channels.ini usr/share/man/man1/zandrell.1.gz \
   usr/share/man/man1/zandrell-scenario.1.gz usr/share/bash-completion/completions/zandrell \
   usr/share/doc/video-zandrell/guide/index.html; do
   [ -s "$stage/$installed" ] || { echo "package: $installed is not installed" >&2; exit 1; }

@@ -1,6 +1,7 @@
 #include "platform/linux/backend_registry.h"
 
 #include <filesystem>
+#include <iostream>
 #include <system_error>
 
 #include "platform/linux/alsa_audio.h"
@@ -41,7 +42,11 @@ SharedChannelPlan ShippedChannelPlan() {
     std::filesystem::path path = folder / kTvChannelFile;
     if (!std::filesystem::exists(path, error))
       path = folder.parent_path() / "share" / "video-zandrell" / kTvChannelFile;
-    return std::make_shared<const Result<TvChannelPlan>>(ReadTvChannelPlan(path.string()));
+    auto read = std::make_shared<const Result<TvChannelPlan>>(ReadTvChannelPlan(path.string()));
+    // Without its plan a TV card's band has no channels; the reason goes where the operator
+    // who started the program can read it.
+    if (!read->ok()) std::cerr << "zandrell: no TV channels: " << read->error().message << "\n";
+    return read;
   }();
   return plan;
 }
