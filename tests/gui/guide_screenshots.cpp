@@ -321,10 +321,12 @@ int main(int argc, char** argv) {
   const auto sane = std::filesystem::temp_directory_path() / ("zr-guide-sane-" + std::to_string(getpid()));
   std::filesystem::create_directories(sane);
   std::ofstream(sane / "dll.conf") << "test\n";
+  // The system's settings of the test backend (its page among them), then ours.
   std::ofstream(sane / "test.conf") << std::ifstream("/etc/sane.d/test.conf").rdbuf() << kSlowTestScanner;
   setenv("SANE_CONFIG_DIR", sane.c_str(), 1);
   zr::testing::DesktopProgram desktop("zr-guide-screenshots", argc, argv);
   if (!desktop.parts) {
+    std::filesystem::remove_all(sane);
     std::cerr << "FAIL: no display to open windows on\n";
     return 1;
   }
