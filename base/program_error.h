@@ -25,13 +25,6 @@ class FileError : public ProgramError {
   using ProgramError::ProgramError;
 };
 
-// A step that belongs to a feature not built yet. It is never caught by the program's
-// guards, so no test can mistake the missing step for a working one.
-class NotBuiltYet : public std::logic_error {
- public:
-  explicit NotBuiltYet(const std::string& step) : std::logic_error("not built yet: " + step) {}
-};
-
 // Runs one statement of a procedure that passes over errors: a program error in it is
 // dropped and the procedure goes on with the next statement.
 template <class Statement>

@@ -607,7 +607,8 @@ std::unique_ptr<Binding> Make(C& control, const Guard& guard, QWidget* parent) {
 }  // namespace
 
 bool ShowsAsListBox(const ui::ListControl& list) {
-  return list.Name() == "devices" || list.Name() == "lstDIBList" || list.Name() == "InfoItems";
+  return list.Name() == "devices" || list.Name() == "lstDIBList" || list.Name() == "InfoItems" ||
+         list.Name() == "Sources";
 }
 
 std::unique_ptr<Binding> BindControl(ui::Control& control, const Guard& guard, QWidget* parent) {

@@ -11,7 +11,6 @@
 #include <QStandardPaths>
 #include <algorithm>
 
-#include "base/program_error.h"
 #include "core/window_registry.h"
 #include "gui/window_faces.h"
 #include "main_window/master.h"
@@ -256,12 +255,8 @@ QWidget* DesktopFace::WidgetOf(const ui::Window& window) const {
 }
 
 void DesktopFace::ShowFailure(const std::exception& failure) {
-  const bool missing = dynamic_cast<const NotBuiltYet*>(&failure) != nullptr;
-  const QString text =
-      missing
-          ? QString("This part of %1 is not built yet.\n\n%2").arg(QString::fromStdString(kAppTitle), failure.what())
-          : QString("The last command failed: %1").arg(failure.what());
-  QMessageBox::warning(QApplication::activeWindow(), QString::fromStdString(kAppTitle), text);
+  QMessageBox::warning(QApplication::activeWindow(), QString::fromStdString(kAppTitle),
+                       QString("The last command failed: %1").arg(failure.what()));
 }
 
 bool DesktopFace::eventFilter(QObject* watched, QEvent* event) {

@@ -64,10 +64,13 @@ ScanProgress::ScanProgress(Program& program) : ui::Window(program.services.loop,
   };
 }
 
-void ScanProgress::StartScan(const platform::ScannerSource& source, platform::ScanResult& result) {
+void ScanProgress::Load() {
   Caption = program_.Translate("Acquire");
-  Status.Caption = program_.Translate("Scanning from") + " " + source.name + "...";
   Cancel.Caption = program_.Translate("Cancel");
+}
+
+void ScanProgress::StartScan(const platform::ScannerSource& source, platform::ScanResult& result) {
+  Status.Caption = program_.Translate("Scanning from") + " " + source.name + "...";
   scanning_ = true;
   job_ = program_.services.scanners.Scan(
       source.id, [this](int percent) { Progress.Value = std::clamp(percent, 0, 100); },

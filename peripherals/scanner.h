@@ -44,6 +44,7 @@ class ScanProgress : public ui::Window {
   ui::RangeControl Progress{*this, "Progress"};
   ui::CommandButton Cancel{*this, "Cancel"};
 
+  void Load() override;
   // Starts the scan of `source`; at its end `result` gets how it ended and the window unloads.
   void StartScan(const platform::ScannerSource& source, platform::ScanResult& result);
 

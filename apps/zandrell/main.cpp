@@ -18,7 +18,6 @@
 #include "apps/zandrell/movie_tools_commands.h"
 #include "apps/zandrell/program_parts.h"
 #include "base/formatting.h"
-#include "base/program_error.h"
 #include "capture/video_screen.h"
 #include "core/operating_mode.h"
 #include "gui/desktop_toolkit.h"
@@ -582,12 +581,7 @@ int RunWithoutWindows(const Options& options, const std::string& app_path, std::
       loop, [&devices] { devices.EndRunsFromAnyThread(); }, nullptr);
   HeadlessOperator headless_operator(program, options.device);
   loop.SetOperator([&headless_operator] { headless_operator.Act(); });
-  try {
-    program.Main();
-  } catch (const zr::NotBuiltYet& missing) {
-    std::cerr << "zandrell: " << missing.what() << "\n";
-    return 1;
-  }
+  program.Main();
   loop.SetOperator(nullptr);
 
   bool recorded = false;
@@ -596,17 +590,12 @@ int RunWithoutWindows(const Options& options, const std::string& app_path, std::
     std::cerr << "zandrell: no device is connected"
               << (devices.SourceMessage().empty() ? "" : ": " + devices.SourceMessage()) << "\n";
   } else if (!asked_to_end_at_start) {
-    try {
-      if (options.webshare_port)
-        recorded = ServePictures(program, loop, *options.webshare_port, watch);
-      else if (options.run_set_up)
-        recorded = RunSetUp(program, loop, options, watch);
-      else
-        recorded = RecordMovie(program, loop, options, watch);
-    } catch (const zr::NotBuiltYet& missing) {
-      // The movie is closed before any later step of the close-out runs.
-      std::cerr << "zandrell: " << missing.what() << "\n";
-    }
+    if (options.webshare_port)
+      recorded = ServePictures(program, loop, *options.webshare_port, watch);
+    else if (options.run_set_up)
+      recorded = RunSetUp(program, loop, options, watch);
+    else
+      recorded = RecordMovie(program, loop, options, watch);
     for (const std::string& message : {devices.SourceMessage(), devices.RunMessage()})
       if (!message.empty()) std::cerr << "zandrell: " << message << "\n";
     const std::string status = program.Window<zr::Master>().StatusString.Caption.get();

@@ -2,14 +2,19 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 #include <filesystem>
 #include <memory>
+#include <optional>
+#include <vector>
 
 #include "base/program_error.h"
 #include "platform/linux/ffmpeg_handles.h"
 #include "platform/linux/movie_decoder.h"
+#include "platform/linux/sound_track_file.h"
 
 extern "C" {
+#include <libavutil/channel_layout.h>
 #include <libavutil/imgutils.h>
 }
 
@@ -19,6 +24,8 @@ namespace {
 
 constexpr DvStandard kPal{720, 576, 25, 1};
 constexpr DvStandard kNtsc{720, 480, 30000, 1001};
+// The sound a DV stream carries.
+constexpr SoundTrackReader::Format kDvSound{48000, 2};
 
 Error Failed(const std::string& what, int code) { return Error{what + ": " + AvErrorText(code), "WriteDvStream"}; }
 
@@ -31,7 +38,7 @@ struct AvioCloser {
 // The encoder and the muxer of one DV file, open from construction to Finish.
 class DvWriter {
  public:
-  Result<void> Open(const std::string& target, const DvStandard& standard) {
+  Result<void> Open(const std::string& target, const DvStandard& standard, bool with_sound) {
     standard_ = standard;
     AVFormatContext* raw = nullptr;
     if (int code = avformat_alloc_output_context2(&raw, nullptr, "dv", target.c_str()); code < 0)
@@ -54,6 +61,19 @@ class DvWriter {
     stream_->time_base = encoder_->time_base;
     if (int code = avcodec_parameters_from_context(stream_->codecpar, encoder_.get()); code < 0)
       return Failed("the DV stream cannot be described", code);
+    if (with_sound) {
+      sound_ = avformat_new_stream(output_.get(), nullptr);
+      if (!sound_) return Error{"out of memory", "WriteDvStream"};
+      AVCodecParameters& sound = *sound_->codecpar;
+      sound.codec_type = AVMEDIA_TYPE_AUDIO;
+      sound.codec_id = AV_CODEC_ID_PCM_S16LE;
+      sound.format = AV_SAMPLE_FMT_S16;
+      sound.sample_rate = kDvSound.rate;
+      av_channel_layout_default(&sound.ch_layout, kDvSound.channels);
+      sound.bits_per_coded_sample = 16;
+      sound.block_align = kDvSound.channels * 2;
+      sound_->time_base = AVRational{1, kDvSound.rate};
+    }
     if (int code = avio_open(&output_->pb, target.c_str(), AVIO_FLAG_WRITE); code < 0)
       return Failed("the DV file cannot be made", code);
     file_.reset(output_.get());
@@ -84,6 +104,20 @@ class DvWriter {
     return Encode(frame_.get());
   }
 
+  // Interleaved samples of the sound, the first of them sample `first` of the stream.
+  Result<void> WriteSound(const std::vector<std::int16_t>& samples, std::int64_t first) {
+    if (samples.empty()) return {};
+    const auto bytes = static_cast<int>(samples.size() * sizeof(std::int16_t));
+    if (int code = av_new_packet(packet_.get(), bytes); code < 0) return Failed("out of memory", code);
+    std::memcpy(packet_->data, samples.data(), static_cast<std::size_t>(bytes));
+    packet_->pts = packet_->dts = first;
+    packet_->duration = static_cast<std::int64_t>(samples.size()) / kDvSound.channels;
+    packet_->stream_index = sound_->index;
+    if (int written = av_interleaved_write_frame(output_.get(), packet_.get()); written < 0)
+      return Failed("the DV file cannot be written", written);
+    return {};
+  }
+
   Result<void> Finish() {
     if (auto flushed = Encode(nullptr); !flushed) return flushed;
     if (int code = av_write_trailer(output_.get()); code < 0) return Failed("the DV file cannot be ended", code);
@@ -109,10 +143,47 @@ class DvWriter {
   std::unique_ptr<AVFormatContext, AvioCloser> file_;  // closes the file before the context goes
   CodecContextPtr encoder_;
   AVStream* stream_ = nullptr;
+  AVStream* sound_ = nullptr;
   FramePtr frame_;
   PacketPtr packet_;
   ScalerPtr scaler_;
 };
+
+// The movie's sound in the stretches the DV frames cover.
+class DvSound {
+ public:
+  explicit DvSound(std::unique_ptr<SoundTrackReader> track) : track_(std::move(track)) {}
+
+  // The samples from the last asked for up to sample `end`, silence where the track has ended.
+  std::vector<std::int16_t> Until(std::int64_t end) {
+    const auto wanted = static_cast<std::size_t>(std::max<std::int64_t>(end - given_, 0) * kDvSound.channels);
+    std::vector<std::int16_t> block;
+    while (pending_.size() < wanted && !ended_) {
+      ended_ = !track_->Read(block);
+      pending_.insert(pending_.end(), block.begin(), block.end());
+    }
+    std::vector<std::int16_t> taken(wanted, 0);
+    const std::size_t from_track = std::min(wanted, pending_.size());
+    std::copy_n(pending_.begin(), from_track, taken.begin());
+    pending_.erase(pending_.begin(), pending_.begin() + static_cast<std::ptrdiff_t>(from_track));
+    given_ = std::max(given_, end);
+    return taken;
+  }
+  std::int64_t Given() const { return given_; }
+
+ private:
+  std::unique_ptr<SoundTrackReader> track_;
+  std::vector<std::int16_t> pending_;
+  std::int64_t given_ = 0;
+  bool ended_ = false;
+};
+
+// How many samples of sound the first `frames` frames of the standard cover, rounded up: the
+// stream takes a frame's sound only once the whole of it is there.
+std::int64_t SoundSamplesOf(std::int64_t frames, const DvStandard& standard) {
+  const std::int64_t covered = frames * kDvSound.rate * standard.rate_denominator;
+  return (covered + standard.rate_numerator - 1) / standard.rate_numerator;
+}
 
 }  // namespace
 
@@ -137,9 +208,13 @@ Result<void> WriteDvStream(const std::string& movie, const std::string& target,
   if (!info) return info.error();
   auto decoder = MovieDecoder::Open(movie);
   if (!decoder) return decoder.error();
+  auto track = SoundTrackReader::Open(movie, kDvSound);
+  if (!track) return track.error();
+  std::optional<DvSound> sound;
+  if (*track) sound.emplace(std::move(*track));
   const DvStandard standard = DvStandardFor(info->frames_per_second);
   DvWriter writer;
-  if (auto opened = writer.Open(target, standard); !opened) return opened;
+  if (auto opened = writer.Open(target, standard, sound.has_value()); !opened) return opened;
   const double output_rate = static_cast<double>(standard.rate_numerator) / standard.rate_denominator;
   const double seconds = static_cast<double>(info->frame_count) / info->frames_per_second;
   const auto output_frames = static_cast<std::int64_t>(std::ceil(seconds * output_rate - 1e-9));
@@ -149,6 +224,11 @@ Result<void> WriteDvStream(const std::string& movie, const std::string& target,
     auto picture = (*decoder)->PictureOf(source);
     if (!picture) return picture.error();
     if (auto written = writer.Write(**picture, index); !written) return written;
+    if (sound) {
+      const std::int64_t first = sound->Given();
+      if (auto written = writer.WriteSound(sound->Until(SoundSamplesOf(index + 1, standard)), first); !written)
+        return written;
+    }
     if (!go_on(std::llround((static_cast<double>(index) + 1) * 1000.0 / output_rate))) break;
   }
   return writer.Finish();

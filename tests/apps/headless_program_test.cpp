@@ -235,25 +235,44 @@ TEST_F(HeadlessProgramTest, ExtractsEveryFrameOfAMovieAsFfmpegDecodesIt) {
 
 // A movie exported without a deck becomes a DV stream file beside it that ffprobe reads as DV:
 // PAL for a movie near 25 frames a second, NTSC for one near 30, as long as the movie; a file of
-// the name there already stays as it was and the export takes the next free name.
+// the name there already stays as it was and the export takes the next free name. The movie's
+// sound, mono at 22050 Hz here, goes along as the 48 kHz stereo of DV; a silent movie has none.
 TEST_F(HeadlessProgramTest, ExportsAMovieAsADvStreamFileBesideIt) {
   struct Case {
     const char* rate;
     const char* size;
     const char* frame_rate;
+    const char* sound;  // ffmpeg's input and coding of the movie's sound
   };
-  for (const Case& movie : {Case{"25", "720x576", "25/1"}, Case{"30", "720x480", "30000/1001"}}) {
+  const Case cases[] = {
+      {"25", "720x576", "25/1", " -f lavfi -i sine=sample_rate=22050:duration=2 -c:a pcm_s16le"},
+      {"30", "720x480", "30000/1001", ""},
+  };
+  for (const Case& movie : cases) {
     const std::string name = std::string("m") + movie.rate;
     RunCommand("cd '" + folder_.string() + "' && ffmpeg -v error -f lavfi -i testsrc2=size=320x240:rate=" + movie.rate +
-               " -frames:v 50 -c:v mjpeg " + name + ".avi && echo keep > " + name + ".dv");
+               movie.sound + " -frames:v 50 -c:v mjpeg " + name + ".avi && echo keep > " + name + ".dv");
     ASSERT_EQ(Run("--export-dv " + name + ".avi"), 0) << output_;
     EXPECT_NE(output_.find(name + " 2.dv"), std::string::npos) << output_;
     EXPECT_EQ(RunCommand("cat '" + File(name + ".dv") + "'"), "keep\n");
-    const auto stream = ProbeStream(File(name + " 2.dv"), 'v', "codec_name,width,height,r_frame_rate");
+    const std::string dv = File(name + " 2.dv");
+    const auto stream = ProbeStream(dv, 'v', "codec_name,width,height,r_frame_rate");
     EXPECT_EQ(stream.at("codec_name"), "dvvideo") << movie.rate;
     EXPECT_EQ(stream.at("width") + "x" + stream.at("height"), movie.size);
     EXPECT_EQ(stream.at("r_frame_rate"), movie.frame_rate);
-    EXPECT_NEAR(ProbeDurationSeconds(File(name + " 2.dv")), 50.0 / std::stoi(movie.rate), 0.1);
+    EXPECT_NEAR(ProbeDurationSeconds(dv), 50.0 / std::stoi(movie.rate), 0.1);
+    const auto sound = ProbeStream(dv, 'a', "codec_name,sample_rate,channels,duration");
+    if (*movie.sound == '\0') {
+      EXPECT_TRUE(sound.empty()) << movie.rate;
+      continue;
+    }
+    EXPECT_EQ(sound.at("codec_name") + " " + sound.at("sample_rate") + " " + sound.at("channels"), "pcm_s16le 48000 2");
+    EXPECT_NEAR(std::stod(sound.at("duration")), 2.0, 0.05);
+    // The tone itself, not silence: a sine at an eighth of full scale is some 21 dB under it.
+    const std::string level =
+        RunCommand("ffmpeg -i '" + dv + "' -af volumedetect -f null - 2>&1 | grep -o 'mean_volume: [-0-9.]*'");
+    ASSERT_FALSE(level.empty());
+    EXPECT_GT(std::stod(level.substr(level.find(' '))), -30.0) << level;
   }
   EXPECT_EQ(Run("--export-dv none.avi"), 2);
 }

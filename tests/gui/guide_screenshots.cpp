@@ -1,8 +1,10 @@
 // The pictures of the user guide that the other desktop tests do not take: the capture window
-// alone, the Preferences, the device information, the message of a set-up being saved, and a
-// series waiting on motion. The desktop
+// alone, the Preferences, the device information, the message of a set-up being saved, a
+// series waiting on motion, and the scanner's windows. The desktop
 // program runs under xvfb-run; each window is opened as the operator opens it, photographed into
-// the screenshots folder (which the built guide shows) and closed again.
+// the screenshots folder (which the built guide shows) and closed again. The scanner is SANE's
+// test backend, slowed down so that its scan can be photographed; the page it scans must come to
+// a picture window at the page's size at the scanner's resolution.
 
 #include <unistd.h>
 
@@ -20,6 +22,7 @@
 #include <QToolButton>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
 #include <functional>
 #include <iostream>
 #include <string>
@@ -30,7 +33,10 @@
 #include "core/main_menus.h"
 #include "core/message_window.h"
 #include "gui/desktop_toolkit.h"
+#include "gui/qt_event_loop.h"
+#include "image/windows/image_window.h"
 #include "main_window/master.h"
+#include "peripherals/scanner.h"
 #include "tests/gui/desktop_program.h"
 
 namespace {
@@ -38,6 +44,12 @@ namespace {
 constexpr std::int64_t kStepTimeoutMs = 20000;
 constexpr std::int64_t kSettleMs = 800;  // the face lays a window out and its timers run once
 constexpr int kJpegFiles = 2;            // of the series' file types
+// The test scanner's page, 80 by 100 mm, at its resolution of 50 dots an inch.
+constexpr QSize kTestScannerPage{157, 196};
+// SANE's test backend as the only scanner, set up as the system sets it up but for its page,
+// in colour bars after a fifth of a second.
+constexpr const char* kSlowTestScanner =
+    "\nread-delay true\nread-delay-duration 200000\ntest-picture \"Color pattern\"\n";
 
 QWidget* FindWidget(const char* name) {
   for (QWidget* top : QApplication::topLevelWidgets()) {
@@ -65,6 +77,27 @@ void Click(QWidget* widget) {
   if (widget) QTest::mouseClick(widget, Qt::LeftButton);
 }
 
+// Photographs the window by this name the moment it shows: the scan's progress window lasts
+// only as long as the scan.
+class ShowPhotographer final : public QObject {
+ public:
+  ShowPhotographer(QString name, QString file) : name_(std::move(name)), file_(std::move(file)) {
+    qApp->installEventFilter(this);
+  }
+  bool photographed = false;
+
+ protected:
+  bool eventFilter(QObject* watched, QEvent* event) override {
+    auto* window = qobject_cast<QWidget*>(watched);
+    if (!photographed && event->type() == QEvent::Show && window && window->objectName() == name_)
+      photographed = window->grab().save(file_);
+    return false;
+  }
+
+ private:
+  const QString name_, file_;
+};
+
 // Each step is done when it answers true; a tick every 100 ms asks the step in turn.
 class Photographer {
  public:
@@ -83,6 +116,13 @@ class Photographer {
         {"the message of a set-up being saved", [this] { return PhotographMessage(); }},
         {"a series waiting on motion", [this] { return WaitOnMotion(); }},
         {"the end of the series", [this] { return EndSeries(); }},
+        {"the scanner's sources",
+         [this] {
+           return PhotographModal("SelectSource", "SelectSource.png", "Select",
+                                  [this] { ChooseFromMenus(MainWindow().TWAINx(zr::scanner_menu::kSelectSource)); });
+         }},
+        {"a scan under way", [this] { return PhotographScan(); }},
+        {"the scanned page", [this] { return PhotographScannedPage(); }},
         {"the close", [this] { return Close(); }},
     };
     clock_.start();
@@ -179,12 +219,44 @@ class Photographer {
     return true;
   }
 
-  // The File menu's entry, as the operator picks it.
-  void Preferences() {
-    const QString caption = QString::fromStdString(MainWindow().FileMenu(zr::file_menu::kPreferences).Caption);
+  void Preferences() { ChooseFromMenus(MainWindow().FileMenu(zr::file_menu::kPreferences)); }
+
+  // The entry of the menu bar with the model entry's caption, as the operator picks it.
+  void ChooseFromMenus(const zr::ui::Menu& model) {
+    const QString caption = QString::fromStdString(model.Caption);
     for (QAction* menu : FindWidget("Master")->findChild<QMenuBar*>()->actions())
       for (QAction* entry : menu->menu()->actions())
         if (entry->text() == caption) return entry->trigger();
+  }
+
+  // The scanner button of the mode bar, again should the scan end before the progress window
+  // was photographed.
+  bool PhotographScan() {
+    auto& loop = dynamic_cast<zr::gui::QtEventLoop&>(parts_.program.services.loop);
+    if (loop.InHandler()) return false;
+    if (scan_progress_.photographed) return true;
+    Click(FindButtonOf("MainToolbar", "scanner"));
+    return false;
+  }
+
+  // The scan in a new picture window, "Untitled", its picture the whole page at its size.
+  bool PhotographScannedPage() {
+    const auto& images = parts_.program.SlotOf<zr::Image>();
+    auto* window = dynamic_cast<zr::Image*>(images.ExtraInstance(images.ExtraInstanceCount()));
+    if (!window || !window->Visible || !window->MasterImage.Picture) return false;
+    const auto& page = *window->MasterImage.Picture;
+    if (QSize(page.width, page.height) != kTestScannerPage) {
+      Fail("the scan is " + std::to_string(page.width) + "x" + std::to_string(page.height));
+      return false;
+    }
+    QWidget* frame = nullptr;
+    for (QWidget* picture : FindWidget("Master")->findChildren<QWidget*>("MasterImage"))
+      if (picture->isVisible() && picture->minimumSize() == kTestScannerPage &&
+          Framed(picture->parentWidget())->windowTitle() == "Untitled")
+        frame = Framed(picture->parentWidget());
+    if (!Photograph(frame, "scanned_page.png")) return false;
+    Later([frame] { frame->close(); });
+    return true;
   }
 
   // Multiple image mode from the mode bar, numbered JPEG files, the motion trigger, and Rec/Stop: the status line
@@ -240,18 +312,27 @@ class Photographer {
   std::int64_t settled_since_ = -1;
   bool asked_ = false;  // the step's own action was taken
   QTimer tick_;
+  ShowPhotographer scan_progress_{"ScanProgress", QString::fromStdString(folder_ + "/ScanProgress.png")};
 };
 
 }  // namespace
 
 int main(int argc, char** argv) {
+  const auto sane = std::filesystem::temp_directory_path() / ("zr-guide-sane-" + std::to_string(getpid()));
+  std::filesystem::create_directories(sane);
+  std::ofstream(sane / "dll.conf") << "test\n";
+  // The system's settings of the test backend (its page among them), then ours.
+  std::ofstream(sane / "test.conf") << std::ifstream("/etc/sane.d/test.conf").rdbuf() << kSlowTestScanner;
+  setenv("SANE_CONFIG_DIR", sane.c_str(), 1);
   zr::testing::DesktopProgram desktop("zr-guide-screenshots", argc, argv);
   if (!desktop.parts) {
+    std::filesystem::remove_all(sane);
     std::cerr << "FAIL: no display to open windows on\n";
     return 1;
   }
   Photographer photographer(*desktop.parts, ZR_SCREENSHOT_DIR);
   desktop.Run();
+  std::filesystem::remove_all(sane);
   if (!photographer.failure.empty()) {
     std::cerr << "FAIL: " << photographer.failure << "\n";
     return 1;
