@@ -13,6 +13,7 @@
 
 #include "base/program_error.h"
 #include "core/window_registry.h"
+#include "gui/toolkit_language.h"
 #include "gui/window_faces.h"
 #include "main_window/master.h"
 
@@ -59,6 +60,7 @@ DesktopFace::~DesktopFace() {
 void DesktopFace::Sync() {
   if (syncing_) return;
   syncing_ = true;
+  UseToolkitLanguage(program_.language);
   SyncMaster();
   std::map<WindowKey, bool> live;
   for (ui::WindowSlotBase* slot : program_.Windows()) {

@@ -36,6 +36,8 @@ class QtDesktopToolkit final : public DesktopToolkit {
  public:
   QtDesktopToolkit(int& argc, char** argv) : application_(argc, argv) {
     QApplication::setApplicationName(QString::fromStdString(kAppTitle));
+    // The window manager's titles name the program beside each window's own caption.
+    QApplication::setApplicationDisplayName(QString::fromStdString(kAppTitle));
     QApplication::setWindowIcon(ApplicationIcon());
     // The program ends when its main window is gone, not when its last window closes.
     QApplication::setQuitOnLastWindowClosed(false);

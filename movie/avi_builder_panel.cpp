@@ -77,13 +77,14 @@ AviBuilderPanel::AviBuilderPanel(ui::Window& window, Program& program) : window_
     auto& button = AviBuilderCursors.AddButton(key, adds ? ui::ButtonStyle::Dropdown : ui::ButtonStyle::Default, key);
     button.Enabled = adds;
   }
-  AviBuilderCursors.Button("add").AddMenu("group", "group");
-  BuildAVI.Caption = "Build AVI";
-  for (ui::ListControl* list : {&AVIBuildFPS, &ImgAviCodec}) list->ToolTipText = "Frame Rate for Movie Viewer";
+  AviBuilderCursors.Button("add").AddMenu("group", program_.Translate("group"));
+  BuildAVI.Caption = program_.Translate("Build AVI");
+  for (ui::ListControl* list : {&AVIBuildFPS, &ImgAviCodec})
+    list->ToolTipText = program_.Translate("Frame Rate for Movie Viewer");
   BuildAVI.Enabled = false;
   AVIBuildProgress.Visible = false;
   AVIBuildProgress.is_progress_bar = true;
-  AVIBuildCancel.Caption = "Cancel";
+  AVIBuildCancel.Caption = program_.Translate("Cancel");
   AVIBuildCancel.Visible = false;
 
   AviBuilderCursors.OnButtonClick = [this](ui::ToolbarButton& button) {

@@ -39,13 +39,13 @@ MovieViewer::MovieViewer(Program& program)
     : ui::Window(program.services.loop, std::string(kWindowName)),
       program_(program),
       player_(program.services.make_movie_player()) {
-  Caption = "Movie Window";
+  Caption = program_.Translate("Movie Window");
   MovieInfo.Caption = "00:00:00.00 / 00:00:00.00";
-  MovieInfo.ToolTipText = "Position (Click here to jump to a specific frame)";
+  MovieInfo.ToolTipText = program_.Translate("Position (Click here to jump to a specific frame)");
   for (const int index : {kTimeChoice, kFramesChoice}) {
     auto& choice = DisplayType.Add(*this, "DisplayType", index);
     choice.is_option_button = true;
-    choice.Caption = index == kFramesChoice ? "Frames" : "Time";
+    choice.Caption = program_.Translate(index == kFramesChoice ? "Frames" : "Time");
     choice.Value = index == kFramesChoice ? 1 : 0;
   }
   for (const int index : {kTimeChoice, kFramesChoice}) {

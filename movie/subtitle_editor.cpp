@@ -55,7 +55,7 @@ SubtitleEditor::SubtitleEditor(Program& program)
     : ui::Window(program.services.loop, std::string(kWindowName)),
       program_(program),
       player_(program.services.make_movie_player()) {
-  Caption = "SRT Editor";
+  Caption = program_.Translate("SRT Editor");
   Width = 880;
   Height = 660;
   SRTSubtitle.multi_line = true;
@@ -87,7 +87,7 @@ SubtitleEditor::SubtitleEditor(Program& program)
   for (const Command& command : commands) {
     ui::ToolbarButton& button = moviecontrol.AddButton(command.key, ui::ButtonStyle::Default, command.image);
     button.ToolTipText = program_.Translate(command.tip);
-    button.Caption = command.caption;
+    button.Caption = program_.Translate(command.caption);
   }
   moviecontrol.OnButtonClick = [this](ui::ToolbarButton& button) { moviecontrol_ButtonClick(button); };
   SRTRefresh.OnTimer = [this] { SRTRefresh_Timer(); };
