@@ -1,5 +1,6 @@
 // Every window of the program in each of its five languages, on the offscreen platform: no text
-// wider or taller than the widget that shows it, no control over a sibling or out of its parent,
+// wider or taller than the widget that shows it, no picture button without a tool tip, no control
+// over a sibling or out of its parent,
 // no window larger than a 1366 x 768 screen. The main window is measured in each operating mode.
 
 #include <gtest/gtest.h>
@@ -109,6 +110,10 @@ class FitReport {
       if (tool->toolButtonStyle() != Qt::ToolButtonIconOnly && !tool->text().isEmpty() &&
           tool->width() < tool->sizeHint().width())
         Add(widget, "cuts \"" + tool->text().toStdString() + "\"");
+      // "seprate" only marks a place in the device tool bar.
+      if (tool->toolButtonStyle() == Qt::ToolButtonIconOnly && tool->toolTip().isEmpty() &&
+          tool->objectName() != "seprate")
+        Add(widget, "shows a picture without a tool tip");
       if (tool->menu()) CheckMenu(*tool->menu());
       return;
     }
