@@ -737,6 +737,33 @@ constexpr TextTranslations kTable[] = {
     {"Cable", "Cabo", "Cable", "Câble", "Kabel"},
     {"Stations", "Estações", "Emisoras", "Stations", "Sender"},
     {"Image Insertion", "Inserção de imagem", "Inserción de imagen", "Insertion d'image", "Bildeinfügung"},
+
+    // ---- Progress and status texts of the movie tools, the AVI builder, the stores and the upload
+    {"Saving ", "Salvando ", "Guardando ", "Enregistrement ", "Speichere "},
+    {" of ", " de ", " de ", " sur ", " von "},
+    {" frames", " quadros", " fotogramas", " images", " Bildern"},
+    {"Image Extracted", "Imagem extraída", "Imagen extraída", "Image extraite", "Bild entnommen"},
+    {"Error Recompressing ", "Erro ao recomprimir ", "Error al recomprimir ", "Erreur de recompression de ",
+     "Fehler beim Neukomprimieren von "},
+    {"Writing (", "Gravando (", "Escribiendo (", "Écriture (", "Schreibe ("},
+    {"Reading first image...", "Lendo a primeira imagem...", "Leyendo la primera imagen...",
+     "Lecture de la première image...", "Lese das erste Bild..."},
+    {"Initializing AVI File...", "Inicializando o arquivo AVI...", "Inicializando el archivo AVI...",
+     "Initialisation du fichier AVI...", "AVI-Datei wird vorbereitet..."},
+    {"FTP Connection Closed.", "Conexão FTP fechada.", "Conexión FTP cerrada.", "Connexion FTP fermée.",
+     "FTP-Verbindung geschlossen."},
+    {"Trigged by Motion", "Disparado por movimento", "Disparado por movimiento", "Déclenché par le mouvement",
+     "Durch Bewegung ausgelöst"},
+    {"Motion Detector Error", "Erro no detector de movimento", "Error del detector de movimiento",
+     "Erreur du détecteur de mouvement", "Fehler des Bewegungsmelders"},
+    {"Error writing ", "Erro ao gravar ", "Error al escribir ", "Erreur d'écriture de ", "Fehler beim Schreiben von "},
+    {"JPEG File.", "Arquivo JPEG.", "Archivo JPEG.", "Fichier JPEG.", "JPEG-Datei."},
+    {"SRT Editor - ", "Editor de SRT - ", "Editor de SRT - ", "Éditeur SRT - ", "SRT-Editor - "},
+
+    // ---- The device's own dialogs on the desktop
+    {"Video format:", "Formato de vídeo:", "Formato de vídeo:", "Format vidéo :", "Videoformat:"},
+    {"This source has no settings to adjust.", "Esta origem não tem ajustes.", "Este origen no tiene ajustes.",
+     "Cette source n'a aucun réglage.", "Diese Quelle hat keine Einstellungen."},
 };
 
 }  // namespace

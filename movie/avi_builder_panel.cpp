@@ -282,8 +282,8 @@ void AviBuilderPanel::ShowProgress(const platform::MovieBuildProgress& progress,
   }
   AVIBuildProgress.Value = progress.frame + 1;
   Image& preview = Preview();
-  preview.Caption = "Writing (" + std::to_string(progress.frame) + "/" + std::to_string(count - 1) + ") - " +
-                    building_frames_[static_cast<std::size_t>(progress.frame)] + " ...";
+  preview.Caption = program_.Translate("Writing (") + std::to_string(progress.frame) + "/" + std::to_string(count - 1) +
+                    ") - " + building_frames_[static_cast<std::size_t>(progress.frame)] + " ...";
   preview.MasterImage.Picture = progress.picture;
 }
 
@@ -308,9 +308,9 @@ bool AviBuilderPanel::BuildMovie(const std::string& path) {
                         platform::MessageIcon::Exclamation);
     return false;
   }
-  Preview().Caption = "Reading first image...";
+  Preview().Caption = program_.Translate("Reading first image...");
   program_.Yield();
-  Preview().Caption = "Initializing AVI File...";
+  Preview().Caption = program_.Translate("Initializing AVI File...");
   program_.Yield();
 
   // The compressor shown first is the one the capture window chose for built movies.

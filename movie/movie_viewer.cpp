@@ -71,7 +71,7 @@ MovieViewer::MovieViewer(Program& program)
   Timer1.OnTimer = [this] { Timer1_Timer(); };
   WorkProgress.is_progress_bar = true;
   WorkProgress.Visible = false;
-  WorkCancel.Caption = "Cancel";
+  WorkCancel.Caption = program_.Translate("Cancel");
   WorkCancel.Visible = false;
   WorkCancel.OnClick = [this] {
     if (job_) job_->Cancel();
@@ -172,7 +172,7 @@ void MovieViewer::ExtractCurrentFrame() {
     image.Caption = caption.substr(0, caption.size() - 4) + "_Frame_" +
                     FormatNumber(static_cast<double>(player_->CurrentFrame()), "#0");
   image.Show();
-  program_.MainWindow().StatusString.Caption = "Image Extracted";
+  program_.MainWindow().StatusString.Caption = program_.Translate("Image Extracted");
   player_->StopMovie();
 }
 
@@ -237,8 +237,9 @@ void MovieViewer::ShowExtractedFrame(const platform::ExtractedFrame& frame, cons
   series.Show();
   if (kind == "bmp" || kind == "jpg")
     series.Caption = base + "_Frame_" + FormatNumber(static_cast<double>(frame.number), "#0") + "." + kind;
-  program_.MainWindow().StatusString.Caption = "Saving " + FormatNumber(static_cast<double>(frame.number), "#") +
-                                               " of " + FormatNumber(static_cast<double>(frame.last), "#") + " frames";
+  program_.MainWindow().StatusString.Caption =
+      program_.Translate("Saving ") + FormatNumber(static_cast<double>(frame.number), "#") +
+      program_.Translate(" of ") + FormatNumber(static_cast<double>(frame.last), "#") + program_.Translate(" frames");
   WorkProgress.Value = static_cast<int>(std::min<std::int64_t>(frame.number + 1, WorkProgress.Max));
 }
 
@@ -327,7 +328,7 @@ void MovieViewer::Recompress(const std::string& target, const std::string& title
 
 void MovieViewer::EndRecompression(bool failed, const std::string& target) {
   auto& main = program_.MainWindow();
-  if (failed) main.StatusString.Caption = "Error Recompressing " + target;
+  if (failed) main.StatusString.Caption = program_.Translate("Error Recompressing ") + target;
   main.MousePointer = 0;
   main.Enabled = true;
   Enabled = true;

@@ -98,7 +98,7 @@ SubtitleEditor::SubtitleEditor(Program& program)
 }
 
 void SubtitleEditor::OpenMovie(const std::string& file) {
-  Caption = "SRT Editor - " + file;
+  Caption = program_.Translate("SRT Editor - ") + file;
   // A movie that cannot be played leaves the player empty; its subtitles are edited all the same.
   if (player_->OpenMovie(file)) {
     movietimeline.Max = static_cast<int>(player_->LengthMs() / 1000);

@@ -36,8 +36,8 @@ std::string RemoteName(const std::string& local_file, const std::string& remote_
   return remote_file;
 }
 
-void CloseConnection(FtpUploadState& upload) {
-  upload.status = "FTP Connection Closed.";
+void CloseConnection(const Program& program, FtpUploadState& upload) {
+  upload.status = program.Translate("FTP Connection Closed.");
   if (upload.connection) upload.connection->Close();
   upload.connection.reset();
 }
@@ -68,7 +68,7 @@ class Upload {
     }
     Transfer(local_file, remote);
     program_.MainWindow().StatusString.Caption = program_.Translate("Disconnecting...");
-    CloseConnection(*state_);
+    CloseConnection(program_, *state_);
     if (ReadSettingNumber(program_.services.settings, settings::HangUpAfterUpload) == 1) HangUp();
     program_.MainWindow().StatusString.Caption = "";
     UnloadWindow();
@@ -210,7 +210,7 @@ void FTPImage::StatusTimer_Timer() {
 
 // The upload under way is not told: its next step finds the connection gone.
 void FTPImage::Command1_Click() {
-  CloseConnection(*upload_);
+  CloseConnection(program_, *upload_);
   program_.SlotOf<FTPImage>().Unload();
 }
 

@@ -4,6 +4,7 @@
 // implementation. All calls arrive on the logic thread.
 
 #include <cstdint>
+#include <cstdio>
 #include <functional>
 #include <optional>
 #include <string>
@@ -207,6 +208,13 @@ class WallClock {
  public:
   virtual ~WallClock() = default;
   virtual DateTime Now() const = 0;
+  // The time of day of `time` as the desktop writes it; where no desktop says otherwise, hours,
+  // minutes and seconds of two digits each, on a clock of 24 hours.
+  virtual std::string TimeOfDayText(const DateTime& time) const {
+    char text[16];
+    std::snprintf(text, sizeof text, "%02d:%02d:%02d", time.hour, time.minute, time.second);
+    return text;
+  }
 };
 
 }  // namespace zr::platform

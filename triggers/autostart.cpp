@@ -28,10 +28,6 @@ std::string LongDate(const Program& program, const DateTime& now) {
          program.Translate(kMonths[static_cast<std::size_t>(now.month - 1)]) + " " + std::to_string(now.year);
 }
 
-std::string TimeOfDay(const DateTime& now) {
-  return TwoDigits(now.hour) + ":" + TwoDigits(now.minute) + ":" + TwoDigits(now.second);
-}
-
 void SetRange(ui::RangeControl& control, int max) {
   control.Min = 0;
   control.Max = max;
@@ -75,7 +71,7 @@ void Autostart::Load() {
 
 void Autostart::ShowClock(const DateTime& now) {
   RealDate.Caption = LongDate(program_, now);
-  RealTime.Caption = TimeOfDay(now);
+  RealTime.Caption = program_.services.clock.TimeOfDayText(now);
 }
 
 // Eleven years from this one; the twelve months; 31 days whatever the month, each with a
