@@ -198,6 +198,8 @@ class Desktop {
   virtual std::optional<std::string> UserGuide() const = 0;
   // Lays out the main window's child windows; nothing where there are no windows.
   virtual void ArrangeChildWindows(ArrangeCode code) = 0;
+  // The decimal sign of the desktop's numbers; a point where no desktop says otherwise.
+  virtual std::string DecimalSign() const { return "."; }
 };
 
 // ---- Wall clock

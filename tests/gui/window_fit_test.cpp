@@ -1,7 +1,7 @@
 // Every window of the program in each of its five languages, on the offscreen platform: no text
 // wider or taller than the widget that shows it, no picture button without a tool tip, no control
-// over a sibling or out of its parent,
-// no window larger than a 1366 x 768 screen. The main window is measured in each operating mode.
+// over a sibling or out of its parent, no window larger than a 1366 x 768 screen, and no text
+// left in English in another language. The main window is measured in each operating mode.
 
 #include <gtest/gtest.h>
 
