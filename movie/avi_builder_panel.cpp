@@ -151,8 +151,8 @@ void AviBuilderPanel::AcceptFile(const std::string& path, Refusal refusal) {
   const AviBuilderFormat format{true, dib.Width(), dib.Height(), dib.BitCount()};
   if (format_.set && format_ != format) {
     if (refusal == Refusal::Told)
-      program_.MessageBox("Chosen bitmap file is a different format ! ", platform::MessageButtons::Ok,
-                          platform::MessageIcon::Information);
+      program_.MessageBox(program_.Translate("Chosen bitmap file is a different format ! "),
+                          platform::MessageButtons::Ok, platform::MessageIcon::Information);
   } else {
     format_ = format;
     Preview().Show();
@@ -218,14 +218,15 @@ void AviBuilderPanel::AddGroup(const std::string& folder, const std::string& mas
 
 void AviBuilderPanel::AddGroupByDialogs() {
   auto& dialogs = program_.services.dialogs;
-  const auto folder =
-      dialogs.FileDialog({platform::FileDialogKind::Folder, "Choose the path", "", program_.HomeFolder, false});
+  const auto folder = dialogs.FileDialog(
+      {platform::FileDialogKind::Folder, program_.Translate("Choose the path"), "", program_.HomeFolder, false});
   if (!folder || folder->empty()) return;
   std::string path = folder->front();
   if (!path.ends_with('/')) path += "/";
   const auto mask =
-      dialogs.InputBox({"Enter the mask for the files: (eg. *.BMP)\r\n\r\nExample: MyFiles???a.bmp\r\n\r\n"
-                        "Atention: files with different resolution will be ignored.",
+      dialogs.InputBox({program_.Translate("Enter the mask for the files: (eg. *.BMP)") + "\r\n\r\n" +
+                            program_.Translate("Example: MyFiles???a.bmp") + "\r\n\r\n" +
+                            program_.Translate("Atention: files with different resolution will be ignored."),
                         kAppTitle, "*.bmp"});
   if (!mask || mask->empty()) return;
   AddGroup(path, *mask);
@@ -289,7 +290,7 @@ void AviBuilderPanel::ShowProgress(const platform::MovieBuildProgress& progress,
 
 bool AviBuilderPanel::BuildMovie(const std::string& path) {
   const auto error_box = [&] {
-    program_.MessageBox("There was an error writing " + path, platform::MessageButtons::Ok,
+    program_.MessageBox(program_.Translate("There was an error writing ") + path, platform::MessageButtons::Ok,
                         platform::MessageIcon::Stop);
     return false;
   };
@@ -304,7 +305,7 @@ bool AviBuilderPanel::BuildMovie(const std::string& path) {
   const auto first_frame =
       !frames.empty() && first.CreateFromFile(frames.front()) ? MovieFrameOf(first, converted) : std::nullopt;
   if (!first_frame) {
-    program_.MessageBox("Could not load first bitmap file.", platform::MessageButtons::Ok,
+    program_.MessageBox(program_.Translate("Could not load first bitmap file."), platform::MessageButtons::Ok,
                         platform::MessageIcon::Exclamation);
     return false;
   }

@@ -185,7 +185,7 @@ void MovieViewer::ExtractAllFrames() {
   const std::string proposed =
       last_extract_name_.size() >= 4 ? last_extract_name_.substr(0, last_extract_name_.size() - 4) : "";
   const auto chosen = program_.services.dialogs.FileDialog(
-      platform::FileDialogRequest{platform::FileDialogKind::Save, "Location to save images...",
+      platform::FileDialogRequest{platform::FileDialogKind::Save, program_.Translate("Location to save images..."),
                                   "Bitmap File (*.bmp)|*.bmp|JPEG Image File (*.jpg)|*.jpg|", proposed, false});
   const std::string scratch = program_.state.AppPath + "temp.bmp";
   if (chosen && !chosen->empty()) {
@@ -280,7 +280,7 @@ void MovieViewer::RecompressFile() {
   const bool with_sound = info && info->streams == 2;
   if (with_sound && !info->audio) return EndRecompression(true, "");
   const auto chosen = program_.services.dialogs.FileDialog(platform::FileDialogRequest{
-      platform::FileDialogKind::Save, "Save Recompressed AVI...", "Movie File (*.avi)|*.avi",
+      platform::FileDialogKind::Save, program_.Translate("Save Recompressed AVI..."), "Movie File (*.avi)|*.avi",
       filename.size() >= 4 ? filename.substr(0, filename.size() - 4) : "", false});
   if (!chosen || chosen->empty()) return EndRecompression(false, "");
   const auto codec = ChooseCompressor();
@@ -337,10 +337,10 @@ void MovieViewer::EndRecompression(bool failed, const std::string& target) {
 
 void MovieViewer::MovieInfo_Click() {
   if (DisplayType(kTimeChoice).Value != 1) return;
-  const auto answer = program_.services.dialogs.InputBox(
-      platform::InputBoxRequest{"Current Frame is " + std::to_string(player_->CurrentFrame()) + " of " +
-                                    player_->Duration() + "\n\rEnter the frame number:",
-                                kAppTitle + " Go to frame...", ""});
+  const auto answer = program_.services.dialogs.InputBox(platform::InputBoxRequest{
+      program_.Translate("Current Frame is ") + std::to_string(player_->CurrentFrame()) + program_.Translate(" of ") +
+          player_->Duration() + "\n\r" + program_.Translate("Enter the frame number:"),
+      kAppTitle + program_.Translate(" Go to frame..."), ""});
   if (!answer || answer->empty()) return;
   ResumeNext([&] { player_->SeekFrame(Fix(NumericPrefix(*answer))); });
 }
