@@ -216,7 +216,7 @@ QString ToolkitFileFilter(const std::string& filter) {
     if (parts[at].isEmpty() && parts[at + 1].isEmpty()) continue;
     QString patterns = parts[at + 1];
     patterns.replace(';', ' ');
-    entries << parts[at].trimmed() + " (" + patterns.trimmed() + ")";
+    entries << Translate(parts[at].trimmed().toStdString()) + " (" + patterns.trimmed() + ")";
   }
   return entries.join(";;");
 }
