@@ -351,9 +351,15 @@ TEST_P(WindowTexts, EveryWindowSpeaksItsLanguage) {
   }
 }
 
+// The language a test runs in, by name.
+std::string LanguageName(const ::testing::TestParamInfo<Language>& info) {
+  constexpr const char* kNames[] = {"English", "Portuguese", "Spanish", "French", "German"};
+  return kNames[static_cast<int>(info.param)];
+}
+
 INSTANTIATE_TEST_SUITE_P(Languages, WindowTexts,
-                         ::testing::Values(Language::Portuguese, Language::Spanish, Language::French,
-                                           Language::German));
+                         ::testing::Values(Language::Portuguese, Language::Spanish, Language::French, Language::German),
+                         LanguageName);
 
 class WindowPlaces : public DesktopWindows, public ::testing::Test {};
 
@@ -387,7 +393,8 @@ TEST_F(WindowPlaces, AWindowOpensWhereItClosedInsideTheScreen) {
 
 INSTANTIATE_TEST_SUITE_P(Languages, WindowFit,
                          ::testing::Values(Language::English, Language::Portuguese, Language::Spanish, Language::French,
-                                           Language::German));
+                                           Language::German),
+                         LanguageName);
 
 }  // namespace
 }  // namespace zr::gui
