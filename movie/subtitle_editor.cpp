@@ -135,7 +135,9 @@ void SubtitleEditor::SRTProcess(const std::string& text) {
   SRTSubtitle.FontItalic = true;
 }
 
-std::string SubtitleEditor::GetSRTTCR(double offset) const { return SubtitleTimeCode(PositionSeconds() + offset); }
+std::string SubtitleEditor::GetSRTTCR(double offset) const {
+  return SubtitleTimeCode(PositionSeconds() + offset, program_.services.desktop.DecimalSign());
+}
 
 void SubtitleEditor::SaveSRT(const std::string& file) {
   std::vector<SubtitleRecord> records;
