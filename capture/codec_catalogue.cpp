@@ -34,13 +34,14 @@ std::string CodecDescription(Program& program, std::string_view four_cc) {
   const platform::SmallFile file =
       platform::ReadSmallFile(program.state.AppPath + kCodecCatalogueFile, kLargestCatalogueBytes);
   if (!file.IsRead()) {
-    program.MessageBox("ERROR C100: Can't find CODEC Information file.", MessageButtons::Ok, MessageIcon::Stop);
+    program.MessageBox(program.Translate("ERROR C100: Can't find CODEC Information file."), MessageButtons::Ok,
+                       MessageIcon::Stop);
     return "";
   }
   DelimitedInput lines(file.text);
   const auto header = lines.Next();
   if (!header || CodecLine(*header) != kCodecCatalogueHeader) {
-    program.MessageBox("ERROR C101: Error in Script Alpha.", MessageButtons::Ok, MessageIcon::Stop);
+    program.MessageBox(program.Translate("ERROR C101: Error in Script Alpha."), MessageButtons::Ok, MessageIcon::Stop);
     return "Error";
   }
   const std::string wanted = UpperCase(four_cc);

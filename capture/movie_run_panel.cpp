@@ -17,11 +17,11 @@ MovieRunPanel::MovieRunPanel(ui::Window& window, Program& program) : window_(win
   MovieMinutesControl.Max = 59;
   MovieSecondsControl.Max = 59;
   for (ui::Label* display : {&MovieHoursDisplay, &MovieMinutesDisplay, &MovieSecondsDisplay}) display->Caption = "00";
-  AudioChannels.AddItem("Mono");
-  AudioChannels.AddItem("Stereo");
+  AudioChannels.AddItem(program_.Translate("Mono"));
+  AudioChannels.AddItem(program_.Translate("Stereo"));
   AudioBits.AddItem("8 bits");
   AudioBits.AddItem("16 bits");
-  for (const char* rate : {"8 Khz", "11 Khz", "22 Khz", "44 Khz"}) AudioRate.AddItem(rate);
+  for (const char* rate : {"8 Khz", "11 Khz", "22 Khz", "44 Khz"}) AudioRate.AddItem(program_.Translate(rate));
   PreviewRateLabel.Caption = "Preview Rate:";
   MovieFrameRateControl.OnChange = [this] { MovieFrameRateControl_Change(); };
   MovieHoursControl.OnChange = [this] { MovieLimitControl_Change(MovieHoursControl, MovieHoursDisplay); };

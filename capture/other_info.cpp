@@ -16,7 +16,8 @@ OtherInfo::OtherInfo(Program& program) : ui::Window(program.services.loop, "Othe
 
 void OtherInfo::Load() {
   Caption = program_.Translate("Other Information");
-  for (const char* item : {"Copyright", "Artist", "Subject", "Product", "Source", "Comments"}) InfoItems.AddItem(item);
+  for (const char* item : {"Copyright", "Artist", "Subject", "Product", "Source", "Comments"})
+    InfoItems.AddItem(program_.Translate(item));
   InfoItems.ListIndex = 0;
 }
 

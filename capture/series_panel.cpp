@@ -13,16 +13,22 @@ namespace {
 
 const char* const kEffects[] = {"Flip",     "Mirror",  "Negative", "Greyscale", "Soften",
                                 "Lighting", "Sharpen", "Solarize", "Diffuse",   "Emboss"};
+const char* const kModes[] = {"Movie file (.AVI)",
+                              "Multiple Bitmap file (.BMP)",
+                              "Multiple JPEG file (.JPG)",
+                              "Refresh Same Bitmap file (.BMP)",
+                              "Refresh Same JPEG file (.JPG)",
+                              "Put On Clipboard!"};
+constexpr const char* kModeTip = "File type selection";
+constexpr const char* kRateTip = "Frame Rate for Movie Viewer";
 
 }  // namespace
 
 SeriesPanel::SeriesPanel(ui::Window& window) : window_(window) {
   CreateToolbars();
-  for (const char* mode : {"Movie file (.AVI)", "Multiple Bitmap file (.BMP)", "Multiple JPEG file (.JPG)",
-                           "Refresh Same Bitmap file (.BMP)", "Refresh Same JPEG file (.JPG)", "Put On Clipboard!"})
-    MultipleImageMode.AddItem(mode);
-  MultipleImageMode.ToolTipText = "File type selection";
-  MultipleImageFrameRate.ToolTipText = "Frame Rate for Movie Viewer";
+  for (const char* mode : kModes) MultipleImageMode.AddItem(mode);
+  MultipleImageMode.ToolTipText = kModeTip;
+  MultipleImageFrameRate.ToolTipText = kRateTip;
   MultipleImageHoursControl.Max = 23;
   MultipleImageMinutesControl.Max = 59;
   MultipleImageSecondsControl.Max = 59;
@@ -43,8 +49,12 @@ void SeriesPanel::PopUpEffects(platform::Dialogs& dialogs) {
   if (const auto chosen = dialogs.PopupMenu(entries)) Img_Effects(*chosen).Click();
 }
 
-void SeriesPanel::LanguageEffects(const Program& program) {
+void SeriesPanel::LanguageSeriesControls(const Program& program) {
   for (const auto& [index, entry] : Img_Effects.Elements()) entry->Caption = program.Translate(kEffects[index]);
+  for (std::size_t index = 0; index < MultipleImageMode.Items.size() && index < std::size(kModes); ++index)
+    MultipleImageMode.Items[index].text = program.Translate(kModes[index]);
+  MultipleImageMode.ToolTipText = program.Translate(kModeTip);
+  MultipleImageFrameRate.ToolTipText = program.Translate(kRateTip);
 }
 
 void SeriesPanel::CreateToolbars() {

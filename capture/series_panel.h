@@ -35,7 +35,8 @@ class SeriesPanel {
 
   // Pops the effects menu up at the button; the entry chosen toggles.
   void PopUpEffects(platform::Dialogs& dialogs);
-  void LanguageEffects(const Program& program);
+  // The panel's fixed texts in the operator's language.
+  void LanguageSeriesControls(const Program& program);
 
  private:
   void CreateToolbars();

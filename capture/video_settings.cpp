@@ -29,23 +29,24 @@ VideoSettings::VideoSettings(Program& program) : ui::Window(program.services.loo
 // The line of index N says N + 1 %: the stored value is the index, so 10 shows "11 %", and 100
 // selects no line.
 void VideoSettings::Load() {
-  Caption = "Advanced Capture Settings";
-  Yield.AddItem("Exclusive Task (Recommended)");
-  Yield.AddItem("Background Task (Multi-Threading)");
-  VideoBuffersLabel.Caption = "Video Buffers:";
-  AudioBuffersLabel.Caption = "Audio Buffers:";
-  DOSBuffers.Caption = "Use DOS buffers";
-  DisableCache.Caption = "Disable Write Cache";
-  MaxIndexSizeLabel.Caption = "Max. Index Size:";
+  Caption = program_.Translate("Advanced Capture Settings");
+  Yield.AddItem(program_.Translate("Exclusive Task (Recommended)"));
+  Yield.AddItem(program_.Translate("Background Task (Multi-Threading)"));
+  VideoBuffersLabel.Caption = program_.Translate("Video Buffers:");
+  AudioBuffersLabel.Caption = program_.Translate("Audio Buffers:");
+  DOSBuffers.Caption = program_.Translate("Use DOS buffers");
+  DisableCache.Caption = program_.Translate("Disable Write Cache");
+  MaxIndexSizeLabel.Caption = program_.Translate("Max. Index Size:");
   MaxIndexSizeHint.Caption =
-      "This parameter controls the maximum number of frames captured (default: 324000 = 3 hours)";
-  ChunkLabel.Caption = "Chunk Granularity:";
-  DroppedFramesLabel.Caption = "Dropped Frames:";
-  OK.Caption = "OK";
-  SetDefaults.Caption = "Defaults";
-  Command1.Caption = "Cancel";
+      program_.Translate("This parameter controls the maximum number of frames captured (default: 324000 = 3 hours)");
+  ChunkLabel.Caption = program_.Translate("Chunk Granularity:");
+  DroppedFramesLabel.Caption = program_.Translate("Dropped Frames:");
+  OK.Caption = program_.Translate("OK");
+  SetDefaults.Caption = program_.Translate("Defaults");
+  Command1.Caption = program_.Translate("Cancel");
   for (int percent = 1; percent <= kDropLines; ++percent)
-    DroppedFrames.AddItem("Warn when drop " + std::to_string(percent) + " % of frames");
+    DroppedFrames.AddItem(program_.Translate("Warn when drop ") + std::to_string(percent) +
+                          program_.Translate(" % of frames"));
 
   const CAPTUREPARMS& parms = program_.state.CaptureParms;
   Yield.ListIndex = parms.fYield == 1 ? 1 : parms.fYield == 0 ? 0 : -1;

@@ -24,6 +24,7 @@
 #include <type_traits>
 #include <vector>
 
+#include "gui/button_tips.h"
 #include "gui/icons.h"
 #include "gui/picture_image.h"
 
@@ -361,7 +362,9 @@ class ToolbarBinding final : public BindingOf<QToolBar, ui::Toolbar> {
       shown.tool->setIcon(ToolbarIcon(model.Image.get()));
       shown.image = model.Image.get();
     }
-    const QString tip = Text(model.ToolTipText.get().empty() ? model.Caption.get() : model.ToolTipText.get());
+    const QString tip = !model.ToolTipText.get().empty() ? Text(model.ToolTipText)
+                        : !model.Caption.get().empty()   ? Text(model.Caption)
+                                                         : ButtonTip(control_.Name(), model.Key());
     if (shown.tool->toolTip() != tip) shown.tool->setToolTip(tip);
     if (shown.tool->text() != Text(model.Caption)) shown.tool->setText(Text(model.Caption));
     shown.tool->setToolButtonStyle(model.Caption.get().empty() ? Qt::ToolButtonIconOnly : Qt::ToolButtonTextBesideIcon);

@@ -12,6 +12,7 @@
 #include <algorithm>
 
 #include "core/window_registry.h"
+#include "gui/toolkit_language.h"
 #include "gui/window_faces.h"
 #include "main_window/master.h"
 
@@ -58,6 +59,7 @@ DesktopFace::~DesktopFace() {
 void DesktopFace::Sync() {
   if (syncing_) return;
   syncing_ = true;
+  UseToolkitLanguage(program_.language);
   SyncMaster();
   std::map<WindowKey, bool> live;
   for (ui::WindowSlotBase* slot : program_.Windows()) {

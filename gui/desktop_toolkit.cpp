@@ -36,6 +36,8 @@ class QtDesktopToolkit final : public DesktopToolkit {
  public:
   QtDesktopToolkit(int& argc, char** argv) : application_(argc, argv) {
     QApplication::setApplicationName(QString::fromStdString(kAppTitle));
+    // The window manager's titles name the program beside each window's own caption.
+    QApplication::setApplicationDisplayName(QString::fromStdString(kAppTitle));
     QApplication::setWindowIcon(ApplicationIcon());
     // The installed desktop entry, by which a Wayland desktop finds the program's name and icon.
     QGuiApplication::setDesktopFileName(QStringLiteral(ZR_DESKTOP_FILE_NAME));

@@ -11,6 +11,8 @@
 #include <QVBoxLayout>
 #include <algorithm>
 
+#include "gui/toolkit_language.h"
+
 namespace zr::gui {
 
 namespace {
@@ -60,7 +62,7 @@ std::optional<int> QtDeviceDialogs::ChooseFormat(const std::string& device,
   for (const auto& format : formats) rows << FormatText(format);
   bool chosen = false;
   const int last_row = std::max(static_cast<int>(rows.size()) - 1, 0);
-  const QString row = QInputDialog::getItem(parent_, Text(device), "Video format:", rows,
+  const QString row = QInputDialog::getItem(parent_, Text(device), Translate("Video format:"), rows,
                                             std::clamp(current_row, 0, last_row), false, &chosen);
   if (!chosen) return std::nullopt;
   return static_cast<int>(rows.indexOf(row));
@@ -83,12 +85,12 @@ void QtDeviceDialogs::EditSource(const std::string& device, platform::DeviceSett
       const auto selected = settings.SelectInput(index);
       problem->setText(selected ? QString() : Text(selected.error().message));
     });
-    form->addRow("Input:", input);
+    form->addRow(Translate("Input:"), input);
   }
   for (const auto& control : settings.Controls())
     form->addRow(Text(control.name) + ":", AdjustmentOf(control, settings, *problem, &dialog));
   if (inputs.empty() && settings.Controls().empty())
-    form->addRow(new QLabel("This source has no settings to adjust.", &dialog));
+    form->addRow(new QLabel(Translate("This source has no settings to adjust."), &dialog));
   layout->addWidget(problem);
   auto* buttons = new QDialogButtonBox(QDialogButtonBox::Close, &dialog);
   QObject::connect(buttons, &QDialogButtonBox::rejected, &dialog, &QDialog::reject);

@@ -22,6 +22,7 @@
 #include <vector>
 
 #include "gui/picture_image.h"
+#include "gui/toolkit_language.h"
 
 namespace zr::gui {
 
@@ -166,13 +167,13 @@ std::optional<platform::CompressionChoice> QtDialogs::CompressionOptions(
     const platform::CompressionOptionsRequest& request) {
   if (request.compressors.empty()) return std::nullopt;
   QDialog dialog(parent_);
-  dialog.setWindowTitle("Video Compression");
+  dialog.setWindowTitle(Translate("Video Compression"));
   auto* form = new QFormLayout(&dialog);
   auto* compressors = new QComboBox(&dialog);
   for (const auto& compressor : request.compressors) compressors->addItem(Text(compressor.name));
   auto* setting = new QSpinBox(&dialog);
-  form->addRow("Compressor:", compressors);
-  form->addRow("Setting:", setting);
+  form->addRow(Translate("Compressor:"), compressors);
+  form->addRow(Translate("Setting:"), setting);
   auto* buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel, &dialog);
   form->addRow(buttons);
   QObject::connect(buttons, &QDialogButtonBox::accepted, &dialog, &QDialog::accept);
@@ -186,8 +187,8 @@ std::optional<platform::CompressionChoice> QtDialogs::CompressionOptions(
     const bool has_setting = compressor.setting != platform::CompressorSettingKind::None;
     auto* label = qobject_cast<QLabel*>(form->labelForField(setting));
     if (label)
-      label->setText(compressor.setting == platform::CompressorSettingKind::BitRate ? "Bit rate (kbit/s):"
-                                                                                    : "Quality:");
+      label->setText(compressor.setting == platform::CompressorSettingKind::BitRate ? Translate("Bit rate (kbit/s):")
+                                                                                    : Translate("Quality:"));
     setting->setEnabled(has_setting);
     showing = true;
     setting->setRange(compressor.minimum, compressor.maximum);
@@ -215,7 +216,7 @@ QString ToolkitFileFilter(const std::string& filter) {
     if (parts[at].isEmpty() && parts[at + 1].isEmpty()) continue;
     QString patterns = parts[at + 1];
     patterns.replace(';', ' ');
-    entries << parts[at].trimmed() + " (" + patterns.trimmed() + ")";
+    entries << Translate(parts[at].trimmed().toStdString()) + " (" + patterns.trimmed() + ")";
   }
   return entries.join(";;");
 }

@@ -39,7 +39,7 @@ class QtClipboard final : public platform::Clipboard {
 };
 
 // The program's filter ("Movie (*.avi)|*.avi|All|*.*|") in the toolkit's form
-// ("Movie (*.avi) (*.avi);;All (*.*)").
+// ("Movie (*.avi) (*.avi);;All (*.*)"), the kinds' names in the operator's language.
 QString ToolkitFileFilter(const std::string& filter);
 
 }  // namespace zr::gui

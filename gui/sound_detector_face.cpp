@@ -7,6 +7,7 @@
 #include <QVBoxLayout>
 #include <utility>
 
+#include "gui/toolkit_language.h"
 #include "gui/window_faces.h"
 #include "gui/window_widgets.h"
 #include "triggers/sound_detector.h"
@@ -75,7 +76,7 @@ class SoundScopeWidget final : public QWidget {
   void DrawState(QPainter& painter, const QRectF& area) const {
     painter.setPen(Qt::white);
     if (!scope_.Problem().empty()) {
-      painter.drawText(area, Qt::AlignCenter | Qt::TextWordWrap, QString::fromStdString(scope_.Problem()));
+      painter.drawText(area, Qt::AlignCenter | Qt::TextWordWrap, Translate(scope_.Problem()));
       return;
     }
     if (scope_.Heard().empty()) return;

@@ -90,7 +90,7 @@ void Master::ReadHelpKey() {
 
 void Master::MasterTimer2_Timer() {
   if (StatusString.ForeColor != ui::kWhite) {
-    StatusCaption.Caption = "Status:";
+    StatusCaption.Caption = program_.Translate("Status:");
     StatusString.Caption = "";
     MasterTimer2.Enabled = false;
   }

@@ -348,8 +348,8 @@ void Master::OpenCaptureFile() {
 }
 
 void Master::OpenMovieFromToolbar() {
-  const auto chosen = program_.services.dialogs.FileDialog(
-      platform::FileDialogRequest{platform::FileDialogKind::Open, "Open AVI", "Movie File (*.avi)|*.avi|", "", false});
+  const auto chosen = program_.services.dialogs.FileDialog(platform::FileDialogRequest{
+      platform::FileDialogKind::Open, program_.Translate("Open AVI"), "Movie File (*.avi)|*.avi|", "", false});
   if (!chosen || chosen->empty()) return;
   OpenMovieInNewViewer(program_, chosen->front());
 }
@@ -459,7 +459,7 @@ void Master::MovieToolbar_ButtonClick(ui::ToolbarButton& button) {
 void Master::ChooseCaptureFilename() {
   if (program_.state.CaptureType != "movie") return;
   const auto chosen = program_.services.dialogs.FileDialog(
-      platform::FileDialogRequest{platform::FileDialogKind::Save, "Set Movie Clip filename...",
+      platform::FileDialogRequest{platform::FileDialogKind::Save, program_.Translate("Set Movie Clip filename..."),
                                   "Movie Clips (*.AVI)|*.avi", program_.state.CaptureFilename, false});
   if (!chosen || chosen->empty()) return;
   program_.state.CaptureFilename = chosen->front();
@@ -478,8 +478,8 @@ void Master::ChooseSeriesFilename() {
     filter = "Bitmap Image File (*.BMP)|*.BMP";
   else if (ending == "JPG")
     filter = "JPEG Image File (*.JPG)|*.JPG";
-  const auto chosen = program_.services.dialogs.FileDialog(
-      platform::FileDialogRequest{platform::FileDialogKind::Save, "Save as...", filter, name, false});
+  const auto chosen = program_.services.dialogs.FileDialog(platform::FileDialogRequest{
+      platform::FileDialogKind::Save, program_.Translate("Save as..."), filter, name, false});
   if (!chosen || chosen->empty()) return;
   name = chosen->front();
   MasterStatus.Panels("filename").Text = program_.Translate("Filename: ") + name;

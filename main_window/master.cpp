@@ -173,7 +173,7 @@ void Master::LanguageControls() {
   Shooter.Caption = program_.Translate("Shoot") + " (CTRL+F12)";
   MultipleImageToolbar.Button("motion").FindMenu("motion")->Text = program_.Translate("Motion Trigger");
   TriggerPanel::LanguageControls();
-  LanguageEffects(program_);
+  LanguageSeriesControls(program_);
 }
 
 void Master::CreateStatusBar() {

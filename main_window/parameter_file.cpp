@@ -261,7 +261,7 @@ class ParameterLoader {
   void LoadCommon() {
     auto& screen = program_.Window<VideoScreen>();
     state_.CaptureFilename = Text("Filename", DefaultCaptureFile(program_));
-    master_.MasterStatus.Panels("filename").Text = "Filename: " + state_.CaptureFilename;
+    master_.MasterStatus.Panels("filename").Text = program_.Translate("Filename: ") + state_.CaptureFilename;
     ResumeNext([&] { SetListIndex(master_.previewrate, std::abs(Number("Preview Rate", "15") - 1)); });
     ResumeNext([&] { screen.Control().SetVideoCompressorIndex(RoundHalfEven(Number("WDMVIDEOCODEC", "0"))); });
     ResumeNext([&] { screen.Control().SetAudioCompressorIndex(RoundHalfEven(Number("WDMAUDIOCODEC", "0"))); });

@@ -60,7 +60,7 @@ void Master::TakeSnapshot(bool to_clipboard) {
                        " " + ColonsToUnderscores(screen.DVtaken.Text);
   }
   if (to_clipboard) {
-    snapshot.Caption = "Image On Clipboard";
+    snapshot.Caption = program_.Translate("Image On Clipboard");
     if (snapshot.MasterImage.Picture) program_.services.clipboard.SetPicture(*snapshot.MasterImage.Picture);
   }
   snapshot.Show();
@@ -106,7 +106,7 @@ void Master::ShootImage() {
   if (mode == kSeriesClipboard) {
     program_.services.clipboard.Clear();
     if (window.MasterImage.Picture) program_.services.clipboard.SetPicture(*window.MasterImage.Picture);
-    window.Caption = "Clipboard";
+    window.Caption = program_.Translate("Clipboard");
     return;
   }
   const bool numbered = mode == kNumberedBitmap || mode == kNumberedJpeg;
@@ -115,11 +115,11 @@ void Master::ShootImage() {
       numbered ? FormatNumber(static_cast<double>(state.ImageCount) + state.ImageCounterStart, state.ImageCounterFormat)
                : "";
   const std::string file = StillBaseName(state.CaptureFilename) + number + (jpeg ? ".jpg" : ".bmp");
-  if (!jpeg) StatusString.Caption = (numbered ? "Writing... " : "Refresh... ") + file;
+  if (!jpeg) StatusString.Caption = program_.Translate(numbered ? "Writing... " : "Refresh... ") + file;
   if (!window.MasterImage.Picture) throw FileError("No picture to write to " + file);
   if (jpeg) {
     if (!SaveJPG(program_, *window.MasterImage.Picture, file, state.JpegQuality))
-      StatusString.Caption = "Error writing " + file + "JPEG File.";
+      StatusString.Caption = program_.Translate("Error writing ") + file + program_.Translate("JPEG File.");
   } else
     WritePictureFile(window.MasterImage.Picture, file, 100);
   window.Caption = file;

@@ -77,13 +77,14 @@ AviBuilderPanel::AviBuilderPanel(ui::Window& window, Program& program) : window_
     auto& button = AviBuilderCursors.AddButton(key, adds ? ui::ButtonStyle::Dropdown : ui::ButtonStyle::Default, key);
     button.Enabled = adds;
   }
-  AviBuilderCursors.Button("add").AddMenu("group", "group");
-  BuildAVI.Caption = "Build AVI";
-  for (ui::ListControl* list : {&AVIBuildFPS, &ImgAviCodec}) list->ToolTipText = "Frame Rate for Movie Viewer";
+  AviBuilderCursors.Button("add").AddMenu("group", program_.Translate("group"));
+  BuildAVI.Caption = program_.Translate("Build AVI");
+  for (ui::ListControl* list : {&AVIBuildFPS, &ImgAviCodec})
+    list->ToolTipText = program_.Translate("Frame Rate for Movie Viewer");
   BuildAVI.Enabled = false;
   AVIBuildProgress.Visible = false;
   AVIBuildProgress.is_progress_bar = true;
-  AVIBuildCancel.Caption = "Cancel";
+  AVIBuildCancel.Caption = program_.Translate("Cancel");
   AVIBuildCancel.Visible = false;
 
   AviBuilderCursors.OnButtonClick = [this](ui::ToolbarButton& button) {
@@ -150,8 +151,8 @@ void AviBuilderPanel::AcceptFile(const std::string& path, Refusal refusal) {
   const AviBuilderFormat format{true, dib.Width(), dib.Height(), dib.BitCount()};
   if (format_.set && format_ != format) {
     if (refusal == Refusal::Told)
-      program_.MessageBox("Chosen bitmap file is a different format ! ", platform::MessageButtons::Ok,
-                          platform::MessageIcon::Information);
+      program_.MessageBox(program_.Translate("Chosen bitmap file is a different format ! "),
+                          platform::MessageButtons::Ok, platform::MessageIcon::Information);
   } else {
     format_ = format;
     Preview().Show();
@@ -217,14 +218,15 @@ void AviBuilderPanel::AddGroup(const std::string& folder, const std::string& mas
 
 void AviBuilderPanel::AddGroupByDialogs() {
   auto& dialogs = program_.services.dialogs;
-  const auto folder =
-      dialogs.FileDialog({platform::FileDialogKind::Folder, "Choose the path", "", program_.HomeFolder, false});
+  const auto folder = dialogs.FileDialog(
+      {platform::FileDialogKind::Folder, program_.Translate("Choose the path"), "", program_.HomeFolder, false});
   if (!folder || folder->empty()) return;
   std::string path = folder->front();
   if (!path.ends_with('/')) path += "/";
   const auto mask =
-      dialogs.InputBox({"Enter the mask for the files: (eg. *.BMP)\r\n\r\nExample: MyFiles???a.bmp\r\n\r\n"
-                        "Atention: files with different resolution will be ignored.",
+      dialogs.InputBox({program_.Translate("Enter the mask for the files: (eg. *.BMP)") + "\r\n\r\n" +
+                            program_.Translate("Example: MyFiles???a.bmp") + "\r\n\r\n" +
+                            program_.Translate("Atention: files with different resolution will be ignored."),
                         kAppTitle, "*.bmp"});
   if (!mask || mask->empty()) return;
   AddGroup(path, *mask);
@@ -281,14 +283,14 @@ void AviBuilderPanel::ShowProgress(const platform::MovieBuildProgress& progress,
   }
   AVIBuildProgress.Value = progress.frame + 1;
   Image& preview = Preview();
-  preview.Caption = "Writing (" + std::to_string(progress.frame) + "/" + std::to_string(count - 1) + ") - " +
-                    building_frames_[static_cast<std::size_t>(progress.frame)] + " ...";
+  preview.Caption = program_.Translate("Writing (") + std::to_string(progress.frame) + "/" + std::to_string(count - 1) +
+                    ") - " + building_frames_[static_cast<std::size_t>(progress.frame)] + " ...";
   preview.MasterImage.Picture = progress.picture;
 }
 
 bool AviBuilderPanel::BuildMovie(const std::string& path) {
   const auto error_box = [&] {
-    program_.MessageBox("There was an error writing " + path, platform::MessageButtons::Ok,
+    program_.MessageBox(program_.Translate("There was an error writing ") + path, platform::MessageButtons::Ok,
                         platform::MessageIcon::Stop);
     return false;
   };
@@ -303,13 +305,13 @@ bool AviBuilderPanel::BuildMovie(const std::string& path) {
   const auto first_frame =
       !frames.empty() && first.CreateFromFile(frames.front()) ? MovieFrameOf(first, converted) : std::nullopt;
   if (!first_frame) {
-    program_.MessageBox("Could not load first bitmap file.", platform::MessageButtons::Ok,
+    program_.MessageBox(program_.Translate("Could not load first bitmap file."), platform::MessageButtons::Ok,
                         platform::MessageIcon::Exclamation);
     return false;
   }
-  Preview().Caption = "Reading first image...";
+  Preview().Caption = program_.Translate("Reading first image...");
   program_.Yield();
-  Preview().Caption = "Initializing AVI File...";
+  Preview().Caption = program_.Translate("Initializing AVI File...");
   program_.Yield();
 
   // The compressor shown first is the one the capture window chose for built movies.

@@ -39,13 +39,13 @@ MovieViewer::MovieViewer(Program& program)
     : ui::Window(program.services.loop, std::string(kWindowName)),
       program_(program),
       player_(program.services.make_movie_player()) {
-  Caption = "Movie Window";
+  Caption = program_.Translate("Movie Window");
   MovieInfo.Caption = "00:00:00.00 / 00:00:00.00";
-  MovieInfo.ToolTipText = "Position (Click here to jump to a specific frame)";
+  MovieInfo.ToolTipText = program_.Translate("Position (Click here to jump to a specific frame)");
   for (const int index : {kTimeChoice, kFramesChoice}) {
     auto& choice = DisplayType.Add(*this, "DisplayType", index);
     choice.is_option_button = true;
-    choice.Caption = index == kFramesChoice ? "Frames" : "Time";
+    choice.Caption = program_.Translate(index == kFramesChoice ? "Frames" : "Time");
     choice.Value = index == kFramesChoice ? 1 : 0;
   }
   for (const int index : {kTimeChoice, kFramesChoice}) {
@@ -71,7 +71,7 @@ MovieViewer::MovieViewer(Program& program)
   Timer1.OnTimer = [this] { Timer1_Timer(); };
   WorkProgress.is_progress_bar = true;
   WorkProgress.Visible = false;
-  WorkCancel.Caption = "Cancel";
+  WorkCancel.Caption = program_.Translate("Cancel");
   WorkCancel.Visible = false;
   WorkCancel.OnClick = [this] {
     if (job_) job_->Cancel();
@@ -172,7 +172,7 @@ void MovieViewer::ExtractCurrentFrame() {
     image.Caption = caption.substr(0, caption.size() - 4) + "_Frame_" +
                     FormatNumber(static_cast<double>(player_->CurrentFrame()), "#0");
   image.Show();
-  program_.MainWindow().StatusString.Caption = "Image Extracted";
+  program_.MainWindow().StatusString.Caption = program_.Translate("Image Extracted");
   player_->StopMovie();
 }
 
@@ -185,7 +185,7 @@ void MovieViewer::ExtractAllFrames() {
   const std::string proposed =
       last_extract_name_.size() >= 4 ? last_extract_name_.substr(0, last_extract_name_.size() - 4) : "";
   const auto chosen = program_.services.dialogs.FileDialog(
-      platform::FileDialogRequest{platform::FileDialogKind::Save, "Location to save images...",
+      platform::FileDialogRequest{platform::FileDialogKind::Save, program_.Translate("Location to save images..."),
                                   "Bitmap File (*.bmp)|*.bmp|JPEG Image File (*.jpg)|*.jpg|", proposed, false});
   const std::string scratch = program_.state.AppPath + "temp.bmp";
   if (chosen && !chosen->empty()) {
@@ -237,8 +237,9 @@ void MovieViewer::ShowExtractedFrame(const platform::ExtractedFrame& frame, cons
   series.Show();
   if (kind == "bmp" || kind == "jpg")
     series.Caption = base + "_Frame_" + FormatNumber(static_cast<double>(frame.number), "#0") + "." + kind;
-  program_.MainWindow().StatusString.Caption = "Saving " + FormatNumber(static_cast<double>(frame.number), "#") +
-                                               " of " + FormatNumber(static_cast<double>(frame.last), "#") + " frames";
+  program_.MainWindow().StatusString.Caption =
+      program_.Translate("Saving ") + FormatNumber(static_cast<double>(frame.number), "#") +
+      program_.Translate(" of ") + FormatNumber(static_cast<double>(frame.last), "#") + program_.Translate(" frames");
   WorkProgress.Value = static_cast<int>(std::min<std::int64_t>(frame.number + 1, WorkProgress.Max));
 }
 
@@ -279,7 +280,7 @@ void MovieViewer::RecompressFile() {
   const bool with_sound = info && info->streams == 2;
   if (with_sound && !info->audio) return EndRecompression(true, "");
   const auto chosen = program_.services.dialogs.FileDialog(platform::FileDialogRequest{
-      platform::FileDialogKind::Save, "Save Recompressed AVI...", "Movie File (*.avi)|*.avi",
+      platform::FileDialogKind::Save, program_.Translate("Save Recompressed AVI..."), "Movie File (*.avi)|*.avi",
       filename.size() >= 4 ? filename.substr(0, filename.size() - 4) : "", false});
   if (!chosen || chosen->empty()) return EndRecompression(false, "");
   const auto codec = ChooseCompressor();
@@ -327,7 +328,7 @@ void MovieViewer::Recompress(const std::string& target, const std::string& title
 
 void MovieViewer::EndRecompression(bool failed, const std::string& target) {
   auto& main = program_.MainWindow();
-  if (failed) main.StatusString.Caption = "Error Recompressing " + target;
+  if (failed) main.StatusString.Caption = program_.Translate("Error Recompressing ") + target;
   main.MousePointer = 0;
   main.Enabled = true;
   Enabled = true;
@@ -336,10 +337,10 @@ void MovieViewer::EndRecompression(bool failed, const std::string& target) {
 
 void MovieViewer::MovieInfo_Click() {
   if (DisplayType(kTimeChoice).Value != 1) return;
-  const auto answer = program_.services.dialogs.InputBox(
-      platform::InputBoxRequest{"Current Frame is " + std::to_string(player_->CurrentFrame()) + " of " +
-                                    player_->Duration() + "\n\rEnter the frame number:",
-                                kAppTitle + " Go to frame...", ""});
+  const auto answer = program_.services.dialogs.InputBox(platform::InputBoxRequest{
+      program_.Translate("Current Frame is ") + std::to_string(player_->CurrentFrame()) + program_.Translate(" of ") +
+          player_->Duration() + "\n\r" + program_.Translate("Enter the frame number:"),
+      kAppTitle + program_.Translate(" Go to frame..."), ""});
   if (!answer || answer->empty()) return;
   ResumeNext([&] { player_->SeekFrame(Fix(NumericPrefix(*answer))); });
 }

@@ -55,7 +55,7 @@ SubtitleEditor::SubtitleEditor(Program& program)
     : ui::Window(program.services.loop, std::string(kWindowName)),
       program_(program),
       player_(program.services.make_movie_player()) {
-  Caption = "SRT Editor";
+  Caption = program_.Translate("SRT Editor");
   Width = 880;
   Height = 660;
   SRTSubtitle.multi_line = true;
@@ -87,7 +87,7 @@ SubtitleEditor::SubtitleEditor(Program& program)
   for (const Command& command : commands) {
     ui::ToolbarButton& button = moviecontrol.AddButton(command.key, ui::ButtonStyle::Default, command.image);
     button.ToolTipText = program_.Translate(command.tip);
-    button.Caption = command.caption;
+    button.Caption = program_.Translate(command.caption);
   }
   moviecontrol.OnButtonClick = [this](ui::ToolbarButton& button) { moviecontrol_ButtonClick(button); };
   SRTRefresh.OnTimer = [this] { SRTRefresh_Timer(); };
@@ -98,7 +98,7 @@ SubtitleEditor::SubtitleEditor(Program& program)
 }
 
 void SubtitleEditor::OpenMovie(const std::string& file) {
-  Caption = "SRT Editor - " + file;
+  Caption = program_.Translate("SRT Editor - ") + file;
   // A movie that cannot be played leaves the player empty; its subtitles are edited all the same.
   if (player_->OpenMovie(file)) {
     movietimeline.Max = static_cast<int>(player_->LengthMs() / 1000);
@@ -135,7 +135,9 @@ void SubtitleEditor::SRTProcess(const std::string& text) {
   SRTSubtitle.FontItalic = true;
 }
 
-std::string SubtitleEditor::GetSRTTCR(double offset) const { return SubtitleTimeCode(PositionSeconds() + offset); }
+std::string SubtitleEditor::GetSRTTCR(double offset) const {
+  return SubtitleTimeCode(PositionSeconds() + offset, program_.services.desktop.DecimalSign());
+}
 
 void SubtitleEditor::SaveSRT(const std::string& file) {
   std::vector<SubtitleRecord> records;

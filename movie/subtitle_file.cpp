@@ -1,8 +1,8 @@
 #include "movie/subtitle_file.h"
 
+#include <charconv>
 #include <cmath>
 #include <cstdint>
-#include <cstdio>
 
 #include "base/formatting.h"
 #include "base/program_error.h"
@@ -161,14 +161,18 @@ double SubtitleTimeMs(std::string_view time) {
   return parts[0] * 3'600'000 + parts[1] * 60'000 + parts[2] * 1'000;
 }
 
-std::string SubtitleTimeCode(double seconds) {
+std::string SubtitleTimeCode(double seconds, const std::string& decimal_sign) {
   const double hours = seconds / 3600;
   const double minutes = (hours - Fix(hours)) * 60;
   const double rest = (minutes - Fix(minutes)) * 60;
-  // The seconds with three decimals and at least two whole digits; the decimal sign is a point.
-  char second_text[32];
-  std::snprintf(second_text, sizeof second_text, "%06.3f", rest);
-  return FormatNumber(Fix(hours), "00") + ":" + FormatNumber(Fix(minutes), "00") + ":" + second_text;
+  // The seconds with three decimals and at least two whole digits, written without the C
+  // library's locale, which the toolkit sets to the desktop's.
+  char digits[32];
+  const auto written = std::to_chars(digits, digits + sizeof digits, rest, std::chars_format::fixed, 3);
+  std::string seconds_text(digits, written.ptr);
+  if (seconds_text.size() < 6) seconds_text.insert(0, 6 - seconds_text.size(), '0');
+  seconds_text.replace(seconds_text.size() - 4, 1, decimal_sign);
+  return FormatNumber(Fix(hours), "00") + ":" + FormatNumber(Fix(minutes), "00") + ":" + seconds_text;
 }
 
 }  // namespace zr

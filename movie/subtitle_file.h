@@ -47,7 +47,8 @@ std::string ReplaceAll(std::string text, std::string_view from, std::string_view
 // counts 0.
 double SubtitleTimeMs(std::string_view time);
 
-// The editor's time code of a position in seconds: "00:00:10.500".
-std::string SubtitleTimeCode(double seconds);
+// The editor's time code of a position in seconds: "00:00:10.500", the seconds' decimal sign
+// that of the desktop's numbers ("00:00:10,500" in Germany).
+std::string SubtitleTimeCode(double seconds, const std::string& decimal_sign = ".");
 
 }  // namespace zr

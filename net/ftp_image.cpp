@@ -36,8 +36,8 @@ std::string RemoteName(const std::string& local_file, const std::string& remote_
   return remote_file;
 }
 
-void CloseConnection(FtpUploadState& upload) {
-  upload.status = "FTP Connection Closed.";
+void CloseConnection(const Program& program, FtpUploadState& upload) {
+  upload.status = program.Translate("FTP Connection Closed.");
   if (upload.connection) upload.connection->Close();
   upload.connection.reset();
 }
@@ -53,9 +53,9 @@ class Upload {
     const std::string remote = RemoteName(local_file, remote_file);
     if (FTPImage* window = Window()) {
       window->RemoteFile = remote;
-      window->Remotefile.Caption = "Uploading " + remote;
+      window->Remotefile.Caption = program_.Translate("Uploading ") + remote;
     }
-    program_.MainWindow().StatusString.Caption = "Uploading Image...";
+    program_.MainWindow().StatusString.Caption = program_.Translate("Uploading Image...");
     Pass();
     state_->transfer_type = platform::FtpTransferType::Ascii;
     Connect();
@@ -63,11 +63,12 @@ class Upload {
     if (!folder.empty()) {
       const bool changed = Perform([&](FtpDone done) { state_->connection->ChangeDirectory(folder, std::move(done)); });
       if (FTPImage* window = Window())
-        window->Status.Caption = changed ? "Directory changed" : "Can't change directory.";
+        window->Status.Caption =
+            changed ? program_.Translate("Directory changed") : program_.Translate("Can't change directory.");
     }
     Transfer(local_file, remote);
-    program_.MainWindow().StatusString.Caption = "Disconnecting...";
-    CloseConnection(*state_);
+    program_.MainWindow().StatusString.Caption = program_.Translate("Disconnecting...");
+    CloseConnection(program_, *state_);
     if (ReadSettingNumber(program_.services.settings, settings::HangUpAfterUpload) == 1) HangUp();
     program_.MainWindow().StatusString.Caption = "";
     UnloadWindow();
@@ -90,7 +91,7 @@ class Upload {
   // failure leaves its text in `last_failure_`.
   template <class Start>
   bool Perform(Start&& start) {
-    if (!state_->connection) return Failed(FtpOutcome{false, "Not connected to the FTP server"});
+    if (!state_->connection) return Failed(FtpOutcome{false, program_.Translate("Not connected to the FTP server")});
     auto outcome = std::make_shared<std::optional<FtpOutcome>>();
     start([outcome](const FtpOutcome& reported) { *outcome = reported; });
     program_.services.loop.RunModal([&] { return outcome->has_value(); });
@@ -101,22 +102,22 @@ class Upload {
     return false;
   }
 
-  void ReportError() { state_->status = "Error:" + last_failure_; }
+  void ReportError() { state_->status = program_.Translate("Error:") + last_failure_; }
 
   void Connect() {
-    state_->status = "Connecting...";
+    state_->status = program_.Translate("Connecting...");
     Pass();
     if (state_->connection) state_->connection->Close();
     state_->connection = program_.services.ftp.NewConnection();
     const auto& settings = program_.state;
     const platform::FtpLogin login{settings.FtpHost, settings.FtpPort, settings.FtpUser, settings.FtpPassword};
     if (Perform([&](FtpDone done) { state_->connection->Connect(login, std::move(done)); })) {
-      state_->status = "Connected";
+      state_->status = program_.Translate("Connected");
       Pass();
       return;
     }
     state_->connection.reset();
-    state_->status = "Cannot connect to FTP Server";
+    state_->status = program_.Translate("Cannot connect to FTP Server");
     Pass();
     ReportError();
   }
@@ -135,8 +136,9 @@ class Upload {
       Pass();
       sent += kBlockBytes;
       state_->percent = ToInt16(static_cast<std::int64_t>(sent * 100 / total));
-      state_->status = "Transfering: " + LeadingBlank(static_cast<double>(sent)) + " bytes  of" +
-                       LeadingBlank(static_cast<double>(total)) + " bytes";
+      state_->status = program_.Translate("Transfering: ") + LeadingBlank(static_cast<double>(sent)) +
+                       program_.Translate(" bytes  of") + LeadingBlank(static_cast<double>(total)) +
+                       program_.Translate(" bytes");
     }
     const std::size_t tail = total % kBlockBytes;
     if (!Send(file, sent, tail)) return ReportError();
@@ -145,7 +147,7 @@ class Upload {
     // The server's word on the whole file is awaited, so the disconnect cannot cut the file
     // short; like any close of a handle it is not reported.
     Perform([&](FtpDone done) { state_->connection->CloseFile(std::move(done)); });
-    state_->status = "File Transfered.";
+    state_->status = program_.Translate("File Transfered.");
   }
 
   // A block of the file from `offset`; what the file no longer holds goes as zeros.
@@ -179,11 +181,11 @@ FTPImage::FTPImage(Program& program) : ui::Window(program.services.loop, "FTPIma
 
 void FTPImage::Load() {
   ResumeNext([&] {
-    Caption = "File Upload";
-    Remotefile.Caption = "Transfering: ";
-    Label1.Caption = "File Upload";
-    Status.Caption = "Connecting...";
-    Command1.Caption = "Abort";
+    Caption = program_.Translate("File Upload");
+    Remotefile.Caption = program_.Translate("Transfering: ");
+    Label1.Caption = program_.Translate("File Upload");
+    Status.Caption = program_.Translate("Connecting...");
+    Command1.Caption = program_.Translate("Abort");
     ProgressBar.Min = 1;
     ProgressBar.Value = 1;
     ProgressBar.Max = 100;
@@ -208,7 +210,7 @@ void FTPImage::StatusTimer_Timer() {
 
 // The upload under way is not told: its next step finds the connection gone.
 void FTPImage::Command1_Click() {
-  CloseConnection(*upload_);
+  CloseConnection(program_, *upload_);
   program_.SlotOf<FTPImage>().Unload();
 }
 

@@ -11,15 +11,15 @@ NetConfig::NetConfig(Program& program) : ui::Window(program.services.loop, "NetC
 }
 
 void NetConfig::Load() {
-  Caption = "Internet Settings";
-  AddressCaption.Caption = "Server Address:";
-  PortCaption.Caption = "Port:";
-  UsernameCaption.Caption = "Username:";
-  PasswordCaption.Caption = "Password:";
-  DirectoryCaption.Caption = "Directory:";
-  DirectoryNote.Caption = "(Leave blank if you want to save in root directory)";
-  OK.Caption = "OK";
-  Cancel.Caption = "Cancel";
+  Caption = program_.Translate("Internet Settings");
+  AddressCaption.Caption = program_.Translate("Server Address:");
+  PortCaption.Caption = program_.Translate("Port:");
+  UsernameCaption.Caption = program_.Translate("Username:");
+  PasswordCaption.Caption = program_.Translate("Password:");
+  DirectoryCaption.Caption = program_.Translate("Directory:");
+  DirectoryNote.Caption = program_.Translate("(Leave blank if you want to save in root directory)");
+  OK.Caption = program_.Translate("OK");
+  Cancel.Caption = program_.Translate("Cancel");
   const auto& state = program_.state;
   frmFTP_Address.Text = state.FtpHost;
   frmFTP_Port.Text = FormatNumber(state.FtpPort, "#");

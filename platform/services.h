@@ -4,6 +4,7 @@
 // implementation. All calls arrive on the logic thread.
 
 #include <cstdint>
+#include <cstdio>
 #include <functional>
 #include <optional>
 #include <string>
@@ -197,6 +198,8 @@ class Desktop {
   virtual std::optional<std::string> UserGuide() const = 0;
   // Lays out the main window's child windows; nothing where there are no windows.
   virtual void ArrangeChildWindows(ArrangeCode code) = 0;
+  // The decimal sign of the desktop's numbers; a point where no desktop says otherwise.
+  virtual std::string DecimalSign() const { return "."; }
 };
 
 // ---- Wall clock
@@ -207,6 +210,13 @@ class WallClock {
  public:
   virtual ~WallClock() = default;
   virtual DateTime Now() const = 0;
+  // The time of day of `time` as the desktop writes it; where no desktop says otherwise, hours,
+  // minutes and seconds of two digits each, on a clock of 24 hours.
+  virtual std::string TimeOfDayText(const DateTime& time) const {
+    char text[16];
+    std::snprintf(text, sizeof text, "%02d:%02d:%02d", time.hour, time.minute, time.second);
+    return text;
+  }
 };
 
 }  // namespace zr::platform

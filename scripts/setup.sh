@@ -9,7 +9,7 @@ packages=(
   libturbojpeg0-dev libasound2-dev libfreetype-dev libfontconfig-dev fonts-liberation
   libgtest-dev libgmock-dev libbenchmark-dev
   ffmpeg libjpeg-turbo-progs curl
-  qt6-base-dev xvfb xauth
+  qt6-base-dev qt6-translations-l10n xvfb xauth
   chromium
   python3 python3-pyftpdlib clang-format
   cmark

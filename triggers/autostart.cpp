@@ -12,7 +12,8 @@ namespace zr {
 
 namespace {
 
-// The names of the clock and of the month list are English whatever the operator's language.
+// The names of the clock and of the month list, in English; the operator reads them in the
+// program's language, in the clock's fixed order of day, month and year.
 constexpr std::array<const char*, 7> kWeekdays = {"Sunday",   "Monday", "Tuesday", "Wednesday",
                                                   "Thursday", "Friday", "Saturday"};
 constexpr std::array<const char*, 12> kMonths = {"January", "February", "March",     "April",   "May",      "June",
@@ -22,13 +23,9 @@ constexpr int kDaysInList = 31;
 
 std::string TwoDigits(int number) { return (number < 10 ? "0" : "") + std::to_string(number); }
 
-std::string LongDate(const DateTime& now) {
-  return std::string(kWeekdays[static_cast<std::size_t>(DayOfWeek(now))]) + ", " + TwoDigits(now.day) + " " +
-         kMonths[static_cast<std::size_t>(now.month - 1)] + " " + std::to_string(now.year);
-}
-
-std::string TimeOfDay(const DateTime& now) {
-  return TwoDigits(now.hour) + ":" + TwoDigits(now.minute) + ":" + TwoDigits(now.second);
+std::string LongDate(const Program& program, const DateTime& now) {
+  return program.Translate(kWeekdays[static_cast<std::size_t>(DayOfWeek(now))]) + ", " + TwoDigits(now.day) + " " +
+         program.Translate(kMonths[static_cast<std::size_t>(now.month - 1)]) + " " + std::to_string(now.year);
 }
 
 void SetRange(ui::RangeControl& control, int max) {
@@ -56,7 +53,8 @@ Autostart::Autostart(Program& program) : ui::Window(program.services.loop, "Auto
 }
 
 void Autostart::Load() {
-  Caption = "Autostart";
+  Caption = program_.Translate("Autostart");
+  for (auto& tab : counttag.Tabs) tab = program_.Translate(tab);
   start.Caption = program_.Translate("OK");
   CancelButton.Caption = program_.Translate("Cancel");
   const DateTime now = program_.services.clock.Now();
@@ -72,8 +70,8 @@ void Autostart::Load() {
 }
 
 void Autostart::ShowClock(const DateTime& now) {
-  RealDate.Caption = LongDate(now);
-  RealTime.Caption = TimeOfDay(now);
+  RealDate.Caption = LongDate(program_, now);
+  RealTime.Caption = program_.services.clock.TimeOfDayText(now);
 }
 
 // Eleven years from this one; the twelve months; 31 days whatever the month, each with a
@@ -83,7 +81,7 @@ void Autostart::FillDateLists(const DateTime& now) {
   for (int year = now.year; year <= now.year + kYearsAhead; ++year) ano.AddItem(std::to_string(year));
   ano.ListIndex = 0;
   mes.Clear();
-  for (const char* month : kMonths) mes.AddItem(month);
+  for (const char* month : kMonths) mes.AddItem(program_.Translate(month));
   mes.ListIndex = now.month - 1;
   dia.Clear();
   for (int day = 1; day <= kDaysInList; ++day) dia.AddItem(" " + std::to_string(day));

@@ -76,10 +76,9 @@ void RS232::OpenChosenPort() {
   port_.reset();
   program_.Yield();
   const std::string name = ComPortList.Text();
-  auto opened =
-      name.empty()
-          ? Result<std::unique_ptr<platform::SerialLine>>(Error{"There is no serial port to open", "CommPort", 0})
-          : program_.services.serial_ports.Open(name);
+  auto opened = name.empty() ? Result<std::unique_ptr<platform::SerialLine>>(
+                                   Error{program_.Translate("There is no serial port to open"), "CommPort", 0})
+                             : program_.services.serial_ports.Open(name);
   if (opened) port_ = std::move(*opened);
   program_.Yield();
   if (!opened) {

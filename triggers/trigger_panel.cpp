@@ -97,6 +97,7 @@ void TriggerPanel::TriggerType_ButtonMenuClick(ui::ToolbarButton& button, ui::Bu
 void TriggerPanel::LanguageControls() {
   for (const auto& trigger : kTriggers)
     if (*trigger.tip) TriggerType.Button(trigger.key).ToolTipText = program_.Translate(trigger.tip);
+  MotionLabel.Caption = program_.Translate("Trigged by Motion");
   OfferJoysticks();
 }
 
@@ -146,7 +147,7 @@ void TriggerPanel::MotionTimer_Timer() {
   } catch (const ProgramError&) {
     main.CaptureControl(false);
     MotionTimer.Enabled = false;
-    main.StatusString.Caption = "Motion Detector Error";
+    main.StatusString.Caption = program_.Translate("Motion Detector Error");
   }
 }
 

@@ -65,7 +65,10 @@ void FOV::RefreshData() {
   } catch (const DivisionByZeroError&) {
     return;
   }
-  const std::string height = NumberText(RoundToPlaces(field.height, 3));
+  // The shortest number text, with the desktop's decimal sign.
+  std::string height = NumberText(RoundToPlaces(field.height, 3));
+  if (const auto point = height.find('.'); point != std::string::npos)
+    height.replace(point, 1, program_.services.desktop.DecimalSign());
   fov_H.Caption = program_.Translate("Vertical Field of view (H): ") + height + " meter(s)";
   fov_W.Caption = program_.Translate("Horizontal Field of view (W): ") + height + " meter(s)";
 }

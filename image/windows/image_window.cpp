@@ -58,8 +58,9 @@ Image::Image(Program& program, std::string name)
   for (const char* key : {"open", "save", "print", "clipboard"})
     Mastertoolbar.AddButton(key, ui::ButtonStyle::Default, key);
   auto& effects = Mastertoolbar.AddButton("effects", ui::ButtonStyle::Dropdown, "effects");
-  effects.ToolTipText = "Effects";
-  for (const auto& entry : kEffectsMenu) effects.AddMenu(std::string(entry.key), std::string(entry.caption));
+  effects.ToolTipText = program_.Translate("Effects");
+  for (const auto& entry : kEffectsMenu)
+    effects.AddMenu(std::string(entry.key), program_.Translate(std::string(entry.caption)));
   Mastertoolbar.OnButtonClick = [this](ui::ToolbarButton& button) { Mastertoolbar_ButtonClick(button); };
   Mastertoolbar.OnButtonMenuClick = [this](ui::ToolbarButton&, ui::ButtonMenu& entry) {
     Mastertoolbar_ButtonMenuClick(entry);

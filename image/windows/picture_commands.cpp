@@ -17,7 +17,7 @@ bool SaveJPG(Program& program, const platform::Picture& picture, const std::stri
 bool CopyToClipboard(Program& program, const cDIBSection& dib, bool as_dib) {
   const ClipboardCopy copy = dib.CopyToClipboard(program.services.clipboard, as_dib);
   if (copy == ClipboardCopy::DibFormatRefused)
-    program.MessageBox("I don't know how to put a DIB on the clipboard! Copy as bitmap instead!!!");
+    program.MessageBox(program.Translate("I don't know how to put a DIB on the clipboard! Copy as bitmap instead!!!"));
   return copy == ClipboardCopy::Copied;
 }
 

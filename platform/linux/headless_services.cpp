@@ -2,6 +2,7 @@
 
 #include <sys/statvfs.h>
 
+#include <clocale>
 #include <ctime>
 #include <filesystem>
 #include <ostream>
@@ -13,6 +14,19 @@ DateTime LocalWallClock::Now() const {
   std::tm local{};
   localtime_r(&now, &local);
   return DateTime{local.tm_year + 1900, local.tm_mon + 1, local.tm_mday, local.tm_hour, local.tm_min, local.tm_sec};
+}
+
+std::string LocalWallClock::TimeOfDayText(const DateTime& time) const {
+  const locale_t desktop = newlocale(LC_TIME_MASK, "", static_cast<locale_t>(nullptr));
+  if (desktop == static_cast<locale_t>(nullptr)) return WallClock::TimeOfDayText(time);
+  std::tm parts{};
+  parts.tm_hour = time.hour;
+  parts.tm_min = time.minute;
+  parts.tm_sec = time.second;
+  char text[64];
+  const std::size_t length = strftime_l(text, sizeof text, "%X", &parts, desktop);
+  freelocale(desktop);
+  return length > 0 ? std::string(text, length) : WallClock::TimeOfDayText(time);
 }
 
 std::optional<std::uint64_t> StatvfsFileSystem::FreeBytes(const std::string& path) {

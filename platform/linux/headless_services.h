@@ -19,6 +19,8 @@ namespace zr::platform::linux_impl {
 class LocalWallClock final : public WallClock {
  public:
   DateTime Now() const override;  // the local time of the machine
+  // In the form of the desktop's locale (LC_TIME), such as "3:04:05 PM" in the United States.
+  std::string TimeOfDayText(const DateTime& time) const override;
 };
 
 // Free space by statvfs of the nearest existing folder on the way to the path.

@@ -1,8 +1,10 @@
 #include "platform/linux/linux_desktop.h"
 
+#include <langinfo.h>
 #include <sys/resource.h>
 #include <unistd.h>
 
+#include <clocale>
 #include <cstdlib>
 #include <filesystem>
 #include <system_error>
@@ -83,6 +85,14 @@ std::vector<LibraryVersion> LinuxDesktop::Libraries() const {
 }
 
 std::optional<std::string> LinuxDesktop::UserGuide() const { return FindUserGuide(ExecutableFolder()); }
+
+std::string LinuxDesktop::DecimalSign() const {
+  const locale_t desktop = newlocale(LC_NUMERIC_MASK, "", static_cast<locale_t>(nullptr));
+  if (desktop == static_cast<locale_t>(nullptr)) return Desktop::DecimalSign();
+  const std::string sign = nl_langinfo_l(RADIXCHAR, desktop);
+  freelocale(desktop);
+  return sign.empty() ? Desktop::DecimalSign() : sign;
+}
 
 void LinuxDesktop::ArrangeChildWindows(ArrangeCode code) {
   if (toolkit_.arrange_children) toolkit_.arrange_children(code);

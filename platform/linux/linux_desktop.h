@@ -35,6 +35,8 @@ class LinuxDesktop final : public Desktop {
   // Beside this executable, or where its installation keeps it.
   std::optional<std::string> UserGuide() const override;
   void ArrangeChildWindows(ArrangeCode code) override;
+  // The decimal sign of the desktop's locale (LC_NUMERIC), such as "," in Germany.
+  std::string DecimalSign() const override;
 
  private:
   ToolkitFacts toolkit_;

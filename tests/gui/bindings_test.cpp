@@ -22,6 +22,7 @@
 #include "gui/picture_image.h"
 #include "gui/qt_event_loop.h"
 #include "gui/qt_services.h"
+#include "gui/toolkit_language.h"
 #include "ui/window.h"
 
 namespace zr::gui {
@@ -200,6 +201,10 @@ TEST(PictureImages, RowsComeOutTopDownAndGoBackBottomUp) {
 TEST(FileFilters, TheProgramsFilterReadsAsTheToolkitsOwn) {
   EXPECT_EQ(ToolkitFileFilter("All files |*.zrp;*.bmp|Movie File (*.avi)|*.avi|"),
             "All files (*.zrp *.bmp);;Movie File (*.avi) (*.avi)");
+  UseToolkitLanguage(Language::German);
+  EXPECT_EQ(ToolkitFileFilter("All files |*.zrp;*.bmp|Movie File (*.avi)|*.avi|"),
+            "Alle Dateien (*.zrp *.bmp);;Filmdatei (*.avi) (*.avi)");
+  UseToolkitLanguage(Language::English);
 }
 
 TEST(Keys, TheToolkitsKeysReadAsTheSystemsCodesAndTheKeyStateNames) {

@@ -92,6 +92,8 @@ TEST(SubtitleFile, TimesToMillisecondsAndBack) {
   EXPECT_EQ(SubtitleTimeCode(10.5), "00:00:10.500");
   EXPECT_EQ(SubtitleTimeCode(3723.25), "01:02:03.250");
   EXPECT_EQ(SubtitleTimeCode(0), "00:00:00.000");
+  EXPECT_EQ(SubtitleTimeCode(10.5, ","), "00:00:10,500");
+  EXPECT_EQ(SubtitleTimeCode(-0.5), "00:00:-0.500");
 }
 
 }  // namespace
