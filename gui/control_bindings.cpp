@@ -313,6 +313,7 @@ class ToolbarBinding final : public BindingOf<QToolBar, ui::Toolbar> {
     widget_->setObjectName(Text(bar.Name()));
     widget_->setIconSize(QSize(24, 24));
     widget_->setToolButtonStyle(Qt::ToolButtonIconOnly);
+    OfferHiddenButtons();
   }
   void Refresh() override {
     if (shown_count_ != control_.Buttons().size()) Rebuild();
@@ -328,6 +329,49 @@ class ToolbarBinding final : public BindingOf<QToolBar, ui::Toolbar> {
     std::string image;
     std::size_t menu_count = 0;
   };
+
+  // The toolbar's "»" stands where its buttons pass its edge; outside a main window's toolbar
+  // area it would unfold nothing, so it opens a menu of the buttons it hides instead.
+  void OfferHiddenButtons() {
+    auto* chevron = widget_->findChild<QToolButton*>("qt_toolbar_ext_button");
+    if (!chevron) return;
+    QObject::disconnect(chevron, &QAbstractButton::clicked, nullptr, nullptr);
+    chevron->setCheckable(false);
+    auto* hidden = new QMenu(chevron);
+    hidden->setObjectName("HiddenButtons");
+    chevron->setMenu(hidden);
+    chevron->setPopupMode(QToolButton::InstantPopup);
+    QObject::connect(hidden, &QMenu::aboutToShow, hidden, [this, hidden] { FillHiddenButtons(*hidden); });
+  }
+
+  // Each button past the edge as an entry that clicks it; a button with entries of its own as
+  // a menu of them, led by the button itself.
+  void FillHiddenButtons(QMenu& hidden) {
+    hidden.clear();
+    for (std::size_t index = 0; index < buttons_.size(); ++index) {
+      const ShownButton& shown = *buttons_[index];
+      if (!shown.tool || !shown.action->isVisible() || !shown.tool->isHidden()) continue;
+      const QString text = shown.tool->text().isEmpty() ? shown.tool->toolTip() : shown.tool->text();
+      QMenu* into = &hidden;
+      if (shown.tool->menu()) {
+        into = hidden.addMenu(shown.tool->icon(), text);
+        into->setEnabled(shown.tool->isEnabled());
+      }
+      QAction* click = into->addAction(shown.tool->icon(), text);
+      click->setEnabled(shown.tool->isEnabled());
+      click->setCheckable(shown.tool->isCheckable());
+      click->setChecked(shown.tool->isChecked());
+      ui::ToolbarButton* model = control_.Buttons()[index].get();
+      QObject::connect(click, &QAction::triggered, &hidden, [this, model] {
+        Operator([this, model] { control_.ClickButton(*model); });
+        Refresh();
+      });
+      if (QMenu* entries = shown.tool->menu()) {
+        into->addSeparator();
+        into->addActions(entries->actions());
+      }
+    }
+  }
 
   void Rebuild() {
     widget_->clear();

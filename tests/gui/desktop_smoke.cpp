@@ -420,6 +420,27 @@ class Operator {
     if (Elapsed() < 1500) return;
     if (screen.DVpos.Text.get().empty()) return Fail("the camcorder's tape does not move");
     Screenshot(FindWidget("VideoScreen")->parentWidget(), "capture_window_camcorder.png");
+    Next(&Operator::ShowControlKind);
+  }
+
+  // The test camera as a device of the control kind: its status bar with the size panels lies
+  // under the picture, never under the video; then the camera is connected again.
+  void ShowControlKind() {
+    auto& screen = parts_.program.Window<zr::VideoScreen>();
+    auto& loop = dynamic_cast<zr::gui::QtEventLoop&>(parts_.program.services.loop);
+    if (Once("control kind")) {
+      const int camera = ControlKindIndexOf("Built-in Test Camera");
+      if (camera < 0) return Fail("the device menu has no test camera of the control kind");
+      return loop.Guarded(
+          [&screen, camera] { screen.ConnectVideoCaptureDevice(camera, "wdm", "Built-in Test Camera"); });
+    }
+    if (Elapsed() < 1000) return;
+    QWidget* window = FindWidget("VideoScreen");
+    auto* status = window ? window->findChild<QWidget*>("StatusBar") : nullptr;
+    Screenshot(window ? window->parentWidget() : nullptr, "capture_window_control.png");
+    if (!status || !status->isVisible() || !window->rect().contains(status->geometry()) ||
+        window->height() != screen.PictureHeight() + status->height())
+      return Fail("the capture window's status bar does not lie whole under its picture");
     loop.Guarded([this, &screen] { screen.ConnectVideoCaptureDevice(camera_.index, camera_.kind, camera_.name); });
     Next(&Operator::ShowCaptureWindows);
   }
