@@ -354,6 +354,10 @@ MasterWindow::MasterWindow(Program& program, const Guard& guard)
   area_ = new QMdiArea(this);
   area_->setObjectName("ChildArea");
   area_->setBackground(QColor(0x45, 0x5A, 0x64));
+  // A child larger than the area, such as the picture at 800 x 600, is scrolled to rather than
+  // cut off, and never makes the main window grow past the screen.
+  area_->setHorizontalScrollBarPolicy(Qt::ScrollBarAsNeeded);
+  area_->setVerticalScrollBarPolicy(Qt::ScrollBarAsNeeded);
   // The cool bar stands over the child area, beside the mode bar, which so has the window's
   // whole height for its buttons.
   auto* centre = new QWidget(this);

@@ -17,10 +17,12 @@
 #include <QPushButton>
 #include <QRadioButton>
 #include <QScreen>
+#include <QScrollBar>
 #include <QStyle>
 #include <QStyleOptionButton>
 #include <QStyleOptionComboBox>
 #include <QTabBar>
+#include <QTest>
 #include <QToolButton>
 #include <algorithm>
 #include <filesystem>
@@ -28,12 +30,14 @@
 #include <vector>
 
 #include "apps/scenario/world.h"
+#include "capture/video_screen.h"
 #include "core/operating_mode.h"
 #include "core/window_registry.h"
 #include "gui/desktop_face.h"
 #include "gui/desktop_look.h"
 #include "gui/qt_event_loop.h"
 #include "gui/qt_services.h"
+#include "image/windows/image_window.h"
 #include "main_window/master.h"
 
 namespace zr::gui {
@@ -243,6 +247,48 @@ TEST_P(WindowFit, EveryWindowFitsItsTexts) {
 
 class WindowPlaces : public DesktopWindows, public ::testing::Test {};
 
+// A dialog has no maximise button, and Escape closes it as its close box does.
+TEST_F(WindowPlaces, EscapeClosesADialog) {
+  program.Main();
+  ui::Window& dialog = program.Slot("FOV").TouchWindow();
+  Show(dialog, true);
+  QWidget* frame = FrameOf(dialog);
+  ASSERT_NE(frame, nullptr);
+  EXPECT_FALSE(frame->windowFlags().testFlag(Qt::WindowMaximizeButtonHint));
+  frame->activateWindow();
+  ASSERT_TRUE(QTest::qWaitForWindowActive(frame));
+  QTest::keyClick(frame, Qt::Key_Escape);
+  EXPECT_FALSE(program.Slot("FOV").Loaded());
+}
+
+// The main window keeps the size of a small screen in every mode with nothing cut, however large
+// a child window grows: the child area scrolls to it instead.
+TEST_F(WindowPlaces, TheMainWindowKeepsTheSizeOfASmallScreen) {
+  program.Main();
+  auto& master = program.Window<Master>();
+  auto& screen = program.Window<VideoScreen>();
+  screen.mira.Width = 1280;
+  screen.mira.Height = 960;
+  auto& picture = program.Window<Image>();
+  picture.MasterImage.Picture = std::make_shared<platform::Picture>(
+      platform::Picture{640, 480, std::vector<std::uint8_t>(platform::Picture::BytesFor(640, 480))});
+  Show(picture, true);
+  for (const QSize size : {QSize(800, 600), QSize(1024, 768)}) {
+    face.MainWindow()->resize(size);
+    for (OperatingMode mode : kOperatingModes) {
+      const std::string name = "Master-" + std::string(ModeKey(mode)) + "-" + std::to_string(size.width());
+      master.SetOperationMode(std::string(ModeKey(mode)));
+      face.Sync();
+      Settle();
+      EXPECT_EQ(face.MainWindow()->size(), size) << name;
+      EXPECT_TRUE(face.MainWindow()->ChildArea().verticalScrollBar()->isVisible()) << name;
+      FitReport report(name);
+      report.Check(*face.MainWindow());
+      for (const std::string& problem : report.problems) ADD_FAILURE() << problem;
+    }
+  }
+}
+
 // A window of its own and a child of the main window (whose frame follows its picture, so only
 // its position is kept) open where they closed, and inside the screen or the child area when
 // they closed outside it.
@@ -254,8 +300,9 @@ TEST_F(WindowPlaces, AWindowOpensWhereItClosedInsideTheScreen) {
     Show(window, true);
     QWidget* frame = FrameOf(window);
     ASSERT_NE(frame, nullptr);
-    const QRect bounds =
-        qobject_cast<QMdiSubWindow*>(frame) ? frame->parentWidget()->rect() : frame->screen()->availableGeometry();
+    // The child area with its scroll bars, which show while a child is larger than the area.
+    auto* child = qobject_cast<QMdiSubWindow*>(frame);
+    const QRect bounds = child ? child->mdiArea()->contentsRect() : frame->screen()->availableGeometry();
     const QPoint spot = bounds.topLeft() + QPoint(std::max(bounds.width() - frame->width(), 0) / 2,
                                                   std::max(bounds.height() - frame->height(), 0) / 2);
     frame->setGeometry(QRect(spot, frame->size()));
