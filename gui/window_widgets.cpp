@@ -550,6 +550,19 @@ void MasterWindow::RefreshBands() {
   for (auto& [key, frame] : bands_) ApplyVisibility(*frame, model_.MasterBar.Bands(key).Visible);
 }
 
+// The place was brought inside the screen before the window had a frame; once shown, the frame
+// is brought inside too, the window made smaller by what the frame adds.
+void MasterWindow::showEvent(QShowEvent* event) {
+  QMainWindow::showEvent(event);
+  const QRect screen = this->screen()->availableGeometry();
+  const QRect frame = frameGeometry();
+  if (screen.contains(frame)) return;
+  const QRect inner = geometry();
+  const QMargins margins(inner.left() - frame.left(), inner.top() - frame.top(), frame.right() - inner.right(),
+                         frame.bottom() - inner.bottom());
+  setGeometry(Inside(frame, screen).marginsRemoved(margins));
+}
+
 void MasterWindow::closeEvent(QCloseEvent* event) {
   event->ignore();
   if (detached_) return;

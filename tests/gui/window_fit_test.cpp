@@ -19,6 +19,7 @@
 #include <QScreen>
 #include <QScrollBar>
 #include <QStyle>
+#include <QStyleFactory>
 #include <QStyleOptionButton>
 #include <QStyleOptionComboBox>
 #include <QTabBar>
@@ -32,6 +33,7 @@
 #include "apps/scenario/world.h"
 #include "capture/video_screen.h"
 #include "core/operating_mode.h"
+#include "core/settings_keys.h"
 #include "core/window_registry.h"
 #include "gui/desktop_face.h"
 #include "gui/desktop_look.h"
@@ -182,6 +184,16 @@ void Settle() {
   for (int pass = 0; pass < 3; ++pass) QApplication::processEvents();
 }
 
+// A picture of the window in the screenshots folder, in a folder named by the screen's scale.
+void Photograph(QWidget& window, const std::string& folder, const std::string& name) {
+#ifdef ZR_SCREENSHOT_DIR
+  const int scale = static_cast<int>(window.devicePixelRatio());
+  const std::string path = std::string(ZR_SCREENSHOT_DIR) + "/" + folder + "/x" + std::to_string(scale);
+  std::filesystem::create_directories(path);
+  window.grab().save(QString::fromStdString(path + "/" + name + ".png"));
+#endif
+}
+
 // The program in a world of its own, with the desktop's face over it.
 class DesktopWindows {
  protected:
@@ -285,8 +297,54 @@ TEST_F(WindowPlaces, TheMainWindowKeepsTheSizeOfASmallScreen) {
       FitReport report(name);
       report.Check(*face.MainWindow());
       for (const std::string& problem : report.problems) ADD_FAILURE() << problem;
+      Photograph(*face.MainWindow(), "small-screen", name);
     }
   }
+}
+
+// A size saved on a larger screen, or at another scale, comes back inside this screen.
+TEST_F(WindowPlaces, ASavedSizeLargerThanTheScreenComesBackInsideIt) {
+  SaveSetting(program.services.settings, settings::WindowWidth, "60000");  // 4000 pixels, in twips
+  SaveSetting(program.services.settings, settings::WindowHeight, "45000");
+  program.Main();
+  face.Sync();
+  Settle();
+  QWidget* main = face.MainWindow();
+  ASSERT_NE(main, nullptr);
+  EXPECT_TRUE(main->screen()->availableGeometry().contains(main->frameGeometry()));
+}
+
+// On a dark theme (Fusion with a dark palette) the windows keep their texts whole; the pictures
+// show the buttons and pictograms in the theme's colours.
+TEST_F(WindowPlaces, ADarkThemeKeepsEveryTextWhole) {
+  const QPalette desktop = QApplication::palette();
+  const QString style = QApplication::style()->name();
+  QApplication::setStyle(QStyleFactory::create("Fusion"));
+  QPalette dark(QColor(0x35, 0x35, 0x35), QColor(0x2A, 0x2A, 0x2A));
+  dark.setColor(QPalette::Base, QColor(0x24, 0x24, 0x24));
+  dark.setColor(QPalette::Highlight, QColor(0x2A, 0x82, 0xDA));
+  QApplication::setPalette(dark);
+  qApp->setStyleSheet(kButtonStyle);
+  program.Main();
+  face.Sync();
+  const std::pair<std::string, QWidget*> windows[] = {
+      {"Master", face.MainWindow()}, {"ChooseDevice", nullptr}, {"AboutWindow", nullptr}};
+  for (auto [name, frame] : windows) {
+    if (!frame) {
+      ui::Window& window = program.Slot(name).TouchWindow();
+      Show(window, true);
+      frame = FrameOf(window);
+    }
+    ASSERT_NE(frame, nullptr) << name;
+    Settle();
+    FitReport report("dark " + name);
+    report.Check(*frame);
+    for (const std::string& problem : report.problems) ADD_FAILURE() << problem;
+    Photograph(*frame, "dark", name);
+  }
+  qApp->setStyleSheet(QString());
+  QApplication::setPalette(desktop);
+  QApplication::setStyle(style);
 }
 
 // A window of its own and a child of the main window (whose frame follows its picture, so only
