@@ -61,6 +61,7 @@
 #include "movie/movie_viewer.h"
 #include "movie/subtitle_editor.h"
 #include "net/ftp_image.h"
+#include "platform/linux/backend_registry.h"
 #include "tests/gui/desktop_program.h"
 #include "tests/support/movie_probe.h"
 
@@ -182,6 +183,14 @@ class Operator {
     const auto found = devices->findItems("Built-in Test Camera (VFW)", Qt::MatchExactly);
     if (found.isEmpty()) return Fail("the chooser does not list the built-in camera");
     Screenshot(devices->window(), "choose_device.png");
+    // A first start: the machine's camera stands selected, or the first entry with a line that
+    // says no camera was found.
+    const auto machine = zr::platform::linux_impl::ProbeVideoDevices();
+    const bool camera =
+        std::any_of(machine.begin(), machine.end(), [](const auto& device) { return !device.built_in; });
+    auto* no_camera = FindWidget<QLabel>("NoCamera");
+    if ((no_camera != nullptr) == camera || (!camera && devices->currentRow() != 0))
+      return Fail("the chooser does not tell whether a camera was found");
     QTest::mouseClick(devices->viewport(), Qt::LeftButton, {}, devices->visualItemRect(found.front()).center());
     Click(start);
     Next(&Operator::WaitForLiveVideo);
