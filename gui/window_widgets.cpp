@@ -409,7 +409,7 @@ void MasterWindow::AddMenuEntry(QMenu& menu, ui::Menu& model) {
 // The child windows laid out in the child area, which lies inside the main window on the
 // screen. Tiled "horizontally", the windows stand one above the other, each as wide as the
 // area; "vertically", side by side, each as tall as it. Minimised windows keep their icons,
-// which "Arrange Icons" lines up along the bottom.
+// which "Arrange Icons" lines up along the bottom. A child keeps the least size it needs.
 void MasterWindow::ArrangeChildWindows(platform::ArrangeCode code) {
   if (code == platform::ArrangeCode::Cascade) return area_->cascadeSubWindows();
   std::vector<QMdiSubWindow*> open;
@@ -434,7 +434,12 @@ void MasterWindow::ArrangeChildWindows(platform::ArrangeCode code) {
                                    area.height() * (place + 1) / count - area.height() * place / count)
                            : QRect(area.width() * place / count, 0,
                                    area.width() * (place + 1) / count - area.width() * place / count, area.height());
-    open[static_cast<std::size_t>(place)]->setGeometry(tile);
+    // Never smaller than what the child needs, or its picture would lie over its bars: the area
+    // scrolls to what passes its edge.
+    QMdiSubWindow& child = *open[static_cast<std::size_t>(place)];
+    const QSize frame = child.size() - child.widget()->size();
+    const QSize least = child.minimumSizeHint().expandedTo(child.widget()->minimumSizeHint() + frame);
+    child.setGeometry(QRect(tile.topLeft(), tile.size().expandedTo(least)));
   }
 }
 

@@ -11,6 +11,7 @@
 #include <QGroupBox>
 #include <QLabel>
 #include <QListWidget>
+#include <QMdiArea>
 #include <QMdiSubWindow>
 #include <QMenu>
 #include <QMenuBar>
@@ -274,7 +275,7 @@ TEST_F(WindowPlaces, EscapeClosesADialog) {
 }
 
 // The main window keeps the size of a small screen in every mode with nothing cut, however large
-// a child window grows: the child area scrolls to it instead.
+// a child window grows and when the children are tiled: the child area scrolls to them instead.
 TEST_F(WindowPlaces, TheMainWindowKeepsTheSizeOfASmallScreen) {
   program.Main();
   auto& master = program.Window<Master>();
@@ -291,9 +292,16 @@ TEST_F(WindowPlaces, TheMainWindowKeepsTheSizeOfASmallScreen) {
       const std::string name = "Master-" + std::string(ModeKey(mode)) + "-" + std::to_string(size.width());
       master.SetOperationMode(std::string(ModeKey(mode)));
       face.Sync();
+      face.MainWindow()->ArrangeChildWindows(platform::ArrangeCode::TileVertically);
       Settle();
       EXPECT_EQ(face.MainWindow()->size(), size) << name;
-      EXPECT_TRUE(face.MainWindow()->ChildArea().verticalScrollBar()->isVisible()) << name;
+      // A child past the area's edge is scrolled to.
+      QMdiArea& area = face.MainWindow()->ChildArea();
+      const bool scrolls = area.verticalScrollBar()->isVisible() || area.horizontalScrollBar()->isVisible();
+      for (QMdiSubWindow* child : area.subWindowList()) {
+        const bool past_the_edge = child->isVisible() && !area.viewport()->rect().contains(child->geometry());
+        EXPECT_TRUE(scrolls || !past_the_edge) << name << ": " << Name(*child->widget()) << " cannot be reached";
+      }
       FitReport report(name);
       report.Check(*face.MainWindow());
       for (const std::string& problem : report.problems) ADD_FAILURE() << problem;
