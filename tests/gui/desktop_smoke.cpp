@@ -434,8 +434,9 @@ class Operator {
     Next(&Operator::ShowControlKind);
   }
 
-  // The test camera as a device of the control kind: its status bar with the size panels lies
-  // under the picture, never under the video; then the camera is connected again.
+  // The test camera as a device of the control kind, at its size and at half of it: its status
+  // bar with the size panels lies under the picture, never under the video; then the camera is
+  // connected again.
   void ShowControlKind() {
     auto& screen = parts_.program.Window<zr::VideoScreen>();
     auto& loop = dynamic_cast<zr::gui::QtEventLoop&>(parts_.program.services.loop);
@@ -448,10 +449,17 @@ class Operator {
     if (Elapsed() < 1000) return;
     QWidget* window = FindWidget("VideoScreen");
     auto* status = window ? window->findChild<QWidget*>("StatusBar") : nullptr;
-    Screenshot(window ? window->parentWidget() : nullptr, "capture_window_control.png");
+    const bool halved = Done("capture_window_control.png");
+    Screenshot(window ? window->parentWidget() : nullptr,
+               halved ? "capture_window_control_0_50.png" : "capture_window_control.png");
     if (!status || !status->isVisible() || !window->rect().contains(status->geometry()) ||
         window->height() != screen.PictureHeight() + status->height())
       return Fail("the capture window's status bar does not lie whole under its picture");
+    if (!halved) {
+      step_started_ = clock_.elapsed();
+      return loop.Guarded([&screen] { screen.StatusBar.ClickPanel(screen.StatusBar.Panels("size_0_50")); });
+    }
+    loop.Guarded([&screen] { screen.StatusBar.ClickPanel(screen.StatusBar.Panels("size_1_00")); });
     loop.Guarded([this, &screen] { screen.ConnectVideoCaptureDevice(camera_.index, camera_.kind, camera_.name); });
     Next(&Operator::ShowCaptureWindows);
   }
