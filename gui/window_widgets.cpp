@@ -179,6 +179,12 @@ void VideoWindow::Refresh() {
   controls_.Refresh();
   // The tape's fields belong to the transport bar: both show while a camcorder is connected.
   tape_->setVisible(model_.Mastertoolbar.Visible);
+  // The picture's size is the model's, which no layout watches: the frame around the window
+  // reads the new size only once told.
+  if (sizeHint() != hinted_) {
+    hinted_ = sizeHint();
+    updateGeometry();
+  }
   const int asked = live_.preview_rate ? live_.preview_rate() : 0;
   const int rate = asked <= 0 ? 60 : std::min(asked, 60);
   if (rate != shown_rate_) {
