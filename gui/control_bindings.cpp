@@ -21,6 +21,7 @@
 #include <QToolBar>
 #include <QToolButton>
 #include <QTreeWidget>
+#include <cmath>
 #include <type_traits>
 #include <vector>
 
@@ -489,6 +490,14 @@ class StatusBarBinding final : public BindingOf<QWidget, ui::StatusBar> {
     auto* label = new ClickableLabel(widget_);
     label->setFrameShape(QFrame::Panel);
     label->setObjectName(Text(control_.Panels(number).key));
+    // A panel without a text of its own, such as a capture window's size, shows its picture.
+    if (const std::string& key = control_.Panels(number).key; HasOwnPictogram(key)) {
+      const qreal ratio = label->devicePixelRatioF();
+      QPixmap picture = DrawnIcon(key, static_cast<int>(std::lround(16 * ratio)));
+      picture.setDevicePixelRatio(ratio);
+      label->setPixmap(picture);
+      label->setAlignment(Qt::AlignCenter);
+    }
     label->on_click = [this, number] { Operator([this, number] { control_.ClickPanel(control_.Panels(number)); }); };
     widget_->layout()->addWidget(label);
     panels_.push_back(label);

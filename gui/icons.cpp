@@ -817,6 +817,14 @@ void DrawExtractAll(QPainter& p) {
   Arrow(p, {24, 19}, {24, 29}, kRed, 3);
 }
 
+// The capture window's size panels: the scale the picture is shown at, large in the accent.
+void Scale(QPainter& p, const QString& label) { Text(p, QRectF(0, 0, 48, 48), label, 34, kBlue); }
+void DrawScaleThird(QPainter& p) { Scale(p, QStringLiteral("\u2153")); }
+void DrawScaleHalf(QPainter& p) { Scale(p, QStringLiteral("\u00BD")); }
+void DrawScaleWhole(QPainter& p) { Scale(p, QStringLiteral("1:1")); }
+void DrawScaleTwice(QPainter& p) { Scale(p, QStringLiteral("2\u00D7")); }
+void DrawScaleThrice(QPainter& p) { Scale(p, QStringLiteral("3\u00D7")); }
+
 // ---- The table of toolbar images ----
 
 struct Pictogram {
@@ -902,6 +910,11 @@ const Pictogram kPictograms[] = {
     {"recompress", "", DrawRecompress},
     {"extract_image", "", DrawExtractImage},
     {"extract_all", "", DrawExtractAll},
+    {"size_0_33", "", DrawScaleThird},
+    {"size_0_50", "", DrawScaleHalf},
+    {"size_1_00", "", DrawScaleWhole},
+    {"size_2_00", "", DrawScaleTwice},
+    {"size_3_00", "", DrawScaleThrice},
 };
 
 const Pictogram* FindPictogram(std::string_view key) {
