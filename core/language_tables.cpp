@@ -438,6 +438,10 @@ constexpr TextTranslations kTable[] = {
      "Utiliser le périphérique sélectionné", "Ausgewähltes Gerät verwenden"},
     // The unit of the count-down on the chooser's button, "Use the selected device (20 sec)".
     {" sec", " s", " s", " s", " Sek."},
+    // The chooser's line at a first start without a camera.
+    {"No camera was found on this machine.", "Nenhuma câmera foi encontrada neste computador.",
+     "No se ha encontrado ninguna cámara en este equipo.", "Aucune caméra n'a été trouvée sur cette machine.",
+     "Auf diesem Rechner wurde keine Kamera gefunden."},
 
     // ---- The capture window
     {"Initializing...", "Inicializando...", "Inicializando...", "Initialisation...", "Initialisierung..."},
@@ -551,10 +555,6 @@ constexpr TextTranslations kTable[] = {
      "Choisissez l'AVI à exporter...", "Zu exportierendes AVI wählen..."},
     {"Writing the DV file ", "Gravando o arquivo DV ", "Escribiendo el archivo DV ", "Écriture du fichier DV ",
      "Schreibe die DV-Datei "},
-    // ---- The device chooser at a first start without a camera
-    {"No camera was found on this machine.", "Nenhuma câmera foi encontrada neste computador.",
-     "No se ha encontrado ninguna cámara en este equipo.", "Aucune caméra n'a été trouvée sur cette machine.",
-     "Auf diesem Rechner wurde keine Kamera gefunden."},
 };
 
 }  // namespace
