@@ -9,6 +9,7 @@
 #include <QMouseEvent>
 #include <QPainter>
 #include <QScreen>
+#include <QShowEvent>
 #include <QStatusBar>
 #include <QToolBar>
 #include <QVBoxLayout>
@@ -562,9 +563,11 @@ void MasterWindow::RefreshBands() {
 }
 
 // The place was brought inside the screen before the window had a frame; once shown, the frame
-// is brought inside too, the window made smaller by what the frame adds.
+// is brought inside too, the window made smaller by what the frame adds. The system's own shows
+// (a restore from the task bar) leave the window where the operator put it.
 void MasterWindow::showEvent(QShowEvent* event) {
   QMainWindow::showEvent(event);
+  if (event->spontaneous()) return;
   const QRect screen = this->screen()->availableGeometry();
   const QRect frame = frameGeometry();
   if (screen.contains(frame)) return;
