@@ -229,11 +229,7 @@ class WindowFit : public DesktopWindows, public ::testing::TestWithParam<Languag
     FitReport report(name);
     report.Check(*frame);
     for (const std::string& problem : report.problems) ADD_FAILURE() << problem;
-#ifdef ZR_SCREENSHOT_DIR
-    const std::string folder = std::string(ZR_SCREENSHOT_DIR) + "/fit/" + language_code;
-    std::filesystem::create_directories(folder);
-    frame->grab().save(QString::fromStdString(folder + "/" + name + ".png"));
-#endif
+    Photograph(*frame, "fit/" + language_code, name);
   }
 
   std::string language_code = std::to_string(static_cast<int>(GetParam()));
