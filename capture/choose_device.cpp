@@ -1,5 +1,7 @@
 #include "capture/choose_device.h"
 
+#include <algorithm>
+
 #include "base/formatting.h"
 #include "base/program_error.h"
 #include "capture/device_kind.h"
@@ -32,14 +34,36 @@ void ChooseDevice::Load() {
     devices.Items.push_back(ui::ListItem{entry->Text, entry->key, entry->tag, entry->Text == last});
     if (entry->Text == last) devices.ListIndex = devices.ListCount() - 1;
   }
-  // A first start, or a last device that is gone: the first entry (not bold), so that the countdown and
-  // "Use the selected device" still connect a device.
+  // A first start, or a last device that is gone: the first entry (not bold), so that the countdown
+  // and "Use the selected device" still connect a device; but where the program's own test sources
+  // stand first, the machine's first camera, and without one a line says so.
+  const auto& items = devices.Items;
+  const bool test_sources = std::any_of(
+      items.begin(), items.end(), [this](const ui::ListItem& item) { return IsControlKind(item) && IsBuiltIn(item); });
+  const auto camera = std::find_if(
+      items.begin(), items.end(), [this](const ui::ListItem& item) { return IsControlKind(item) && !IsBuiltIn(item); });
+  if (devices.ListIndex < 0 && test_sources && camera != items.end())
+    devices.ListIndex = static_cast<int>(camera - items.begin());
   if (devices.ListIndex < 0 && devices.ListCount() > 0) devices.ListIndex = 0;
+  NoCamera.Caption = program_.Translate("No camera was found on this machine.");
+  NoCamera.Visible = test_sources && camera == items.end();
   Cancel.Caption = program_.Translate("Cancel");
   Caption = program_.Translate("Choose video capture device...");
   count_ = 0;
   CountDown_Timer();
   CountDown.Enabled = true;
+}
+
+bool ChooseDevice::IsControlKind(const ui::ListItem& entry) {
+  return DeviceKindOfTag(entry.tag) == DeviceKind::Control;
+}
+
+// One of the program's own test sources, by its entry of the control kind.
+bool ChooseDevice::IsBuiltIn(const ui::ListItem& entry) {
+  bool built_in = false;
+  const int index = static_cast<int>(NumericPrefix(entry.key.substr(1)));
+  ResumeNext([&] { built_in = program_.Window<VideoScreen>().Control().VideoDeviceBuiltIn(index); });
+  return built_in;
 }
 
 // The button shows the seconds left; at the end it presses itself.

@@ -446,6 +446,10 @@ constexpr TextTranslations kTable[] = {
      "Utiliser le périphérique sélectionné", "Ausgewähltes Gerät verwenden"},
     // The unit of the count-down on the chooser's button, "Use the selected device (20 sec)".
     {" sec", " s", " s", " s", " Sek."},
+    // The chooser's line at a first start without a camera.
+    {"No camera was found on this machine.", "Nenhuma câmera foi encontrada neste computador.",
+     "No se ha encontrado ninguna cámara en este equipo.", "Aucune caméra n'a été trouvée sur cette machine.",
+     "Auf diesem Rechner wurde keine Kamera gefunden."},
 
     // ---- The capture window
     {"Initializing...", "Inicializando...", "Inicializando...", "Initialisation...", "Initialisierung..."},

@@ -21,6 +21,7 @@
 #include <QToolBar>
 #include <QToolButton>
 #include <QTreeWidget>
+#include <cmath>
 #include <type_traits>
 #include <vector>
 
@@ -314,6 +315,7 @@ class ToolbarBinding final : public BindingOf<QToolBar, ui::Toolbar> {
     widget_->setObjectName(Text(bar.Name()));
     widget_->setIconSize(QSize(24, 24));
     widget_->setToolButtonStyle(Qt::ToolButtonIconOnly);
+    OfferHiddenButtons();
   }
   void Refresh() override {
     if (shown_count_ != control_.Buttons().size()) Rebuild();
@@ -329,6 +331,49 @@ class ToolbarBinding final : public BindingOf<QToolBar, ui::Toolbar> {
     std::string image;
     std::size_t menu_count = 0;
   };
+
+  // The toolbar's "»" stands where its buttons pass its edge; outside a main window's toolbar
+  // area it would unfold nothing, so it opens a menu of the buttons it hides instead.
+  void OfferHiddenButtons() {
+    auto* chevron = widget_->findChild<QToolButton*>("qt_toolbar_ext_button");
+    if (!chevron) return;
+    QObject::disconnect(chevron, &QAbstractButton::clicked, nullptr, nullptr);
+    chevron->setCheckable(false);
+    auto* hidden = new QMenu(chevron);
+    hidden->setObjectName("HiddenButtons");
+    chevron->setMenu(hidden);
+    chevron->setPopupMode(QToolButton::InstantPopup);
+    QObject::connect(hidden, &QMenu::aboutToShow, hidden, [this, hidden] { FillHiddenButtons(*hidden); });
+  }
+
+  // Each button past the edge as an entry that clicks it; a button with entries of its own as
+  // a menu of them, led by the button itself.
+  void FillHiddenButtons(QMenu& hidden) {
+    hidden.clear();
+    for (std::size_t index = 0; index < buttons_.size(); ++index) {
+      const ShownButton& shown = *buttons_[index];
+      if (!shown.tool || !shown.action->isVisible() || !shown.tool->isHidden()) continue;
+      const QString text = shown.tool->text().isEmpty() ? shown.tool->toolTip() : shown.tool->text();
+      QMenu* into = &hidden;
+      if (shown.tool->menu()) {
+        into = hidden.addMenu(shown.tool->icon(), text);
+        into->setEnabled(shown.tool->isEnabled());
+      }
+      QAction* click = into->addAction(shown.tool->icon(), text);
+      click->setEnabled(shown.tool->isEnabled());
+      click->setCheckable(shown.tool->isCheckable());
+      click->setChecked(shown.tool->isChecked());
+      ui::ToolbarButton* model = control_.Buttons()[index].get();
+      QObject::connect(click, &QAction::triggered, &hidden, [this, model] {
+        Operator([this, model] { control_.ClickButton(*model); });
+        Refresh();
+      });
+      if (QMenu* entries = shown.tool->menu()) {
+        into->addSeparator();
+        into->addActions(entries->actions());
+      }
+    }
+  }
 
   void Rebuild() {
     widget_->clear();
@@ -448,6 +493,14 @@ class StatusBarBinding final : public BindingOf<QWidget, ui::StatusBar> {
     auto* label = new ClickableLabel(widget_);
     label->setFrameShape(QFrame::Panel);
     label->setObjectName(Text(control_.Panels(number).key));
+    // A panel without a text of its own, such as a capture window's size, shows its picture.
+    if (const std::string& key = control_.Panels(number).key; HasOwnPictogram(key)) {
+      const qreal ratio = label->devicePixelRatioF();
+      QPixmap picture = DrawnIcon(key, static_cast<int>(std::lround(16 * ratio)));
+      picture.setDevicePixelRatio(ratio);
+      label->setPixmap(picture);
+      label->setAlignment(Qt::AlignCenter);
+    }
     label->on_click = [this, number] { Operator([this, number] { control_.ClickPanel(control_.Panels(number)); }); };
     widget_->layout()->addWidget(label);
     panels_.push_back(label);

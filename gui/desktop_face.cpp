@@ -8,6 +8,7 @@
 #include <QMessageBox>
 #include <QMouseEvent>
 #include <QScreen>
+#include <QShortcut>
 #include <QStandardPaths>
 #include <algorithm>
 
@@ -224,7 +225,12 @@ DesktopFace::Shown DesktopFace::MakeShown(ui::WindowSlotBase& slot, ui::Window& 
     return shown;
   }
   if (made.places_itself) return shown;
-  made.widget->setParent(master_.get(), Qt::Dialog);
+  // A dialog: a title and a close box, no maximise; Escape is its close box, which the model
+  // answers as its Cancel.
+  made.widget->setParent(master_.get(), Qt::Dialog | Qt::CustomizeWindowHint | Qt::WindowTitleHint |
+                                            Qt::WindowSystemMenuHint | Qt::WindowCloseButtonHint);
+  auto* escape = new QShortcut(QKeySequence(Qt::Key_Escape), made.widget);
+  connect(escape, &QShortcut::activated, made.widget, close_box);
   if (slot.ShownModally(window)) made.widget->setWindowModality(Qt::ApplicationModal);
   if (window.Width > 0 && window.Height > 0)
     made.widget->resize(std::max(window.Width.get(), 240), std::max(window.Height.get(), 120));

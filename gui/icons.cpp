@@ -6,6 +6,7 @@
 #include <QImage>
 #include <QPainter>
 #include <QPainterPath>
+#include <QPalette>
 #include <QPolygonF>
 #include <algorithm>
 #include <cmath>
@@ -16,16 +17,20 @@ namespace zr::gui {
 namespace {
 
 // Every pictogram is drawn on a 48 x 48 grid and scaled to the asked size, so one drawing serves
-// every toolbar size. The style: line and filled glyphs in dark slate with one accent colour.
+// every toolbar size. The style: line and filled glyphs in slate with one accent colour.
 constexpr qreal kGrid = 48.0;
 constexpr qreal kStroke = 3.5;
-const QColor kInk{0x37, 0x47, 0x4F};
 const QColor kBlue{0x1E, 0x88, 0xE5};
 const QColor kLightBlue{0x64, 0xB5, 0xF6};
 const QColor kRed{0xE5, 0x39, 0x35};
 const QColor kGreen{0x43, 0xA0, 0x47};
-const QColor kTile{0xCF, 0xD8, 0xDC};
-const QColor kDeepInk{0x26, 0x32, 0x38};
+const QColor kDeepInk{0x26, 0x32, 0x38};  // the lens's opening, dark on every theme
+
+// The ink follows the desktop's palette: dark slate on a light theme, light slate on a dark one,
+// so that every pictogram reads on the toolbar's background; the accents read on both.
+bool DarkPalette() { return QGuiApplication::palette().color(QPalette::Window).lightness() < 128; }
+QColor Ink() { return DarkPalette() ? QColor(0xCF, 0xD8, 0xDC) : QColor(0x37, 0x47, 0x4F); }
+QColor Tile() { return DarkPalette() ? QColor(0x45, 0x5A, 0x64) : QColor(0xCF, 0xD8, 0xDC); }
 
 using DrawFunction = void (*)(QPainter&);
 
@@ -138,9 +143,9 @@ void Photo(QPainter& p, const QRectF& frame) {
     return QPointF(frame.left() + u * frame.width(), frame.top() + v * frame.height());
   };
   EraseRect(p, frame);
-  Stroke(p, kInk);
+  Stroke(p, Ink());
   p.drawRoundedRect(frame, 3, 3);
-  Fill(p, kInk);
+  Fill(p, Ink());
   p.drawPolygon(Polygon({at(0.12, 0.86), at(0.40, 0.42), at(0.58, 0.66), at(0.70, 0.52), at(0.88, 0.86)}));
   Fill(p, kBlue);
   const qreal sun = std::min(frame.width(), frame.height()) * 0.12;
@@ -149,7 +154,7 @@ void Photo(QPainter& p, const QRectF& frame) {
 
 // A strip of film with sprocket holes along both edges and two frames in the accent colour.
 void Film(QPainter& p, const QRectF& strip) {
-  Fill(p, kInk);
+  Fill(p, Ink());
   p.drawRoundedRect(strip, 3, 3);
   const qreal margin = strip.height() * 0.08;
   const qreal hole_height = strip.height() * 0.13;
@@ -170,7 +175,7 @@ void Film(QPainter& p, const QRectF& strip) {
 }
 
 void Document(QPainter& p) {
-  Stroke(p, kInk);
+  Stroke(p, Ink());
   p.drawPolygon(Polygon({{10, 4}, {28, 4}, {37, 13}, {37, 44}, {10, 44}}));
   p.drawPolyline(Polygon({{28, 4}, {28, 13}, {37, 13}}));
 }
@@ -190,7 +195,7 @@ void Pencil(QPainter& p, QPointF tail, QPointF tip) {
 }
 
 void Tag(QPainter& p) {
-  Stroke(p, kInk);
+  Stroke(p, Ink());
   p.drawPolygon(Polygon({{6, 10}, {27, 10}, {42, 24}, {27, 38}, {6, 38}}));
   Fill(p, kBlue);
   p.drawEllipse(QPointF(14, 24), 3.5, 3.5);
@@ -234,21 +239,21 @@ void Aperture(QPainter& p, QPointF center, qreal radius, const QColor& blade_a, 
   }
   Fill(p, kDeepInk);
   p.drawPolygon(vertex, 6);
-  Stroke(p, kInk, ring);
+  Stroke(p, Ink(), ring);
   p.drawEllipse(center, radius - ring / 2, radius - ring / 2);
 }
 
 // ---- The pictograms, one per toolbar image ----
 
 void DrawOpen(QPainter& p) {
-  Stroke(p, kInk);
+  Stroke(p, Ink());
   p.drawPolyline(Polygon({{38, 20}, {38, 15}, {22, 15}, {18, 10}, {6, 10}, {6, 38}}));
   Fill(p, kBlue);
   p.drawPolygon(Polygon({{12, 22}, {45, 22}, {38, 39}, {5, 39}}));
 }
 
 void DrawSave(QPainter& p) {
-  Stroke(p, kInk);
+  Stroke(p, Ink());
   p.drawPolygon(Polygon({{7, 7}, {34, 7}, {41, 14}, {41, 41}, {7, 41}}));
   p.drawRect(QRectF(14, 27, 20, 14));
   Fill(p, kBlue);
@@ -256,7 +261,7 @@ void DrawSave(QPainter& p) {
 }
 
 void DrawPrint(QPainter& p) {
-  Stroke(p, kInk);
+  Stroke(p, Ink());
   p.drawRect(QRectF(14, 6, 20, 12));
   p.drawRoundedRect(QRectF(6, 18, 36, 16), 3, 3);
   Fill(p, kBlue);
@@ -264,25 +269,25 @@ void DrawPrint(QPainter& p) {
 }
 
 void DrawClipboard(QPainter& p) {
-  Stroke(p, kInk);
+  Stroke(p, Ink());
   p.drawRoundedRect(QRectF(9, 9, 30, 34), 3, 3);
   Fill(p, kBlue);
   p.drawRoundedRect(QRectF(17, 5, 14, 8), 2, 2);
-  Stroke(p, kInk, 2.5);
+  Stroke(p, Ink(), 2.5);
   p.drawLine(QPointF(16, 22), QPointF(32, 22));
   p.drawLine(QPointF(16, 29), QPointF(32, 29));
   p.drawLine(QPointF(16, 36), QPointF(26, 36));
 }
 
 void DrawViewer(QPainter& p) {
-  Stroke(p, kInk);
+  Stroke(p, Ink());
   p.drawRoundedRect(QRectF(5, 9, 38, 30), 5, 5);
   Fill(p, kBlue);
   p.drawPolygon(Polygon({{19, 16}, {19, 32}, {32, 24}}));
 }
 
 void DrawSubtitles(QPainter& p) {
-  Stroke(p, kInk);
+  Stroke(p, Ink());
   p.drawRoundedRect(QRectF(5, 8, 38, 32), 4, 4);
   Fill(p, kBlue);
   p.drawRoundedRect(QRectF(11, 24, 26, 4), 2, 2);
@@ -290,24 +295,24 @@ void DrawSubtitles(QPainter& p) {
 }
 
 void DrawPreferences(QPainter& p) {
-  Gear(p, {24, 24}, 20, 15, 8, kInk);
+  Gear(p, {24, 24}, 20, 15, 8, Ink());
   Fill(p, kBlue);
   p.drawEllipse(QPointF(24, 24), 4.5, 4.5);
 }
 
 void DrawAbout(QPainter& p) {
-  Stroke(p, kInk);
+  Stroke(p, Ink());
   p.drawEllipse(QPointF(24, 24), 19, 19);
   Text(p, QRectF(0, 0, kGrid, kGrid), QStringLiteral("?"), 26, kBlue);
 }
 
 void DrawScanner(QPainter& p) {
-  Stroke(p, kInk);
+  Stroke(p, Ink());
   p.drawRoundedRect(QRectF(5, 22, 38, 17), 3, 3);
   p.drawLine(QPointF(6, 16), QPointF(42, 9));
   Fill(p, kBlue);
   p.drawRect(QRectF(10, 27, 28, 4));
-  Fill(p, kInk);
+  Fill(p, Ink());
   p.drawEllipse(QPointF(36, 35), 1.8, 1.8);
 }
 
@@ -323,7 +328,7 @@ void DrawMovie(QPainter& p) { Film(p, QRectF(5, 10, 38, 28)); }
 void DrawImage(QPainter& p) { Photo(p, QRectF(5, 9, 38, 30)); }
 
 void DrawMultiple(QPainter& p) {
-  Stroke(p, kInk);
+  Stroke(p, Ink());
   p.drawRoundedRect(QRectF(16, 4, 28, 22), 3, 3);
   Photo(p, QRectF(10, 10, 28, 22));
   Photo(p, QRectF(4, 18, 28, 24));
@@ -336,25 +341,25 @@ void DrawPicturesIntoFilm(QPainter& p) {
 }
 
 void DrawWebShare(QPainter& p) {
-  Globe(p, {21, 27}, 15, kInk);
+  Globe(p, {21, 27}, 15, Ink());
   Stroke(p, kBlue);
   p.drawArc(QRectF(21 - 20, 27 - 20, 40, 40), 15 * 16, 60 * 16);
   p.drawArc(QRectF(21 - 26, 27 - 26, 52, 52), 20 * 16, 50 * 16);
 }
 
 void DrawVideoCamera(QPainter& p) {
-  Stroke(p, kInk);
+  Stroke(p, Ink());
   p.drawRoundedRect(QRectF(4, 13, 28, 22), 4, 4);
-  Fill(p, kInk);
+  Fill(p, Ink());
   p.drawPolygon(Polygon({{32, 21}, {44, 14}, {44, 34}, {32, 27}}));
   Fill(p, kBlue);
   p.drawEllipse(QPointF(12, 21), 3.5, 3.5);
 }
 
 void DrawSource(QPainter& p) {
-  Fill(p, kInk);
+  Fill(p, Ink());
   p.drawRoundedRect(QRectF(9, 15, 17, 18), 3, 3);
-  Stroke(p, kInk);
+  Stroke(p, Ink());
   p.drawLine(QPointF(26, 19), QPointF(35, 19));
   p.drawLine(QPointF(26, 29), QPointF(35, 29));
   p.drawLine(QPointF(9, 24), QPointF(3, 24));
@@ -363,7 +368,7 @@ void DrawSource(QPainter& p) {
 }
 
 void DrawFormat(QPainter& p) {
-  Stroke(p, kInk);
+  Stroke(p, Ink());
   p.drawPolyline(Polygon({{5, 17}, {5, 9}, {13, 9}}));
   p.drawPolyline(Polygon({{35, 9}, {43, 9}, {43, 17}}));
   p.drawPolyline(Polygon({{43, 31}, {43, 39}, {35, 39}}));
@@ -373,7 +378,7 @@ void DrawFormat(QPainter& p) {
 }
 
 void DrawDisplay(QPainter& p) {
-  Stroke(p, kInk);
+  Stroke(p, Ink());
   p.drawRoundedRect(QRectF(4, 6, 40, 28), 3, 3);
   p.drawLine(QPointF(24, 34), QPointF(24, 40));
   p.drawLine(QPointF(15, 41), QPointF(33, 41));
@@ -388,10 +393,10 @@ void DrawDeviceSettings(QPainter& p) {
 }
 
 void DrawFullScreen(QPainter& p) {
-  Arrow(p, {18, 18}, {6, 6}, kInk);
-  Arrow(p, {30, 18}, {42, 6}, kInk);
-  Arrow(p, {30, 30}, {42, 42}, kInk);
-  Arrow(p, {18, 30}, {6, 42}, kInk);
+  Arrow(p, {18, 18}, {6, 6}, Ink());
+  Arrow(p, {30, 18}, {42, 6}, Ink());
+  Arrow(p, {30, 30}, {42, 42}, Ink());
+  Arrow(p, {18, 30}, {6, 42}, Ink());
   Fill(p, kBlue);
   p.drawRect(QRectF(20, 20, 8, 8));
 }
@@ -399,7 +404,7 @@ void DrawFullScreen(QPainter& p) {
 void DrawSnapshot(QPainter& p) { Aperture(p, {24, 24}, 20, kBlue, kLightBlue); }
 
 void DrawInfo(QPainter& p) {
-  Stroke(p, kInk);
+  Stroke(p, Ink());
   p.drawEllipse(QPointF(24, 24), 19, 19);
   Fill(p, kBlue);
   p.drawEllipse(QPointF(24, 14), 3, 3);
@@ -407,7 +412,7 @@ void DrawInfo(QPainter& p) {
 }
 
 void DrawAdvanced(QPainter& p) {
-  Stroke(p, kInk);
+  Stroke(p, Ink());
   for (const qreal y : {12.0, 24.0, 36.0}) p.drawLine(QPointF(6, y), QPointF(42, y));
   Fill(p, kBlue);
   p.drawEllipse(QPointF(30, 12), 5, 5);
@@ -416,7 +421,7 @@ void DrawAdvanced(QPainter& p) {
 }
 
 void DrawHistogram(QPainter& p) {
-  Stroke(p, kInk);
+  Stroke(p, Ink());
   p.drawPolyline(Polygon({{6, 5}, {6, 42}, {43, 42}}));
   Fill(p, kBlue);
   p.drawRect(QRectF(11, 28, 6, 11));
@@ -426,17 +431,17 @@ void DrawHistogram(QPainter& p) {
 }
 
 void DrawFieldOfView(QPainter& p) {
-  Stroke(p, kInk);
+  Stroke(p, Ink());
   p.drawLine(QPointF(8, 26), QPointF(43, 9));
   p.drawLine(QPointF(8, 26), QPointF(43, 43));
-  Fill(p, kInk);
+  Fill(p, Ink());
   p.drawRoundedRect(QRectF(3, 20, 9, 12), 2, 2);
   Stroke(p, kBlue);
   p.drawArc(QRectF(8 - 24, 26 - 24, 48, 48), -24 * 16, 48 * 16);
 }
 
 void DrawExportTape(QPainter& p) {
-  Stroke(p, kInk);
+  Stroke(p, Ink());
   p.drawRoundedRect(QRectF(4, 6, 36, 26), 3, 3);
   p.drawEllipse(QPointF(15, 17), 4, 4);
   p.drawEllipse(QPointF(29, 17), 4, 4);
@@ -445,7 +450,7 @@ void DrawExportTape(QPainter& p) {
 }
 
 void DrawDesktopScreen(QPainter& p) {
-  Stroke(p, kInk);
+  Stroke(p, Ink());
   p.drawRoundedRect(QRectF(4, 7, 40, 34), 3, 3);
   p.drawRect(QRectF(11, 13, 18, 12));
   Fill(p, kBlue);
@@ -453,7 +458,7 @@ void DrawDesktopScreen(QPainter& p) {
 }
 
 void DrawSeparateWindow(QPainter& p) {
-  Stroke(p, kInk);
+  Stroke(p, Ink());
   p.drawRoundedRect(QRectF(4, 14, 28, 28), 2, 2);
   p.drawLine(QPointF(4, 21), QPointF(32, 21));
   EraseRect(p, QRectF(18, 1, 29, 25));
@@ -464,7 +469,7 @@ void DrawSeparateWindow(QPainter& p) {
 }
 
 void DrawOverlay(QPainter& p) {
-  Stroke(p, kInk);
+  Stroke(p, Ink());
   p.drawRoundedRect(QRectF(5, 5, 26, 26), 3, 3);
   EraseRect(p, QRectF(13, 13, 32, 32));
   Fill(p, kBlue);
@@ -475,7 +480,7 @@ void DrawEye(QPainter& p) {
   QPainterPath eye(QPointF(3, 24));
   eye.quadTo(QPointF(24, 2), QPointF(45, 24));
   eye.quadTo(QPointF(24, 46), QPointF(3, 24));
-  Stroke(p, kInk);
+  Stroke(p, Ink());
   p.drawPath(eye);
   Fill(p, kBlue);
   p.drawEllipse(QPointF(24, 24), 7.5, 7.5);
@@ -487,12 +492,12 @@ void DrawRecord(QPainter& p) {
 }
 
 void DrawStop(QPainter& p) {
-  Fill(p, kInk);
+  Fill(p, Ink());
   p.drawRoundedRect(QRectF(10, 10, 28, 28), 3, 3);
 }
 
 void DrawPause(QPainter& p) {
-  Fill(p, kInk);
+  Fill(p, Ink());
   p.drawRoundedRect(QRectF(11, 9, 9, 30), 2, 2);
   p.drawRoundedRect(QRectF(28, 9, 9, 30), 2, 2);
 }
@@ -500,14 +505,14 @@ void DrawPause(QPainter& p) {
 void DrawMotion(QPainter& p) {
   Fill(p, kBlue);
   p.drawEllipse(QPointF(31, 24), 11, 11);
-  Stroke(p, kInk);
+  Stroke(p, Ink());
   p.drawLine(QPointF(8, 15), QPointF(17, 15));
   p.drawLine(QPointF(3, 24), QPointF(15, 24));
   p.drawLine(QPointF(8, 33), QPointF(17, 33));
 }
 
 void DrawClock(QPainter& p) {
-  Stroke(p, kInk);
+  Stroke(p, Ink());
   p.drawEllipse(QPointF(24, 24), 19, 19);
   Stroke(p, kBlue, 4);
   p.drawLine(QPointF(24, 24), QPointF(24, 12));
@@ -515,7 +520,7 @@ void DrawClock(QPainter& p) {
 }
 
 void DrawSpeaker(QPainter& p) {
-  Fill(p, kInk);
+  Fill(p, Ink());
   p.drawPolygon(Polygon({{5, 18}, {13, 18}, {24, 8}, {24, 40}, {13, 30}, {5, 30}}));
   Stroke(p, kBlue);
   p.drawArc(QRectF(24 - 8, 24 - 8, 16, 16), -50 * 16, 100 * 16);
@@ -523,7 +528,7 @@ void DrawSpeaker(QPainter& p) {
 }
 
 void DrawSerialPlug(QPainter& p) {
-  Stroke(p, kInk);
+  Stroke(p, Ink());
   p.drawPolygon(Polygon({{4, 14}, {44, 14}, {39, 34}, {9, 34}}));
   Fill(p, kBlue);
   for (const qreal x : {12.0, 18.0, 24.0, 30.0, 36.0}) p.drawEllipse(QPointF(x, 21), 2, 2);
@@ -536,15 +541,15 @@ void DrawFileName(QPainter& p) {
 }
 
 void DrawCompression(QPainter& p) {
-  Arrow(p, {3, 24}, {18, 24}, kInk);
-  Arrow(p, {45, 24}, {30, 24}, kInk);
+  Arrow(p, {3, 24}, {18, 24}, Ink());
+  Arrow(p, {45, 24}, {30, 24}, Ink());
   Fill(p, kBlue);
   p.drawRect(QRectF(21, 8, 6, 32));
 }
 
 void DrawOtherInfo(QPainter& p) {
   Tag(p);
-  Stroke(p, kInk, 3);
+  Stroke(p, Ink(), 3);
   p.drawLine(QPointF(20, 20), QPointF(30, 20));
   p.drawLine(QPointF(20, 28), QPointF(28, 28));
 }
@@ -557,14 +562,14 @@ void DrawWriteInfo(QPainter& p) {
 void DrawMicrophone(QPainter& p) {
   Fill(p, kBlue);
   p.drawRoundedRect(QRectF(17, 3, 14, 25), 7, 7);
-  Stroke(p, kInk);
+  Stroke(p, Ink());
   p.drawArc(QRectF(10, 6, 28, 28), 180 * 16, 180 * 16);
   p.drawLine(QPointF(24, 34), QPointF(24, 41));
   p.drawLine(QPointF(16, 42), QPointF(32, 42));
 }
 
 void DrawTimeCode(QPainter& p) {
-  Stroke(p, kInk);
+  Stroke(p, Ink());
   p.drawRoundedRect(QRectF(2, 12, 44, 24), 4, 4);
   Text(p, QRectF(2, 12, 44, 24), QStringLiteral("00:00"), 13, kBlue);
 }
@@ -576,7 +581,7 @@ void DrawVideoCompression(QPainter& p) {
 }
 
 void DrawNetwork(QPainter& p) {
-  Stroke(p, kInk);
+  Stroke(p, Ink());
   p.drawLine(QPointF(24, 14), QPointF(24, 24));
   p.drawLine(QPointF(10, 24), QPointF(38, 24));
   p.drawLine(QPointF(10, 24), QPointF(10, 33));
@@ -588,7 +593,7 @@ void DrawNetwork(QPainter& p) {
 }
 
 void DrawMagicWand(QPainter& p) {
-  Stroke(p, kInk, 5);
+  Stroke(p, Ink(), 5);
   p.drawLine(QPointF(7, 43), QPointF(29, 21));
   Sparkle(p, {36, 13}, 9, kBlue);
   Sparkle(p, {18, 9}, 5, kBlue);
@@ -596,10 +601,10 @@ void DrawMagicWand(QPainter& p) {
 }
 
 void DrawUpload(QPainter& p) {
-  Stroke(p, kInk);
+  Stroke(p, Ink());
   p.drawRoundedRect(QRectF(7, 27, 34, 8), 2, 2);
   p.drawRoundedRect(QRectF(7, 37, 34, 8), 2, 2);
-  Fill(p, kInk);
+  Fill(p, Ink());
   p.drawEllipse(QPointF(35, 31), 1.6, 1.6);
   p.drawEllipse(QPointF(35, 41), 1.6, 1.6);
   Arrow(p, {24, 23}, {24, 2}, kBlue, 4);
@@ -615,7 +620,7 @@ void DrawTextOverPicture(QPainter& p) {
 }
 
 void DrawCounter(QPainter& p) {
-  Stroke(p, kInk);
+  Stroke(p, Ink());
   p.drawRoundedRect(QRectF(5, 5, 38, 38), 5, 5);
   Stroke(p, kBlue);
   p.drawLine(QPointF(21, 12), QPointF(18, 36));
@@ -627,7 +632,7 @@ void DrawCounter(QPainter& p) {
 // ---- The tuner: a television with a badge saying what the button does to it ----
 
 void Television(QPainter& p) {
-  Stroke(p, kInk);
+  Stroke(p, Ink());
   p.drawRoundedRect(QRectF(4, 17, 40, 27), 4, 4);
   p.drawLine(QPointF(24, 17), QPointF(14, 4));
   p.drawLine(QPointF(24, 17), QPointF(34, 4));
@@ -668,7 +673,7 @@ void DrawTunerDown(QPainter& p) {
 }
 
 void DrawRoofAntenna(QPainter& p) {
-  Stroke(p, kInk);
+  Stroke(p, Ink());
   p.drawLine(QPointF(24, 7), QPointF(24, 44));
   p.drawLine(QPointF(16, 44), QPointF(32, 44));
   Stroke(p, kBlue);
@@ -680,7 +685,7 @@ void DrawRoofAntenna(QPainter& p) {
 void DrawCablePlug(QPainter& p) {
   QPainterPath cable(QPointF(18, 30));
   cable.cubicTo(QPointF(18, 44), QPointF(34, 32), QPointF(43, 44));
-  Stroke(p, kInk, 4);
+  Stroke(p, Ink(), 4);
   p.drawPath(cable);
   p.drawLine(QPointF(18, 12), QPointF(18, 3));
   Fill(p, kBlue);
@@ -690,7 +695,7 @@ void DrawCablePlug(QPainter& p) {
 void DrawChannelList(QPainter& p) {
   Fill(p, kBlue);
   for (const qreal y : {7.0, 20.0, 33.0}) p.drawRoundedRect(QRectF(5, y, 9, 9), 2, 2);
-  Stroke(p, kInk);
+  Stroke(p, Ink());
   p.drawLine(QPointF(19, 11.5), QPointF(43, 11.5));
   p.drawLine(QPointF(19, 24.5), QPointF(43, 24.5));
   p.drawLine(QPointF(19, 37.5), QPointF(36, 37.5));
@@ -711,7 +716,7 @@ void DrawDelete(QPainter& p) {
 }
 
 void DrawTrash(QPainter& p) {
-  Stroke(p, kInk);
+  Stroke(p, Ink());
   p.drawLine(QPointF(7, 12), QPointF(41, 12));
   p.drawPolyline(Polygon({{19, 12}, {19, 6}, {29, 6}, {29, 12}}));
   p.drawPolygon(Polygon({{11, 17}, {37, 17}, {34, 43}, {14, 43}}));
@@ -727,17 +732,17 @@ void DrawDown(QPainter& p) { Arrow(p, {24, 5}, {24, 43}, kBlue, 5); }
 void DrawFingerPress(QPainter& p) {
   Fill(p, kBlue);
   p.drawRoundedRect(QRectF(7, 35, 34, 8), 3, 3);
-  Fill(p, kInk);
+  Fill(p, Ink());
   p.drawRoundedRect(QRectF(19, 3, 10, 28), 5, 5);
-  Stroke(p, kInk, 3);
+  Stroke(p, Ink(), 3);
   p.drawLine(QPointF(10, 22), QPointF(14, 28));
   p.drawLine(QPointF(38, 22), QPointF(34, 28));
 }
 
 void DrawJoystick(QPainter& p) {
-  Fill(p, kInk);
+  Fill(p, Ink());
   p.drawRoundedRect(QRectF(7, 34, 34, 10), 4, 4);
-  Stroke(p, kInk, 4);
+  Stroke(p, Ink(), 4);
   p.drawLine(QPointF(24, 34), QPointF(24, 17));
   Fill(p, kBlue);
   p.drawEllipse(QPointF(24, 12), 7, 7);
@@ -753,27 +758,27 @@ void DrawPlay(QPainter& p) {
 
 // A camcorder's winds: two triangles pointing the way the tape goes.
 void DrawFastForward(QPainter& p) {
-  Fill(p, kInk);
+  Fill(p, Ink());
   p.drawPolygon(Polygon({{6, 10}, {24, 24}, {6, 38}}));
   p.drawPolygon(Polygon({{24, 10}, {42, 24}, {24, 38}}));
 }
 
 void DrawRewind(QPainter& p) {
-  Fill(p, kInk);
+  Fill(p, Ink());
   p.drawPolygon(Polygon({{42, 10}, {24, 24}, {42, 38}}));
   p.drawPolygon(Polygon({{24, 10}, {6, 24}, {24, 38}}));
 }
 
 // A bar at the movie's first or last frame with the way to it.
 void DrawMovieTop(QPainter& p) {
-  Fill(p, kInk);
+  Fill(p, Ink());
   p.drawRoundedRect(QRectF(6, 10, 6, 28), 2, 2);
   p.drawPolygon(Polygon({{14, 24}, {28, 10}, {28, 38}}));
   p.drawPolygon(Polygon({{28, 24}, {42, 10}, {42, 38}}));
 }
 
 void DrawMovieBottom(QPainter& p) {
-  Fill(p, kInk);
+  Fill(p, Ink());
   p.drawRoundedRect(QRectF(36, 10, 6, 28), 2, 2);
   p.drawPolygon(Polygon({{34, 24}, {20, 10}, {20, 38}}));
   p.drawPolygon(Polygon({{20, 24}, {6, 10}, {6, 38}}));
@@ -783,14 +788,14 @@ void DrawMovieBottom(QPainter& p) {
 void DrawStepBack(QPainter& p) {
   Fill(p, kBlue);
   p.drawPolygon(Polygon({{10, 24}, {32, 10}, {32, 38}}));
-  Fill(p, kInk);
+  Fill(p, Ink());
   p.drawRoundedRect(QRectF(35, 10, 6, 28), 2, 2);
 }
 
 void DrawStepForward(QPainter& p) {
   Fill(p, kBlue);
   p.drawPolygon(Polygon({{38, 24}, {16, 10}, {16, 38}}));
-  Fill(p, kInk);
+  Fill(p, Ink());
   p.drawRoundedRect(QRectF(7, 10, 6, 28), 2, 2);
 }
 
@@ -811,6 +816,14 @@ void DrawExtractAll(QPainter& p) {
   Photo(p, QRectF(26, 30, 18, 14));
   Arrow(p, {24, 19}, {24, 29}, kRed, 3);
 }
+
+// The capture window's size panels: the scale the picture is shown at, large in the accent.
+void Scale(QPainter& p, const QString& label) { Text(p, QRectF(0, 0, 48, 48), label, 34, kBlue); }
+void DrawScaleThird(QPainter& p) { Scale(p, QStringLiteral("\u2153")); }
+void DrawScaleHalf(QPainter& p) { Scale(p, QStringLiteral("\u00BD")); }
+void DrawScaleWhole(QPainter& p) { Scale(p, QStringLiteral("1:1")); }
+void DrawScaleTwice(QPainter& p) { Scale(p, QStringLiteral("2\u00D7")); }
+void DrawScaleThrice(QPainter& p) { Scale(p, QStringLiteral("3\u00D7")); }
 
 // ---- The table of toolbar images ----
 
@@ -897,6 +910,11 @@ const Pictogram kPictograms[] = {
     {"recompress", "", DrawRecompress},
     {"extract_image", "", DrawExtractImage},
     {"extract_all", "", DrawExtractAll},
+    {"size_0_33", "", DrawScaleThird},
+    {"size_0_50", "", DrawScaleHalf},
+    {"size_1_00", "", DrawScaleWhole},
+    {"size_2_00", "", DrawScaleTwice},
+    {"size_3_00", "", DrawScaleThrice},
 };
 
 const Pictogram* FindPictogram(std::string_view key) {
@@ -912,9 +930,9 @@ QString FirstLetter(std::string_view key) {
 
 // The picture of a key we have no pictogram for: never blank, and still tells keys apart.
 void DrawLetterTile(QPainter& p, const QString& letter) {
-  Fill(p, kTile);
+  Fill(p, Tile());
   p.drawRoundedRect(QRectF(4, 4, 40, 40), 8, 8);
-  Text(p, QRectF(4, 4, 40, 40), letter, 26, kInk);
+  Text(p, QRectF(4, 4, 40, 40), letter, 26, Ink());
 }
 
 QImage TransparentImage(QSize size) {
@@ -963,7 +981,7 @@ void DrawName(QPainter& p, const QRectF& box, Qt::Alignment horizontal) {
   const qreal left = horizontal == Qt::AlignLeft ? box.left() : box.center().x() - total / 2;
   const qreal baseline = box.center().y() + (metrics.ascent() - metrics.descent()) / 2;
   p.setFont(font);
-  p.setPen(kInk);
+  p.setPen(Ink());
   p.drawText(QPointF(left, baseline), first);
   p.setPen(kBlue);
   p.drawText(QPointF(left + first_width, baseline), second);

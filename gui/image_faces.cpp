@@ -22,8 +22,10 @@ class ImageWindow final : public PlainWindow {
     layout->setContentsMargins(0, 0, 0, 0);
     layout->addWidget(Bound(model.Mastertoolbar));
     layout->addWidget(Bound(model.MasterImage), 1);
-    layout->addWidget(Bound(model.MasterStatus));
-    setMinimumWidth(320);
+    // At least as wide as the status bar's texts need, and never narrower than the picture.
+    QWidget* status = Bound(model.MasterStatus);
+    status->setMinimumWidth(320);
+    layout->addWidget(status);
     Refresh();
   }
 };

@@ -9,6 +9,7 @@
 #include <QMouseEvent>
 #include <QPainter>
 #include <QScreen>
+#include <QShowEvent>
 #include <QStatusBar>
 #include <QToolBar>
 #include <QVBoxLayout>
@@ -179,6 +180,12 @@ void VideoWindow::Refresh() {
   controls_.Refresh();
   // The tape's fields belong to the transport bar: both show while a camcorder is connected.
   tape_->setVisible(model_.Mastertoolbar.Visible);
+  // The picture's size is the model's, which no layout watches: the frame around the window
+  // reads the new size only once told.
+  if (sizeHint() != hinted_) {
+    hinted_ = sizeHint();
+    updateGeometry();
+  }
   const int asked = live_.preview_rate ? live_.preview_rate() : 0;
   const int rate = asked <= 0 ? 60 : std::min(asked, 60);
   if (rate != shown_rate_) {
@@ -354,6 +361,10 @@ MasterWindow::MasterWindow(Program& program, const Guard& guard)
   area_ = new QMdiArea(this);
   area_->setObjectName("ChildArea");
   area_->setBackground(QColor(0x45, 0x5A, 0x64));
+  // A child larger than the area, such as the picture at 800 x 600, is scrolled to rather than
+  // cut off, and never makes the main window grow past the screen.
+  area_->setHorizontalScrollBarPolicy(Qt::ScrollBarAsNeeded);
+  area_->setVerticalScrollBarPolicy(Qt::ScrollBarAsNeeded);
   // The cool bar stands over the child area, beside the mode bar, which so has the window's
   // whole height for its buttons.
   auto* centre = new QWidget(this);
@@ -405,7 +416,7 @@ void MasterWindow::AddMenuEntry(QMenu& menu, ui::Menu& model) {
 // The child windows laid out in the child area, which lies inside the main window on the
 // screen. Tiled "horizontally", the windows stand one above the other, each as wide as the
 // area; "vertically", side by side, each as tall as it. Minimised windows keep their icons,
-// which "Arrange Icons" lines up along the bottom.
+// which "Arrange Icons" lines up along the bottom. A child keeps the least size it needs.
 void MasterWindow::ArrangeChildWindows(platform::ArrangeCode code) {
   if (code == platform::ArrangeCode::Cascade) return area_->cascadeSubWindows();
   std::vector<QMdiSubWindow*> open;
@@ -430,7 +441,12 @@ void MasterWindow::ArrangeChildWindows(platform::ArrangeCode code) {
                                    area.height() * (place + 1) / count - area.height() * place / count)
                            : QRect(area.width() * place / count, 0,
                                    area.width() * (place + 1) / count - area.width() * place / count, area.height());
-    open[static_cast<std::size_t>(place)]->setGeometry(tile);
+    // Never smaller than what the child needs, or its picture would lie over its bars: the area
+    // scrolls to what passes its edge.
+    QMdiSubWindow& child = *open[static_cast<std::size_t>(place)];
+    const QSize frame = child.size() - child.widget()->size();
+    const QSize least = child.minimumSizeHint().expandedTo(child.widget()->minimumSizeHint() + frame);
+    child.setGeometry(QRect(tile.topLeft(), tile.size().expandedTo(least)));
   }
 }
 
@@ -544,6 +560,21 @@ void MasterWindow::RefreshMenus() {
 
 void MasterWindow::RefreshBands() {
   for (auto& [key, frame] : bands_) ApplyVisibility(*frame, model_.MasterBar.Bands(key).Visible);
+}
+
+// The place was brought inside the screen before the window had a frame; once shown, the frame
+// is brought inside too, the window made smaller by what the frame adds. The system's own shows
+// (a restore from the task bar) leave the window where the operator put it.
+void MasterWindow::showEvent(QShowEvent* event) {
+  QMainWindow::showEvent(event);
+  if (event->spontaneous()) return;
+  const QRect screen = this->screen()->availableGeometry();
+  const QRect frame = frameGeometry();
+  if (screen.contains(frame)) return;
+  const QRect inner = geometry();
+  const QMargins margins(inner.left() - frame.left(), inner.top() - frame.top(), frame.right() - inner.right(),
+                         frame.bottom() - inner.bottom());
+  setGeometry(Inside(frame, screen).marginsRemoved(margins));
 }
 
 void MasterWindow::closeEvent(QCloseEvent* event) {

@@ -108,6 +108,7 @@ class VideoWindow : public QWidget {
   QWidget* bottom_ = nullptr;
   QTimer repaint_;
   int shown_rate_ = -1;
+  QSize hinted_;
   QPoint drag_start_;
   bool dragging_ = false;
   // The frame last scaled, and what it was scaled from, so that a repaint of the same frame
@@ -133,6 +134,7 @@ class MasterWindow : public QMainWindow {
 
  protected:
   void closeEvent(QCloseEvent* event) override;
+  void showEvent(QShowEvent* event) override;
   void resizeEvent(QResizeEvent* event) override;
   void moveEvent(QMoveEvent* event) override;
 

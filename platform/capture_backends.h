@@ -159,6 +159,8 @@ class VideoCaptureControl {
   // Devices and inputs
   virtual int VideoDeviceCount() = 0;
   virtual std::string VideoDeviceName(int index) = 0;
+  // The program's own device (a test source) rather than one of the machine's.
+  virtual bool VideoDeviceBuiltIn(int /*index*/) { return false; }
   virtual int VideoDeviceIndex() = 0;
   virtual void SetVideoDeviceIndex(int index) = 0;  // -2 selects the JPEG over HTTP source
   virtual void SetNetworkSourceUrl(const std::string& url) = 0;

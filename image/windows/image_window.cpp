@@ -127,6 +127,8 @@ void Image::RunEffect(Effect effect, const EffectInputs& inputs) {
   const std::vector<std::string> progress = EffectProgress(effect, source->width);
   auto result = std::make_shared<platform::Picture>();
   effect_running_ = true;
+  // The hourglass says that the effect is under way; its texts come with the picture.
+  MousePointer = kHourglass;
   effect_ = program_.services.background.Start(
       [result, source, effect, inputs] { *result = ApplyEffect(effect, *source, inputs); },
       [this, result, progress] { EffectDone(result, progress); });
@@ -136,6 +138,7 @@ void Image::EffectDone(std::shared_ptr<const platform::Picture> result, const st
   for (const std::string& text : progress) ProgressMessage(text);
   MasterImage.Picture = std::move(result);
   ProgressMessage("");
+  MousePointer = 0;
   effect_running_ = false;
   while (!effect_running_ && !waiting_.empty()) {
     auto next = std::move(waiting_.front());

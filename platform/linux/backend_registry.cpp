@@ -25,12 +25,12 @@ constexpr int kTunerClass = 1;
 constexpr int kCamcorderClass = 2;
 
 std::vector<VideoDeviceEntry> ProbeTestCamera() {
-  return {VideoDeviceEntry{kTestCameraName, "1.0", 0, [] { return MakeTestCamera(); }},
-          VideoDeviceEntry{kTestTunerName, "1.0", kTunerClass, [] { return MakeTestTuner(); }}};
+  return {VideoDeviceEntry{kTestCameraName, "1.0", 0, [] { return MakeTestCamera(); }, true},
+          VideoDeviceEntry{kTestTunerName, "1.0", kTunerClass, [] { return MakeTestTuner(); }, true}};
 }
 
 std::vector<VideoDeviceEntry> ProbeTestTapeDeck() {
-  return {VideoDeviceEntry{kTestTapeDeckName, "1.0", kCamcorderClass, [] { return MakeTestTapeDeck(); }}};
+  return {VideoDeviceEntry{kTestTapeDeckName, "1.0", kCamcorderClass, [] { return MakeTestTapeDeck(); }, true}};
 }
 
 // The channel plan the program ships: beside the executable, or in the share folder of an

@@ -32,6 +32,7 @@ struct VideoDeviceEntry {
   std::string version;   // what the driver list shows beside the name
   int device_class = 0;  // 1 a TV tuner, 2 or more a camcorder, otherwise a camera
   std::function<std::unique_ptr<FrameSource>()> open;
+  bool built_in = false;  // one of the program's own test sources
 };
 
 struct AudioDeviceEntry {

@@ -62,6 +62,7 @@ class RealCaptureControl final : public VideoCaptureControl, public ConnectedDev
 
   int VideoDeviceCount() override { return static_cast<int>(devices_.VideoDevices().size()); }
   std::string VideoDeviceName(int index) override { return Entry(devices_.VideoDevices(), index).name; }
+  bool VideoDeviceBuiltIn(int index) override { return Entry(devices_.VideoDevices(), index).built_in; }
   int VideoDeviceIndex() override { return device_index_; }
   void SetVideoDeviceIndex(int index) override { device_index_ = index; }
   void SetNetworkSourceUrl(const std::string& url) override { url_ = url; }

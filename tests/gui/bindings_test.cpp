@@ -168,6 +168,33 @@ TEST_F(Bindings, TheOperatorsInputReachesTheHandlers) {
   EXPECT_EQ(failures, std::vector<std::string>{"no device"});
 }
 
+// A toolbar narrower than its buttons offers those past its edge in the menu of its "»", each
+// entry doing what its button does.
+TEST_F(Bindings, TheChevronOffersTheButtonsPastTheEdge) {
+  std::vector<std::string> clicked;
+  panel.Bar.OnButtonClick = [&](ui::ToolbarButton& button) { clicked.push_back(button.Key()); };
+  for (const char* key : {"record", "timer", "sound", "motion", "serial", "joystick"})
+    panel.Bar.AddButton(key, ui::ButtonStyle::Default, key).Caption = key;
+  panel.Bar.Button("sound").Visible = false;
+  RefreshAll();
+  auto* bar = Find<QToolBar>("Bar");
+  host.show();
+  bar->setGeometry(0, 0, 150, 40);
+  QApplication::processEvents();
+  auto* chevron = bar->findChild<QToolButton*>("qt_toolbar_ext_button");
+  ASSERT_TRUE(chevron && chevron->isVisible() && chevron->menu());
+  emit chevron->menu()->aboutToShow();
+  std::vector<std::string> offered;
+  for (QAction* entry : chevron->menu()->actions()) offered.push_back(entry->text().toStdString());
+  std::vector<std::string> hidden;
+  for (const char* key : {"record", "timer", "motion", "serial", "joystick"})
+    if (Find<QToolButton>(key)->isHidden()) hidden.push_back(key);
+  EXPECT_FALSE(hidden.empty());
+  EXPECT_EQ(offered, hidden);
+  chevron->menu()->actions().back()->trigger();
+  EXPECT_EQ(clicked, std::vector<std::string>{"joystick"});
+}
+
 // A list that takes drags tells the model where the entry is to go, and shows the model's order
 // afterwards, not the toolkit's; a progress bar shows its range and value.
 TEST_F(Bindings, DraggedEntriesAreTheModelsToMoveAndProgressBarsShowTheirValue) {

@@ -29,6 +29,8 @@
 #include <QMenuBar>
 #include <QMessageBox>
 #include <QPushButton>
+#include <QScreen>
+#include <QScrollBar>
 #include <QSpinBox>
 #include <QTabBar>
 #include <QTest>
@@ -61,6 +63,7 @@
 #include "movie/movie_viewer.h"
 #include "movie/subtitle_editor.h"
 #include "net/ftp_image.h"
+#include "platform/linux/backend_registry.h"
 #include "tests/gui/desktop_program.h"
 #include "tests/support/movie_probe.h"
 
@@ -182,6 +185,14 @@ class Operator {
     const auto found = devices->findItems("Built-in Test Camera (VFW)", Qt::MatchExactly);
     if (found.isEmpty()) return Fail("the chooser does not list the built-in camera");
     Screenshot(devices->window(), "choose_device.png");
+    // A first start: the machine's camera stands selected, or the first entry with a line that
+    // says no camera was found.
+    const auto machine = zr::platform::linux_impl::ProbeVideoDevices();
+    const bool camera =
+        std::any_of(machine.begin(), machine.end(), [](const auto& device) { return !device.built_in; });
+    auto* no_camera = FindWidget<QLabel>("NoCamera");
+    if ((no_camera != nullptr) == camera || (!camera && devices->currentRow() != 0))
+      return Fail("the chooser does not tell whether a camera was found");
     QTest::mouseClick(devices->viewport(), Qt::LeftButton, {}, devices->visualItemRect(found.front()).center());
     Click(start);
     Next(&Operator::WaitForLiveVideo);
@@ -420,6 +431,35 @@ class Operator {
     if (Elapsed() < 1500) return;
     if (screen.DVpos.Text.get().empty()) return Fail("the camcorder's tape does not move");
     Screenshot(FindWidget("VideoScreen")->parentWidget(), "capture_window_camcorder.png");
+    Next(&Operator::ShowControlKind);
+  }
+
+  // The test camera as a device of the control kind, at its size and at half of it: its status
+  // bar with the size panels lies under the picture, never under the video; then the camera is
+  // connected again.
+  void ShowControlKind() {
+    auto& screen = parts_.program.Window<zr::VideoScreen>();
+    auto& loop = dynamic_cast<zr::gui::QtEventLoop&>(parts_.program.services.loop);
+    if (Once("control kind")) {
+      const int camera = ControlKindIndexOf("Built-in Test Camera");
+      if (camera < 0) return Fail("the device menu has no test camera of the control kind");
+      return loop.Guarded(
+          [&screen, camera] { screen.ConnectVideoCaptureDevice(camera, "wdm", "Built-in Test Camera"); });
+    }
+    if (Elapsed() < 1000) return;
+    QWidget* window = FindWidget("VideoScreen");
+    auto* status = window ? window->findChild<QWidget*>("StatusBar") : nullptr;
+    const bool halved = Done("capture_window_control.png");
+    Screenshot(window ? window->parentWidget() : nullptr,
+               halved ? "capture_window_control_0_50.png" : "capture_window_control.png");
+    if (!status || !status->isVisible() || !window->rect().contains(status->geometry()) ||
+        window->height() != screen.PictureHeight() + status->height())
+      return Fail("the capture window's status bar does not lie whole under its picture");
+    if (!halved) {
+      step_started_ = clock_.elapsed();
+      return loop.Guarded([&screen] { screen.StatusBar.ClickPanel(screen.StatusBar.Panels("size_0_50")); });
+    }
+    loop.Guarded([&screen] { screen.StatusBar.ClickPanel(screen.StatusBar.Panels("size_1_00")); });
     loop.Guarded([this, &screen] { screen.ConnectVideoCaptureDevice(camera_.index, camera_.kind, camera_.name); });
     Next(&Operator::ShowCaptureWindows);
   }
@@ -478,16 +518,21 @@ class Operator {
     Next(&Operator::ShowCaptureWindows);
   }
 
-  // "Tile Vertically" from the Window menu: every child window then lies inside the child area.
+  // "Tile Vertically" from the Window menu: every child window then lies inside the child area,
+  // or the area scrolls to it, and the main window stays inside the screen.
   void TileChildWindows() {
     auto* area = FindWidget<QMdiArea>("ChildArea");
     if (!area) return Fail("the main window has no child area");
     if (Once("tile"))
       return Later(area, [this] { ChooseFromMenus(MainWindow().WindowMenu(zr::window_menu::kTileVertically)); });
     if (Elapsed() < 300) return;
+    // A child that needs more room than its tile keeps it, and the area scrolls to it.
+    const bool scrolls = area->horizontalScrollBar()->isVisible() || area->verticalScrollBar()->isVisible();
     for (QMdiSubWindow* child : area->subWindowList())
-      if (child->isVisible() && !area->viewport()->rect().contains(child->geometry()))
-        return Fail("a tiled child window reaches outside the child area");
+      if (child->isVisible() && !area->viewport()->rect().contains(child->geometry()) && !scrolls)
+        return Fail("a tiled child window reaches outside the child area, which does not scroll");
+    if (!QGuiApplication::primaryScreen()->availableGeometry().contains(FindWidget("Master")->frameGeometry()))
+      return Fail("the tiled windows made the main window grow past the screen");
     Screenshot(FindWidget("Master"), "main_window_tiled.png");
     Next(&Operator::Quit);
   }

@@ -5,6 +5,8 @@
 #include <QGuiApplication>
 #include <QIcon>
 #include <QImage>
+#include <QPalette>
+#include <cmath>
 #include <cstdlib>
 #include <map>
 #include <memory>
@@ -79,6 +81,33 @@ TEST_F(IconsTest, EveryToolbarKeyHasItsOwnPictogramDrawnAtEverySize) {
       EXPECT_LT(opaque, size * size) << key << " at " << size;
     }
   }
+}
+
+// The share of a pictogram's drawn pixels that stand out from `background` in lightness.
+double ShareStandingOut(const QImage& image, const QColor& background) {
+  const QImage argb = image.convertToFormat(QImage::Format_ARGB32);
+  int drawn = 0;
+  int standing_out = 0;
+  for (int y = 0; y < argb.height(); ++y)
+    for (int x = 0; x < argb.width(); ++x) {
+      const QRgb pixel = argb.pixel(x, y);
+      if (qAlpha(pixel) < 128) continue;
+      ++drawn;
+      standing_out += std::abs(QColor(pixel).lightness() - background.lightness()) >= 60 ? 1 : 0;
+    }
+  return drawn ? static_cast<double>(standing_out) / drawn : 0.0;
+}
+
+// On a light and on a dark theme alike, every pictogram stands out from the window's background.
+TEST_F(IconsTest, EveryPictogramReadsOnALightAndADarkTheme) {
+  const QPalette desktop = QGuiApplication::palette();
+  for (const QColor& window : {QColor(0xEF, 0xEF, 0xEF), QColor(0x35, 0x35, 0x35)}) {
+    QGuiApplication::setPalette(QPalette(window));
+    for (const std::string& key : ToolbarImageKeys())
+      EXPECT_GT(ShareStandingOut(DrawnIcon(key, 48).toImage(), window), 0.5)
+          << key << " on " << window.name().toStdString();
+  }
+  QGuiApplication::setPalette(desktop);
 }
 
 TEST_F(IconsTest, NoTwoKeysDrawTheSamePicture) {

@@ -12,6 +12,7 @@
 #include <QGroupBox>
 #include <QLabel>
 #include <QListWidget>
+#include <QMdiArea>
 #include <QMdiSubWindow>
 #include <QMenu>
 #include <QMenuBar>
@@ -19,10 +20,13 @@
 #include <QRadioButton>
 #include <QRegularExpression>
 #include <QScreen>
+#include <QScrollBar>
 #include <QStyle>
+#include <QStyleFactory>
 #include <QStyleOptionButton>
 #include <QStyleOptionComboBox>
 #include <QTabBar>
+#include <QTest>
 #include <QToolButton>
 #include <algorithm>
 #include <filesystem>
@@ -33,13 +37,16 @@
 #include <vector>
 
 #include "apps/scenario/world.h"
+#include "capture/video_screen.h"
 #include "core/language.h"
 #include "core/operating_mode.h"
+#include "core/settings_keys.h"
 #include "core/window_registry.h"
 #include "gui/desktop_face.h"
 #include "gui/desktop_look.h"
 #include "gui/qt_event_loop.h"
 #include "gui/qt_services.h"
+#include "image/windows/image_window.h"
 #include "main_window/master.h"
 
 namespace zr::gui {
@@ -232,6 +239,16 @@ void Settle() {
   for (int pass = 0; pass < 3; ++pass) QApplication::processEvents();
 }
 
+// A picture of the window in the screenshots folder, in a folder named by the screen's scale.
+void Photograph(QWidget& window, const std::string& folder, const std::string& name) {
+#ifdef ZR_SCREENSHOT_DIR
+  const int scale = static_cast<int>(window.devicePixelRatio());
+  const std::string path = std::string(ZR_SCREENSHOT_DIR) + "/" + folder + "/x" + std::to_string(scale);
+  std::filesystem::create_directories(path);
+  window.grab().save(QString::fromStdString(path + "/" + name + ".png"));
+#endif
+}
+
 // The program in a world of its own, with the desktop's face over it.
 class DesktopWindows {
  public:
@@ -289,11 +306,7 @@ class WindowFit : public DesktopWindows, public ::testing::TestWithParam<Languag
     FitReport report(name);
     report.Check(*frame);
     for (const std::string& problem : report.problems) ADD_FAILURE() << problem;
-#ifdef ZR_SCREENSHOT_DIR
-    const std::string folder = std::string(ZR_SCREENSHOT_DIR) + "/fit/" + language_code;
-    std::filesystem::create_directories(folder);
-    frame->grab().save(QString::fromStdString(folder + "/" + name + ".png"));
-#endif
+    Photograph(*frame, "fit/" + language_code, name);
   }
 
   std::string language_code = std::to_string(static_cast<int>(GetParam()));
@@ -363,6 +376,101 @@ INSTANTIATE_TEST_SUITE_P(Languages, WindowTexts,
 
 class WindowPlaces : public DesktopWindows, public ::testing::Test {};
 
+// A dialog has no maximise button, and Escape closes it as its close box does.
+TEST_F(WindowPlaces, EscapeClosesADialog) {
+  program.Main();
+  ui::Window& dialog = program.Slot("FOV").TouchWindow();
+  Show(dialog, true);
+  QWidget* frame = FrameOf(dialog);
+  ASSERT_NE(frame, nullptr);
+  EXPECT_FALSE(frame->windowFlags().testFlag(Qt::WindowMaximizeButtonHint));
+  frame->activateWindow();
+  ASSERT_TRUE(QTest::qWaitForWindowActive(frame));
+  QTest::keyClick(frame, Qt::Key_Escape);
+  EXPECT_FALSE(program.Slot("FOV").Loaded());
+}
+
+// The main window keeps the size of a small screen in every mode with nothing cut, however large
+// a child window grows and when the children are tiled: the child area scrolls to them instead.
+TEST_F(WindowPlaces, TheMainWindowKeepsTheSizeOfASmallScreen) {
+  program.Main();
+  auto& master = program.Window<Master>();
+  auto& screen = program.Window<VideoScreen>();
+  screen.mira.Width = 1280;
+  screen.mira.Height = 960;
+  auto& picture = program.Window<Image>();
+  picture.MasterImage.Picture = std::make_shared<platform::Picture>(
+      platform::Picture{640, 480, std::vector<std::uint8_t>(platform::Picture::BytesFor(640, 480))});
+  Show(picture, true);
+  for (const QSize size : {QSize(800, 600), QSize(1024, 768)}) {
+    face.MainWindow()->resize(size);
+    for (OperatingMode mode : kOperatingModes) {
+      const std::string name = "Master-" + std::string(ModeKey(mode)) + "-" + std::to_string(size.width());
+      master.SetOperationMode(std::string(ModeKey(mode)));
+      face.Sync();
+      face.MainWindow()->ArrangeChildWindows(platform::ArrangeCode::TileVertically);
+      Settle();
+      EXPECT_EQ(face.MainWindow()->size(), size) << name;
+      // A child past the area's edge is scrolled to.
+      QMdiArea& area = face.MainWindow()->ChildArea();
+      const bool scrolls = area.verticalScrollBar()->isVisible() || area.horizontalScrollBar()->isVisible();
+      for (QMdiSubWindow* child : area.subWindowList()) {
+        const bool past_the_edge = child->isVisible() && !area.viewport()->rect().contains(child->geometry());
+        EXPECT_TRUE(scrolls || !past_the_edge) << name << ": " << Name(*child->widget()) << " cannot be reached";
+      }
+      FitReport report(name);
+      report.Check(*face.MainWindow());
+      for (const std::string& problem : report.problems) ADD_FAILURE() << problem;
+      Photograph(*face.MainWindow(), "small-screen", name);
+    }
+  }
+}
+
+// A size saved on a larger screen, or at another scale, comes back inside this screen.
+TEST_F(WindowPlaces, ASavedSizeLargerThanTheScreenComesBackInsideIt) {
+  SaveSetting(program.services.settings, settings::WindowWidth, "60000");  // 4000 pixels, in twips
+  SaveSetting(program.services.settings, settings::WindowHeight, "45000");
+  program.Main();
+  face.Sync();
+  Settle();
+  QWidget* main = face.MainWindow();
+  ASSERT_NE(main, nullptr);
+  EXPECT_TRUE(main->screen()->availableGeometry().contains(main->frameGeometry()));
+}
+
+// On a dark theme (Fusion with a dark palette) the windows keep their texts whole; the pictures
+// show the buttons and pictograms in the theme's colours.
+TEST_F(WindowPlaces, ADarkThemeKeepsEveryTextWhole) {
+  const QPalette desktop = QApplication::palette();
+  const QString style = QApplication::style()->name();
+  QApplication::setStyle(QStyleFactory::create("Fusion"));
+  QPalette dark(QColor(0x35, 0x35, 0x35), QColor(0x2A, 0x2A, 0x2A));
+  dark.setColor(QPalette::Base, QColor(0x24, 0x24, 0x24));
+  dark.setColor(QPalette::Highlight, QColor(0x2A, 0x82, 0xDA));
+  QApplication::setPalette(dark);
+  qApp->setStyleSheet(kButtonStyle);
+  program.Main();
+  face.Sync();
+  const std::pair<std::string, QWidget*> windows[] = {
+      {"Master", face.MainWindow()}, {"ChooseDevice", nullptr}, {"AboutWindow", nullptr}};
+  for (auto [name, frame] : windows) {
+    if (!frame) {
+      ui::Window& window = program.Slot(name).TouchWindow();
+      Show(window, true);
+      frame = FrameOf(window);
+    }
+    ASSERT_NE(frame, nullptr) << name;
+    Settle();
+    FitReport report("dark " + name);
+    report.Check(*frame);
+    for (const std::string& problem : report.problems) ADD_FAILURE() << problem;
+    Photograph(*frame, "dark", name);
+  }
+  qApp->setStyleSheet(QString());
+  QApplication::setPalette(desktop);
+  QApplication::setStyle(style);
+}
+
 // A window of its own and a child of the main window (whose frame follows its picture, so only
 // its position is kept) open where they closed, and inside the screen or the child area when
 // they closed outside it.
@@ -374,8 +482,9 @@ TEST_F(WindowPlaces, AWindowOpensWhereItClosedInsideTheScreen) {
     Show(window, true);
     QWidget* frame = FrameOf(window);
     ASSERT_NE(frame, nullptr);
-    const QRect bounds =
-        qobject_cast<QMdiSubWindow*>(frame) ? frame->parentWidget()->rect() : frame->screen()->availableGeometry();
+    // The child area with its scroll bars, which show while a child is larger than the area.
+    auto* child = qobject_cast<QMdiSubWindow*>(frame);
+    const QRect bounds = child ? child->mdiArea()->contentsRect() : frame->screen()->availableGeometry();
     const QPoint spot = bounds.topLeft() + QPoint(std::max(bounds.width() - frame->width(), 0) / 2,
                                                   std::max(bounds.height() - frame->height(), 0) / 2);
     frame->setGeometry(QRect(spot, frame->size()));
