@@ -18,6 +18,7 @@ packages=(
   imagemagick
   libsane-dev sane-utils libsane1
   help2man librsvg2-bin desktop-file-utils appstream lintian bash-completion
+  locales
 )
 
 missing=()
@@ -27,11 +28,19 @@ for package in "${packages[@]}"; do
   fi
 done
 
-[ ${#missing[@]} -eq 0 ] && exit 0
-
-echo "Installing: ${missing[*]}"
 sudo_cmd=()
 [ "$(id -u)" -ne 0 ] && sudo_cmd=(sudo)
-export DEBIAN_FRONTEND=noninteractive
-"${sudo_cmd[@]}" apt-get update -qq
-"${sudo_cmd[@]}" apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
+if [ ${#missing[@]} -ne 0 ]; then
+  echo "Installing: ${missing[*]}"
+  export DEBIAN_FRONTEND=noninteractive
+  "${sudo_cmd[@]}" apt-get update -qq
+  "${sudo_cmd[@]}" apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
+fi
+
+# The desktop locale tests read the time and the decimal sign of a German and an American desktop.
+for locale in de_DE en_US; do
+  if ! locale -a 2>/dev/null | grep -qx "$locale.utf8"; then
+    echo "Making the $locale.UTF-8 locale"
+    "${sudo_cmd[@]}" localedef -i "$locale" -f UTF-8 "$locale.UTF-8"
+  fi
+done
