@@ -768,6 +768,8 @@ constexpr TextTranslations kTable[] = {
     {"Video format:", "Formato de vídeo:", "Formato de vídeo:", "Format vidéo :", "Videoformat:"},
     {"This source has no settings to adjust.", "Esta origem não tem ajustes.", "Este origen no tiene ajustes.",
      "Cette source n'a aucun réglage.", "Diese Quelle hat keine Einstellungen."},
+    {"The last command failed: %1", "O último comando falhou: %1", "El último comando ha fallado: %1",
+     "La dernière commande a échoué : %1", "Der letzte Befehl ist fehlgeschlagen: %1"},
 
     // ---- Message boxes of the compressor catalogue, the clipboard and the AVI builder
     {"ERROR C100: Can't find CODEC Information file.", "ERRO C100: arquivo de informações de CODEC não encontrado.",

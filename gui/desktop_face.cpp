@@ -264,7 +264,7 @@ QWidget* DesktopFace::WidgetOf(const ui::Window& window) const {
 
 void DesktopFace::ShowFailure(const std::exception& failure) {
   QMessageBox::warning(QApplication::activeWindow(), QString::fromStdString(kAppTitle),
-                       QString("The last command failed: %1").arg(failure.what()));
+                       Translate("The last command failed: %1").arg(failure.what()));
 }
 
 bool DesktopFace::eventFilter(QObject* watched, QEvent* event) {
