@@ -1,12 +1,15 @@
 #pragma once
 // Checks the platform tests share: a Result that must have succeeded (its error in the
-// message when not), the time passed since a moment, and a folder of a test's own.
+// message when not), the time passed since a moment, a folder of a test's own and the bytes of
+// a file.
 
 #include <gtest/gtest.h>
 #include <stdlib.h>
 
 #include <chrono>
 #include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <stdexcept>
 #include <string>
 
@@ -22,6 +25,12 @@ template <class T>
 
 inline std::chrono::milliseconds Since(std::chrono::steady_clock::time_point start) {
   return std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - start);
+}
+
+// The whole content of a file, byte for byte; empty when it cannot be read.
+inline std::string FileText(const std::filesystem::path& path) {
+  std::ifstream file(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
 }
 
 // A new folder under the system's temporary folder, removed with all it holds at the end.
