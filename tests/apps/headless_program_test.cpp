@@ -56,13 +56,6 @@ class HeadlessProgramTest : public ::testing::Test {
     return "cd '" + folder_.string() + "' || exit; env " + Program(arguments) + " > out.txt 2>&1 & pid=$!; ";
   }
 
-  // The frames the movie's headers count and the frames ffmpeg decodes in it.
-  static std::pair<long, long> HeaderAndDecodedFrames(const std::string& path) {
-    auto video = ProbeStream(path, 'v', "nb_frames,nb_read_frames");
-    if (video.count("nb_frames") == 0 || video.count("nb_read_frames") == 0) return {-1, -1};
-    return {std::stol(video["nb_frames"]), std::stol(video["nb_read_frames"])};
-  }
-
   int ExitOf(std::string output) {
     output_ = std::move(output);
     const auto at = output_.rfind("exit=");
