@@ -8,9 +8,7 @@
 
 #include <algorithm>
 #include <chrono>
-#include <fstream>
 #include <functional>
-#include <iterator>
 #include <memory>
 #include <optional>
 #include <string>
