@@ -22,6 +22,7 @@
 #include "platform/linux/magick_image_converter.h"
 #include "tests/support/local_ftp_server.h"
 #include "tests/support/movie_probe.h"
+#include "tests/support/platform_checks.h"
 
 namespace zr::testing {
 namespace {
@@ -55,13 +56,6 @@ class HeadlessProgramTest : public ::testing::Test {
     return "cd '" + folder_.string() + "' || exit; env " + Program(arguments) + " > out.txt 2>&1 & pid=$!; ";
   }
 
-  // The frames the movie's headers count and the frames ffmpeg decodes in it.
-  static std::pair<long, long> HeaderAndDecodedFrames(const std::string& path) {
-    auto video = ProbeStream(path, 'v', "nb_frames,nb_read_frames");
-    if (video.count("nb_frames") == 0 || video.count("nb_read_frames") == 0) return {-1, -1};
-    return {std::stol(video["nb_frames"]), std::stol(video["nb_read_frames"])};
-  }
-
   int ExitOf(std::string output) {
     output_ = std::move(output);
     const auto at = output_.rfind("exit=");
@@ -69,10 +63,6 @@ class HeadlessProgramTest : public ::testing::Test {
   }
 
   std::string File(const std::string& name) const { return (folder_ / name).string(); }
-  static std::string Text(const fs::path& path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-  }
 
   // A parameter file for 30 frames a second with sound, which fill a small disk fast.
   void WriteFastSetUp() const {
@@ -446,7 +436,7 @@ TEST_F(HeadlessProgramTest, AnFtpSeriesDeliversEveryPictureWhole) {
   for (const char* name : {"shot000001.jpg", "shot000002.jpg", "shot000003.jpg", "shot000004.jpg", "shot000005.jpg"}) {
     const auto sent = server.Root() / "pics" / name;
     ASSERT_TRUE(fs::exists(sent)) << name << "\n" << output_;
-    EXPECT_EQ(Text(File(name)), Text(sent)) << name;
+    EXPECT_EQ(FileText(File(name)), FileText(sent)) << name;
   }
 }
 
@@ -479,7 +469,7 @@ TEST_F(HeadlessProgramTest, ServesThePageAndPicturesToCurlUntilASignal) {
   const std::time_t now = std::time(nullptr);
   std::strftime(today, sizeof today, "%m-%d-%Y", std::localtime(&now));
   const std::string live = "http://127.0.0.1:" + std::to_string(port) + "/live";
-  const std::string page = Text(File("page.html"));
+  const std::string page = FileText(File("page.html"));
   // The page's text is the scenarios' to check; here it is today's, from the program folder's
   // template, and points at the port served.
   EXPECT_TRUE(page.starts_with("HTTP/1.1 200 OK\r\nServer: Video Zandrell\r\nDate: " + std::string(today) + "\r\n"))
@@ -493,7 +483,7 @@ TEST_F(HeadlessProgramTest, ServesThePageAndPicturesToCurlUntilASignal) {
     EXPECT_EQ(picture["width"], "640") << name;
     EXPECT_EQ(picture["height"], "480") << name;
   }
-  const std::string garbage = Text(File("garbage.txt"));
+  const std::string garbage = FileText(File("garbage.txt"));
   EXPECT_TRUE(garbage.starts_with("HTTP/1.1 200 OK\r\nContent-Type: image/jpeg\r\n")) << garbage.substr(0, 200);
   EXPECT_NE(garbage.find("\r\n\r\n\xFF\xD8"), std::string::npos);
   // Dropped at the 10 s deadline, unanswered.

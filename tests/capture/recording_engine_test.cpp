@@ -55,16 +55,6 @@ TEST_F(VfwRecording, ExclusiveRunBlocksEveryTimerUntilItReturns) {
   EXPECT_EQ(ProbeMovie(AppFile("exclusive.avi")).frames, 20);
 }
 
-TEST_F(VfwRecording, MouseClickAbortsTheRun) {
-  SetMovie(10, 10, "aborted.avi");
-  PressRecord();
-  world.loop.AdvanceBy(950);
-  world.devices->ConnectedSource()->MousePressed(1);
-  world.loop.AdvanceBy(100);
-  EXPECT_EQ(master().StatusString.Caption.get(), "Stopped");
-  EXPECT_EQ(ProbeMovie(AppFile("aborted.avi")).frames, 10);
-}
-
 TEST_F(VfwRecording, AudioFormatFollowsTheMainWindowLists) {
   master().AudioBits.ListIndex = 1;
   master().AudioChannels.ListIndex = 1;

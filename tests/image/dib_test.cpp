@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "image/bmp.h"
+#include "tests/support/platform_checks.h"
 
 // The replacements below pair malloc with free; the compiler, seeing the free inlined where a
 // delete was, takes it for a mismatch.
@@ -52,22 +53,18 @@ using Bytes = std::vector<std::uint8_t>;
 
 class DibFiles : public ::testing::Test {
  protected:
-  void SetUp() override { std::filesystem::create_directories(folder_); }
-  void TearDown() override { std::filesystem::remove_all(folder_); }
-  std::string File(const std::string& name) const { return (folder_ / name).string(); }
+  std::string File(const std::string& name) const { return folder_.File(name); }
 
   static Bytes ReadAll(const std::string& path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+    const std::string text = testing::FileText(path);
+    return {text.begin(), text.end()};
   }
   static void WriteAll(const std::string& path, const Bytes& bytes) {
     std::ofstream(path, std::ios::binary)
         .write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
   }
 
-  std::filesystem::path folder_ = std::filesystem::temp_directory_path() /
-                                  ("zr-dib-" + std::to_string(::testing::UnitTest::GetInstance()->random_seed()) + "-" +
-                                   ::testing::UnitTest::GetInstance()->current_test_info()->name());
+  testing::TemporaryFolder folder_;
 };
 
 // The 40-byte information header at `at`.

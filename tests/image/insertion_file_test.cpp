@@ -8,6 +8,7 @@
 #include <fstream>
 
 #include "image/insertion_macros.h"
+#include "tests/support/platform_checks.h"
 
 namespace zr {
 namespace {
@@ -48,15 +49,12 @@ TEST(InsertionFileTest, WrongHeaderOrVersionYieldsNothing) {
   // A device that never ends, and a FIFO nobody writes to, are not waited on; a layout padded
   // past any real one's length is not read.
   EXPECT_FALSE(ReadInsertionFile("/dev/zero"));
-  const auto folder = std::filesystem::temp_directory_path();
-  const std::string fifo = (folder / ("zr_insertion_" + std::to_string(::getpid()) + ".fifo")).string();
+  const testing::TemporaryFolder folder;
+  const std::string fifo = folder.File("layout.fifo"), padded = folder.File("padded.iif");
   ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
   EXPECT_FALSE(ReadInsertionFile(fifo));
-  std::filesystem::remove(fifo);
-  const std::string padded = (folder / ("zr_insertion_" + std::to_string(::getpid()) + ".iif")).string();
   std::ofstream(padded, std::ios::binary) << FileWith("TXT:1,2,0,0,0,a\r\n") << std::string(1 << 20, ' ');
   EXPECT_FALSE(ReadInsertionFile(padded));
-  std::filesystem::remove(padded);
   EXPECT_EQ(ParseInsertionFile(FileWith("")), InsertionLayout{});
 }
 
@@ -70,10 +68,9 @@ TEST(InsertionFileTest, WrittenFileReadsBackTheSameAndRefusesWhatCannot) {
   const auto contents = FormatInsertionFile(layout);
   ASSERT_TRUE(contents);
   EXPECT_NE(contents->find("\r\nTXT:0,975.5,FF,FF0080,1,Camera 1 %dd.%MM.%yyyy\r\n"), std::string::npos) << *contents;
-  const std::string path = (std::filesystem::temp_directory_path() / "zr_insertion_round_trip.iif").string();
-  ASSERT_TRUE(WriteInsertionFile(path, layout));
-  EXPECT_EQ(ReadInsertionFile(path), layout);
-  std::filesystem::remove(path);
+  const testing::TemporaryFolder folder;
+  ASSERT_TRUE(WriteInsertionFile(folder.File("round_trip.iif"), layout));
+  EXPECT_EQ(ReadInsertionFile(folder.File("round_trip.iif")), layout);
 
   EXPECT_FALSE(FormatInsertionText({1.0, 2.0, 0u, 0u, false, "a,b"}));
   EXPECT_FALSE(FormatInsertionText({1.0, 2.0, 0x1000000u, 0u, false, "a"}));

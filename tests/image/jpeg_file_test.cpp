@@ -18,6 +18,7 @@
 #include "image/dib_section.h"
 #include "image/picture_writer.h"
 #include "tests/support/movie_probe.h"
+#include "tests/support/platform_checks.h"
 
 namespace zr {
 namespace {
@@ -44,11 +45,6 @@ Decoded Decode(const std::string& path) {
   return decoded;
 }
 
-std::string FileBytes(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-}
-
 // Red above, blue below, as the operator sees it.
 platform::Picture RedOverBlue(int width, int height) {
   platform::Picture picture = platform::Picture::Blank(width, height);
@@ -59,13 +55,8 @@ platform::Picture RedOverBlue(int width, int height) {
 
 class JpegFiles : public ::testing::Test {
  protected:
-  void SetUp() override { std::filesystem::create_directories(folder_); }
-  void TearDown() override { std::filesystem::remove_all(folder_); }
-  std::string File(const std::string& name) const { return (folder_ / name).string(); }
-
-  std::filesystem::path folder_ = std::filesystem::temp_directory_path() /
-                                  ("zr-jpeg-" + std::to_string(::testing::UnitTest::GetInstance()->random_seed()) +
-                                   "-" + ::testing::UnitTest::GetInstance()->current_test_info()->name());
+  std::string File(const std::string& name) const { return folder_.File(name); }
+  testing::TemporaryFolder folder_;
 };
 
 TEST_F(JpegFiles, OddWidthsComeOutTheRightWayUpAtTheirSize) {
@@ -165,9 +156,9 @@ TEST_F(JpegFiles, AKeptCodingServesOnlyTheSamePictureAtTheSameQuality) {
   const auto picture = std::make_shared<const platform::Picture>(RedOverBlue(32, 16));
   WritePictureFile(picture, File("first.jpg"), 80);
   WritePictureFile(picture, File("again.jpg"), 80);
-  EXPECT_EQ(FileBytes(File("again.jpg")), FileBytes(File("first.jpg")));
+  EXPECT_EQ(testing::FileText(File("again.jpg")), testing::FileText(File("first.jpg")));
   WritePictureFile(picture, File("coarser.jpg"), 10);
-  EXPECT_NE(FileBytes(File("coarser.jpg")), FileBytes(File("first.jpg")));
+  EXPECT_NE(testing::FileText(File("coarser.jpg")), testing::FileText(File("first.jpg")));
 
   platform::Picture green = platform::Picture::Blank(32, 16);
   for (int y = 0; y < 16; ++y)

@@ -11,11 +11,11 @@
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <string_view>
 #include <tuple>
 
 #include "core/message_window.h"
+#include "tests/support/platform_checks.h"
 #include "tests/support/recording_fixture.h"
 
 namespace zr::testing {
@@ -24,11 +24,6 @@ namespace {
 using platform::sim::DeviceSpec;
 
 void WriteBytes(const std::string& path, const std::string& bytes) { std::ofstream(path, std::ios::binary) << bytes; }
-
-std::string ReadBytes(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-}
 
 // A literal with NULs in it, whole.
 template <std::size_t N>
@@ -103,7 +98,7 @@ class ParameterFileTest : public RecordingTest {
 
   std::string Saved(const std::string& name) {
     SaveParameters(world.program(), AppFile(name));
-    return ReadBytes(AppFile(name));
+    return FileText(AppFile(name));
   }
   void Load(const std::string& name, const std::string& text) {
     WriteBytes(AppFile(name), text);
@@ -407,7 +402,7 @@ TEST_F(ParameterFileOnControl, ViewModeAndCodecsGoToTheDevice) {
   EXPECT_TRUE(LogHas("OverlayEnabled=true"));
   EXPECT_FALSE(LogHas("PreviewRate="));
   SaveParameters(world.program(), AppFile("view.zrp"));
-  EXPECT_NE(ReadBytes(AppFile("view.zrp")).find("\r\nView Mode=Overlay\r\n"), std::string::npos);
+  EXPECT_NE(FileText(AppFile("view.zrp")).find("\r\nView Mode=Overlay\r\n"), std::string::npos);
 
   world.devices->log.clear();
   WriteBytes(AppFile("view.zrp"), "View Mode=preview\r\nPreview Rate=8\r\n");

@@ -7,13 +7,13 @@
 
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <string>
 #include <vector>
 
 #include "platform/linux/ffmpeg_movie_files.h"
 #include "platform/picture.h"
 #include "tests/support/movie_probe.h"
+#include "tests/support/platform_checks.h"
 
 namespace zr {
 namespace {
@@ -21,8 +21,8 @@ namespace {
 using Bytes = std::vector<std::uint8_t>;
 
 Bytes ReadAll(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+  const std::string text = testing::FileText(path);
+  return {text.begin(), text.end()};
 }
 
 void WriteAll(const std::string& path, const Bytes& bytes) {
@@ -50,13 +50,8 @@ Bytes RiffFile(std::uint32_t riff_size) {
 
 class InformationChunk : public ::testing::Test {
  protected:
-  void SetUp() override { std::filesystem::create_directories(folder_); }
-  void TearDown() override { std::filesystem::remove_all(folder_); }
-  std::string File(const std::string& name) const { return (folder_ / name).string(); }
-
-  std::filesystem::path folder_ = std::filesystem::temp_directory_path() /
-                                  ("zr-info-" + std::to_string(::testing::UnitTest::GetInstance()->random_seed()) +
-                                   "-" + ::testing::UnitTest::GetInstance()->current_test_info()->name());
+  std::string File(const std::string& name) const { return folder_.File(name); }
+  testing::TemporaryFolder folder_;
 };
 
 TEST(InformationBlock, TagsInTheirOrderEveryOneWrittenAndNoPadding) {

@@ -7,9 +7,9 @@
 #include <sys/stat.h>
 
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <string>
+
+#include "tests/support/platform_checks.h"
 
 namespace zr::platform {
 namespace {
@@ -18,26 +18,15 @@ namespace fs = std::filesystem;
 
 class AtomicFile : public ::testing::Test {
  protected:
-  void SetUp() override {
-    fs::create_directories(folder_);
-    saved_umask_ = ::umask(027);
-  }
-  void TearDown() override {
-    ::umask(saved_umask_);
-    fs::remove_all(folder_);
-  }
-  std::string File(const std::string& name) const { return (folder_ / name).string(); }
+  void SetUp() override { saved_umask_ = ::umask(027); }
+  void TearDown() override { ::umask(saved_umask_); }
+  std::string File(const std::string& name) const { return folder_.File(name); }
   static mode_t ModeOf(const std::string& path) {
     struct stat info {};
     return ::stat(path.c_str(), &info) == 0 ? info.st_mode & 07777 : 0;
   }
-  static std::string Read(const std::string& path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-  }
 
-  fs::path folder_ = fs::temp_directory_path() / ("zr-atomic-" + std::to_string(::getpid()) + "-" +
-                                                  ::testing::UnitTest::GetInstance()->current_test_info()->name());
+  zr::testing::TemporaryFolder folder_;
   mode_t saved_umask_ = 022;
 };
 
@@ -50,7 +39,7 @@ TEST_F(AtomicFile, ANewFileFollowsTheUmaskAPrivateOneIsTheUsersAloneAReplacedOne
   ::chmod(File("new.txt").c_str(), 0604);
   ASSERT_TRUE(ReplaceFileAtomically(File("new.txt"), "two", NewFileMode::KeepExisting));
   EXPECT_EQ(ModeOf(File("new.txt")), 0604u);
-  EXPECT_EQ(Read(File("new.txt")), "two");
+  EXPECT_EQ(zr::testing::FileText(File("new.txt")), "two");
   // The umask the test set is still the process's.
   EXPECT_EQ(::umask(0), 0u);
 }
@@ -61,7 +50,7 @@ TEST_F(AtomicFile, AReplacementThatFailsLeavesTheOldFileAndNoTemporary) {
   EXPECT_FALSE(failed);
   EXPECT_TRUE(fs::is_directory(File("taken/inside")));
   int entries = 0;
-  for (const auto& entry : fs::directory_iterator(folder_)) entries += entry.path().filename() != "taken";
+  for (const auto& entry : fs::directory_iterator(folder_.path())) entries += entry.path().filename() != "taken";
   EXPECT_EQ(entries, 0) << "a temporary file was left behind";
   EXPECT_FALSE(ReplaceFileAtomically(File("missing/file.txt"), "text", NewFileMode::Private));
 }

@@ -12,6 +12,8 @@
 #include <filesystem>
 #include <fstream>
 
+#include "tests/support/platform_checks.h"
+
 namespace zr::platform {
 namespace {
 
@@ -19,16 +21,12 @@ namespace fs = std::filesystem;
 
 class RegularFileTest : public ::testing::Test {
  protected:
-  void SetUp() override { fs::create_directories(folder_); }
-  void TearDown() override { fs::remove_all(folder_); }
   std::string File(const std::string& name, const std::string& text) const {
-    const std::string path = (folder_ / name).string();
+    const std::string path = folder_.File(name);
     std::ofstream(path, std::ios::binary) << text;
     return path;
   }
-
-  fs::path folder_ = fs::temp_directory_path() / ("zr-regular-" + std::to_string(::getpid()) + "-" +
-                                                  ::testing::UnitTest::GetInstance()->current_test_info()->name());
+  zr::testing::TemporaryFolder folder_;
 };
 
 TEST_F(RegularFileTest, ReadsSmallFilesWholeAndRefusesWhatIsNoFileOrTooLong) {
@@ -49,11 +47,11 @@ TEST_F(RegularFileTest, ReadsSmallFilesWholeAndRefusesWhatIsNoFileOrTooLong) {
   EXPECT_EQ(ReadSmallFile(sparse, 1 << 20).outcome, FileOutcome::TooLarge);
   EXPECT_LT(std::chrono::steady_clock::now() - started, std::chrono::seconds(1));
 
-  EXPECT_EQ(ReadSmallFile((folder_ / "missing.txt").string(), 10).outcome, FileOutcome::Missing);
-  const std::string fifo = (folder_ / "fifo").string();
+  EXPECT_EQ(ReadSmallFile(folder_.File("missing.txt"), 10).outcome, FileOutcome::Missing);
+  const std::string fifo = folder_.File("fifo");
   ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
   // Opening a FIFO nobody writes to would wait for ever; reading /dev/zero would never end.
-  for (const std::string& path : {fifo, std::string("/dev/zero"), folder_.string()}) {
+  for (const std::string& path : {fifo, std::string("/dev/zero"), folder_.path().string()}) {
     const SmallFile refused = ReadSmallFile(path, 1 << 20);
     EXPECT_EQ(refused.outcome, FileOutcome::NotAFile) << path;
     EXPECT_EQ(refused.reason, "is not a regular file") << path;

@@ -27,6 +27,12 @@ std::map<std::string, std::string> ProbeStream(const std::string& path, char kin
   return values;
 }
 
+std::pair<long, long> HeaderAndDecodedFrames(const std::string& path) {
+  auto video = ProbeStream(path, 'v', "nb_frames,nb_read_frames");
+  const auto number = [&](const char* key) { return video.count(key) ? std::stol(video[key]) : -1L; };
+  return {number("nb_frames"), number("nb_read_frames")};
+}
+
 double ProbeDurationSeconds(const std::string& path) {
   const std::string text =
       RunCommand("ffprobe -v error -show_entries format=duration -of csv=p=0 '" + path + "' 2>/dev/null");

@@ -74,18 +74,6 @@ TEST(ScaleToneTables, GivesTheHeightOfEachPointOrKeepsTheCount) {
   }
 }
 
-TEST(ToneExportText, RunsTheHeadingIntoTheFirstRowAndEndsEachRowWithCrLf) {
-  ToneTables t;
-  t.red.fill(200);
-  t.red[0] = -5;
-  t.lum[255] = 17;
-  const std::string text = ToneExportText(t);
-  EXPECT_EQ(text.substr(0, 54), "TONE\tRED\tGREEN\tBLUE\tLUMINANCE0\t-5\t0\t0\t0\r\n1\t200\t0\t0\t0\r\n");
-  EXPECT_TRUE(text.ends_with("\r\n254\t200\t0\t0\t0\r\n255\t200\t0\t0\t17\r\n"));
-  // Heading, tone digits, tabs and line ends, then the red, green, blue and luminance columns.
-  EXPECT_EQ(text.size(), 29u + (10 + 90 * 2 + 156 * 3) + 256 * 6 + (255 * 3 + 2) + 256 + 256 + (255 + 2));
-}
-
 TEST(DrawToneCurves, PlacesEachToneRoundedFromTheLast) {
   struct Case {
     int width;

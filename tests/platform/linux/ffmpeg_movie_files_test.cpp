@@ -4,7 +4,6 @@
 #include <stdlib.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -27,6 +26,8 @@
 namespace zr::platform::linux_impl {
 namespace {
 
+using zr::testing::HeaderAndDecodedFrames;
+using zr::testing::InChild;
 using zr::testing::Ok;
 using zr::testing::ProbeStream;
 using zr::testing::RunCommand;
@@ -434,22 +435,6 @@ std::vector<fs::path> FilesNamed(const fs::path& folder, const std::string& part
   for (const auto& entry : fs::directory_iterator(folder))
     if (entry.path().filename().string().find(part) != std::string::npos) found.push_back(entry.path());
   return found;
-}
-
-// The frames the headers count and the frames ffmpeg decodes.
-std::pair<long, long> HeaderAndDecodedFrames(const std::string& path) {
-  auto video = ProbeStream(path, 'v', "nb_frames,nb_read_frames");
-  return {std::stol(video["nb_frames"]), std::stol(video["nb_read_frames"])};
-}
-
-// Runs `write` in a child process and gives its exit status. A child that calls _exit itself
-// ends without finishing anything, as a killed program does.
-int InChild(const std::function<int()>& write) {
-  const pid_t child = fork();
-  if (child == 0) _exit(write());
-  int status = 0;
-  waitpid(child, &status, 0);
-  return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
 
 TEST_F(MovieFileTest, AMovieGrowsBesideItsNameAndReplacesTheOldFileOnlyWhenFinished) {

@@ -8,9 +8,7 @@
 
 #include <algorithm>
 #include <chrono>
-#include <fstream>
 #include <functional>
-#include <iterator>
 #include <memory>
 #include <optional>
 #include <string>
@@ -21,6 +19,7 @@
 #include "platform/linux/poll_event_loop.h"
 #include "platform/sim/sim_ftp.h"
 #include "tests/support/local_ftp_server.h"
+#include "tests/support/platform_checks.h"
 
 namespace zr::platform::linux_impl {
 namespace {
@@ -31,10 +30,7 @@ using std::chrono::seconds;
 
 std::vector<std::uint8_t> Bytes(const std::string& text) { return {text.begin(), text.end()}; }
 
-std::string FileText(const std::filesystem::path& path) {
-  std::ifstream file(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), {}};
-}
+using testing::FileText;
 
 class FtpClientTest : public ::testing::Test {
  protected:

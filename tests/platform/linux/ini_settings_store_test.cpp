@@ -9,7 +9,6 @@
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <optional>
 #include <sstream>
 #include <stdexcept>
@@ -23,10 +22,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-std::string ReadText(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
-}
+using zr::testing::FileText;
 
 class IniSettingsStoreTest : public ::testing::Test {
  protected:
@@ -77,7 +73,7 @@ TEST_F(IniSettingsStoreTest, ValuesComeBackByteForByte) {
   for (std::size_t i = 0; i < values.size(); ++i) {
     EXPECT_EQ(fresh.Find("ZR", "Values", "V" + std::to_string(i)), values[i]) << i;
   }
-  const std::string text = ReadText(FilePath("ZR"));
+  const std::string text = FileText(FilePath("ZR"));
   EXPECT_NE(text.find("V3=one\\ntwo\\r\\nthree\\r\n"), std::string::npos) << text;
   EXPECT_NE(text.find("V4=C:\\\\new\\\\\\\\path\\\\\n"), std::string::npos) << text;
   EXPECT_EQ(std::count(text.begin(), text.end(), '\n'), 1 + static_cast<long>(values.size()));
@@ -89,7 +85,7 @@ TEST_F(IniSettingsStoreTest, NamesMatchWithoutAsciiCaseAndKeepTheirFirstSpelling
   store_.Save("ZR", "MD", "OQ", "0");
   store_.Save("ZR", "md", "sense", "3");
   EXPECT_EQ(store_.Get("ZR", "mD", "oQ", "1"), "0");
-  EXPECT_EQ(ReadText(FilePath("ZR")), "[Md]\nOq=0\nsense=3\n");
+  EXPECT_EQ(FileText(FilePath("ZR")), "[Md]\nOq=0\nsense=3\n");
   // Only ASCII letters fold: other bytes must match exactly.
   store_.Save("ZR", "Md", "\xc3\xa9t\xc3\xa9", "summer");
   EXPECT_EQ(store_.Find("ZR", "Md", "\xc3\x89T\xc3\x89"), std::nullopt);
@@ -109,7 +105,7 @@ TEST_F(IniSettingsStoreTest, HandWrittenFileIsReadAndNothingElseIsLostOnRewrite)
   store_.Save(app, "Window", "Height", "600");
   store_.Save(app, "Window", "Left", "2");
   store_.Save(app, "WebShare", "Port", "8080");
-  EXPECT_EQ(ReadText(FilePath(app)),
+  EXPECT_EQ(FileText(FilePath(app)),
             "; written by hand\nOrphan=before any section\n\n  [ window ]  \n# Top=999 is only a comment\n"
             "  Top =7\nUnknown=kept\nHeight=600\njunk without equals\n[System]\nLastDevice=Cam\n"
             "[Window]\nLeft=2\nWidth=5\n\n[WebShare]\nPort=8080\n");
@@ -167,7 +163,7 @@ TEST_F(IniSettingsStoreTest, UnreadableFileGivesDefaultsOneMessageAndIsNotOverwr
     EXPECT_TRUE(fs::is_directory(path));
   } else {
     ::chmod(path.c_str(), 0600);
-    EXPECT_EQ(ReadText(path), "[ZR]\nES=0\n");
+    EXPECT_EQ(FileText(path), "[ZR]\nES=0\n");
   }
 }
 

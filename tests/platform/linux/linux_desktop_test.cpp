@@ -10,7 +10,6 @@
 #include <chrono>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <string>
 #include <thread>
 
@@ -23,10 +22,7 @@ namespace fs = std::filesystem;
 
 void WriteText(const std::string& path, const std::string& text) { std::ofstream(path, std::ios::binary) << text; }
 
-std::string ReadText(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
-  return std::string(std::istreambuf_iterator<char>(file), {});
-}
+using zr::testing::FileText;
 
 class ProgramFolderTest : public ::testing::Test {
  protected:
@@ -58,10 +54,10 @@ TEST_F(ProgramFolderTest, AShippedFileIsCopiedOnlyWhereTheProgramFolderHasNone) 
   fs::create_directories(root_ + "/program");
   WriteText(root_ + "/bin/page.html", "shipped");
   ProvideProgramFile(root_ + "/bin", root_ + "/program/", "page.html");
-  EXPECT_EQ(ReadText(root_ + "/program/page.html"), "shipped");
+  EXPECT_EQ(FileText(root_ + "/program/page.html"), "shipped");
   WriteText(root_ + "/program/page.html", "the operator's");
   ProvideProgramFile(root_ + "/bin", root_ + "/program/", "page.html");
-  EXPECT_EQ(ReadText(root_ + "/program/page.html"), "the operator's");
+  EXPECT_EQ(FileText(root_ + "/program/page.html"), "the operator's");
   // A dangling link at the name is the operator's too; nothing ships, nothing is made.
   fs::create_symlink(root_ + "/nowhere", root_ + "/program/link.html");
   ProvideProgramFile(root_ + "/bin", root_ + "/program/", "link.html");
@@ -90,8 +86,8 @@ TEST_F(ProgramFolderTest, AnInstalledProgramKeepsItsFilesInTheDataFolderAndShips
   EXPECT_EQ(ResolveProgramFolder(root_ + "/usr/bin/", ""), data);
   ProvideProgramFile(root_ + "/usr/bin", data, "page.html");
   ProvideProgramFile(root_ + "/usr/bin", data, "codes.zr");
-  EXPECT_EQ(ReadText(data + "page.html"), "installed");
-  EXPECT_EQ(ReadText(data + "codes.zr"), "beside");
+  EXPECT_EQ(FileText(data + "page.html"), "installed");
+  EXPECT_EQ(FileText(data + "codes.zr"), "beside");
   EXPECT_EQ(ResolveProgramFolder(root_ + "/usr/bin", root_ + "/own"), root_ + "/own/");
 }
 
@@ -112,7 +108,7 @@ TEST(LinuxDesktopAddress, GoesToTheOpenerOnThePathAsOneArgument) {
   while (!fs::exists(heard) && std::chrono::steady_clock::now() - started < std::chrono::seconds(10))
     std::this_thread::sleep_for(std::chrono::milliseconds(10));
   setenv("PATH", saved_path.c_str(), 1);
-  EXPECT_EQ(ReadText(heard), "1|http://192.0.2.2:8080/ a b");
+  EXPECT_EQ(FileText(heard), "1|http://192.0.2.2:8080/ a b");
 }
 
 // The nice value the priority asks for, or the nearest towards 0 the system allows; a process

@@ -1,7 +1,6 @@
 #include "platform/linux/termination_signals.h"
 
 #include <gtest/gtest.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <atomic>
@@ -11,6 +10,7 @@
 #include <thread>
 
 #include "platform/linux/poll_event_loop.h"
+#include "tests/support/platform_checks.h"
 
 namespace zr::platform::linux_impl {
 namespace {
@@ -18,14 +18,7 @@ namespace {
 using namespace std::chrono_literals;
 
 // Each case runs in a child process of its own: the block and the requests are the process's.
-// Gives the child's exit status, or 1000 + the signal that ended it.
-int InChild(const std::function<int()>& body) {
-  const pid_t child = fork();
-  if (child == 0) _exit(body());
-  int status = 0;
-  waitpid(child, &status, 0);
-  return WIFEXITED(status) ? WEXITSTATUS(status) : 1000 + WTERMSIG(status);
-}
+using zr::testing::InChild;
 
 TEST(TerminationWatch, ARequestEndsTheRunsAtOnceThenBecomesAnEventOnTheLoop) {
   for (const int signal : {SIGTERM, SIGINT, SIGHUP}) {

@@ -83,15 +83,6 @@ TEST_F(ThreadedMovieToolsTest, FramesForAWindowComeInTheMoviesOrderEachSavedBefo
   for (int index = 0; index < kFrames; ++index) EXPECT_EQ(told[static_cast<std::size_t>(index)], index);
 }
 
-TEST_F(ThreadedMovieToolsTest, FramesForNoWindowAreSavedInPartsToEveryName) {
-  const auto end = Extract({Path("movie.avi"), Path("shot"), FrameFileKind::Bitmap, 100, false}, {},
-                           [](const ExtractionProgress& progress) { EXPECT_LE(progress.done, progress.frames); });
-  EXPECT_EQ(end.saved, kFrames);
-  for (int index = 0; index < kFrames; ++index)
-    EXPECT_TRUE(LoadPictureFile(FrameFileName(Path("shot"), index, FrameFileKind::Bitmap))) << index;
-  EXPECT_FALSE(fs::exists(FrameFileName(Path("shot"), kFrames, FrameFileKind::Bitmap)));
-}
-
 TEST_F(ThreadedMovieToolsTest, WhatCannotBeReadOrWrittenIsToldAtTheEnd) {
   RunCommand("echo text > '" + Path("text.avi") + "'");
   EXPECT_TRUE(
