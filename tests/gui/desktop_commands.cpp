@@ -420,7 +420,8 @@ class Operator {
     return chosen && other && chosen->isChecked() && !other->isChecked();
   }
 
-  // What the command visibly does, where the test knows it, and what it answers a box with.
+  // What the command visibly does, where the test knows it, and what it answers a box with. A
+  // rewind at the tape's start and the country (the test tuner takes any) show nothing.
   void Expect(Command& command) {
     const std::string& name = command.name;
     const auto station_here = [] { return ShownStations().contains(QString("Channel %1").arg(ShownChannel())); };
