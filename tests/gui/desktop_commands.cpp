@@ -1,11 +1,15 @@
 // The desktop program under xvfb-run, every command of its main window chosen in turn: in each
 // operating mode every button of the bars it shows and every entry of their drop-down menus,
-// then every entry of the menu bar, and last File > Exit. A dialog that opens a movie is given
-// one, other dialogs are cancelled, message boxes take their default button, the windows a
-// command opened are closed again and a run it started is stopped. It fails on a failure the
-// face reports, on an error box and on a command that does not end; a crash fails the test as it
-// stops the process. Last it names every window of the program no command opened. With --keys:
-// the main window's keys instead, each tapped, each checked for what it does, and Ctrl+Q last.
+// then every entry of the menu bar, and last File > Exit. Each device the device menu connects
+// adds the bars it shows: the built-in tuner its band, with the channel bar and a station read
+// from TVTuner.ini, and the built-in camcorder its transport and the DV export, whose window
+// sends the prepared movie to a DV file. A dialog that opens a movie is given one, the tuner's
+// country is answered, other dialogs are cancelled, message boxes take their default button, the
+// windows a command opened are closed again and a run it started is stopped. It fails on a
+// failure the face reports, on an error box, on a command that does not end and on one that does
+// not do what it visibly does; a crash fails the test as it stops the process. Last it names
+// every window of the program no command opened. With --keys: the main window's keys instead,
+// each tapped, each checked for what it does, and Ctrl+Q last.
 
 #include <unistd.h>
 
@@ -15,7 +19,10 @@
 #include <QDialog>
 #include <QElapsedTimer>
 #include <QFileDialog>
+#include <QFileInfo>
+#include <QInputDialog>
 #include <QKeySequence>
+#include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
 #include <QMdiArea>
@@ -24,6 +31,7 @@
 #include <QMenuBar>
 #include <QMessageBox>
 #include <QPushButton>
+#include <QScrollBar>
 #include <QTest>
 #include <QTimer>
 #include <QToolBar>
@@ -33,6 +41,7 @@
 #include <fstream>
 #include <functional>
 #include <iostream>
+#include <optional>
 #include <set>
 #include <sstream>
 #include <string>
@@ -50,19 +59,12 @@
 
 namespace {
 
-// The tuner and DV commands, which come with the peripherals' windows.
-const std::set<std::string> kPeripherals = {"DeviceToolbar[exportdv]", "TunerBar"};
-
 // Error boxes the program shows by its own rules: the built-in camera's driver has no dialog of
 // its own for the display, and Linux has neither the separate broadcast program nor the screen
 // tool.
 const std::set<QString> kToldErrors = {"Tessavue: Cannot show Video Display Dialog.",
                                        "Error 02: Cannot run Video Zandrell Broadcast",
                                        "Error 03: Cannot run Video Zandrell Screen Capture, which Linux does not have"};
-
-// The DV export, whose command is enabled on a DV device only (the scenarios open it on a
-// simulated one).
-const std::set<std::string> kPeripheralWindows = {"ExportDV"};
 
 // Windows the program opens by itself rather than on a command: the message while the set-up is
 // saved or applied, the upload of a picture, the preview of a series or a build, the compressor
@@ -74,13 +76,11 @@ constexpr std::int64_t kCommandTimeoutMs = 20000;
 constexpr int kJpegSeries = 2;           // the series' kind of numbered JPEG files
 constexpr std::int64_t kCheckMs = 3000;  // for what a command does to show
 const QString kCamera = "Built-in Test Camera (VFW)";
-
-// Whether the command, or the control it belongs to, is left out.
-bool LeftOut(const std::string& name) {
-  const std::string control = name.substr(0, name.find_first_of("(["));
-  const std::string button = name.substr(0, name.find(']') + 1);
-  return kPeripherals.contains(name) || kPeripherals.contains(control) || kPeripherals.contains(button);
-}
+// The station TVTuner.ini holds at the start, and the country the tuner is given.
+constexpr int kStationChannel = 21;
+const QString kStationName = "Evening News";
+const QString kCountry = "+351";
+constexpr std::int64_t kStandingTapeMs = 400;  // a paused tape's position stands this long
 
 // The window of the program by this name, when it shows as a window of its own.
 QWidget* ShownWindow(const char* name) {
@@ -111,15 +111,47 @@ class ShownWindows final : public QObject {
 // One command: its name as the scenarios address it, and how the operator chooses it.
 struct Command {
   std::string name;
-  std::function<bool()> choose;          // false when its widget is not to be found
-  std::function<bool()> done = nullptr;  // what the command does, when there is something to see
-  std::int64_t first_try_ms = -1;        // the face may show its widget a refresh later
+  std::function<bool()> choose;  // false when its widget is not to be found
+  // What the command does, when there is something to see; read once before the command too,
+  // so that a check can compare with what stood before.
+  std::function<bool()> done = nullptr;
+  std::int64_t first_try_ms = -1;  // the face may show its widget a refresh later
+  std::string window = {};         // the window it is chosen in, which stays open for it
+  QString typed = {};              // what its input box is answered with; none: cancelled
 };
+
+// A check that takes its first reading before the command and then compares each reading with it.
+template <class Read, class Passes>
+std::function<bool()> Compared(Read read, Passes passes) {
+  return [read, passes, before = std::optional<decltype(read())>()]() mutable {
+    if (!before) {
+      before = read();
+      return false;
+    }
+    return passes(*before, read());
+  };
+}
 
 // Whether the face shows the band of the cool bar by this key.
 bool ShownBand(const char* key) {
   QWidget* band = MainWidget()->findChild<QWidget*>(key);
   return band && band->isVisible();
+}
+
+// The text of a box of a window by its name, as the face shows it.
+QString ShownText(const char* box) {
+  for (QWidget* top : QApplication::topLevelWidgets())
+    if (auto* edit = top->findChild<QLineEdit*>(box); edit && edit->isVisible()) return edit->text();
+  return {};
+}
+
+// The channel the tuner's band reads ("Channel: 3"), -1 without one.
+int ShownChannel() {
+  auto* band = MainWidget()->findChild<QWidget*>("tuner");
+  auto* label = band ? band->findChild<QLabel*>("Labels") : nullptr;
+  bool number = false;
+  const int channel = label ? label->text().section(' ', -1).toInt(&number) : -1;
+  return number ? channel : -1;
 }
 
 class Operator {
@@ -154,8 +186,9 @@ class Operator {
       if (!done_check_()) Fail("did not do what it does");
       done_check_ = nullptr;
     }
-    // The keys go on from where the last left the program; each other command from the start.
-    if (!keys_ && CloseWhatOpened()) return;
+    // The keys go on from where the last left the program; each other command from the start,
+    // or in the window the last opened for it.
+    if (!keys_ && CloseWhatOpened(commands_.empty() ? "" : commands_.front().window)) return;
     // A run, a motion wait or a series the command started ("pause" is the still button at rest).
     if (!keys_ && Model().RecordButton().Image.get() == "stop")
       return Loop().Guarded([this] { Model().OperationBar.ClickButton(Model().RecordButton()); });
@@ -165,6 +198,8 @@ class Operator {
     current_ = next.name;
     started_ = clock_.elapsed();
     done_check_ = next.done;
+    if (done_check_) (void)done_check_();  // its reading before the command
+    typed_ = next.typed;
     if (next.first_try_ms < 0) {
       next.first_try_ms = started_;
       std::cout << next.name << std::endl;
@@ -201,9 +236,15 @@ class Operator {
     }
     // A movie to open is the one prepared; any other file is cancelled.
     if (auto* files = qobject_cast<QFileDialog*>(modal);
-        files && files->acceptMode() == QFileDialog::AcceptOpen && files->nameFilters().join("").contains("*.avi")) {
+        files && files->acceptMode() == QFileDialog::AcceptOpen &&
+        files->nameFilters().join("").contains("*.avi", Qt::CaseInsensitive)) {
       if (auto* name = files->findChild<QLineEdit*>("fileNameEdit")) name->setText(QString::fromStdString(movie_));
       static_cast<QDialog*>(files)->accept();
+      return true;
+    }
+    if (auto* input = qobject_cast<QInputDialog*>(modal); input && !typed_.isEmpty()) {
+      input->setTextValue(typed_);
+      input->accept();
       return true;
     }
     if (auto* dialog = qobject_cast<QDialog*>(modal)) {
@@ -216,17 +257,17 @@ class Operator {
 
   bool NameWindowsNoCommandOpens() {
     for (const zr::WindowKind& kind : zr::RegisteredWindowKinds())
-      if (!shown_windows_.names.contains(kind.name) && !kOpenedByTheProgram.contains(kind.name) &&
-          !kPeripheralWindows.contains(kind.name))
+      if (!shown_windows_.names.contains(kind.name) && !kOpenedByTheProgram.contains(kind.name))
         Fail("no command opens the window " + kind.name);
     return true;
   }
 
-  // The windows of the program the command opened, closed by their close boxes.
-  bool CloseWhatOpened() {
+  // The windows of the program the command opened but `kept`, closed by their close boxes.
+  bool CloseWhatOpened(const std::string& kept) {
     bool closing = false;
     for (QWidget* top : QApplication::topLevelWidgets()) {
-      if (!top->isVisible() || top == MainWidget() || !zr::FindWindowKind(top->objectName().toStdString())) continue;
+      const std::string name = top->objectName().toStdString();
+      if (!top->isVisible() || top == MainWidget() || name == kept || !zr::FindWindowKind(name)) continue;
       top->close();
       closing = true;
     }
@@ -306,20 +347,115 @@ class Operator {
         const std::string key = button->objectName().toStdString();
         if (key.empty() || key.starts_with("qt_") || !button->isVisible() || !button->isEnabled()) continue;
         const std::string name = bar + "[" + key + "]";
-        if (LeftOut(name) || !done_.insert(name).second) continue;
+        // The DV export goes out with the camcorder, whose transport shows.
+        if (key == "exportdv" && !FindButton("Mastertoolbar", "play")) continue;
+        if (!done_.insert(name).second) continue;
         found.push_back(ButtonCommand(bar, key));
+        if (key == "exportdv") AddExport(found);
         if (!button->menu()) continue;
         const auto entries = button->menu()->actions();
-        for (int index = 0; index < entries.size(); ++index)
-          if (!entries[index]->isSeparator() && entries[index]->isVisible() && entries[index]->isEnabled())
-            found.push_back(ButtonMenuCommand(bar, key, index, entries[index]->text()));
+        for (int index = 0; index < entries.size(); ++index) {
+          if (entries[index]->isSeparator() || !entries[index]->isVisible() || !entries[index]->isEnabled()) continue;
+          found.push_back(ButtonMenuCommand(bar, key, index, entries[index]->text()));
+          // A device connected shows bars of its own.
+          if (key == "device")
+            found.push_back({"bars of " + entries[index]->text().toStdString(), [this] { return AddBars(); }});
+        }
         // The device menu's last entries disconnect: the commands after it find the camera again.
         for (int index = 0; key == "device" && index < entries.size(); ++index)
           if (entries[index]->text() == kCamera) found.push_back(ButtonMenuCommand(bar, key, index, kCamera));
       }
     }
+    // The bands' scroll bars (the tuner's channel), each stepped once.
+    for (auto* scroll : MainWidget()->findChild<QWidget*>("MasterBar")->findChildren<QScrollBar*>()) {
+      const std::string name = scroll->objectName().toStdString();
+      if (!name.empty() && scroll->isVisible() && done_.insert(name).second) found.push_back(StepCommand(name));
+    }
+    for (Command& command : found) Expect(command);
     commands_.insert(commands_.begin(), found.begin(), found.end());
     return true;
+  }
+
+  static Command StepCommand(const std::string& name) {
+    return {name, [name] {
+              auto* scroll = MainWidget()->findChild<QScrollBar*>(QString::fromStdString(name));
+              if (scroll) scroll->triggerAction(QAbstractSlider::SliderSingleStepAdd);
+              return scroll != nullptr;
+            }};
+  }
+
+  // The DV export of the prepared movie, in its window: chosen, sent to its end, and the window
+  // left.
+  void AddExport(std::deque<Command>& found) {
+    const auto step = [](const char* button, std::function<bool()> check) {
+      return Command{.name = std::string("ExportDV.") + button,
+                     .choose =
+                         [button] {
+                           QWidget* window = ShownWindow("ExportDV");
+                           auto* push = window ? window->findChild<QPushButton*>(button) : nullptr;
+                           if (!push || !push->isVisible()) return false;
+                           push->click();
+                           return true;
+                         },
+                     .done = std::move(check),
+                     .window = "ExportDV"};
+    };
+    const QString sent = QString::fromStdString(std::filesystem::path(movie_).replace_extension(".dv").string());
+    found.push_back(step("OpenPath", [this] { return ShownText("AVI_PAth") == QString::fromStdString(movie_); }));
+    // The end of the movie brings the window back to rest, its box empty, the DV file beside it.
+    found.push_back(step("xStart", [sent] { return ShownText("AVI_PAth").isEmpty() && QFileInfo(sent).size() > 0; }));
+    found.push_back(step("ExitButton", [] { return !ShownWindow("ExportDV"); }));
+  }
+
+  static QStringList ShownStations() {
+    QStringList names;
+    if (QToolButton* stations = FindButton("TunerBar", "tuner_station"); stations && stations->menu())
+      for (QAction* entry : stations->menu()->actions()) names << entry->text();
+    return names;
+  }
+
+  static bool ShownInput(const char* on, const char* off) {
+    QToolButton* chosen = FindButton("TunerBar", on);
+    QToolButton* other = FindButton("TunerBar", off);
+    return chosen && other && chosen->isChecked() && !other->isChecked();
+  }
+
+  // What the command visibly does, where the test knows it, and what it answers a box with. A
+  // rewind at the tape's start and the country (the test tuner takes any) show nothing.
+  void Expect(Command& command) {
+    const std::string& name = command.name;
+    const auto station_here = [] { return ShownStations().contains(QString("Channel %1").arg(ShownChannel())); };
+    const auto tape = [] { return ShownText("DVpos"); };
+    const auto runs = [](const QString& before, const QString& now) { return !now.isEmpty() && now != before; };
+    const auto sought = [this](bool upward) {
+      return Compared(ShownChannel, [this, upward](int before, int now) {
+        return !Model().Tuner.Enabled.get() && (upward ? now > before : now < before);
+      });
+    };
+    if (name == "TunerBar[tuner_add]") command.done = station_here;
+    if (name == "TunerBar[tuner_remove]") command.done = [station_here] { return !station_here(); };
+    if (name == "TunerBar[tuner_country]") command.typed = kCountry;
+    if (name == "TunerBar[tuner_up]") command.done = sought(true);
+    if (name == "TunerBar[tuner_down]") command.done = sought(false);
+    if (name == "TunerBar[tuner_antena]") command.done = [] { return ShownInput("tuner_antena", "tuner_cable"); };
+    if (name == "TunerBar[tuner_cable]") command.done = [] { return ShownInput("tuner_cable", "tuner_antena"); };
+    if (name == "TunerBar[tuner_station][" + kStationName.toStdString() + "]")
+      command.done = [] { return ShownChannel() == kStationChannel; };
+    if (name == "TunerSlider")
+      command.done = Compared(ShownChannel, [](int before, int now) { return now == before + 1; });
+    if (name == "Mastertoolbar[play]" || name == "Mastertoolbar[fwd]") command.done = Compared(tape, runs);
+    if (name == "Mastertoolbar[stop]") command.done = [tape] { return tape().isEmpty(); };
+    // A paused tape's position stands.
+    if (name == "Mastertoolbar[pause]")
+      command.done = [this, tape, last = QString(), since = std::int64_t{0}]() mutable {
+        const QString now = tape();
+        if (now != last) {
+          last = now;
+          since = clock_.elapsed();
+        }
+        return !last.isEmpty() && clock_.elapsed() - since >= kStandingTapeMs;
+      };
+    if (name == "DeviceToolbar[exportdv]") command.done = [] { return ShownWindow("ExportDV") != nullptr; };
   }
 
   // The model's name of a menu bar entry ("FileMenu(13)"), found by its caption.
@@ -334,8 +470,7 @@ class Operator {
   bool AddMenus() {
     for (auto* button : MainWidget()->findChild<QToolBar*>("MainToolbar")->findChildren<QToolButton*>()) {
       const std::string key = button->objectName().toStdString();
-      if (!key.empty() && !key.starts_with("qt_") && zr::ModeOfKey(key) == zr::OperatingMode::None &&
-          !LeftOut("MainToolbar[" + key + "]"))
+      if (!key.empty() && !key.starts_with("qt_") && zr::ModeOfKey(key) == zr::OperatingMode::None)
         commands_.push_back(ButtonCommand("MainToolbar", key));
     }
     Command exit;
@@ -344,7 +479,6 @@ class Operator {
         if (entry->isSeparator() || !entry->isVisible()) continue;
         std::string name = MenuName(entry->text());
         if (name.empty()) name = title->text().toStdString() + " > " + entry->text().toStdString();
-        if (LeftOut(name)) continue;
         Command command{name, [entry] {
                           entry->trigger();
                           return true;
@@ -407,6 +541,7 @@ class Operator {
   bool started_camera_ = false;
   const bool keys_;
   std::function<bool()> done_check_;
+  QString typed_;            // what the command's input box is answered with
   const std::string movie_;  // what a dialog that opens a movie is given
   ShownWindows shown_windows_;
   QElapsedTimer clock_;
@@ -430,6 +565,9 @@ int main(int argc, char** argv) {
   for (const char* shipped : {"webshare.html", "codec.zr"})
     zr::platform::linux_impl::ProvideProgramFile(std::filesystem::absolute(argv[0]).parent_path().string(),
                                                  desktop.FolderWithSeparator(), shipped);
+  // A station for the tuner's menu, as a run before the test would have left it.
+  std::ofstream((folder / "TVTuner.ini").string(), std::ios::binary)
+      << kStationChannel << "S\t" << kStationName.toStdString() << "\r\n";
   const std::string movie = (folder / "clip.avi").string();
   zr::testing::RunCommand("ffmpeg -loglevel error -f lavfi -i testsrc=size=320x240:rate=10:duration=2 -c:v mjpeg -y " +
                           movie);
