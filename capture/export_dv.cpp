@@ -68,10 +68,12 @@ void ExportDV::xStart_Click() {
   xStart.Visible = false;
 }
 
-// Without a DV deck the control writes the movie as a DV stream file; the status line says where.
+// Without a DV deck the control writes the movie as a DV stream file; the status line says where,
+// in words that stay true once the export has ended.
 void ExportDV::TellWhereTheFileGoes(platform::VideoCaptureControl& control) {
   const std::string file = control.DVExportFile();
-  if (!file.empty()) program_.MainWindow().StatusString.Caption = program_.Translate("Writing the DV file ") + file;
+  if (!file.empty())
+    program_.MainWindow().StatusString.Caption = program_.Translate("The movie goes to the DV file ") + file;
 }
 
 void ExportDV::ExitButton_Click() {

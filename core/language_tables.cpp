@@ -561,8 +561,8 @@ constexpr TextTranslations kTable[] = {
     {"Transfering...", "Transferindo...", "Transfiriendo...", "Transfert...", "Übertragung..."},
     {"Choose AVI to export...", "Escolha o AVI a exportar...", "Elija el AVI que exportar...",
      "Choisissez l'AVI à exporter...", "Zu exportierendes AVI wählen..."},
-    {"Writing the DV file ", "Gravando o arquivo DV ", "Escribiendo el archivo DV ", "Écriture du fichier DV ",
-     "Schreibe die DV-Datei "},
+    {"The movie goes to the DV file ", "O filme vai para o arquivo DV ", "La película va al archivo DV ",
+     "Le film va dans le fichier DV ", "Der Film geht in die DV-Datei "},
 
     // ---- The calendar of the scheduled start: the clock's weekday and the month list
     {"Sunday", "Domingo", "Domingo", "Dimanche", "Sonntag"},

@@ -14,13 +14,6 @@ namespace zr::gui {
 
 namespace {
 
-QHBoxLayout* ButtonsAtTheRight(std::initializer_list<QWidget*> buttons) {
-  auto* row = new QHBoxLayout;
-  row->addStretch();
-  for (QWidget* button : buttons) row->addWidget(button);
-  return row;
-}
-
 class SelectSourceWindow final : public PlainWindow {
  public:
   SelectSourceWindow(SelectSource& model, const Guard& guard, std::function<void()> close_box)

@@ -36,6 +36,13 @@ void ApplyVisibility(QWidget& widget, bool visible) {
 
 }  // namespace
 
+QHBoxLayout* ButtonsAtTheRight(std::initializer_list<QWidget*> buttons) {
+  auto* row = new QHBoxLayout;
+  row->addStretch();
+  for (QWidget* button : buttons) row->addWidget(button);
+  return row;
+}
+
 QRect Inside(QRect rect, const QRect& bounds) {
   rect.setSize(rect.size().boundedTo(bounds.size()));
   rect.moveLeft(std::clamp(rect.left(), bounds.left(), bounds.right() + 1 - rect.width()));

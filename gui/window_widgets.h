@@ -4,12 +4,14 @@
 // and a plain window for every other model window (dialogs, picture windows), laid out from
 // its controls.
 
+#include <QHBoxLayout>
 #include <QMainWindow>
 #include <QMdiArea>
 #include <QMenu>
 #include <QMenuBar>
 #include <QTimer>
 #include <functional>
+#include <initializer_list>
 #include <memory>
 #include <vector>
 
@@ -27,6 +29,9 @@ namespace zr::gui {
 
 // The rectangle moved, and made smaller where it must, to lie inside `bounds`.
 QRect Inside(QRect rect, const QRect& bounds);
+
+// A row of a dialog's buttons, pushed to its right edge.
+QHBoxLayout* ButtonsAtTheRight(std::initializer_list<QWidget*> buttons);
 
 // The bindings of one window's controls.
 class BoundControls {
