@@ -9,6 +9,7 @@
 #include <QMouseEvent>
 #include <QPainter>
 #include <QScreen>
+#include <QScrollBar>
 #include <QShowEvent>
 #include <QStatusBar>
 #include <QToolBar>
@@ -497,6 +498,9 @@ void MasterWindow::BuildCoolBar() {
       if (!control) continue;
       auto binding = BindControl(*control, guard_, frame);
       if (!binding) continue;
+      // A band's scroll bar (the tuner's channels) is wide enough to pick a channel of a
+      // hundred with the pointer.
+      if (auto* scroll_bar = qobject_cast<QScrollBar*>(binding->Widget())) scroll_bar->setMinimumWidth(300);
       line->addWidget(binding->Widget());
       controls_.Add(std::move(binding));
     }
