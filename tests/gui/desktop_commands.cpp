@@ -55,6 +55,7 @@
 #include "image/tools/full_screen.h"
 #include "main_window/master.h"
 #include "tests/gui/desktop_program.h"
+#include "tests/gui/desktop_widgets.h"
 #include "tests/support/movie_probe.h"
 
 namespace {
@@ -75,19 +76,15 @@ const std::set<std::string> kOpenedByTheProgram = {"Msg",        "FTPImage", "Mu
 constexpr std::int64_t kCommandTimeoutMs = 20000;
 constexpr int kJpegSeries = 2;           // the series' kind of numbered JPEG files
 constexpr std::int64_t kCheckMs = 3000;  // for what a command does to show
-const QString kCamera = "Built-in Test Camera (VFW)";
 // The station TVTuner.ini holds at the start, and the country the tuner is given.
 constexpr int kStationChannel = 21;
 const QString kStationName = "Evening News";
 const QString kCountry = "+351";
 constexpr std::int64_t kStandingTapeMs = 400;  // a paused tape's position stands this long
 
-// The window of the program by this name, when it shows as a window of its own.
-QWidget* ShownWindow(const char* name) {
-  for (QWidget* top : QApplication::topLevelWidgets())
-    if (top->objectName() == name && top->isVisible()) return top;
-  return nullptr;
-}
+using zr::testing::FindWidget;
+using zr::testing::kBuiltInCamera;
+using zr::testing::ShownWindow;
 
 QWidget* MainWidget() { return ShownWindow("Master"); }
 
@@ -140,9 +137,8 @@ bool ShownBand(const char* key) {
 
 // The text of a box of a window by its name, as the face shows it.
 QString ShownText(const char* box) {
-  for (QWidget* top : QApplication::topLevelWidgets())
-    if (auto* edit = top->findChild<QLineEdit*>(box); edit && edit->isVisible()) return edit->text();
-  return {};
+  auto* edit = FindWidget<QLineEdit>(box);
+  return edit ? edit->text() : QString();
 }
 
 // The channel the tuner's band reads ("Channel: 3"), -1 without one.
@@ -282,14 +278,12 @@ class Operator {
 
   // The built-in camera from the chooser, then the commands of the first mode.
   void PickCamera() {
-    QListWidget* devices = nullptr;
-    for (QWidget* top : QApplication::topLevelWidgets())
-      if (auto* list = top->findChild<QListWidget*>("devices"); list && list->isVisible()) devices = list;
+    auto* devices = FindWidget<QListWidget>("devices");
     if (!devices) return;
-    const auto found = devices->findItems(kCamera, Qt::MatchExactly);
+    const auto found = devices->findItems(kBuiltInCamera, Qt::MatchExactly);
     if (found.isEmpty()) return Fail("the chooser does not list the built-in camera");
     devices->setCurrentItem(found.front());
-    QTest::mouseClick(devices->viewport(), Qt::LeftButton, {}, devices->visualItemRect(found.front()).center());
+    zr::testing::ClickEntry(devices, found.front());
     if (auto* start = devices->window()->findChild<QPushButton*>("start")) start->click();
     started_camera_ = true;
     if (keys_) return AddKeys();
@@ -363,7 +357,8 @@ class Operator {
         }
         // The device menu's last entries disconnect: the commands after it find the camera again.
         for (int index = 0; key == "device" && index < entries.size(); ++index)
-          if (entries[index]->text() == kCamera) found.push_back(ButtonMenuCommand(bar, key, index, kCamera));
+          if (entries[index]->text() == kBuiltInCamera)
+            found.push_back(ButtonMenuCommand(bar, key, index, kBuiltInCamera));
       }
     }
     // The bands' scroll bars (the tuner's channel), each stepped once.

@@ -35,7 +35,6 @@
 #include <QTabBar>
 #include <QTest>
 #include <QTimer>
-#include <QToolBar>
 #include <QToolButton>
 #include <algorithm>
 #include <chrono>
@@ -65,6 +64,7 @@
 #include "net/ftp_image.h"
 #include "platform/linux/backend_registry.h"
 #include "tests/gui/desktop_program.h"
+#include "tests/gui/desktop_widgets.h"
 #include "tests/support/movie_probe.h"
 
 namespace {
@@ -74,29 +74,10 @@ constexpr int kRecordSeconds = 2;
 constexpr int kFaceRefreshMs = 40;  // how often the face catches up with the model
 constexpr int kBuiltFrames = 150;
 
-template <class W = QWidget>
-W* FindWidget(const char* name) {
-  for (QWidget* top : QApplication::topLevelWidgets()) {
-    if (top->objectName() == name && top->isVisible()) return qobject_cast<W*>(top);
-    if (auto* found = top->findChild<W*>(name); found && found->isVisible()) return found;
-  }
-  return nullptr;
-}
-
-QToolButton* FindButtonOf(const char* bar_name, const char* key) {
-  auto* bar = FindWidget<QToolBar>(bar_name);
-  return bar ? bar->findChild<QToolButton*>(key) : nullptr;
-}
-
-void Click(QWidget* widget) {
-  if (widget) QTest::mouseClick(widget, Qt::LeftButton);
-}
-
-// Runs after this tick, so that windows shown modally and menus popped up by it leave the next
-// ticks free to photograph and close them.
-void Later(QWidget* widget, std::function<void()> action) {
-  if (widget) QTimer::singleShot(0, widget, std::move(action));
-}
+using zr::testing::Click;
+using zr::testing::FindButtonOf;
+using zr::testing::FindWidget;
+using zr::testing::Later;
 
 sockaddr_in Loopback(int port) {
   sockaddr_in address{};
@@ -182,7 +163,7 @@ class Operator {
     auto* devices = FindWidget<QListWidget>("devices");
     auto* start = FindWidget<QPushButton>("start");
     if (!devices || !start) return;
-    const auto found = devices->findItems("Built-in Test Camera (VFW)", Qt::MatchExactly);
+    const auto found = devices->findItems(zr::testing::kBuiltInCamera, Qt::MatchExactly);
     if (found.isEmpty()) return Fail("the chooser does not list the built-in camera");
     Screenshot(devices->window(), "choose_device.png");
     // A first start: the machine's camera stands selected, or the first entry with a line that
@@ -193,7 +174,7 @@ class Operator {
     auto* no_camera = FindWidget<QLabel>("NoCamera");
     if ((no_camera != nullptr) == camera || (!camera && devices->currentRow() != 0))
       return Fail("the chooser does not tell whether a camera was found");
-    QTest::mouseClick(devices->viewport(), Qt::LeftButton, {}, devices->visualItemRect(found.front()).center());
+    zr::testing::ClickEntry(devices, found.front());
     Click(start);
     Next(&Operator::WaitForLiveVideo);
   }

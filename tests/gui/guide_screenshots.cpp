@@ -16,10 +16,7 @@
 #include <QMenu>
 #include <QMenuBar>
 #include <QMessageBox>
-#include <QTest>
 #include <QTimer>
-#include <QToolBar>
-#include <QToolButton>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -38,6 +35,7 @@
 #include "main_window/master.h"
 #include "peripherals/scanner.h"
 #include "tests/gui/desktop_program.h"
+#include "tests/gui/desktop_widgets.h"
 
 namespace {
 
@@ -51,30 +49,15 @@ constexpr QSize kTestScannerPage{157, 196};
 constexpr const char* kSlowTestScanner =
     "\nread-delay true\nread-delay-duration 200000\ntest-picture \"Color pattern\"\n";
 
-QWidget* FindWidget(const char* name) {
-  for (QWidget* top : QApplication::topLevelWidgets()) {
-    if (top->objectName() == name && top->isVisible()) return top;
-    if (auto* found = top->findChild<QWidget*>(name); found && found->isVisible()) return found;
-  }
-  return nullptr;
-}
-
-QToolButton* FindButtonOf(const char* bar_name, const char* key) {
-  auto* bar = qobject_cast<QToolBar*>(FindWidget(bar_name));
-  return bar ? bar->findChild<QToolButton*>(key) : nullptr;
-}
+using zr::testing::Click;
+using zr::testing::FindButtonOf;
+using zr::testing::FindWidget;
+using zr::testing::Later;
 
 // A child window of the main window is photographed with its frame and title.
 QWidget* Framed(QWidget* window) {
   auto* frame = window ? qobject_cast<QMdiSubWindow*>(window->parentWidget()) : nullptr;
   return frame ? frame : window;
-}
-
-// Runs after this tick, so that a modal window it opens leaves the next ticks free.
-void Later(std::function<void()> action) { QTimer::singleShot(0, std::move(action)); }
-
-void Click(QWidget* widget) {
-  if (widget) QTest::mouseClick(widget, Qt::LeftButton);
 }
 
 // Photographs the window by this name the moment it shows: the scan's progress window lasts
@@ -209,12 +192,12 @@ class Photographer {
     auto* devices = qobject_cast<QListWidget*>(FindWidget("devices"));
     auto* start = FindWidget("start");
     if (!devices || !start) return false;
-    const auto found = devices->findItems("Built-in Test Camera (VFW)", Qt::MatchExactly);
+    const auto found = devices->findItems(zr::testing::kBuiltInCamera, Qt::MatchExactly);
     if (found.isEmpty()) {
       Fail("the chooser does not list the built-in camera");
       return false;
     }
-    QTest::mouseClick(devices->viewport(), Qt::LeftButton, {}, devices->visualItemRect(found.front()).center());
+    zr::testing::ClickEntry(devices, found.front());
     Click(start);
     return true;
   }
